@@ -1,0 +1,112 @@
+# The library's targets and the two functions that fill them.
+#
+#   orsin_sources(PLAIN ... PRIMITIVES ... PLATFORM ...)    sources of one folder, by ring
+#   orsin_tests(NAME PLAIN ... PRIMITIVES ... PLATFORM ...) tests of one folder, by ring
+#
+# Plain sources are standard C++ only; primitives also use the log and the mp_ functions; platform
+# sources call Windows. A Windows build takes all three into the DLL; a native build takes the first
+# two, with tests/native standing in for the platform, so a leaked Windows header fails to compile.
+#
+# Targets: orsin_options (flags for everything), orsin_objects (every source, compiled once, linked by
+# the white-box tests), orsincore (the DLL).
+
+find_package(Threads REQUIRED)
+
+add_library(orsin_options INTERFACE)
+target_include_directories(orsin_options INTERFACE
+  "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include")
+# Third-party headers that serve every target, from cmake/dependencies.
+target_include_directories(orsin_options SYSTEM INTERFACE "${PROJECT_SOURCE_DIR}/build/deps/include")
+target_link_libraries(orsin_options INTERFACE Threads::Threads)
+
+if(MSVC)
+  target_compile_options(orsin_options INTERFACE /W4 /WX /EHa /utf-8 /permissive-)
+  target_compile_definitions(orsin_options INTERFACE
+    _CRT_SECURE_NO_WARNINGS NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+else()
+  target_compile_options(orsin_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
+    -fno-omit-frame-pointer)
+endif()
+
+if(MINGW)
+  target_compile_definitions(orsin_options INTERFACE
+    NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1)
+  target_compile_options(orsin_options INTERFACE
+    # Processor faults become C++ exceptions, so any instruction may throw.
+    -fnon-call-exceptions
+    # Windows aligns the stack to 16 bytes only; vector spills must not assume 32.
+    -Wa,-muse-unaligned-vector-move
+    # Wine's debugger reads no newer format.
+    -gdwarf-4)
+endif()
+
+if(ORSIN_SANITIZE)
+  target_compile_options(orsin_options INTERFACE
+    -fsanitize=${ORSIN_SANITIZE} -fno-sanitize-recover=all -Wthread-safety)
+  target_link_options(orsin_options INTERFACE -fsanitize=${ORSIN_SANITIZE})
+endif()
+
+# In a Windows build the objects make the DLL and the white-box tests; in a native build, the tests.
+add_library(orsin_objects OBJECT)
+target_compile_definitions(orsin_objects PRIVATE ORSIN_BUILDING)
+target_link_libraries(orsin_objects PUBLIC orsin_options)
+
+if(WIN32)
+  add_library(orsincore SHARED)
+  target_link_libraries(orsincore PRIVATE orsin_objects)
+  target_include_directories(orsincore INTERFACE "${PROJECT_SOURCE_DIR}/include")
+  set_target_properties(orsincore PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
+endif()
+
+function(orsin_sources)
+  cmake_parse_arguments(ARG "" "" "PLAIN;PRIMITIVES;PLATFORM" ${ARGN})
+  set(sources ${ARG_PLAIN} ${ARG_PRIMITIVES})
+  if(WIN32)
+    list(APPEND sources ${ARG_PLATFORM})
+  endif()
+  list(TRANSFORM sources PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
+  target_sources(orsin_objects PRIVATE ${sources})
+endfunction()
+
+function(orsin_tests name)
+  cmake_parse_arguments(ARG "" "" "PLAIN;PRIMITIVES;PLATFORM" ${ARGN})
+  set(sources ${ARG_PLAIN} ${ARG_PRIMITIVES})
+  if(WIN32)
+    list(APPEND sources ${ARG_PLATFORM})
+  endif()
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${name}_tests ${sources})
+  target_compile_definitions(${name}_tests PRIVATE ORSIN_STATIC)
+  target_link_libraries(${name}_tests PRIVATE orsin_test_support orsin_objects GTest::gtest_main)
+  orsin_discover(${name}_tests ${name})
+endfunction()
+
+# Registers every test of an executable with CTest under "<label>." and keeps it out of bin/.
+function(orsin_discover target label)
+  set_target_properties(${target} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+    PROPERTIES TIMEOUT 300 LABELS ${label})
+endfunction()
+
+# Copies the run-time libraries of the toolchain beside the DLL: one C++ runtime for the DLL, its
+# host and the plug-ins, or exceptions and locales would not be shared between them.
+if(MINGW)
+  set(runtime_libraries)
+  foreach(name IN ITEMS libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+      OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(NOT EXISTS "${path}")
+      find_file(ORSIN_${name} ${name} PATHS /usr/x86_64-w64-mingw32/lib NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+      set(path "${ORSIN_${name}}")
+    endif()
+    set(copy "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}")
+    add_custom_command(OUTPUT "${copy}" DEPENDS "${path}" VERBATIM
+      COMMAND ${CMAKE_STRIP} --strip-debug -o "${copy}" "${path}")
+    list(APPEND runtime_libraries "${copy}")
+  endforeach()
+  add_custom_target(orsin_runtime ALL DEPENDS ${runtime_libraries})
+endif()

@@ -1,0 +1,37 @@
+// Compiler differences, all of them, in one place.
+//
+// Everything else in the tree is standard C++20. What stands here: static analysis annotations,
+// run-time selected vector code, and the rules for warnings that only one compiler knows.
+//
+//   ORSIN_GUARDED_BY ...     lock annotations; Clang checks them in the native builds
+//   ORSIN_TARGET(isa)        compiles one function for a newer instruction set ("avx2"); call it
+//   only
+//                            after asking the processor
+//   ORSIN_NOINLINE           keeps a rare path out of a hot function
+#pragma once
+
+#if defined(__clang__)
+#define ORSIN_THREAD_ANNOTATION(x) __attribute__((x))
+#else
+#define ORSIN_THREAD_ANNOTATION(x)
+#endif
+
+#define ORSIN_CAPABILITY(name) ORSIN_THREAD_ANNOTATION(capability(name))
+#define ORSIN_SCOPED_CAPABILITY ORSIN_THREAD_ANNOTATION(scoped_lockable)
+#define ORSIN_GUARDED_BY(lock) ORSIN_THREAD_ANNOTATION(guarded_by(lock))
+#define ORSIN_PT_GUARDED_BY(lock) ORSIN_THREAD_ANNOTATION(pt_guarded_by(lock))
+#define ORSIN_REQUIRES(...) ORSIN_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
+#define ORSIN_EXCLUDES(...) ORSIN_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
+#define ORSIN_ACQUIRE(...) ORSIN_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define ORSIN_RELEASE(...) ORSIN_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+#define ORSIN_NO_THREAD_SAFETY_ANALYSIS ORSIN_THREAD_ANNOTATION(no_thread_safety_analysis)
+
+#if defined(__GNUC__)
+#define ORSIN_TARGET(isa) __attribute__((target(isa)))
+#define ORSIN_NOINLINE __attribute__((noinline))
+#define ORSIN_ALWAYS_INLINE inline __attribute__((always_inline))
+#else
+#define ORSIN_TARGET(isa)
+#define ORSIN_NOINLINE __declspec(noinline)
+#define ORSIN_ALWAYS_INLINE __forceinline
+#endif
