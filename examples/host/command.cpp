@@ -1,0 +1,52 @@
+#include "examples/host/command.h"
+
+#include <cstdio>
+#include <string>
+
+#include "examples/host/console.h"
+#include "orsincore/startup.h"
+
+namespace host {
+namespace {
+
+// The name of the log file, of the single-instance mutex and of the main window's class.
+char application_name[] = "OrsinHost";
+
+}  // namespace
+
+int bad_usage(const Command& command, const std::string& problem) {
+  std::fprintf(stderr, "host %.*s: %s\nTry: host %.*s --help\n",
+               static_cast<int>(command.name.size()), command.name.data(), problem.c_str(),
+               static_cast<int>(command.name.size()), command.name.data());
+  return kBadUsage;
+}
+
+int fail(const std::string& reason) {
+  std::fprintf(stderr, "host: %s\n", reason.c_str());
+  return kFailed;
+}
+
+FullLibrary::FullLibrary() {
+  started_ = ov_initialize(application_name, "ORSIN_HOST_DATA", console_argc(), console_argv());
+  if (started_) {
+    // A second copy looks for this window instead of stopping at a message box.
+    window_ = create_hidden_window(std::string(application_name) + "KORVANE");
+  }
+}
+
+FullLibrary::~FullLibrary() {
+  if (started_) {
+    destroy_window(window_);
+    ov_closedown();
+  }
+}
+
+FastLibrary::FastLibrary() {
+  ov_fast_initialize(application_name, false);
+}
+
+FastLibrary::~FastLibrary() {
+  ov_closedown();
+}
+
+}  // namespace host

@@ -1,0 +1,67 @@
+// The sample host's commands: a table of names, help texts and functions.
+//
+// A command receives its own arguments (without its name), starts the library as it needs it, and
+// returns the process's exit code.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+using Arguments = std::vector<std::string>;
+
+// What the process reports to whoever started it.
+enum ExitCode {
+  kDone = 0,
+  kFailed = 1,     // The work could not be done; the reason is on standard error.
+  kBadUsage = 2,   // The command line makes no sense.
+  kCancelled = 3,  // Ctrl-C.
+  kBusy = 4,       // Another copy of the host is running.
+};
+
+struct Command {
+  std::string_view name;
+  std::string_view summary;
+  std::string_view help;
+  int (*run)(const Arguments& arguments);
+};
+
+extern const Command kReportCommand;
+extern const Command kCopyCommand;
+extern const Command kListCommand;
+extern const Command kHashCommand;
+
+/// Says what is wrong with the command line and how to get help; returns kBadUsage.
+int bad_usage(const Command& command, const std::string& problem);
+
+/// Writes one line to standard error; returns kFailed.
+int fail(const std::string& reason);
+
+/// The whole library, with log file and report, for as long as it lives.
+class FullLibrary {
+ public:
+  FullLibrary();
+  ~FullLibrary();
+  FullLibrary(const FullLibrary&) = delete;
+  FullLibrary& operator=(const FullLibrary&) = delete;
+
+  /// False when another copy of the host is running; nothing was started then.
+  [[nodiscard]] bool started() const { return started_; }
+
+ private:
+  void* window_ = nullptr;
+  bool started_ = false;
+};
+
+/// The library for small tools: its log goes to standard error, warnings and errors only.
+class FastLibrary {
+ public:
+  FastLibrary();
+  ~FastLibrary();
+  FastLibrary(const FastLibrary&) = delete;
+  FastLibrary& operator=(const FastLibrary&) = delete;
+};
+
+}  // namespace host

@@ -1,0 +1,28 @@
+// What the host needs of its terminal and its process: UTF-8 arguments and output, the width of a
+// progress line, Ctrl-C. console_win.cpp answers.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/// Reads the command line as UTF-8, with the program's full path in front, and switches the
+/// console's output to UTF-8. Call once, first.
+void open_console();
+
+/// The command line read by open_console(); argv ends with null and lives as long as the process.
+int console_argc();
+char** console_argv();
+
+/// True when standard output is a console, so that a progress line can be rewritten in place.
+bool output_is_console();
+
+/// From now on Ctrl-C (and closing the console) only asks: cancel_requested() turns true.
+void catch_cancel();
+bool cancel_requested();
+
+/// A top-level window that is never shown; null when it could not be made.
+void* create_hidden_window(const std::string& class_name);
+void destroy_window(void* window);
+
+}  // namespace host

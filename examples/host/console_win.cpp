@@ -1,0 +1,93 @@
+#include <shellapi.h>
+#include <windows.h>
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "examples/host/console.h"
+
+namespace host {
+namespace {
+
+std::vector<std::string> arguments;
+std::vector<char*> argument_pointers;
+std::atomic<bool> cancel_flag = false;
+
+std::string to_utf8(const wchar_t* wide) {
+  const int size = WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
+  std::string text(static_cast<std::size_t>(size), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, wide, -1, text.data(), size, nullptr, nullptr);
+  text.pop_back();  // The terminator was counted.
+  return text;
+}
+
+// The program's full path: the library finds code and settings from it, whatever was typed.
+std::string program_path() {
+  std::wstring path(MAX_PATH, L'\0');
+  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  return to_utf8(path.c_str());
+}
+
+BOOL WINAPI on_console_event(DWORD) {
+  cancel_flag.store(true);
+  return TRUE;  // Handled: the process goes on and cleans up.
+}
+
+}  // namespace
+
+void open_console() {
+  int count = 0;
+  wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+  arguments.push_back(program_path());
+  for (int i = 1; i < count; ++i) {
+    arguments.push_back(to_utf8(wide[i]));
+  }
+  LocalFree(static_cast<void*>(wide));
+  for (std::string& argument : arguments) {
+    argument_pointers.push_back(argument.data());
+  }
+  argument_pointers.push_back(nullptr);
+  SetConsoleOutputCP(CP_UTF8);
+}
+
+int console_argc() {
+  return static_cast<int>(arguments.size());
+}
+
+char** console_argv() {
+  return argument_pointers.data();
+}
+
+bool output_is_console() {
+  DWORD mode = 0;
+  return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+}
+
+void catch_cancel() {
+  SetConsoleCtrlHandler(on_console_event, TRUE);
+}
+
+bool cancel_requested() {
+  return cancel_flag.load();
+}
+
+void* create_hidden_window(const std::string& class_name) {
+  WNDCLASSA description = {};
+  description.lpfnWndProc = DefWindowProcA;
+  description.hInstance = GetModuleHandleA(nullptr);
+  description.lpszClassName = class_name.c_str();
+  if (RegisterClassA(&description) == 0) {
+    return nullptr;
+  }
+  return CreateWindowExA(0, class_name.c_str(), "OrsinCore sample host", WS_OVERLAPPED, 0, 0, 0, 0,
+                         nullptr, nullptr, description.hInstance, nullptr);
+}
+
+void destroy_window(void* window) {
+  if (window != nullptr) {
+    DestroyWindow(static_cast<HWND>(window));
+  }
+}
+
+}  // namespace host

@@ -1,0 +1,97 @@
+// The sample host: a small command-line program on top of OrsinCore.
+//
+// It shows what a host does: start the library, use it, close it down, and turn results into exit
+// codes. Each command stands in its own file.
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "examples/host/command.h"
+#include "examples/host/console.h"
+
+namespace host {
+namespace {
+
+const Command* const kCommands[] = {&kReportCommand, &kCopyCommand, &kListCommand, &kHashCommand};
+
+constexpr std::string_view kUsage =
+    "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"
+    "\n"
+    "  -d     one more level of detail in the log; may be repeated\n"
+    "  -P N   use N processors for parallel work\n"
+    "\n"
+    "Commands (host COMMAND --help tells more):\n";
+
+constexpr std::string_view kExitCodes =
+    "\n"
+    "Exit codes: 0 done, 1 failed, 2 bad usage, 3 cancelled, 4 another copy is running.\n";
+
+void print(std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+int print_usage() {
+  print(kUsage);
+  for (const Command* command : kCommands) {
+    std::printf("  %-8s %s\n", std::string(command->name).c_str(),
+                std::string(command->summary).c_str());
+  }
+  print(kExitCodes);
+  return kDone;
+}
+
+bool is_help(std::string_view argument) {
+  return argument == "--help" || argument == "-h";
+}
+
+// The library reads -d and -P itself at start-up; here they are only stepped over.
+int first_command(char** argv) {
+  int index = 1;
+  while (argv[index] != nullptr && argv[index][0] == '-' && !is_help(argv[index])) {
+    const char last = std::string_view(argv[index]).back();
+    const bool takes_next = (last == 'P' || last == 'p') && argv[index + 1] != nullptr;
+    index += takes_next ? 2 : 1;
+  }
+  return index;
+}
+
+int run_command(const Command& command, const Arguments& arguments) {
+  for (const std::string& argument : arguments) {
+    if (is_help(argument)) {
+      print(command.help);
+      return kDone;
+    }
+  }
+  return command.run(arguments);
+}
+
+int run(char** argv) {
+  const int index = first_command(argv);
+  if (argv[index] == nullptr || is_help(argv[index])) {
+    const int result = print_usage();
+    return argv[index] == nullptr ? kBadUsage : result;
+  }
+  const std::string_view name = argv[index];
+  Arguments arguments;
+  for (int i = index + 1; argv[i] != nullptr; ++i) {
+    arguments.emplace_back(argv[i]);
+  }
+  for (const Command* command : kCommands) {
+    if (command->name == name) {
+      return run_command(*command, arguments);
+    }
+  }
+  std::fprintf(stderr, "host: no command '%s'. Try: host --help\n", argv[index]);
+  return kBadUsage;
+}
+
+}  // namespace
+}  // namespace host
+
+int main() {
+  host::open_console();
+  const int result = host::run(host::console_argv());
+  // A full disk or a closed pipe must not look like success.
+  return std::fflush(stdout) == 0 ? result : host::kFailed;
+}
