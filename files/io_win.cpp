@@ -49,11 +49,17 @@ TransferStart started(BOOL completed, DWORD bytes, TransferRecord& record) {
 
 }  // namespace
 
-void* create_event() noexcept { return CreateEventA(nullptr, TRUE, FALSE, nullptr); }
+void* create_event() noexcept {
+  return CreateEventA(nullptr, TRUE, FALSE, nullptr);
+}
 
-void close_event(void* event) noexcept { CloseHandle(event); }
+void close_event(void* event) noexcept {
+  CloseHandle(event);
+}
 
-void reset_event(void* event) noexcept { ResetEvent(event); }
+void reset_event(void* event) noexcept {
+  ResetEvent(event);
+}
 
 EventWait wait_for_event(void* event, std::uint32_t timeout_ms) noexcept {
   switch (WaitForSingleObjectEx(event, timeout_ms, TRUE)) {
@@ -99,7 +105,9 @@ bool transfer_result(void* file, TransferRecord& record, std::uint32_t& bytes) n
   return succeeded != 0;
 }
 
-void cancel_transfers(void* file) noexcept { CancelIo(file); }
+void cancel_transfers(void* file) noexcept {
+  CancelIo(file);
+}
 
 void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {
   const DWORD access =
@@ -154,8 +162,8 @@ bool volume_capacity(const char* root, std::uint64_t& bytes) noexcept {
   DWORD bytes_per_sector = 0;
   DWORD free_clusters = 0;
   DWORD clusters = 0;
-  if (GetDiskFreeSpaceA(root, &sectors_per_cluster, &bytes_per_sector, &free_clusters,
-                        &clusters) == 0) {
+  if (GetDiskFreeSpaceA(root, &sectors_per_cluster, &bytes_per_sector, &free_clusters, &clusters) ==
+      0) {
     return false;
   }
   bytes = std::uint64_t{bytes_per_sector} * sectors_per_cluster * clusters;

@@ -19,14 +19,18 @@ fMemBuffer::fMemBuffer()
       target_cursor_(nullptr),
       growable_(true) {}
 
-fMemBuffer::~fMemBuffer() { fMemBuffer::reset_buffers(); }
+fMemBuffer::~fMemBuffer() {
+  fMemBuffer::reset_buffers();
+}
 
 bool fMemBuffer::set_buffer(int size, bool /*double_buffer*/) {
   reset_buffers();
   return ensure_minimum_buffer_size(size);
 }
 
-unsigned char* fMemBuffer::get_current_buffer() { return target_; }
+unsigned char* fMemBuffer::get_current_buffer() {
+  return target_;
+}
 
 bool fMemBuffer::ensure_minimum_buffer_size(int size) {
   const auto wanted = static_cast<unsigned long long>(std::max(size, 0));
@@ -51,15 +55,21 @@ void fMemBuffer::set_memory_buffer(void* memory, int size) {
   growable_ = false;
 }
 
-unsigned long long fMemBuffer::get_buffer_used() { return target_used_; }
+unsigned long long fMemBuffer::get_buffer_used() {
+  return target_used_;
+}
 
-bool fMemBuffer::data_pending() { return false; }
+bool fMemBuffer::data_pending() {
+  return false;
+}
 
 bool fMemBuffer::open_file(const char* /*name*/, long long /*initial_size*/, bool /*unbuffered*/) {
   return true;
 }
 
-int fMemBuffer::close_file(bool /*force*/) { return 1; }
+int fMemBuffer::close_file(bool /*force*/) {
+  return 1;
+}
 
 bool fMemBuffer::grow(unsigned long long size) {
   const auto position = static_cast<unsigned long long>(target_cursor_ - target_);

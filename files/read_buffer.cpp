@@ -324,8 +324,8 @@ unsigned long long fReadBuffer::fetch_now() {
   const unsigned long long size = request_size(position_, wanted, expected);
   Slot& slot = slots_[current_];
   slot.pending = expected;
-  if (size == 0 || !io_read_async64(file_, slot.buffer, static_cast<long long>(position_), size,
-                                    &slot.ticket)) {
+  if (size == 0 ||
+      !io_read_async64(file_, slot.buffer, static_cast<long long>(position_), size, &slot.ticket)) {
     slot.pending = 0;
     return 0;
   }
@@ -468,8 +468,7 @@ unsigned long long fReadBuffer::read_raw_bytes(void* destination, unsigned long 
     return head;
   }
   if (!direct_reads.split || transfer <= 2 * direct_reads.break_bytes) {
-    const bool read =
-        io_read64(file_, to + head, static_cast<long long>(offset + head), transfer);
+    const bool read = io_read64(file_, to + head, static_cast<long long>(offset + head), transfer);
     return read ? head + transfer : head;
   }
   return head + read_split(to + head, offset + head, transfer);

@@ -29,11 +29,11 @@ constexpr std::uint32_t kSlotWaitMs = 1000;
 constexpr std::size_t kPathUnits = 260;
 
 struct Slot {
-  void* file;             // Invalid when idle.
-  std::uint32_t ticket;   // 0: none.
-  std::uint64_t size;     // Bytes requested.
-  std::uint8_t done;      // 1: completed at once, or collected.
-  void* event;            // For the life of the process.
+  void* file;            // Invalid when idle.
+  std::uint32_t ticket;  // 0: none.
+  std::uint64_t size;    // Bytes requested.
+  std::uint8_t done;     // 1: completed at once, or collected.
+  void* event;           // For the life of the process.
   port::TransferRecord record;
 };
 
@@ -50,7 +50,9 @@ constinit Transfers transfers;
 
 enum class Direction { kRead, kWrite };
 
-bool is_valid(const void* file) { return file != io_invalid_handle(); }
+bool is_valid(const void* file) {
+  return file != io_invalid_handle();
+}
 
 void make_idle(Slot& slot) {
   slot.file = io_invalid_handle();
@@ -93,7 +95,8 @@ Slot& take_slot_locked() {
 
 // Tickets are positive: the counter starts again at 1 before it would turn negative.
 std::uint32_t next_ticket_locked() {
-  const auto next = static_cast<std::int32_t>(static_cast<std::uint32_t>(transfers.last_ticket) + 1);
+  const auto next =
+      static_cast<std::int32_t>(static_cast<std::uint32_t>(transfers.last_ticket) + 1);
   transfers.last_ticket = next > 0 ? next : 1;
   return static_cast<std::uint32_t>(transfers.last_ticket);
 }
@@ -262,8 +265,7 @@ int complete_transfer(void* file, int ticket_value, bool wait, std::uint64_t& by
   }
 
   while (!port::is_complete(slot->record)) {
-    const port::EventWait result =
-        port::wait_for_event(slot->event, wait ? port::kWaitForever : 0);
+    const port::EventWait result = port::wait_for_event(slot->event, wait ? port::kWaitForever : 0);
     if (result == port::EventWait::kTimedOut) {
       return 0;
     }

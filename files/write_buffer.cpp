@@ -121,7 +121,9 @@ bool fWriteBuffer::set_buffer(int size, bool double_buffer) {
   return allocate_buffers(std::max(size, 0), double_buffer);
 }
 
-unsigned char* fWriteBuffer::get_current_buffer() { return current_; }
+unsigned char* fWriteBuffer::get_current_buffer() {
+  return current_;
+}
 
 bool fWriteBuffer::ensure_minimum_buffer_size(int size) {
   if (size <= buffer_size_) {
@@ -149,7 +151,9 @@ void fWriteBuffer::set_memory_buffer(void* memory, int size) {
   empty_buffer();
 }
 
-unsigned long long fWriteBuffer::get_buffer_used() { return used_; }
+unsigned long long fWriteBuffer::get_buffer_used() {
+  return used_;
+}
 
 bool fWriteBuffer::data_pending() {
   return used_ > 0 || buffer_ticket_ != -1 || direct_ticket_ != -1;
@@ -378,7 +382,9 @@ int fWriteBuffer::close_file(bool force) {
   return result;
 }
 
-unsigned long long fWriteBuffer::get_file_position() { return buffer_file_position_ + offset_; }
+unsigned long long fWriteBuffer::get_file_position() {
+  return buffer_file_position_ + offset_;
+}
 
 bool fWriteBuffer::is_file_position_inside_current_buffer(unsigned long long position) {
   return position >= buffer_file_position_ &&
@@ -399,7 +405,9 @@ bool fWriteBuffer::set_file_position(unsigned long long position) {
   return true;
 }
 
-int fWriteBuffer::error() { return errors_; }
+int fWriteBuffer::error() {
+  return errors_;
+}
 
 // Kept on purpose: the room is measured from the high-water mark, not from the cursor, and must
 // exceed the number by one; near the end of the buffer the bytes go through write_file() instead.

@@ -5,6 +5,9 @@
 // only where a function says so. Nothing throws: a failure is a return value, and the log holds a
 // line only where a function says so.
 //
+// Volumes are asked for by path, too; those functions hand the path to the system unchanged, in its
+// narrow code page.
+//
 // Times called "ts" are whole seconds since 1970-01-01 00:00:00 UTC. Times in a directory list are
 // the system's own: units of 100 ns since 1601-01-01 00:00:00 UTC.
 #pragma once
@@ -56,8 +59,7 @@ struct dir_list {
 ///              regard to case. Anything else sorts `entries`: directories first, then older ones,
 ///              then by name. See flist_sort().
 /// @return The caller's, until flist_delete(). A directory that cannot be opened gives an empty
-/// list
-///         and one warning. Null when the path is 258 bytes or longer, memory is short, or there
+///         list and one warning. Null when the path is 258 bytes or longer, memory is short, or there
 ///         are no drives.
 /// Any thread. Windows: FindFirstFileExW.
 ORSIN_API dir_list* flist_new(const char* path, int sort);
@@ -231,8 +233,7 @@ ORSIN_API int file_copy(const char* src, const char* dst, bool overwrite, unsign
 ///                   a source that is not empty. May look at the bytes, not keep them.
 /// @param verbose    Writes an error line for what fails.
 /// @return 0; -1 source cannot be opened; -2 a destination cannot be created; -3 nothing can be
-/// read
-///         from a source that is not empty; -4 a destination has no backslash, or a directory part
+///         read from a source that is not empty; -4 a destination has no backslash, or a directory part
 ///         of 260 bytes or more; -5 a directory cannot be made; -6 no source; -7 a destination
 ///         exists; -8 a write fell short; -9 source and destination are the same string; -12 as
 ///         many writers as destinations are needed; -13 more than 16 destinations. What was already
@@ -292,8 +293,7 @@ ORSIN_API int ov_filecopy(const char* src, const char* dst, bool recursive,
 
 /// Renames a file, making the directory of its new name. Never replaces a file.
 ///
-/// @return 0; -4 to -7 and -9 as for file_copy(); -10 no destination; -11 the rename failed, which
-/// is
+/// @return 0; -4 to -7 and -9 as for file_copy(); -10 no destination; -11 the rename failed, which is
 ///         also what `overwrite` gives when the destination exists. Any thread.
 ORSIN_API int file_move(const char* src, const char* dst, bool overwrite);
 
@@ -320,7 +320,34 @@ ORSIN_API int file_search(const char* dir, const char* name, char* out, std::siz
 /// Copies a name, writing "_" for bytes that file names should not hold.
 ///
 /// @param out   Receives the name; as many bytes as `size`, or as the name when that is not
-/// positive.
+///              positive.
 /// @param size  Bytes of `out`; 0 or negative sets no bound.
 /// @return Bytes taken from `name`.
 ORSIN_API int ov_copy_valid_filename(char* out, const char* name, int size);
+
+// ---------------------------------------------------------------------------------------------
+// Volumes
+// ---------------------------------------------------------------------------------------------
+
+/// The free bytes of a path's volume, whatever the caller's quota; 0 on failure.
+/// Windows: GetDiskFreeSpaceExA.
+ORSIN_API unsigned long long ov_freespace(const char* path);
+
+/// How many pieces of disks a fixed volume consists of, and its cluster size in bytes.
+///
+/// @return False, after a warning, when the volume cannot be found or is no fixed disk; false also
+///         when the system does not tell the pieces (the cluster size may be set then).
+/// One thread at a time. Windows: GetDiskFreeSpaceA, IOCTL_VOLUME_GET_VOLUME_DISK_EXTENTS.
+ORSIN_API bool ov_get_volumeinfo(const char* path, unsigned int& extents, unsigned int& cluster);
+
+/// The mount point of a path. False after a warning. Windows: GetVolumePathNameA.
+ORSIN_API bool ov_get_volumepath(const char* path, char* out, std::size_t size);
+
+/// Whether a path is on a local fixed disk. Windows: GetDriveTypeA.
+ORSIN_API bool ov_localpath(const char* path);
+
+/// Writes a size as "1024 Kb", "2 Mb", "1.5 Gb" or "1.00 Tb".
+///
+/// @param out  At least 32 bytes.
+/// @return True. Any thread.
+ORSIN_API bool ov_byte_size_designation(unsigned long long bytes, char* out);
