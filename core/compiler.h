@@ -8,6 +8,8 @@
 //   only
 //                            after asking the processor
 //   ORSIN_NOINLINE           keeps a rare path out of a hot function
+//   ORSIN_LINK_NAME(name)    declares a C++ function of the MSVC run-time library by the name that
+//                            MSVC gives it; MSVC itself needs no help
 #pragma once
 
 #if defined(__clang__)
@@ -34,4 +36,10 @@
 #define ORSIN_TARGET(isa)
 #define ORSIN_NOINLINE __declspec(noinline)
 #define ORSIN_ALWAYS_INLINE __forceinline
+#endif
+
+#if defined(__MINGW32__)
+#define ORSIN_LINK_NAME(name) __asm__("\"" name "\"")
+#else
+#define ORSIN_LINK_NAME(name)
 #endif

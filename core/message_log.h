@@ -1,0 +1,14 @@
+// The log's seam for tests; everything else about it is public.
+#pragma once
+
+namespace orsin {
+
+/// Splits seconds since midnight into the head's fields. Later days start again at 0.
+struct TimeOfDay {
+  int hours;
+  int minutes;
+  double seconds;
+};
+TimeOfDay split_time_of_day(double seconds_since_midnight);
+
+}  // namespace orsin

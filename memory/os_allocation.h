@@ -1,0 +1,25 @@
+// The owner of the allocation table, as the rest of the memory layer sees it.
+//
+// os_alloc() and os_free() stand in orsincore/memory.h. Both work before start() and after stop()
+// too, but unguarded: then only one thread may run.
+#pragma once
+
+#include <cstdint>
+
+namespace orsin::os_allocation {
+
+/// Creates the mutex that guards the table. Calling it twice is harmless.
+void start();
+
+/// Reports pages that nobody gave back, forgets them, and deletes the mutex. The pages stay.
+void stop();
+
+/// True while `address` is in the table.
+[[nodiscard]] bool is_live(const void* address);
+
+/// The size in KiB that log lines show.
+[[nodiscard]] constexpr double to_kib(std::uint64_t size_bytes) {
+  return static_cast<double>(size_bytes) * (1.0 / 1024);
+}
+
+}  // namespace orsin::os_allocation

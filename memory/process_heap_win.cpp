@@ -1,0 +1,45 @@
+// The process heap, answered by Windows and by the run-time library whose malloc() lies on it.
+#include "memory/process_heap_port.h"
+
+#include "core/compiler.h"
+#include "core/win/windows.h"
+
+// Declared by <new.h> of the run-time library. MinGW's copy declares them with C names, but the
+// library exports the mangled ones only.
+using NewHandler = int(__cdecl*)(std::size_t);
+NewHandler __cdecl _set_new_handler(NewHandler handler)
+    ORSIN_LINK_NAME("?_set_new_handler@@YAP6AH_K@ZP6AH0@Z@Z");
+int __cdecl _set_new_mode(int mode) ORSIN_LINK_NAME("?_set_new_mode@@YAHH@Z");
+
+namespace orsin::port {
+namespace {
+
+constinit OutOfMemoryReport out_of_memory_report = nullptr;
+
+// 0 tells the allocation to give up: null from malloc(), bad_alloc from new. Anything else would
+// have it try again, and nothing has been freed meanwhile. new itself has no handler to call (ours
+// is the run-time library's, not std::set_new_handler()'s): its one malloc() reports, then it
+// throws.
+int __cdecl report_and_give_up(std::size_t requested) {
+  out_of_memory_report(requested);
+  return 0;
+}
+
+}  // namespace
+
+void report_out_of_memory_to(OutOfMemoryReport report) noexcept {
+  out_of_memory_report = report;
+  _set_new_handler(report_and_give_up);
+  _set_new_mode(1);  // Plain malloc() calls the handler too.
+}
+
+bool process_heap_is_valid() noexcept {
+  return ::HeapValidate(::GetProcessHeap(), 0, nullptr) != FALSE;
+}
+
+std::uint64_t compact_process_heap() noexcept {
+  ::SetLastError(ERROR_SUCCESS);  // "Nothing free" and "failed" both return 0.
+  return ::HeapCompact(::GetProcessHeap(), 0);
+}
+
+}  // namespace orsin::port

@@ -1,0 +1,134 @@
+// The mp_ primitives over the standard library, for builds without Windows.
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <new>
+#include <thread>
+#include <unordered_map>
+
+#include "orsincore/threads.h"
+#include "threads/clock_port.h"
+#include "threads/wait_time.h"
+
+struct __mutex_str {
+  std::recursive_mutex mutex;
+};
+
+struct __cond_str {
+  std::condition_variable_any variable;
+};
+
+struct __tls_key_str {
+  std::uint64_t identifier;
+};
+
+namespace {
+
+thread_local std::unordered_map<std::uint64_t, void*> thread_values;
+std::mutex identifier_mutex;
+std::uint64_t next_identifier = 1;
+
+}  // namespace
+
+__mutex_str* mp_new_mutex(int locked, unsigned int /*reserved*/) {
+  auto* mutex = new (std::nothrow) __mutex_str;
+  if (mutex != nullptr && locked != 0) {
+    mutex->mutex.lock();
+  }
+  return mutex;
+}
+
+void mp_delete_mutex(__mutex_str* mutex) {
+  delete mutex;
+}
+
+int mp_get_mutex(__mutex_str* mutex) {
+  mutex->mutex.lock();
+  return 0;
+}
+
+int mp_release_mutex(__mutex_str* mutex) {
+  mutex->mutex.unlock();
+  return 0;
+}
+
+int mp_test_mutex(__mutex_str* mutex) {
+  return mutex->mutex.try_lock() ? 1 : 0;
+}
+
+__cond_str* mp_new_cond_block() {
+  return new (std::nothrow) __cond_str;
+}
+
+void mp_delete_cond_block(__cond_str* condition) {
+  delete condition;
+}
+
+void mp_cond_wait(__cond_str* condition, __mutex_str* mutex) {
+  condition->variable.wait(mutex->mutex);
+}
+
+int mp_cond_timedwait(__cond_str* condition, __mutex_str* mutex, long long nanoseconds) {
+  const std::uint32_t timeout_ms = orsin::whole_milliseconds(nanoseconds);
+  if (timeout_ms == 0 || timeout_ms == orsin::kForeverMs) {
+    return 0;
+  }
+  const auto result =
+      condition->variable.wait_for(mutex->mutex, std::chrono::milliseconds(timeout_ms));
+  return result == std::cv_status::no_timeout ? 1 : 0;
+}
+
+void mp_cond_signal(__cond_str* condition) {
+  condition->variable.notify_one();
+}
+
+void mp_cond_broadcast(__cond_str* condition) {
+  condition->variable.notify_all();
+}
+
+__tls_key_str* mp_key_create() {
+  const std::lock_guard guard(identifier_mutex);
+  return new (std::nothrow) __tls_key_str{next_identifier++};
+}
+
+void mp_key_delete(__tls_key_str* key) {
+  delete key;
+}
+
+int mp_setspecific(__tls_key_str* key, const void* value) {
+  thread_values[key->identifier] = const_cast<void*>(value);
+  return 0;
+}
+
+void* mp_getspecific(__tls_key_str* key) {
+  const auto found = thread_values.find(key->identifier);
+  return found == thread_values.end() ? nullptr : found->second;
+}
+
+int mp_timedwait(long long nanoseconds) {
+  const std::uint32_t sleep_ms = orsin::whole_milliseconds(nanoseconds);
+  if (sleep_ms != orsin::kForeverMs) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(sleep_ms == 0 ? 1 : sleep_ms));
+  }
+  return 0;
+}
+
+void mp_yield() {
+  std::this_thread::yield();
+}
+
+namespace orsin::port {
+
+bool query_counter_frequency(std::int64_t& frequency) noexcept {
+  frequency = std::nano::den;
+  return true;
+}
+
+bool query_counter(std::int64_t& count) noexcept {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  count = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+  return true;
+}
+
+}  // namespace orsin::port

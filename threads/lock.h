@@ -1,0 +1,74 @@
+// Locks inside the library: an owned mutex that Clang's analysis understands, and its scope guard.
+//
+// A mutex may not exist yet or no longer: before start-up and after closedown one thread runs, and
+// the guard then does nothing.
+//
+// Lock order. Whoever holds a lock may take one further down, never one further up:
+//
+//   1. the readers' direct-transfer mutex      files/read_buffer.cpp
+//   2. the I/O transfer slots                  files/transfer_slots.cpp
+//   3. a movable-block heap                    memory/movable_heap.cpp
+//   4. the table of system allocations         memory/os_allocation.cpp
+//   5. the thread table                        threads/thread_table.cpp
+//   6. the executor's queue, then its ring     threads/executor.cpp
+//   7. the message log                         core/message_log.cpp
+//
+// The log comes last, so code that holds any other lock may log. Nobody waits for another thread
+// while holding the log.
+#pragma once
+
+#include "core/compiler.h"
+#include "orsincore/threads.h"
+
+namespace orsin {
+
+class ORSIN_CAPABILITY("mutex") Mutex {
+ public:
+  constexpr Mutex() = default;
+  Mutex(const Mutex&) = delete;
+  Mutex& operator=(const Mutex&) = delete;
+
+  /// Start and stop; a second create() changes nothing. False when memory is exhausted.
+  bool create() {
+    if (handle_ == nullptr) {
+      handle_ = mp_new_mutex(0, 0);
+    }
+    return handle_ != nullptr;
+  }
+  void destroy() {
+    if (handle_ != nullptr) {
+      mp_delete_mutex(handle_);
+      handle_ = nullptr;
+    }
+  }
+
+  [[nodiscard]] bool exists() const { return handle_ != nullptr; }
+  [[nodiscard]] __mutex_str* handle() const { return handle_; }
+
+  void lock() ORSIN_ACQUIRE() {
+    if (handle_ != nullptr) {
+      mp_get_mutex(handle_);
+    }
+  }
+  void unlock() ORSIN_RELEASE() {
+    if (handle_ != nullptr) {
+      mp_release_mutex(handle_);
+    }
+  }
+
+ private:
+  __mutex_str* handle_ = nullptr;
+};
+
+class ORSIN_SCOPED_CAPABILITY ScopedLock {
+ public:
+  explicit ScopedLock(Mutex& mutex) ORSIN_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+  ~ScopedLock() ORSIN_RELEASE() { mutex_.unlock(); }
+  ScopedLock(const ScopedLock&) = delete;
+  ScopedLock& operator=(const ScopedLock&) = delete;
+
+ private:
+  Mutex& mutex_;
+};
+
+}  // namespace orsin
