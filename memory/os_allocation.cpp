@@ -12,14 +12,13 @@
 #include "memory/pages_port.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
-#include "orsincore/threads.h"
 #include "threads/lock.h"
 
 using namespace orsin;
 
 namespace {
 
-constinit __mutex_str* table_mutex = nullptr;
+constinit Mutex table_mutex;
 
 AllocationTable& table_locked() {
   return process_wide<AllocationTable>();
@@ -97,22 +96,20 @@ int mem_unlock(void* address, std::uint64_t size) {
 namespace orsin::os_allocation {
 
 void start() {
-  if (table_mutex == nullptr) {
-    table_mutex = mp_new_mutex(0, 0);
-  }
+  table_mutex.create();
 }
 
-void stop() {
+void report_and_forget() {
   AllocationTable& table = table_locked();  // Closedown: no other thread runs.
   if (table.held_bytes() > 0 || table.count() > 0) {
     msgdebug("MEMORY: Closedown: %d OS allocations left: %d\n", table.count(),
              static_cast<int>(table.held_bytes()));
   }
   table.clear();
-  if (table_mutex != nullptr) {
-    mp_delete_mutex(table_mutex);
-    table_mutex = nullptr;
-  }
+}
+
+void delete_mutex() {
+  table_mutex.destroy();
 }
 
 bool is_live(const void* address) {

@@ -46,8 +46,8 @@ class SmallBlockPool {
   struct Element {
     Element* next;
   };
-  // The chunks are a list through their own first bytes?
   [[nodiscard]] ORSIN_NOINLINE void* take_fresh();
+  [[nodiscard]] bool add_chunk();
 
   Element* free_ = nullptr;
   std::byte* fresh_ = nullptr;
@@ -55,6 +55,7 @@ class SmallBlockPool {
   std::size_t stride_;
   std::size_t chunk_elements_;
   const char* name_;
+  ov_vector<void*>* chunks_ = nullptr;  // Made with the first chunk.
 };
 
 }  // namespace orsin
