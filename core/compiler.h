@@ -44,6 +44,13 @@
 #define ORSIN_LINK_NAME(name)
 #endif
 
+// A function that may read, but never use, bytes behind an object (within the same page).
+#if defined(__clang__)
+#define ORSIN_NO_SANITIZE_ADDRESS __attribute__((no_sanitize("address")))
+#else
+#define ORSIN_NO_SANITIZE_ADDRESS
+#endif
+
 // The processor's identification instruction; MSVC and GCC spell it differently.
 #if defined(_MSC_VER)
 #include <intrin.h>
