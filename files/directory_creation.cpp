@@ -7,6 +7,7 @@
 #include "files/path_buffer.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
+#include "orsincore/startup.h"
 
 namespace orsin {
 namespace {

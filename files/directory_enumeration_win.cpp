@@ -23,9 +23,9 @@ bool has_fast_enumeration() noexcept {
   wanted.dwOSVersionInfoSize = sizeof(wanted);
   wanted.dwMajorVersion = 6;
   wanted.dwMinorVersion = 1;
-  const DWORDLONG at_least = VerSetConditionMask(
-      VerSetConditionMask(0, VER_MAJORVERSION, VER_GREATER_EQUAL), VER_MINORVERSION,
-      VER_GREATER_EQUAL);
+  const DWORDLONG at_least =
+      VerSetConditionMask(VerSetConditionMask(0, VER_MAJORVERSION, VER_GREATER_EQUAL),
+                          VER_MINORVERSION, VER_GREATER_EQUAL);
   return VerifyVersionInfoW(&wanted, VER_MAJORVERSION | VER_MINORVERSION, at_least) != 0;
 }
 

@@ -13,6 +13,7 @@
 #include "files/name_cache.h"
 #include "files/path_buffer.h"
 #include "orsincore/log.h"
+#include "orsincore/startup.h"
 
 namespace orsin {
 namespace {

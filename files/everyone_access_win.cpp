@@ -70,9 +70,8 @@ UniqueLocal with_everyone(ACL* list) {
 }  // namespace
 
 bool file_grant_everyone_access(const char* dir) {
-  const HANDLE handle =
-      CreateFileW(orsin::WidePath(dir), GENERIC_READ | WRITE_DAC, 0, nullptr, OPEN_EXISTING,
-                  FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  const HANDLE handle = CreateFileW(orsin::WidePath(dir), GENERIC_READ | WRITE_DAC, 0, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
     return true;
   }

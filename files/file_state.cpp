@@ -10,7 +10,7 @@ using namespace orsin;
 
 namespace {
 
-constexpr unsigned long long kTicksPerSecond = 10000000;                    // 100 ns each.
+constexpr unsigned long long kTicksPerSecond = 10000000;                       // 100 ns each.
 constexpr unsigned long long kUnixEpochTicks = 11644473600 * kTicksPerSecond;  // 1601 to 1970.
 
 bool has_attributes(const char* path, std::uint32_t mask, std::uint32_t wanted) {

@@ -65,7 +65,8 @@ bool read_facts(const char* path, FileFacts& facts) noexcept {
   }
   facts.attributes = data.dwFileAttributes;
   facts.size_bytes = joined(data.nFileSizeHigh, data.nFileSizeLow);
-  facts.write_time = joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime);
+  facts.write_time =
+      joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime);
   return true;
 }
 
@@ -122,9 +123,9 @@ const char* file_last_error_text() {
   if (code == 0) {
     return text;
   }
-  DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                code, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), text, sizeof(text),
-                                nullptr);
+  DWORD length =
+      FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
+                     MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), text, sizeof(text), nullptr);
   while (length > 0 &&
          (text[length - 1] == '\r' || text[length - 1] == '\n' || text[length - 1] == ' ')) {
     --length;

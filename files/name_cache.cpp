@@ -57,7 +57,8 @@ NameReturn::~NameReturn() ORSIN_NO_THREAD_SAFETY_ANALYSIS {
   cache.mutex.unlock();
 }
 
-void NameReturn::give_back(char* name, std::uint32_t stored_length) ORSIN_NO_THREAD_SAFETY_ANALYSIS {
+void NameReturn::give_back(char* name,
+                           std::uint32_t stored_length) ORSIN_NO_THREAD_SAFETY_ANALYSIS {
   if (is_short(stored_length)) {
     cache.pool.give_back(name);
   } else {

@@ -142,14 +142,6 @@ ORSIN_API int is_removable_drive(const char* path);
 /// 1 when the volume of a path is on the network, else 0; warns when the volume cannot be found.
 ORSIN_API int is_remote_network_drive(const char* path);
 
-/// The paths that start-up sets: where the program's data lives, where its code lives, the settings
-/// it was delivered with, and the log file (empty while the log goes to standard error). The
-/// library's own strings, valid until the process ends. Any thread after start-up.
-ORSIN_API const char* file_get_data();
-ORSIN_API const char* file_get_code();
-ORSIN_API const char* file_get_default_settings();
-ORSIN_API const char* file_get_logfile();
-
 // ---------------------------------------------------------------------------------------------
 // Sizes and times
 // ---------------------------------------------------------------------------------------------
