@@ -40,6 +40,13 @@ struct FileFacts {
 /// Opens the file for writing attributes, shared for reading and writing, and sets this one time.
 [[nodiscard]] bool write_write_time_shared(const char* path, std::uint64_t time) noexcept;
 
+/// The same four for paths as they are, in the system's code page: with a name outside ASCII they
+/// find nothing, or another file. CreateFileA, GetFileAttributesA, SetFileAttributesA.
+[[nodiscard]] bool read_write_time_narrow(const char* path, std::uint64_t& time) noexcept;
+[[nodiscard]] bool write_write_time_narrow(const char* path, std::uint64_t time) noexcept;
+[[nodiscard]] bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcept;
+[[nodiscard]] bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept;
+
 /// These set errno. _wmkdir, _wunlink, _wrmdir, _wrename.
 [[nodiscard]] bool make_directory(const char* path) noexcept;
 [[nodiscard]] bool remove_file(const char* path) noexcept;

@@ -21,8 +21,11 @@ constexpr FILETIME to_file_time(std::uint64_t time) {
 // Closes with the last error as it was: the caller's log line comes later.
 class FileHandle {
  public:
-  FileHandle(const char* path, DWORD access, DWORD share)
-      : handle_(CreateFileW(WidePath(path), access, share, nullptr, OPEN_EXISTING,
+  FileHandle(const wchar_t* path, DWORD access, DWORD share)
+      : handle_(CreateFileW(path, access, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                            nullptr)) {}
+  FileHandle(const char* narrow_path, DWORD access, DWORD share)
+      : handle_(CreateFileA(narrow_path, access, share, nullptr, OPEN_EXISTING,
                             FILE_ATTRIBUTE_NORMAL, nullptr)) {}
   ~FileHandle() {
     if (is_open()) {
@@ -84,16 +87,37 @@ bool write_attributes(const char* path, std::uint32_t attributes) noexcept {
 }
 
 bool read_write_time(const char* path, bool share, std::uint64_t& time) noexcept {
-  return FileHandle(path, GENERIC_READ, share ? FILE_SHARE_READ : 0).get_write_time(time);
+  return FileHandle(WidePath(path), GENERIC_READ, share ? FILE_SHARE_READ : 0).get_write_time(time);
 }
 
 bool write_write_time(const char* path, std::uint64_t time) noexcept {
-  return FileHandle(path, GENERIC_WRITE, 0).set_write_time(time);
+  return FileHandle(WidePath(path), GENERIC_WRITE, 0).set_write_time(time);
 }
 
 bool write_write_time_shared(const char* path, std::uint64_t time) noexcept {
-  return FileHandle(path, FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE)
+  return FileHandle(WidePath(path), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE)
       .set_write_time(time);
+}
+
+bool read_write_time_narrow(const char* path, std::uint64_t& time) noexcept {
+  return FileHandle(path, GENERIC_READ, FILE_SHARE_READ).get_write_time(time);
+}
+
+bool write_write_time_narrow(const char* path, std::uint64_t time) noexcept {
+  return FileHandle(path, GENERIC_WRITE, 0).set_write_time(time);
+}
+
+bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcept {
+  const DWORD found = GetFileAttributesA(path);
+  if (found == INVALID_FILE_ATTRIBUTES) {
+    return false;
+  }
+  attributes = found;
+  return true;
+}
+
+bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept {
+  return SetFileAttributesA(path, attributes) != 0;
 }
 
 bool make_directory(const char* path) noexcept {
