@@ -22,7 +22,7 @@ class TreeCopy : public testing::Test {
 
   TemporaryDirectory directory_;
   test::IoStart io_;
-  test::LogCapture log_{1};
+  test::LogCapture log_{0};
   unsigned long long bytes_ = 77;
 };
 
