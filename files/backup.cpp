@@ -1,62 +1,67 @@
-// Rotating numbered copies of a file: app.log, app.1.log, app.2.log ...
+// Rotating numbered copies of a file.
+//
+//   app.log -> app.1.log -> app.2.log -> ... -> app.N.log, the old one of which is removed
+//
+// The steps run from the highest number down, so each finds its place free.
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
-#include "files/directories.h"
+#include "files/directory_creation.h"
 #include "files/file_system_port.h"
+#include "files/path_buffer.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 
 namespace orsin {
 namespace {
 
-// Kept on purpose: the last dot anywhere splits the path, also one in a directory's name, and a name
-// without a dot gets numbers with a lone dot behind them.
-class NumberedName {
+// "%s.%d.%s" of what stands before and after the path's last dot.
+class BackupNames {
  public:
-  explicit NumberedName(const char* path) {
-    std::snprintf(path_, sizeof(path_), "%s", path);
-    std::snprintf(base_, sizeof(base_), "%s", path);
-    char* dot = std::strrchr(base_, '.');
-    extension_ = dot != nullptr ? path_ + (dot - base_) + 1 : "";
-    if (dot != nullptr) {
-      *dot = '\0';
-    }
+  explicit BackupNames(const char* path) : path_(path) {
+    // Kept on purpose: the last dot anywhere counts, also one in a directory's name; the number
+    // then goes there. And a name without any dot gets numbers that end in one. Rotations of
+    // earlier versions are continued only under the same names.
+    const std::size_t dot = path_.view().rfind('.');
+    base_ = path_.view().substr(0, dot);
+    extension_ = dot != std::string_view::npos ? path_.view().substr(dot + 1) : "";
   }
+  BackupNames(const BackupNames&) = delete;  // The views point into path_.
+  BackupNames& operator=(const BackupNames&) = delete;
 
-  // The file itself for 0.
-  void write(int number, char* name) const {
+  /// Number 0 is the path itself. Cut to 260 bytes.
+  [[nodiscard]] PathBuffer numbered(int number) const {
     if (number == 0) {
-      std::snprintf(name, kPathBytes, "%s", path_);
-    } else {
-      std::snprintf(name, kPathBytes, "%s.%d.%s", base_, number, extension_);
+      return path_;
     }
+    char name[kPathBytes];
+    std::snprintf(name, sizeof(name), "%.*s.%d.%.*s", static_cast<int>(base_.size()), base_.data(),
+                  number, static_cast<int>(extension_.size()), extension_.data());
+    return PathBuffer(name);
   }
 
  private:
-  char path_[kPathBytes];
-  char base_[kPathBytes];
-  const char* extension_;
+  PathBuffer path_;
+  std::string_view base_;
+  std::string_view extension_;
 };
 
-bool rename_step(const char* from, const char* to) {
-  char directory[kPathBytes];
-  return *from != '\0' && *to != '\0' && std::strcmp(from, to) != 0 &&
-         directory_part(to, directory) && ensure_directory_exists(directory) &&
-         port::rename_file(from, to);
+void remove_last_generation(const char* path) {
+  if (file_delete(path) != 0) {
+    msgerror("F-BK: Failed to remove...(%s)", std::strerror(errno));
+    msgcont("File: '%s'", path);
+  }
 }
 
-void step(const char* from, const char* to) {
-  if (file_exists(to) != 0 && file_delete(to) != 0) {
-    msgerror("F-BK: Failed to remove...(%s)", std::strerror(errno));
-    msgcont("File: '%s'", to);
+bool move_generation(const char* from, const char* to) {
+  if (*from == '\0' || *to == '\0' || std::strcmp(from, to) == 0) {
+    return false;
   }
-  errno = 0;
-  if (!rename_step(from, to)) {
-    msgerror("F-BK: Failed to rename...(%s)", std::strerror(errno));
-    msgcont("File: '%s'", from);
-  }
+  const SplitPath split = split_path(to);
+  return split.has_directory && split.directory.size() < kPathBytes &&
+         ensure_directory_part(split.directory) && port::rename_path(from, to);
 }
 
 }  // namespace
@@ -65,17 +70,24 @@ void step(const char* from, const char* to) {
 using namespace orsin;
 
 int file_backup(const char* path, int generations) {
-  const NumberedName name(path);
+  const BackupNames names(path);
   int steps = 0;
   for (int i = generations - 1; i >= 0; --i) {
-    char from[kPathBytes];
-    char to[kPathBytes];
-    name.write(i, from);
-    name.write(i + 1, to);
-    if (file_exists(from) != 0) {
-      step(from, to);
-      ++steps;
+    const PathBuffer from = names.numbered(i);
+    const PathBuffer to = names.numbered(i + 1);
+    if (file_exists(from.c_str()) == 0) {
+      continue;
     }
+    if (file_exists(to.c_str()) != 0) {
+      remove_last_generation(to.c_str());
+    }
+    // Kept on purpose: a step that failed counts as well. The result says how many generations
+    // there were, which is what callers print.
+    if (!move_generation(from.c_str(), to.c_str())) {
+      msgerror("F-BK: Failed to rename...(%s)", std::strerror(errno));
+      msgcont("File: '%s'", from.c_str());
+    }
+    ++steps;
   }
   return steps;
 }

@@ -1,16 +1,18 @@
 // Copying one file to up to 16 destinations in one read pass.
 //
-// Each block goes to the progress callback and then to every destination before the next is fetched.
-// What a failing copy has already created stays on disk; only the readers and writers that this call
-// made itself are released.
+// The order of the steps is part of the interface: what is checked before anything is created, when
+// the callback runs, and who is closed after a failure.
+//
+// What was there before is safe: the source stays open and shared for reading only until the last
+// byte is written, and destinations are opened unshared. So a destination that is the source under
+// another spelling of its name, or the same file twice in the list, cannot be opened: result -2.
 #include <cstring>
-#include <memory>
-#include <new>
-#include <vector>
+#include <optional>
 
-#include "files/copy_steps.h"
+#include "files/copy_streams.h"
+#include "files/directory_creation.h"
+#include "files/path_buffer.h"
 #include "orsincore/files.h"
-#include "orsincore/io.h"
 #include "orsincore/log.h"
 
 namespace orsin {
@@ -18,26 +20,38 @@ namespace {
 
 constexpr int kDestinationsMax = 16;
 
-enum CopyResult : int {
+using Progress = void (*)(void* user, unsigned char* data, unsigned long long length);
+
+enum Result : int {
   kCopied = 0,
   kSourceNotOpened = -1,
   kDestinationNotCreated = -2,
   kSourceNotRead = -3,
   kPathNotAllowed = -4,
-  kDirectoryNotMade = -5,
+  kDirectoryNotCreated = -5,
   kNoSource = -6,
   kDestinationExists = -7,
-  kWriteFellShort = -8,
-  kSameName = -9,
-  kWriterCountDiffers = -12,
+  kWriteFailed = -8,
+  kSameFile = -9,
+  kWritersDiffer = -12,
   kTooManyDestinations = -13,
 };
 
-using Progress = void (*)(void* user, unsigned char* data, unsigned long long length);
+struct Copy {
+  const char* source;
+  const char** destinations;
+  int count;
+  bool overwrite;
+  unsigned long long& bytes;
+  Progress progress;
+  void* user;
+  bool verbose;
+};
 
-int count_names(const char** names) {
+int count_destinations(const char** destinations) {
   int count = 0;
-  while (names != nullptr && names[count] != nullptr && *names[count] != '\0') {
+  while (destinations != nullptr && destinations[count] != nullptr &&
+         *destinations[count] != '\0') {
     ++count;
   }
   return count;
@@ -51,23 +65,22 @@ int count_writers(fWriteBuffer** writers) {
   return count;
 }
 
-int check_destination(const char* source, const char* destination, bool overwrite, bool verbose) {
-  if (std::strcmp(source, destination) == 0) {
-    if (verbose) {
+Result check_destination(const Copy& copy, const char* destination) {
+  if (std::strcmp(copy.source, destination) == 0) {
+    if (copy.verbose) {
       msgerror("File Copy: source and destination are the same!");
     }
-    return kSameName;
+    return kSameFile;
   }
-  switch (prepare_destination(destination)) {
-    case DestinationDirectory::kNotAllowed:
-      return kPathNotAllowed;
-    case DestinationDirectory::kNotMade:
-      return kDirectoryNotMade;
-    case DestinationDirectory::kReady:
-      break;
+  const SplitPath split = split_path(destination);
+  if (!split.has_directory || split.directory.size() >= kPathBytes) {
+    return kPathNotAllowed;
   }
-  if (!overwrite && file_exists(destination) != 0) {
-    if (verbose) {
+  if (!ensure_directory_part(split.directory)) {
+    return kDirectoryNotCreated;
+  }
+  if (!copy.overwrite && file_exists(destination) != 0) {
+    if (copy.verbose) {
       msgerror("File Copy: destination file already exists!");
     }
     return kDestinationExists;
@@ -75,134 +88,125 @@ int check_destination(const char* source, const char* destination, bool overwrit
   return kCopied;
 }
 
-// One call's source, destinations and how it reports.
-class Copy {
+// Up to 16 writers; the ones made here go when this goes.
+class Writers {
  public:
-  Copy(const char* source, const char** names, int count, fReadBuffer* reader,
-       fWriteBuffer** writers, bool verbose)
-      : source_(source), names_(names), reader_(reader), verbose_(verbose) {
-    for (int i = 0; i < count; ++i) {
-      writers_.emplace_back(writers != nullptr ? writers[i] : nullptr);
+  explicit Writers(int count) : count_(count) {}
+
+  // False when memory is short: the destinations cannot be created then.
+  bool prepare(fWriteBuffer** borrowed) {
+    for (int i = 0; i < count_; ++i) {
+      slots_[i].emplace(writer_for_copy(borrowed != nullptr ? borrowed[i] : nullptr));
+      if (at(i) == nullptr) {
+        return false;
+      }
     }
+    return true;
   }
 
-  int run(unsigned long long& bytes, Progress progress, void* user);
+  // The index of the first destination that cannot be created; the count when all were.
+  int open(const char** destinations) {
+    for (int i = 0; i < count_; ++i) {
+      if (!at(i)->open_file(destinations[i], 0, true)) {
+        // Kept on purpose: the writer that failed is closed once for each one opened before it, and
+        // those stay open. Derived writers of hosts count these calls.
+        close_repeatedly(i, i);
+        return i;
+      }
+    }
+    return count_;
+  }
+
+  bool write(const Block& block) {
+    for (int i = 0; i < count_; ++i) {
+      const bool is_short = at(i)->write_file(block.data, 1, block.length) != block.length;
+      if (is_short || at(i)->error() > 0) {
+        // Kept on purpose: as above, once for each destination.
+        close_repeatedly(i, count_);
+        return false;
+      }
+    }
+    return true;
+  }
+
+  // What a destination holds is on disk only now: the last buffers are written here.
+  bool close() {
+    bool are_complete = true;
+    for (int i = 0; i < count_; ++i) {
+      at(i)->close_file(true);
+      are_complete = are_complete && at(i)->error() == 0;
+    }
+    return are_complete;
+  }
 
  private:
-  int open_destinations();
-  int copy_blocks(unsigned char* data, unsigned long long length, unsigned long long& bytes,
-                  Progress progress, void* user);
-  bool write_block(const unsigned char* data, unsigned long long length);
-  int fail(int code, const char* name);
-  void close_once_per(fWriteBuffer* failing, std::size_t times);
+  fWriteBuffer* at(int index) { return slots_[index]->get(); }
 
-  const char* source_;
-  const char** names_;
-  BorrowedReader reader_;
-  std::vector<BorrowedWriter> writers_;
-  bool verbose_;
+  void close_repeatedly(int index, int times) {
+    for (int i = 0; i < times; ++i) {
+      at(index)->close_file(true);
+    }
+  }
+
+  std::optional<BorrowedWriter> slots_[kDestinationsMax];
+  int count_;
 };
 
-// Kept on purpose: the failing writer is closed once for each of `times` destinations, and the others
-// are left as they are. Hosts that pass their own writers rely on finding theirs untouched.
-void Copy::close_once_per(fWriteBuffer* failing, std::size_t times) {
-  for (std::size_t i = 0; i < times; ++i) {
-    failing->close_file(true);
-  }
-  reader_->close_file();
-}
-
-int Copy::fail(int code, const char* name) {
-  if (!verbose_) {
-    return code;
-  }
-  switch (code) {
-    case kSourceNotOpened:
-      msgerror("File Copy: failed to open '%s'\n", name);
-      break;
-    case kDestinationNotCreated:
-      msgerror("File Copy: failed to create '%s'\n", name);
-      break;
-    case kSourceNotRead:
-      msgerror("File Copy: failed to read '%s'\n", name);
-      break;
-    default:
-      break;
-  }
-  return code;
-}
-
-int Copy::open_destinations() {
-  for (std::size_t i = 0; i < writers_.size(); ++i) {
-    if (!writers_[i]->open_file(names_[i], 0, true)) {
-      const int code = fail(kDestinationNotCreated, names_[i]);
-      close_once_per(writers_[i].get(), i);
-      return code;
+// Every block to the callback, then to all destinations.
+bool copy_blocks(const Copy& copy, fReadBuffer& reader, Writers& writers) {
+  for (;;) {
+    const Block block = current_block(reader);
+    if (copy.progress != nullptr) {
+      copy.progress(copy.user, block.is_end() ? nullptr : block.data,
+                    block.is_end() ? 0 : block.length);
     }
-  }
-  return kCopied;
-}
-
-bool Copy::write_block(const unsigned char* data, unsigned long long length) {
-  for (const BorrowedWriter& writer : writers_) {
-    if (writer->write_file(data, 1, length) != length || writer->error() > 0) {
-      close_once_per(writer.get(), writers_.size());
+    if (block.is_end()) {
+      return true;
+    }
+    if (!writers.write(block)) {
       return false;
     }
-  }
-  return true;
-}
-
-int Copy::copy_blocks(unsigned char* data, unsigned long long length, unsigned long long& bytes,
-                      Progress progress, void* user) {
-  for (;;) {
-    const bool at_end = data == nullptr || length == 0;
-    if (progress != nullptr) {
-      progress(user, at_end ? nullptr : data, at_end ? 0 : length);
-    }
-    if (at_end) {
-      return kCopied;
-    }
-    if (!write_block(data, length)) {
-      return kWriteFellShort;
-    }
-    bytes += length;
-    reader_->skip_file(1, length);
-    data = reader_->get_bufptr(&length);
+    copy.bytes += block.length;
+    reader.skip_file(block.length, 1);
   }
 }
 
-int Copy::run(unsigned long long& bytes, Progress progress, void* user) {
-  if (!reader_->open_file(source_, true, false, true)) {
-    return fail(kSourceNotOpened, source_);
-  }
-  unsigned long long length = 0;
-  unsigned char* data = reader_->get_bufptr(&length);
-  const bool has_data = data != nullptr && length > 0;
-  if (!has_data && reader_->get_file_size() > 0) {
-    reader_->close_file();
-    return fail(kSourceNotRead, source_);
-  }
-  if (const int code = open_destinations(); code != kCopied) {
-    return code;
-  }
-  if (has_data) {
-    if (const int code = copy_blocks(data, length, bytes, progress, user); code != kCopied) {
-      return code;
+Result copy_data(const Copy& copy, fReadBuffer& reader, Writers& writers) {
+  const bool has_data = reader.getNextBlock() > 0;
+  if (!has_data && reader.get_file_size() > 0) {
+    if (copy.verbose) {
+      msgerror("File Copy: failed to read '%s'\n", copy.source);
     }
+    return kSourceNotRead;
   }
-  int result = kCopied;
-  for (const BorrowedWriter& writer : writers_) {
-    writer->close_file(true);
-    // The last blocks are written while closing: a disk that fills up then shows only here.
-    if (writer->error() > 0) {
-      result = kWriteFellShort;
+  const int opened = writers.open(copy.destinations);
+  if (opened < copy.count) {
+    if (copy.verbose) {
+      msgerror("File Copy: failed to create '%s'\n", copy.destinations[opened]);
     }
+    return kDestinationNotCreated;
   }
-  reader_->close_file();
-  for (std::size_t i = 0; i < writers_.size(); ++i) {
-    copy_times_and_attributes(source_, names_[i], true, verbose_);
+  if (has_data && !copy_blocks(copy, reader, writers)) {
+    return kWriteFailed;
   }
+  return writers.close() ? kCopied : kWriteFailed;
+}
+
+Result run_copy(const Copy& copy, fReadBuffer* borrowed_reader, fWriteBuffer** borrowed_writers) {
+  const BorrowedReader reader = reader_for_copy(borrowed_reader);
+  if (reader.get() == nullptr || !open_source(*reader.get(), copy.source)) {
+    if (copy.verbose) {
+      msgerror("File Copy: failed to open '%s'\n", copy.source);
+    }
+    return kSourceNotOpened;
+  }
+  Writers writers(copy.count);
+  if (!writers.prepare(borrowed_writers)) {
+    reader->close_file();
+    return kDestinationNotCreated;
+  }
+  const Result result = copy_data(copy, *reader.get(), writers);
+  reader->close_file();
   return result;
 }
 
@@ -211,21 +215,14 @@ int Copy::run(unsigned long long& bytes, Progress progress, void* user) {
 
 using namespace orsin;
 
-int file_copy(const char* src, const char* dst, bool overwrite, unsigned long long& bytes,
-              fReadBuffer* reader, fWriteBuffer* writer, Progress progress, void* user,
-              bool verbose) {
-  const char* names[] = {dst, nullptr};
-  fWriteBuffer* writers[] = {writer, nullptr};
-  return file_copy(src, dst != nullptr ? names : nullptr, overwrite, bytes, reader,
-                   writer != nullptr ? writers : nullptr, progress, user, verbose);
-}
-
 int file_copy(const char* src, const char** dsts, bool overwrite, unsigned long long& bytes,
-              fReadBuffer* reader, fWriteBuffer** writers, Progress progress, void* user,
-              bool verbose) {
-  const int count = count_names(dsts);
-  if (count >= 2 && writers != nullptr && count_writers(writers) != count) {
-    return kWriterCountDiffers;
+              fReadBuffer* reader, fWriteBuffer** writers,
+              void (*progress)(void* user, unsigned char* data, unsigned long long length),
+              void* user, bool verbose) {
+  const int count = count_destinations(dsts);
+  const int writer_count = count_writers(writers);
+  if (count >= 2 && writers != nullptr && writer_count != count) {
+    return kWritersDiffer;
   }
   if (count > kDestinationsMax) {
     return kTooManyDestinations;
@@ -234,15 +231,29 @@ int file_copy(const char* src, const char** dsts, bool overwrite, unsigned long 
     msgerror("File Copy: no source file specified!");
     return kNoSource;
   }
+  const Copy copy{src, dsts, count, overwrite, bytes, progress, user, verbose};
   for (int i = 0; i < count; ++i) {
-    if (const int code = check_destination(src, dsts[i], overwrite, verbose); code != kCopied) {
-      return code;
+    const Result result = check_destination(copy, dsts[i]);
+    if (result != kCopied) {
+      return result;
     }
   }
-  try {
-    return Copy(src, dsts, count, reader, writers, verbose).run(bytes, progress, user);
-  } catch (const std::bad_alloc&) {
-    msgerror("File Copy: not enough memory");
-    return kDestinationNotCreated;
+  const Result result = run_copy(copy, reader, writer_count > 0 ? writers : nullptr);
+  if (result != kCopied) {
+    return result;
   }
+  for (int i = 0; i < count; ++i) {
+    copy_file_facts(src, dsts[i], true, verbose);
+  }
+  return kCopied;
+}
+
+int file_copy(const char* src, const char* dst, bool overwrite, unsigned long long& bytes,
+              fReadBuffer* reader, fWriteBuffer* writer,
+              void (*progress)(void* user, unsigned char* data, unsigned long long length),
+              void* user, bool verbose) {
+  const char* destinations[] = {dst, nullptr};
+  fWriteBuffer* writers[] = {writer, nullptr};
+  return file_copy(src, dst != nullptr ? destinations : nullptr, overwrite, bytes, reader,
+                   writer != nullptr ? writers : nullptr, progress, user, verbose);
 }

@@ -1,65 +1,68 @@
-// What the file utilities ask of the file system. file_system_win.cpp answers.
+// What the file utilities ask of the platform's file system. file_system_win.cpp and
+// everyone_access_win.cpp answer.
 //
-// Paths are UTF-8 and are cut at 259 UTF-16 units. Failures leave the last error, and those of
-// the run-time library's calls errno.
+// Paths are UTF-8 with backslashes, converted to at most 260 units right before the system call; a
+// null path fails like an empty one. A call that fails leaves the thread's last error, and errno
+// where it says so. Nothing is logged, nothing is tried twice.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 namespace orsin::port {
 
-constexpr std::uint32_t kAttributeHidden = 0x2;
-constexpr std::uint32_t kAttributeSystem = 0x4;
-constexpr std::uint32_t kAttributeDirectory = 0x10;
+// Bits of the attributes, as the system numbers them.
+constexpr std::uint32_t kReadOnly = 0x01;
+constexpr std::uint32_t kHidden = 0x02;
+constexpr std::uint32_t kSystem = 0x04;
+constexpr std::uint32_t kDirectory = 0x10;
 
-struct FileAttributes {
-  std::uint32_t bits = 0;
-  std::uint64_t write_time = 0;  // 100 ns since 1601 UTC.
-  std::uint64_t size = 0;
+/// What a directory entry knows about a file. Times: 100 ns since 1601 UTC.
+struct FileFacts {
+  std::uint32_t attributes;
+  std::uint64_t size_bytes;
+  std::uint64_t write_time;
 };
 
-[[nodiscard]] bool query_attributes(const char* path, FileAttributes& attributes) noexcept;
+/// GetFileAttributesExW.
+[[nodiscard]] bool read_facts(const char* path, FileFacts& facts) noexcept;
 
-[[nodiscard]] bool make_directory(const char* path) noexcept;
-[[nodiscard]] bool remove_directory(const char* path) noexcept;
-[[nodiscard]] bool remove_file(const char* path) noexcept;
+/// GetFileAttributesW and SetFileAttributesW.
+[[nodiscard]] bool read_attributes(const char* path, std::uint32_t& attributes) noexcept;
+[[nodiscard]] bool write_attributes(const char* path, std::uint32_t attributes) noexcept;
 
-/// Fails when the new name exists.
-[[nodiscard]] bool rename_file(const char* from, const char* to) noexcept;
-
-/// The last-write time of a file opened for reading, with or without others reading it.
+/// Opens the file for reading, shared for reading or not at all, and asks its handle for the time.
+/// CreateFileW, GetFileTime.
 [[nodiscard]] bool read_write_time(const char* path, bool share, std::uint64_t& time) noexcept;
 
-enum class SetTime { kDone, kNotOpened, kRefused };
+/// Opens the file for writing, not shared, and sets this one time. CreateFileW, SetFileTime.
+[[nodiscard]] bool write_write_time(const char* path, std::uint64_t time) noexcept;
 
-/// Sets the last-write time alone. Opened for writing with nobody else, or for attributes only with
-/// anybody.
-SetTime set_write_time_alone(const char* path, std::uint64_t time) noexcept;
-SetTime set_write_time_shared(const char* path, std::uint64_t time) noexcept;
+/// Opens the file for writing attributes, shared for reading and writing, and sets this one time.
+[[nodiscard]] bool write_write_time_shared(const char* path, std::uint64_t time) noexcept;
 
-[[nodiscard]] bool read_attribute_bits(const char* path, std::uint32_t& bits) noexcept;
-[[nodiscard]] bool write_attribute_bits(const char* path, std::uint32_t bits) noexcept;
-
-/// The same through the narrow-character calls, with the path in the system's code page.
+/// The same four for paths as they are, in the system's code page: with a name outside ASCII they
+/// find nothing, or another file. CreateFileA, GetFileAttributesA, SetFileAttributesA.
 [[nodiscard]] bool read_write_time_narrow(const char* path, std::uint64_t& time) noexcept;
-[[nodiscard]] bool set_write_time_narrow(const char* path, std::uint64_t time) noexcept;
-[[nodiscard]] bool read_attribute_bits_narrow(const char* path, std::uint32_t& bits) noexcept;
-[[nodiscard]] bool write_attribute_bits_narrow(const char* path, std::uint32_t bits) noexcept;
+[[nodiscard]] bool write_write_time_narrow(const char* path, std::uint64_t time) noexcept;
+[[nodiscard]] bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcept;
+[[nodiscard]] bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept;
 
-/// An environment variable; 0 when there is none or it does not fit.
-std::size_t environment_variable(const char* name, char* value, std::size_t size) noexcept;
-
-/// Date and time texts of a time in units of 100 ns since 1601 UTC. Each returns the characters
-/// written without the terminator, 0 on failure.
-enum class DateStyle { kUserShort, kIso };
-enum class TimeStyle { kShort24Hours, kIsoSeconds };
-std::size_t date_text(std::uint64_t time, bool local, DateStyle style, char* out,
-                      std::size_t size) noexcept;
-std::size_t time_text(std::uint64_t time, bool local, TimeStyle style, char* out,
-                      std::size_t size) noexcept;
-
-/// The system's text for the thread's last error in the user's language; empty for 0.
-void last_error_text(char* text, std::size_t size) noexcept;
+/// These set errno. _wmkdir, _wunlink, _wrmdir, _wrename.
+[[nodiscard]] bool make_directory(const char* path) noexcept;
+[[nodiscard]] bool remove_file(const char* path) noexcept;
+[[nodiscard]] bool remove_directory(const char* path) noexcept;
+[[nodiscard]] bool rename_path(const char* from, const char* to) noexcept;
 
 }  // namespace orsin::port
+
+/// Adds an inheritable entry to a directory's access list that lets the world group do everything.
+///
+/// @return False when the list could not be read, merged (one error line) or written; true also
+///         when the directory cannot be opened.
+/// Windows: GetSecurityInfo, SetEntriesInAclA, SetSecurityInfo.
+bool file_grant_everyone_access(const char* dir);
+
+/// The system's text for the thread's last error, without line ends and blanks at its end; empty
+/// for no error. In one buffer of 256 bytes for the process, which the next call overwrites.
+/// Windows: FormatMessageA.
+const char* file_last_error_text();

@@ -1,110 +1,132 @@
-// File name patterns, matched without recursion.
+// Matching a file name against a pattern of wildcards; see wildcard.h.
 //
-// Only the latest "*" ever needs another try: whatever an earlier one could give up, the latest can
-// take as well. So one place to go back to is enough, and the time is at most length times length.
+// Every element but "*" takes exactly one byte. So when the part after a "*" fails, only the latest
+// "*" needs to take one byte more: what an earlier one could still try, the latest tries as well.
+// The cost is bounded by name length times pattern length; there is no recursion.
 #include "files/wildcard.h"
 
 #include <algorithm>
-#include <cstring>
+
+#include "files/ascii_case.h"
 
 namespace orsin {
 namespace {
 
+// What one element of the pattern says about one byte of the name.
+struct Element {
+  const char* next;  // The element after it; null when the pattern is broken here.
+  bool matches;
+};
+
+constexpr Element kBroken{nullptr, false};
+
 class Matcher {
  public:
-  Matcher(const char* pattern, bool case_sensitive)
-      : pattern_(pattern), case_sensitive_(case_sensitive) {}
+  explicit Matcher(bool case_sensitive) : case_sensitive_(case_sensitive) {}
 
-  bool matches(const char* name);
+  [[nodiscard]] bool matches(const char* name, const char* pattern) const;
 
  private:
-  bool step(char c);
-  bool step_set(char c);
-
-  [[nodiscard]] unsigned char fold(char c) const {
-    const bool is_upper = c >= 'A' && c <= 'Z';
-    return static_cast<unsigned char>(is_upper && !case_sensitive_ ? c + ('a' - 'A') : c);
+  [[nodiscard]] unsigned char folded(char byte) const {
+    return case_sensitive_ ? static_cast<unsigned char>(byte) : fold_case(byte);
   }
+  [[nodiscard]] Element read_element(const char* pattern, char byte) const;
+  [[nodiscard]] Element read_set(const char* pattern, char byte) const;
 
-  const char* pattern_;
   bool case_sensitive_;
 };
 
-// Matches one byte against one element of the pattern and moves past it; false leaves the pattern
-// anywhere.
-bool Matcher::step(char c) {
-  switch (*pattern_) {
+// One byte of a set, or null when the pattern ends in it. Steps past a backslash.
+const char* set_byte(const char* pattern) {
+  if (*pattern == '\\') {
+    ++pattern;
+  }
+  return *pattern != '\0' ? pattern : nullptr;
+}
+
+// The whole set is read, also when its first byte matches already: a broken set matches nothing.
+Element Matcher::read_set(const char* pattern, char byte) const {
+  if (*pattern == ']') {
+    return kBroken;
+  }
+  const unsigned char wanted = folded(byte);
+  bool is_member = false;
+  while (*pattern != ']') {
+    const char* low = set_byte(pattern);
+    if (low == nullptr) {
+      return kBroken;
+    }
+    const char* high = low;
+    if (low[1] == '-') {
+      high = low[2] != ']' ? set_byte(low + 2) : nullptr;
+      if (high == nullptr) {
+        return kBroken;
+      }
+    }
+    const auto [least, most] = std::minmax({folded(*low), folded(*high)});
+    is_member = is_member || (least <= wanted && wanted <= most);
+    pattern = high + 1;
+  }
+  return {pattern + 1, is_member};
+}
+
+Element Matcher::read_element(const char* pattern, char byte) const {
+  switch (*pattern) {
     case '\0':
-      return false;
+      return {pattern, false};  // The name goes on after the pattern's end.
     case '?':
-      ++pattern_;
-      return true;
+      return {pattern + 1, true};
     case '[':
-      return step_set(c);
+      return read_set(pattern + 1, byte);
     case '\\':
-      ++pattern_;
-      if (*pattern_ == '\0') {
-        return false;
+      ++pattern;
+      if (*pattern == '\0') {
+        return kBroken;
       }
-      [[fallthrough]];
+      break;
     default:
-      return fold(*pattern_++) == fold(c);
+      break;
   }
+  return {pattern + 1, folded(*pattern) == folded(byte)};
 }
 
-// A malformed set matches nothing, whatever it holds before the mistake.
-bool Matcher::step_set(char c) {
-  const unsigned char wanted = fold(c);
-  bool found = false;
-  ++pattern_;
-  if (*pattern_ == ']') {
-    return false;
-  }
-  while (*pattern_ != ']') {
-    if (*pattern_ == '\0') {
-      return false;
-    }
-    const unsigned char low = fold(*pattern_++);
-    unsigned char high = low;
-    if (*pattern_ == '-') {
-      ++pattern_;
-      if (*pattern_ == '\0' || *pattern_ == ']') {
-        return false;
-      }
-      high = fold(*pattern_++);
-    }
-    found = found || (wanted >= std::min(low, high) && wanted <= std::max(low, high));
-  }
-  ++pattern_;
-  return found;
-}
-
-bool Matcher::matches(const char* name) {
-  const char* star_pattern = nullptr;  // Behind the latest "*", and where it began to match.
-  const char* star_name = nullptr;
+bool Matcher::matches(const char* name, const char* pattern) const {
+  const char* retry_name = nullptr;     // Where the latest "*" has to take one byte more.
+  const char* retry_pattern = nullptr;  // What follows it.
   while (*name != '\0') {
-    if (*pattern_ == '*') {
-      star_pattern = ++pattern_;
-      star_name = name;
-      if (*pattern_ == '\0') {
+    if (*pattern == '*') {
+      retry_pattern = ++pattern;
+      retry_name = name;
+      if (*pattern == '\0') {
         return true;
       }
-    } else if (step(*name)) {
-      ++name;
-    } else if (star_pattern != nullptr) {
-      pattern_ = star_pattern;
-      name = ++star_name;
-    } else {
+      continue;
+    }
+    const Element element = read_element(pattern, *name);
+    if (element.next == nullptr) {
       return false;
     }
+    if (element.matches) {
+      pattern = element.next;
+      ++name;
+      continue;
+    }
+    if (retry_pattern == nullptr) {
+      return false;
+    }
+    pattern = retry_pattern;
+    name = ++retry_name;
   }
-  return pattern_[std::strspn(pattern_, "*")] == '\0';
+  while (*pattern == '*') {
+    ++pattern;
+  }
+  return *pattern == '\0';
 }
 
 }  // namespace
 
 bool matches_wildcard(const char* name, const char* pattern, bool case_sensitive) {
-  return Matcher(pattern, case_sensitive).matches(name);
+  return Matcher(case_sensitive).matches(name, pattern);
 }
 
 }  // namespace orsin
