@@ -2,6 +2,8 @@
 //
 // The fault guard writes it too for threads that were not started through mp_start_thread(). Code
 // that runs here stands in a broken process: it formats and logs, and allocates nothing.
+#include <cstdio>
+
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
 #include "orsincore/threads.h"
@@ -33,5 +35,8 @@ int orsinExceptionFilter(int code, void* /*information*/) {
       break;
   }
   msgcont("%s", kAsterisks);
+  if (std::FILE* stream = msg_get_file()) {
+    std::fflush(stream);  // The process may end before anything else writes it out.
+  }
   return kExecuteHandler;
 }
