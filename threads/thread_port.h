@@ -13,8 +13,8 @@ struct StartedThread {
 
 enum class ThreadWait { kEnded, kTimedOut, kFailed };
 
-/// What a new thread does first: `run(entry, argument)`. It travels by value: the table may give the
-/// thread's record to another before the thread has run at all.
+/// What a new thread does first: `run(entry, argument)`. It travels by value: the table may give
+/// the thread's record to another before the thread has run at all.
 struct ThreadStart {
   void (*run)(void (*entry)(void*), void* argument);
   void (*entry)(void*);

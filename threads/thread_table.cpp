@@ -153,7 +153,8 @@ unsigned int mp_start_thread(const char* name, void (*entry)(void*), void* argum
   record->entry = entry;
   record->argument = argument;
 
-  const port::StartedThread started = port::start_thread({run_thread, entry, argument}, kStackBytes);
+  const port::StartedThread started =
+      port::start_thread({run_thread, entry, argument}, kStackBytes);
   if (started.handle == nullptr) {
     // Kept on purpose: the record stays in use without a thread until closedown, as a trace of the
     // failure.
