@@ -38,8 +38,7 @@ void* a_alloc(std::uint64_t size, int alignment) {
   const std::optional<std::uint64_t> request = aligned_request(size, unit);
   void* start = request ? std::malloc(*request) : nullptr;
   if (start == nullptr) {
-    msgerror("MEMORY: Aligned allocation failed.. (Requested: %.3f)",
-             os_allocation::to_kib(size));
+    msgerror("MEMORY: Aligned allocation failed.. (Requested: %.3f)", os_allocation::to_kib(size));
     return nullptr;
   }
 

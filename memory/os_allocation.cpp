@@ -12,16 +12,15 @@
 #include "memory/pages_port.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
-#include "orsincore/threads.h"
 #include "threads/lock.h"
 
 using namespace orsin;
 
 namespace {
 
-constinit __mutex_str* table_mutex = nullptr;
+constinit Mutex table_mutex;  // Does nothing before start-up, while one thread runs.
 
-AllocationTable& table_locked() {
+AllocationTable& table_locked() ORSIN_REQUIRES(table_mutex) {
   return process_wide<AllocationTable>();
 }
 
@@ -41,7 +40,7 @@ void warn_of_lock_error() {
 }  // namespace
 
 void* os_alloc(std::uint64_t size, int lock) {
-  const ScopedLock guard(table_mutex);  // Null before start-up: one thread runs.
+  const ScopedLock guard(table_mutex);
 
   UniquePages pages(port::commit_pages_top_down(size));
   if (!pages) {
@@ -97,22 +96,21 @@ int mem_unlock(void* address, std::uint64_t size) {
 namespace orsin::os_allocation {
 
 void start() {
-  if (table_mutex == nullptr) {
-    table_mutex = mp_new_mutex(0, 0);
-  }
+  table_mutex.create();
 }
 
-void stop() {
-  AllocationTable& table = table_locked();  // Closedown: no other thread runs.
+void report_and_forget() {
+  const ScopedLock guard(table_mutex);
+  AllocationTable& table = table_locked();
   if (table.held_bytes() > 0 || table.count() > 0) {
     msgdebug("MEMORY: Closedown: %d OS allocations left: %d\n", table.count(),
              static_cast<int>(table.held_bytes()));
   }
   table.clear();
-  if (table_mutex != nullptr) {
-    mp_delete_mutex(table_mutex);
-    table_mutex = nullptr;
-  }
+}
+
+void stop() {
+  table_mutex.destroy();
 }
 
 bool is_live(const void* address) {

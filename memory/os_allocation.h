@@ -11,7 +11,10 @@ namespace orsin::os_allocation {
 /// Creates the mutex that guards the table. Calling it twice is harmless.
 void start();
 
-/// Reports pages that nobody gave back, forgets them, and deletes the mutex. The pages stay.
+/// Closedown: reports pages that nobody gave back, and forgets them. The pages stay.
+void report_and_forget();
+
+/// Deletes the mutex.
 void stop();
 
 /// True while `address` is in the table.

@@ -51,7 +51,7 @@ std::uint64_t mem_info(mem_info_str* info) {
   info->available_physical = status.available_physical;
   info->available_virtual = status.available_virtual;
   info->total_virtual = status.total_virtual;
-  info->largest_usable = largest_usable_block(largest_free_region(), status.available_physical,
-                                              status.total_physical);
+  info->largest_usable =
+      largest_usable_block(largest_free_region(), status.available_physical, status.total_physical);
   return info->available_physical;
 }

@@ -1,0 +1,36 @@
+#include "memory/memory_lifecycle.h"
+
+#include "memory/os_allocation.h"
+#include "memory/out_of_memory.h"
+#include "memory/process_heap_port.h"
+#include "memory/small_blocks.h"
+#include "orsincore/log.h"
+#include "threads/lock.h"
+
+namespace orsin {
+namespace {
+
+// Kept on purpose: nothing takes this mutex today. It exists from start-up to closedown so that
+// code of the memory layer that needs a lock of its own finds one.
+constinit Mutex general_mutex;
+
+}  // namespace
+
+std::uint64_t memory_start(mem_info_str* info) {
+  os_allocation::start();
+  general_mutex.create();
+  port::report_out_of_memory_to(log_out_of_memory);
+  return mem_info(info);
+}
+
+void memory_stop() {
+  small_blocks::stop();
+  os_allocation::report_and_forget();
+  if (!port::process_heap_is_valid()) {
+    msgdebug("MEMORY: Closedown: System heap corrupted...");
+  }
+  os_allocation::stop();
+  general_mutex.destroy();
+}
+
+}  // namespace orsin
