@@ -43,3 +43,28 @@
 #else
 #define ORSIN_LINK_NAME(name)
 #endif
+
+// A function that may read, but never use, bytes behind an object (within the same page).
+#if defined(__clang__)
+#define ORSIN_NO_SANITIZE_ADDRESS __attribute__((no_sanitize("address")))
+#else
+#define ORSIN_NO_SANITIZE_ADDRESS
+#endif
+
+// The processor's identification instruction; MSVC and GCC spell it differently.
+#if defined(_MSC_VER)
+#include <intrin.h>
+#define ORSIN_CPUID(leaf, subleaf, registers) \
+  __cpuidex(reinterpret_cast<int*>(registers), static_cast<int>(leaf), static_cast<int>(subleaf))
+#else
+#include <cpuid.h>
+#define ORSIN_CPUID(leaf, subleaf, registers) \
+  __cpuid_count(leaf, subleaf, (registers)[0], (registers)[1], (registers)[2], (registers)[3])
+#endif
+
+// A section that all processes share which have loaded the same library file.
+#if defined(_MSC_VER)
+#define ORSIN_SHARED_SECTION(name) __declspec(allocate(name))
+#elif defined(_WIN32)
+#define ORSIN_SHARED_SECTION(name) __attribute__((section(name), shared))
+#endif

@@ -16,14 +16,14 @@ constinit Mutex general_mutex;
 
 }  // namespace
 
-std::uint64_t memory_start(mem_info_str* info) {
+std::uint64_t start_memory(mem_info_str& info) {
   os_allocation::start();
   general_mutex.create();
   port::report_out_of_memory_to(log_out_of_memory);
-  return mem_info(info);
+  return mem_info(&info);
 }
 
-void memory_stop() {
+void stop_memory() {
   small_blocks::stop();
   os_allocation::report_and_forget();
   if (!port::process_heap_is_valid()) {

@@ -37,6 +37,9 @@ void stream_lines(unsigned char* destination, const unsigned char* source, std::
 }  // namespace
 
 void copy_slice(void* destination, const void* source, std::size_t count) {
+  if (count == 0) {
+    return;  // The addresses may be null then.
+  }
   if (count < kStreamBytesMin) {
     std::memcpy(destination, source, count);
     return;

@@ -1,31 +1,204 @@
-// Threads: primitives and clock, named threads, the all-processors executor.
+// Threads: mutexes, conditions, thread-local cells, the clock, scheduling, named threads, processor
+// faults as exceptions, and the executor that runs one function on every processor.
 #pragma once
 
 #include "orsincore/base.h"
 
+// ---------------------------------------------------------------------------------------------
+// Mutexes
+// ---------------------------------------------------------------------------------------------
+
+/// Makes a recursive mutex: its thread may take it again, and each take needs a release.
+///
+/// @param locked    Non-zero: the calling thread holds it at once.
+/// @param reserved  Ignored.
+/// @return The caller's, until mp_delete_mutex(); null when memory is exhausted.
+/// Any thread. Windows: a critical section, so taking a free one costs no system call.
 ORSIN_API __mutex_str* mp_new_mutex(int locked, unsigned int reserved);
+
+/// Frees a mutex that nobody holds. Null does nothing.
 ORSIN_API void mp_delete_mutex(__mutex_str* mutex);
+
+/// Waits until the mutex is taken. Returns 0.
 ORSIN_API int mp_get_mutex(__mutex_str* mutex);
+
+/// Undoes one take; only the thread that took it may. Returns 0.
 ORSIN_API int mp_release_mutex(__mutex_str* mutex);
+
+/// Takes the mutex if it is free or already this thread's, and returns 1 (release it once more); 0
+/// without waiting otherwise.
 ORSIN_API int mp_test_mutex(__mutex_str* mutex);
+
+// ---------------------------------------------------------------------------------------------
+// Conditions
+// ---------------------------------------------------------------------------------------------
+
+/// Makes a condition block, used together with a mutex that guards what is waited for.
+///
+/// @return The caller's, until mp_delete_cond_block(); null when memory is exhausted.
+/// Windows: a condition variable.
 ORSIN_API __cond_str* mp_new_cond_block();
+
+/// Frees a condition that nobody waits for. Null does nothing.
 ORSIN_API void mp_delete_cond_block(__cond_str* condition);
+
+/// Lets go of the held mutex, waits without limit for a signal, takes the mutex again. A wait may
+/// end without a signal: test what you wait for in a loop.
 ORSIN_API void mp_cond_wait(__cond_str* condition, __mutex_str* mutex);
+
+/// As mp_cond_wait(), for at most so many nanoseconds, used as whole milliseconds.
+///
+/// Below one millisecond (negative included), and for exactly 0xFFFFFFFF milliseconds, it returns 0
+/// at once without letting go of the mutex.
+/// @return Non-zero when woken, 0 when the time was over.
 ORSIN_API int mp_cond_timedwait(__cond_str* condition, __mutex_str* mutex, long long nanoseconds);
+
+/// Wakes one waiter, if there is one.
 ORSIN_API void mp_cond_signal(__cond_str* condition);
+
+/// Wakes all waiters.
 ORSIN_API void mp_cond_broadcast(__cond_str* condition);
+
+// ---------------------------------------------------------------------------------------------
+// Thread-local cells
+// ---------------------------------------------------------------------------------------------
+
+/// Makes a key under which each thread keeps one pointer of its own, null at first.
+///
+/// @return The caller's, until mp_key_delete(); null when memory is exhausted, or, after an error
+///         line with the system's code, when the process has no key left.
+/// Windows: TlsAlloc.
 ORSIN_API __tls_key_str* mp_key_create();
+
+/// Frees a key; what the pointers point to stays. Null does nothing.
 ORSIN_API void mp_key_delete(__tls_key_str* key);
+
+/// Stores the calling thread's pointer. 0, or -1 after an error line with the system's code.
 ORSIN_API int mp_setspecific(__tls_key_str* key, const void* value);
+
+/// The calling thread's pointer; null when it was never set.
 ORSIN_API void* mp_getspecific(__tls_key_str* key);
+
+// ---------------------------------------------------------------------------------------------
+// Sleeping and the clock
+// ---------------------------------------------------------------------------------------------
+
+/// Sleeps for so many nanoseconds, used as whole milliseconds and at least one. Exactly 0xFFFFFFFF
+/// milliseconds do not sleep at all. Queued completion routines run meanwhile. Returns 0.
+/// Windows: SleepEx.
 ORSIN_API int mp_timedwait(long long nanoseconds);
+
+/// Gives up the rest of the time slice; queued completion routines run.
 ORSIN_API void mp_yield();
+
+/// Seconds since the clock was initialised. 0.0 while it is not or when its counter cannot be read;
+/// that is warned about once a process. Any thread. Windows: QueryPerformanceCounter.
 ORSIN_API double mp_getclock();
+
+/// Counts a second of the clock's counter; initialises the clock when needed. 0 without a usable
+/// counter.
 ORSIN_API double mp_getclockfrequency();
+
+// ---------------------------------------------------------------------------------------------
+// Scheduling. Each acts on the calling thread; what the system refuses is a warning.
+// ---------------------------------------------------------------------------------------------
+
+ORSIN_API void mp_schedule_ndpi();     ///< Process: real-time class. Thread: normal.
+ORSIN_API void mp_schedule_highest();  ///< Thread: highest.
+ORSIN_API void mp_schedule_high();     ///< Thread: above normal.
+ORSIN_API void mp_schedule_low();      ///< Thread: idle, without priority boost.
+
+/// Whether the calling thread belongs to the Administrators group. Tested once a process; the test
+/// also enables the privilege to raise priorities where the process has it.
+ORSIN_API bool ov_admin_privileges();
+
+// ---------------------------------------------------------------------------------------------
+// Named threads
+// ---------------------------------------------------------------------------------------------
+
+/// Starts a thread with a stack of 1 MiB.
+///
+/// A processor fault that nobody in the thread catches as SE_Exception writes a fatal-error block
+/// with the thread's name to the log and ends the process with exit code -1. The floating-point
+/// unit starts in the library's mode.
+/// @param name   Shorter than 32 bytes; null or empty means "Unknown". Copied.
+/// @param entry  Must not let C++ exceptions other than SE_Exception out.
+/// @return The system's thread identifier, for mp_join_thread() or mp_detach_thread(); 0xFFFFFFFF
+///         after an error line when the thread could not be created.
+/// Any thread. Windows: CreateThread.
 ORSIN_API unsigned int mp_start_thread(const char* name, void (*entry)(void*), void* argument);
+
+/// Waits for a thread to end and forgets it.
+///
+/// @return 1 when it ended in time. 0 after a warning when it did not (it runs on, forgotten) or
+/// the
+///         wait failed; 0 at once for an identifier that is not in use.
+/// Any thread but the one waited for.
 ORSIN_API int mp_join_thread(unsigned int identifier, unsigned int timeout_ms);
+
+/// Forgets a thread without waiting for it. 1, or 0 for an identifier that is not in use.
+ORSIN_API int mp_detach_thread(int identifier);
+
+/// The calling thread's name, "Unknown" for a thread that was not started here. Valid until
+/// closedown. Any thread.
 ORSIN_API const char* mp_get_thread_name();
+
+/// Binds the calling thread to a processor of the processor table: as a preference on an ordinary
+/// machine, to the processor's group on one with several groups.
+///
+/// @return False for an index outside the table, and, after an error line, when the system refuses.
+/// Windows: SetThreadIdealProcessorEx, SetThreadGroupAffinity.
+ORSIN_API bool mp_set_thread_affinity(int processor);
+
+struct _EXCEPTION_POINTERS;  ///< The platform's record of a fault (see <excpt.h>).
+
+/// A processor fault, thrown from the faulting instruction.
+///
+/// Thrown inside threads of mp_start_thread(), and after start-up inside the main thread, through
+/// code that was compiled for it (GCC: -fnon-call-exceptions; MSVC: /EHa). The information is valid
+/// until the next fault of the same thread.
+class ORSIN_API SE_Exception {
+ public:
+  SE_Exception(unsigned int code, _EXCEPTION_POINTERS* information);
+  SE_Exception(const SE_Exception& other);
+  SE_Exception& operator=(const SE_Exception& other);
+  ~SE_Exception();
+
+  /// The fault's code: 0xC0000005 for an access violation, 0xC0000094 for a division by zero.
+  [[nodiscard]] unsigned int getSeNumber() const;
+
+  /// Record and processor context of the fault; may be null.
+  [[nodiscard]] _EXCEPTION_POINTERS* getSePointers() const;
+
+  /// Kept on purpose: does nothing. Crash reporting of hosts calls it.
+  void DumpFile() const;
+
+ private:
+  SE_Exception();
+
+  unsigned int code_ = 0xFFFFFFFF;
+  _EXCEPTION_POINTERS* information_ = nullptr;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The executor
+// ---------------------------------------------------------------------------------------------
+
+/// Calls function(a1 ... a6) once on every worker and returns when all calls have returned.
+///
+/// The function splits its work by smp_id() and smp_numprocs(). With fewer than two workers it is
+/// called once, on the calling thread.
+/// @param function  Declared with six pointer arguments and cast to this type.
+/// Any thread that is not a worker; several callers may overlap. Never from inside a job: the call
+/// would wait for itself. No time-out. Allocates nothing.
 ORSIN_API void smp_exec(void (*function)(), void* a1, void* a2, void* a3, void* a4, void* a5,
                         void* a6);
+
+/// Inside a job its part number, from 0; -1 on a worker between jobs; 0 on any other thread.
 ORSIN_API int smp_id();
+
+/// The number of workers, which is the number of parts of every smp_exec().
 ORSIN_API int smp_numprocs();
+
+/// 1 inside a job, else 0.
+ORSIN_API int smp_is_spawned();

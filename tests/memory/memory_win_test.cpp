@@ -27,9 +27,9 @@ class OutOfMemory : public testing::Test {
  protected:
   void SetUp() override {
     mem_info_str info = {};
-    memory_start(&info);
+    start_memory(info);
   }
-  void TearDown() override { memory_stop(); }
+  void TearDown() override { stop_memory(); }
 };
 
 TEST_F(OutOfMemory, IsReportedByMallocWhichThenReturnsNull) {

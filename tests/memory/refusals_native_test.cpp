@@ -154,10 +154,10 @@ TEST(ProcessHeap, KeepsTheLineOfAHeapWithoutAFreeBlock) {
 TEST(MemoryLifecycle, ReportsADamagedHeapAtClosedown) {
   const LogCapture log(3);
   mem_info_str info = {};
-  memory_start(&info);
+  start_memory(info);
   test::native_process_heap().is_valid = false;
 
-  memory_stop();
+  stop_memory();
 
   EXPECT_EQ(log.lines(), Lines{"DEBUG: MEMORY: Closedown: System heap corrupted..."});
   test::native_process_heap() = {};
@@ -178,11 +178,11 @@ TEST(MemoryLifecycle, HasTheHeapReportWhatItCannotGive) {
     SCOPED_TRACE(request.bytes);
     const LogCapture log;
     mem_info_str info = {};
-    memory_start(&info);
+    start_memory(info);
 
     ASSERT_NE(test::native_process_heap().report, nullptr);
     test::native_process_heap().report(request.bytes);
-    memory_stop();
+    stop_memory();
 
     EXPECT_EQ(log.lines(),
               (Lines{"ERROR: ************************************", request.line, "     : *"}));

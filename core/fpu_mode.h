@@ -1,0 +1,8 @@
+#pragma once
+
+namespace orsin {
+
+/// Forgets the recorded mode, as before start-up. For tests.
+void forget_fpu_mode();
+
+}  // namespace orsin

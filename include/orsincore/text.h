@@ -1,0 +1,280 @@
+// Text: UTF conversions and editing, dates, hashes and encodings.
+//
+// Strings are NUL-terminated. A character index counts code points, a byte offset counts bytes.
+// UTF-8 that cannot be decoded is read as Latin-1, one byte a character, so decoding never fails.
+#pragma once
+
+#include <cstdio>
+
+#include "orsincore/base.h"
+
+// ---------------------------------------------------------------------------------------------
+// UTF-8. No function here allocates, keeps state, logs or accepts null unless it says so. Any
+// thread.
+//
+// Decoding accepts the sequences of RFC 3629, and three-byte surrogate values; anything else is one
+// Latin-1 character of one byte. Encoding takes any value below 0x200000.
+// ---------------------------------------------------------------------------------------------
+
+/// The number of characters.
+ORSIN_API std::size_t ov_utf8_strlen(const char* s);
+
+/// Decodes the character at byte *pos and moves *pos past it, except at the end: there the result
+/// is 0 and *pos stays.
+ORSIN_API int ov_utf8_get_code_point(const char* s, std::size_t* pos);
+
+/// Steps back one character from byte *pos and decodes it; 0 at the beginning.
+ORSIN_API int ov_utf8_get_code_point_rev(const char* s, std::size_t* pos);
+
+/// Bytes of the next `count` characters from byte `start`, or up to the end of the string.
+ORSIN_API std::size_t ov_utf8_get_num_bytes(const char* s, std::size_t start, int count);
+
+/// 1 to 4; 0 for a value of 0x200000 or more. Negative values take 1.
+ORSIN_API int ov_utf8_get_num_bytes_for_code_point(int cp);
+
+/// Writes one character without a terminator.
+///
+/// @param n  Bytes free at dst.
+/// @return The bytes written; 0, with nothing written, if it does not fit or cannot be encoded.
+ORSIN_API int ov_utf8_encode(int cp, char* dst, std::size_t n);
+
+/// Inserts one character at a character index; past the end it is appended.
+///
+/// @param n  Bytes of the whole buffer.
+/// @return The bytes inserted; 0, with nothing changed, if they do not fit.
+ORSIN_API int ov_utf8_insert_char(char* s, std::size_t n, int index, int cp);
+
+/// Removes up to `count` characters from a character index on. Returns the bytes removed.
+ORSIN_API std::size_t ov_utf8_erase(char* s, int index, int count);
+
+/// Inserts as many whole characters of `ins` as fit. Returns the bytes inserted.
+///
+/// @param n  Bytes of the whole buffer.
+ORSIN_API std::size_t ov_utf8_insert(char* s, std::size_t n, int index, const char* ins);
+
+/// 1 if the whole string is strict UTF-8 (three-byte surrogate values included), else 0.
+ORSIN_API int ov_utf8_is_valid(const char* s);
+
+/// Cuts the string at its first invalid sequence. Returns it.
+ORSIN_API char* ov_utf8_validate(char* s);
+
+// ---------------------------------------------------------------------------------------------
+// UTF-16
+//
+// Surrogates are paired without the standard's offset of 0x10000, in both directions: U+10000 is
+// 0xD840 0xDC00. Text written by the library reads back unchanged. The overloads with char*
+// pointers take the same data and measure it in bytes.
+// ---------------------------------------------------------------------------------------------
+
+/// The number of characters.
+ORSIN_API std::size_t ov_utf16_strlen(const unsigned short* s);
+ORSIN_API std::size_t ov_utf16_strlen(const char* s);
+
+/// As ov_utf8_get_code_point(); *pos counts units, or bytes (rounded down to even).
+ORSIN_API int ov_utf16_get_code_point(const unsigned short* s, std::size_t* pos);
+ORSIN_API int ov_utf16_get_code_point(const char* s, std::size_t* pos);
+
+ORSIN_API int ov_utf16_get_num_for_code_point(int cp);        ///< Units: 1 or 2.
+ORSIN_API int ov_utf16_get_num_bytes_for_code_point(int cp);  ///< Bytes: 2 or 4.
+
+/// Writes one character without a terminator; n and the result count units, or bytes. 0 if it does
+/// not fit.
+ORSIN_API int ov_utf16_encode(int cp, unsigned short* dst, std::size_t n);
+ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);
+
+// ---------------------------------------------------------------------------------------------
+// Conversions. Each returns dst, which is always terminated.
+//
+// Whole characters are written while they fit. Then the last element of dst becomes 0 in any case:
+// when the characters fill dst to the end, that cuts the last one. With n = 0 nothing is written.
+// ---------------------------------------------------------------------------------------------
+
+/// @param n  Bytes of dst.
+ORSIN_API char* ov_utf16_to_utf8(const unsigned short* src, char* dst, std::size_t n);
+ORSIN_API char* ov_utf16_to_utf8(const char* src, char* dst, std::size_t n);
+ORSIN_API char* ov_utf32_to_utf8(const unsigned int* src, char* dst, std::size_t n);
+
+/// @param n  Elements of dst; bytes where dst is a char*.
+ORSIN_API unsigned short* ov_utf8_to_utf16(const char* src, unsigned short* dst, std::size_t n);
+ORSIN_API char* ov_utf8_to_utf16(const char* src, char* dst, std::size_t n);
+ORSIN_API unsigned int* ov_utf8_to_utf32(const char* src, unsigned int* dst, std::size_t n);
+
+#if defined(_WIN32)
+/// The same for wide strings; n counts bytes of dst, units of dst, bytes of dst.
+ORSIN_API char* ov_wchar_to_utf8(const wchar_t* src, char* dst, std::size_t n);
+ORSIN_API wchar_t* ov_utf8_to_wchar_n(const char* src, wchar_t* dst, std::size_t n);
+ORSIN_API wchar_t* ov_utf8_to_wchar_s(const char* src, wchar_t* dst, std::size_t n);
+#endif
+
+/// UTF-8 to Latin-1, at most n - 2 characters. A null src gives an empty dst.
+ORSIN_API const char* ov_utf8_to_byte(char* dst, std::size_t n, const char* src);
+
+/// Latin-1 to UTF-8. A null src gives an empty dst.
+ORSIN_API const char* ov_byte_to_utf8(char* dst, std::size_t n, const char* src);
+
+/// Copies at most n - 2 bytes; control characters other than line feed and carriage return become
+/// blanks. A null src gives an empty dst.
+ORSIN_API const char* validate_ascii_xml_text(char* dst, std::size_t n, const char* src);
+
+/// Opens a stream by UTF-8 name; names are cut at 259 UTF-16 units. Null when that fails.
+/// Windows: _wfopen, _wfreopen.
+ORSIN_API std::FILE* ov_utf8_fopen(const char* name, const char* mode);
+ORSIN_API std::FILE* ov_utf8_freopen(const char* name, const char* mode, std::FILE* stream);
+
+// ---------------------------------------------------------------------------------------------
+// Hashes. Each context belongs to its caller; one thread at a time.
+// ---------------------------------------------------------------------------------------------
+
+/// MD5 (RFC 1321).
+struct md5_state_s {
+  unsigned int count[2];  ///< Message length in bits, low word first.
+  unsigned int abcd[4];   ///< The running digest.
+  unsigned char buf[64];  ///< The partial block.
+};
+
+ORSIN_API void ov_md5_init(md5_state_s* state);
+
+/// Adds n bytes; n of 0 or less does nothing.
+ORSIN_API void ov_md5_append(md5_state_s* state, const unsigned char* data, int n);
+
+/// Ends the message and stores its digest.
+ORSIN_API void ov_md5_finish(md5_state_s* state, unsigned char digest[16]);
+
+/// SHA-1 (FIPS 180-1).
+struct SHA1Context {
+  unsigned int Message_Digest[5];  ///< After ov_SHA1Result() the digest, in host order.
+  unsigned int Length_Low;         ///< Message length in bits.
+  unsigned int Length_High;
+  unsigned char Message_Block[64];  ///< The partial block.
+  int Message_Block_Index;          ///< Bytes used in it.
+  int Computed;                     ///< 1 once the digest is final.
+  int Corrupted;                    ///< 1 after a misuse or a length overflow.
+};
+
+ORSIN_API void ov_SHA1Reset(SHA1Context* context);
+
+/// Adds n bytes. Adding to a finished message marks the context corrupted, as does a message of
+/// 2^61 bytes or more.
+ORSIN_API void ov_SHA1Input(SHA1Context* context, const unsigned char* data, unsigned int n);
+
+/// Ends the message. 1, or 0 for a corrupted context.
+ORSIN_API int ov_SHA1Result(SHA1Context* context);
+
+/// XXH64 (the xxHash library), 88 bytes of state.
+struct XXH64_state_s;
+
+/// A state with undefined contents, to reset first; null when memory is exhausted.
+ORSIN_API XXH64_state_s* ov_XXH64_createState();
+ORSIN_API int ov_XXH64_freeState(XXH64_state_s* state);  ///< Returns 0.
+ORSIN_API void ov_XXH64_copyState(XXH64_state_s* dst, const XXH64_state_s* src);
+ORSIN_API int ov_XXH64_compareState(const XXH64_state_s* a,
+                                    const XXH64_state_s* b);  ///< As memcmp.
+ORSIN_API int ov_XXH64_reset(XXH64_state_s* state, unsigned long long seed);
+ORSIN_API int ov_XXH64_update(XXH64_state_s* state, const void* data, std::size_t n);
+ORSIN_API unsigned long long ov_XXH64_digest(const XXH64_state_s* state);
+
+// ---------------------------------------------------------------------------------------------
+// Encodings
+// ---------------------------------------------------------------------------------------------
+
+/// Decodes base64 (RFC 4648) up to the first "=" or the end.
+///
+/// Every character counts; one outside the alphabet contributes 0. What does not fit into dst is
+/// dropped. Returns the bytes written. Any thread.
+ORSIN_API std::size_t ov_base64_decode(const char* src, std::size_t src_len, void* dst,
+                                       std::size_t dst_size);
+
+/// The same on every processor, for text without "=" before its end.
+///
+/// @return The length that src decodes to without its trailing "=", even when dst is smaller.
+/// Any thread that is not a worker of the executor.
+ORSIN_API std::size_t ov_base64_decode_mt(const char* src, std::size_t src_len, void* dst,
+                                          std::size_t dst_size);
+
+/// Writes a new random UUID, 36 characters in lower case padded with NULs to 64 bytes.
+///
+/// @param dst  At least 64 bytes.
+/// @return dst; null when the system has none to give. Any thread. Windows: UuidCreate.
+ORSIN_API const char* ov_create_uuid(char* dst);
+
+// ---------------------------------------------------------------------------------------------
+// Dates
+// ---------------------------------------------------------------------------------------------
+
+/// A calendar date with a time of day, proleptic Gregorian, without a time zone of its own.
+///
+/// A plain value: no allocation, no shared state.
+class ORSIN_API date {
+ public:
+  date();                          ///< Now, local time.
+  explicit date(long long posix);  ///< The local time of seconds since 1970 UTC.
+  date(int year, int month, int day, char hour, char minute, char second);  ///< Stored unchecked.
+  explicit date(const char* text);  ///< As scan(text, "%c", null); now if empty or null.
+  date(const date& other) = default;
+  date& operator=(const date& other) = default;
+
+  void reset();  ///< To now, local time.
+
+  [[nodiscard]] static bool leapyear(int y);
+  [[nodiscard]] static int max_month_day(int y, int m);  ///< Days of a month from 1 to 12, else 0.
+  [[nodiscard]] static long year2days(long y);           ///< Days before 1 January of year y.
+  [[nodiscard]] int max_year_day() const;                ///< 365 or 366.
+
+  /// The day of the year, from 1; -1 when there is no such day.
+  [[nodiscard]] int julian(int y, int m, int d) const;
+
+  [[nodiscard]] int year() const { return year_; }
+  [[nodiscard]] int month() const { return month_; }
+  [[nodiscard]] int day() const { return day_; }
+  [[nodiscard]] int year_day() const { return year_day_; }
+  [[nodiscard]] int hour() const { return hour_; }
+  [[nodiscard]] int minute() const { return minute_; }
+  [[nodiscard]] int second() const { return second_; }
+  [[nodiscard]] long dow() const { return days_; }  ///< The day number; 1 is 1 January of year 1.
+  [[nodiscard]] int week_day() const;               ///< 1 is Sunday, 7 Saturday.
+
+  [[nodiscard]] const char* day_name(bool abbreviated) const;
+  [[nodiscard]] const char* month_name(bool abbreviated) const;  ///< Null for no month.
+
+  /// Moves by whole days, keeping the time of day; at most 24855 either way. Returns 0.
+  int add_days(long n);
+
+  /// The user's short date, with the user's time if asked for. `out`: at least 260 bytes.
+  void format(char* out, bool with_time) const;
+  void format_xml(char* out, bool with_time) const;  ///< "2024-03-05T08:07:09"
+  void format_num(char* out, bool with_time) const;  ///< "20240305_080709"
+
+  /// Reads text by a pattern of "%" directives, as strptime() does, into this date.
+  ///
+  /// @param pattern  Null means "%c", which is "%d-%m-%Y %H:%M:%S".
+  /// @param extra    Receives what %G and %O add; may be null.
+  /// @return The rest of the text; null at a mismatch, with the fields read so far changed.
+  char* scan(const char* text, const char* pattern, int* extra);
+  void scan_xml(const char* text, bool with_time);
+
+  /// Seconds since 1970 UTC of the date read as local standard time.
+  explicit operator long long() const;
+
+  [[nodiscard]] bool operator==(const date& other) const;
+  [[nodiscard]] bool operator!=(const date& other) const { return !(*this == other); }
+
+  /// The difference in days; the leap day of the dates' own years is not counted.
+  [[nodiscard]] int operator-(const date& other) const;
+
+ protected:
+  [[nodiscard]] long cmp(date* other) const;  ///< The difference of the day numbers.
+
+ private:
+  friend struct date_layout;
+  void init(long long posix);
+  void compute_days();
+
+  std::int32_t days_ = 0;
+  std::int32_t year_day_ = 0;
+  std::int32_t year_ = 0;
+  std::int32_t month_ = 0;
+  std::int32_t day_ = 0;
+  signed char hour_ = 0;
+  signed char minute_ = 0;
+  signed char second_ = 0;
+};

@@ -1,0 +1,68 @@
+// The date port over the C library.
+#include <cstdio>
+#include <ctime>
+
+#include "text/date_port.h"
+
+namespace orsin::port {
+namespace {
+
+std::tm broken_down(const LocalTime& time) {
+  std::tm result = {};
+  result.tm_year = time.year - 1900;
+  result.tm_mon = time.month - 1;
+  result.tm_mday = time.day;
+  result.tm_hour = time.hour;
+  result.tm_min = time.minute;
+  result.tm_sec = time.second;
+  return result;
+}
+
+}  // namespace
+
+std::int64_t posix_now() noexcept {
+  return std::time(nullptr);
+}
+
+LocalTime to_local_time(std::int64_t posix) noexcept {
+  const std::time_t seconds = posix;
+  std::tm local = {};
+  localtime_r(&seconds, &local);
+  return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+          local.tm_hour,        local.tm_min,     local.tm_sec};
+}
+
+std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
+  std::tm local = broken_down(time);
+  return std::mktime(&local);
+}
+
+bool format_user_date(const LocalTime& time, char* text, std::size_t size) noexcept {
+  std::snprintf(text, size, "%d/%d/%d", time.month, time.day, time.year);
+  return time.year >= 1601;
+}
+
+bool format_user_time(const LocalTime& time, char* text, std::size_t size) noexcept {
+  std::snprintf(text, size, "%02d:%02d:%02d", time.hour, time.minute, time.second);
+  return true;
+}
+
+// The bounds are those of the Windows call.
+bool move_time(LocalTime& time, std::int64_t units) noexcept {
+  std::tm utc = broken_down(time);
+  const bool is_valid = time.year >= 1601 && time.month >= 1 && time.month <= 12 && time.day >= 1;
+  const int day = time.day;
+  std::time_t seconds = timegm(&utc);
+  if (!is_valid || utc.tm_mday != day) {
+    return false;
+  }
+  seconds += units / 10'000'000;
+  gmtime_r(&seconds, &utc);
+  if (utc.tm_year + 1900 < 1601) {
+    return false;
+  }
+  time = {utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec};
+  return true;
+}
+
+}  // namespace orsin::port

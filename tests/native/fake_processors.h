@@ -1,0 +1,30 @@
+// The processors and threads of native builds, with knobs.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "core/processor_port.h"
+
+namespace orsin::test {
+
+struct FakeProcessors {
+  port::CoreQuery core_query = port::CoreQuery::kDone;
+  std::vector<ProcessorEntry> cores = {{0x1, 0}, {0x2, 0}};
+  std::uint32_t basic_count = 2;
+  bool can_identify = true;
+  std::map<std::uint32_t, IdentityRegisters> leaves;
+  std::uint32_t fpu_control = 0x9001F;
+
+  bool refuse_threads = false;
+  bool refuse_affinity = false;
+  std::uint16_t bound_group = 0;
+  std::uint64_t bound_mask = 0;
+  std::uint8_t bound_number = 0;
+};
+
+/// The one instance; tests reset it with `fake_processors() = {}`.
+FakeProcessors& fake_processors();
+
+}  // namespace orsin::test

@@ -1,0 +1,67 @@
+// Runs of plain ASCII, sixteen bytes at a time: most text that is converted has long ones.
+//
+// A string's end is not known beforehand, so a block may be read only if it stays within one page
+// of memory; what lies behind the terminator is then readable, if meaningless. Each function
+// converts whole blocks that hold neither a terminator nor anything above 0x7F and returns how many
+// units it took; the caller goes on one by one from there.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/compiler.h"
+
+namespace orsin {
+
+constexpr std::size_t kAsciiBlockBytes = 16;
+
+[[nodiscard]] inline bool block_stays_in_page(const void* address) {
+  constexpr std::uintptr_t kPageBytes = 4096;
+  return (reinterpret_cast<std::uintptr_t>(address) & (kPageBytes - 1)) <=
+         kPageBytes - kAsciiBlockBytes;
+}
+
+/// Bytes to 16-bit units; `room` counts units at `to`.
+ORSIN_NO_SANITIZE_ADDRESS inline std::size_t widen_ascii_run(const char* from, void* to,
+                                                             std::size_t room) {
+  const __m128i zero = _mm_setzero_si128();
+  auto* target = static_cast<char*>(to);
+  std::size_t done = 0;
+  while (room - done >= kAsciiBlockBytes && block_stays_in_page(from + done)) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done));
+    // A byte above 0x7F is negative and a terminator is zero: both fail "greater than zero".
+    if (_mm_movemask_epi8(_mm_cmpgt_epi8(block, zero)) != 0xFFFF) {
+      break;
+    }
+    auto* pair = reinterpret_cast<__m128i*>(target + done * 2);
+    _mm_storeu_si128(pair, _mm_unpacklo_epi8(block, zero));
+    _mm_storeu_si128(pair + 1, _mm_unpackhi_epi8(block, zero));
+    done += kAsciiBlockBytes;
+  }
+  return done;
+}
+
+/// 16-bit units to bytes; `room` counts bytes at `to`.
+ORSIN_NO_SANITIZE_ADDRESS inline std::size_t narrow_ascii_run(const void* from, char* to,
+                                                              std::size_t room) {
+  constexpr std::size_t kUnits = kAsciiBlockBytes / 2;
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i limit = _mm_set1_epi16(0x80);
+  const auto* source = static_cast<const char*>(from);
+  std::size_t done = 0;
+  while (room - done >= kUnits && block_stays_in_page(source + done * 2)) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + done * 2));
+    const __m128i in_range =
+        _mm_and_si128(_mm_cmpgt_epi16(block, zero), _mm_cmplt_epi16(block, limit));
+    if (_mm_movemask_epi8(in_range) != 0xFFFF) {
+      break;
+    }
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to + done), _mm_packus_epi16(block, block));
+    done += kUnits;
+  }
+  return done;
+}
+
+}  // namespace orsin

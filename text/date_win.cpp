@@ -1,0 +1,80 @@
+#include "text/date_port.h"
+
+#include <ctime>
+
+#include "core/win/windows.h"
+
+namespace orsin::port {
+namespace {
+
+SYSTEMTIME system_time(const LocalTime& time) {
+  SYSTEMTIME result = {};
+  result.wYear = static_cast<WORD>(time.year);
+  result.wMonth = static_cast<WORD>(time.month);
+  result.wDay = static_cast<WORD>(time.day);
+  result.wHour = static_cast<WORD>(time.hour);
+  result.wMinute = static_cast<WORD>(time.minute);
+  result.wSecond = static_cast<WORD>(time.second);
+  return result;
+}
+
+}  // namespace
+
+std::int64_t posix_now() noexcept {
+  return _time64(nullptr);
+}
+
+LocalTime to_local_time(std::int64_t posix) noexcept {
+  const __time64_t seconds = posix;
+  struct tm local = {};
+  if (_localtime64_s(&local, &seconds) != 0) {
+    return {};
+  }
+  return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+          local.tm_hour,        local.tm_min,     local.tm_sec};
+}
+
+std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
+  struct tm local = {};
+  local.tm_year = time.year - 1900;
+  local.tm_mon = time.month - 1;
+  local.tm_mday = time.day;
+  local.tm_hour = time.hour;
+  local.tm_min = time.minute;
+  local.tm_sec = time.second;
+  local.tm_isdst = 0;
+  return _mktime64(&local);
+}
+
+bool format_user_date(const LocalTime& time, char* text, std::size_t size) noexcept {
+  const SYSTEMTIME system = system_time(time);
+  return GetDateFormatA(LOCALE_USER_DEFAULT, 0, &system, nullptr, text, static_cast<int>(size)) !=
+         0;
+}
+
+bool format_user_time(const LocalTime& time, char* text, std::size_t size) noexcept {
+  const SYSTEMTIME system = system_time(time);
+  return GetTimeFormatA(LOCALE_USER_DEFAULT, 0, &system, nullptr, text, static_cast<int>(size)) !=
+         0;
+}
+
+bool move_time(LocalTime& time, std::int64_t units) noexcept {
+  SYSTEMTIME system = system_time(time);
+  FILETIME file_time;
+  if (SystemTimeToFileTime(&system, &file_time) == 0) {
+    return false;
+  }
+  ULARGE_INTEGER value;
+  value.LowPart = file_time.dwLowDateTime;
+  value.HighPart = file_time.dwHighDateTime;
+  value.QuadPart += static_cast<ULONGLONG>(units);
+  file_time.dwLowDateTime = value.LowPart;
+  file_time.dwHighDateTime = value.HighPart;
+  if (FileTimeToSystemTime(&file_time, &system) == 0) {
+    return false;
+  }
+  time = {system.wYear, system.wMonth, system.wDay, system.wHour, system.wMinute, system.wSecond};
+  return true;
+}
+
+}  // namespace orsin::port

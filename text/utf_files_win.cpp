@@ -1,0 +1,25 @@
+#include <cwchar>
+
+#include "orsincore/text.h"
+
+namespace {
+
+// Longer names are cut, and then usually not found; the library's paths are no longer than this.
+constexpr std::size_t kNameUnits = 260;
+constexpr std::size_t kModeUnits = 32;
+
+}  // namespace
+
+std::FILE* ov_utf8_fopen(const char* name, const char* mode) {
+  wchar_t wide_name[kNameUnits];
+  wchar_t wide_mode[kModeUnits];
+  return _wfopen(ov_utf8_to_wchar_n(name, wide_name, kNameUnits),
+                 ov_utf8_to_wchar_n(mode, wide_mode, kModeUnits));
+}
+
+std::FILE* ov_utf8_freopen(const char* name, const char* mode, std::FILE* stream) {
+  wchar_t wide_name[kNameUnits];
+  wchar_t wide_mode[kModeUnits];
+  return _wfreopen(ov_utf8_to_wchar_n(name, wide_name, kNameUnits),
+                   ov_utf8_to_wchar_n(mode, wide_mode, kModeUnits), stream);
+}

@@ -1,0 +1,21 @@
+// Processor faults as C++ exceptions.
+//
+// A fault inside code that run_guarded() calls is thrown as SE_Exception from the faulting
+// instruction: destructors run, and catch clauses between the fault and the guard see it. Code must
+// be compiled for it (-fnon-call-exceptions, /EHa); where it was not, the destructors are skipped
+// but the guard still returns the fault.
+#pragma once
+
+#include <cstdint>
+
+namespace orsin {
+
+/// Prepares the process and the calling thread, whose faults from now on can be caught as
+/// SE_Exception too. Repeating it is harmless.
+void install_fault_guard();
+
+/// Calls entry(argument). Returns 0, or the code of the processor fault that escaped it. Other
+/// exceptions pass through.
+[[nodiscard]] std::uint32_t run_guarded(void (*entry)(void*), void* argument);
+
+}  // namespace orsin

@@ -1,0 +1,239 @@
+// Processor faults as SE_Exception.
+//
+// MSVC has a switch for it (_set_se_translator with /EHa). GCC has none, so a fault is turned into
+// a throw by hand:
+//
+//   1. A structured exception filter sees the fault: that of the guard around a thread's entry
+//      function, or the process's last filter for threads that we did not start.
+//   2. It keeps copies of record and context, pushes a machine frame with the faulting address on
+//      the thread's stack, and lets the thread go on in a trampoline.
+//   3. The trampoline calls a function that throws. The unwinder steps through the machine frame
+//      into the faulting function as through any caller.
+//   4. Where that function has no exception tables, the throw ends in std::terminate(). Our handler
+//      sees that a fault was thrown and raises a private code, for which the filter unwinds to
+//      the guard; nothing in between is destroyed, but the guard has its answer.
+//
+// Thread state is reached through a native thread-local index: the compiler's thread_local may
+// allocate, which a fault inside the allocator would not survive.
+#include "threads/fault_guard.h"
+
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <typeinfo>
+
+#include "core/win/windows.h"
+#include "orsincore/startup.h"
+#include "orsincore/threads.h"
+
+#if defined(__GNUC__)
+
+#include <cxxabi.h>
+
+extern "C" {
+std::uint32_t orsin_call_guarded(void (*entry)(void*), void* argument);
+void orsin_fault_trampoline();
+LONG WINAPI orsin_fault_filter(EXCEPTION_POINTERS* information, void* frame);
+[[noreturn]] void orsin_throw_fault();
+}
+
+namespace orsin {
+namespace {
+
+constexpr DWORD kFaultWithoutTables = 0xE04F5243;  // Private: customer bit set, "ORC".
+constexpr ULONG kStackGuaranteeBytes = 64 * 1024;  // To throw in after a stack overflow.
+constexpr DWORD64 kMachineFrameBytes = 48;         // Five words, kept at 16-byte alignment.
+constexpr DWORD64 kSkippedBytes = 128;          // What the faulting code may have below its stack.
+constexpr DWORD kFlagsCleared = 0x400 | 0x100;  // Direction and trap flag.
+constexpr DWORD kDefaultMxcsr = 0x1F80;         // All floating-point exceptions masked.
+
+struct FaultState {
+  EXCEPTION_RECORD record;
+  CONTEXT context;
+  EXCEPTION_POINTERS pointers;
+};
+
+struct Guard {
+  DWORD state_index = TLS_OUT_OF_INDEXES;
+  std::terminate_handler previous_terminate = nullptr;
+  LPTOP_LEVEL_EXCEPTION_FILTER previous_filter = nullptr;
+};
+
+constinit Guard guard;
+
+bool is_processor_fault(DWORD code) {
+  switch (code) {
+    case EXCEPTION_ACCESS_VIOLATION:
+    case EXCEPTION_IN_PAGE_ERROR:
+    case EXCEPTION_DATATYPE_MISALIGNMENT:
+    case EXCEPTION_ILLEGAL_INSTRUCTION:
+    case EXCEPTION_PRIV_INSTRUCTION:
+    case EXCEPTION_ARRAY_BOUNDS_EXCEEDED:
+    case EXCEPTION_INT_DIVIDE_BY_ZERO:
+    case EXCEPTION_INT_OVERFLOW:
+    case EXCEPTION_FLT_DENORMAL_OPERAND:
+    case EXCEPTION_FLT_DIVIDE_BY_ZERO:
+    case EXCEPTION_FLT_INEXACT_RESULT:
+    case EXCEPTION_FLT_INVALID_OPERATION:
+    case EXCEPTION_FLT_OVERFLOW:
+    case EXCEPTION_FLT_STACK_CHECK:
+    case EXCEPTION_FLT_UNDERFLOW:
+    case EXCEPTION_STACK_OVERFLOW:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Keeps the last error: the fault may stand between a failed call and the code that asks why.
+FaultState* thread_state() {
+  const DWORD last_error = GetLastError();
+  auto* state = static_cast<FaultState*>(TlsGetValue(guard.state_index));
+  SetLastError(last_error);
+  return state;
+}
+
+// Rewrites a faulting thread's context so that it goes on by throwing.
+void redirect_to_throw(FaultState& state, EXCEPTION_POINTERS& information) {
+  state.record = *information.ExceptionRecord;
+  state.context = *information.ContextRecord;
+  state.pointers = {&state.record, &state.context};
+
+  CONTEXT& context = *information.ContextRecord;
+  const DWORD64 frame = ((context.Rsp - kSkippedBytes) & ~DWORD64{15}) - kMachineFrameBytes;
+  auto* words = reinterpret_cast<DWORD64*>(frame);
+  words[0] = context.Rip + 1;  // The unwinder takes it for a return address and looks before it.
+  words[1] = context.SegCs;
+  words[2] = context.EFlags;
+  words[3] = context.Rsp;
+  words[4] = context.SegSs;
+
+  context.Rsp = frame;
+  context.Rip = reinterpret_cast<DWORD64>(&orsin_fault_trampoline);
+  context.EFlags &= ~kFlagsCleared;
+  context.MxCsr = kDefaultMxcsr;
+  context.FltSave.MxCsr = kDefaultMxcsr;
+  context.FltSave.StatusWord = 0;
+  context.FltSave.TagWord = 0;
+}
+
+// A fault that nobody caught on a thread that has no guard: the host's own threads.
+LONG end_unguarded_thread(FaultState& state) {
+  orsinExceptionFilter(static_cast<int>(state.record.ExceptionCode), &state.pointers);
+  TerminateProcess(GetCurrentProcess(), state.record.ExceptionCode);
+  return EXCEPTION_EXECUTE_HANDLER;
+}
+
+LONG WINAPI last_filter(EXCEPTION_POINTERS* information) {
+  const DWORD code = information->ExceptionRecord->ExceptionCode;
+  FaultState* state = thread_state();
+  if (code == kFaultWithoutTables && state != nullptr) {
+    return end_unguarded_thread(*state);
+  }
+  if (is_processor_fault(code)) {
+    if (state == nullptr) {
+      state = new (std::nothrow) FaultState{};  // Lives as long as the thread: freed by the system.
+      TlsSetValue(guard.state_index, state);
+    }
+    if (state != nullptr) {
+      redirect_to_throw(*state, *information);
+      return EXCEPTION_CONTINUE_EXECUTION;
+    }
+  }
+  return guard.previous_filter != nullptr ? guard.previous_filter(information)
+                                          : EXCEPTION_CONTINUE_SEARCH;
+}
+
+[[noreturn]] void on_terminate() {
+  const std::type_info* type = abi::__cxa_current_exception_type();
+  if (type != nullptr && *type == typeid(SE_Exception)) {
+    RaiseException(kFaultWithoutTables, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+  }
+  if (guard.previous_terminate != nullptr) {
+    guard.previous_terminate();
+  }
+  std::abort();
+}
+
+}  // namespace
+
+void install_fault_guard() {
+  if (guard.state_index != TLS_OUT_OF_INDEXES) {
+    return;
+  }
+  guard.state_index = TlsAlloc();
+  guard.previous_terminate = std::set_terminate(on_terminate);
+  guard.previous_filter = SetUnhandledExceptionFilter(last_filter);
+}
+
+std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
+  install_fault_guard();
+  ULONG guarantee = kStackGuaranteeBytes;
+  SetThreadStackGuarantee(&guarantee);
+
+  FaultState state = {};
+  void* outer = TlsGetValue(guard.state_index);
+  TlsSetValue(guard.state_index, &state);
+  std::uint32_t code = 0;
+  try {
+    code = orsin_call_guarded(entry, argument);
+  } catch (const SE_Exception& fault) {
+    code = fault.getSeNumber();
+  }
+  if (code == kFaultWithoutTables) {
+    code = state.record.ExceptionCode;
+  }
+  TlsSetValue(guard.state_index, outer);
+  return code;
+}
+
+}  // namespace orsin
+
+LONG WINAPI orsin_fault_filter(EXCEPTION_POINTERS* information, void* /*frame*/) {
+  const DWORD code = information->ExceptionRecord->ExceptionCode;
+  if (code == orsin::kFaultWithoutTables) {
+    return EXCEPTION_EXECUTE_HANDLER;
+  }
+  orsin::FaultState* state = orsin::thread_state();
+  if (!orsin::is_processor_fault(code) || state == nullptr) {
+    return EXCEPTION_CONTINUE_SEARCH;
+  }
+  orsin::redirect_to_throw(*state, *information);
+  return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+void orsin_throw_fault() {
+  orsin::FaultState* state = orsin::thread_state();
+  throw SE_Exception(state->record.ExceptionCode, &state->pointers);
+}
+
+#else  // MSVC
+
+#include <eh.h>
+
+namespace orsin {
+namespace {
+
+void __cdecl throw_fault(unsigned int code, EXCEPTION_POINTERS* information) {
+  throw SE_Exception(code, information);
+}
+
+}  // namespace
+
+void install_fault_guard() {
+  _set_se_translator(throw_fault);
+}
+
+std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
+  install_fault_guard();  // The translator belongs to the thread.
+  try {
+    entry(argument);
+  } catch (const SE_Exception& fault) {
+    return fault.getSeNumber();
+  }
+  return 0;
+}
+
+}  // namespace orsin
+
+#endif

@@ -1,0 +1,229 @@
+// The table of named threads.
+//
+// Records are made on demand and used again after a join or detach; none is freed before closedown,
+// so that a name stays readable as long as the table stands. `table.mutex` guards the records. It
+// is held while a thread is created, so a new thread that asks for its own name waits until its
+// identifier is known; it is never held during a wait for a thread.
+#include "threads/thread_table.h"
+
+#include <cstring>
+#include <new>
+
+#include "core/log_port.h"
+#include "core/process_wide.h"
+#include "orsincore/log.h"
+#include "orsincore/startup.h"
+#include "orsincore/threads.h"
+#include "threads/fault_guard.h"
+#include "threads/lock.h"
+#include "threads/thread_port.h"
+#include "threads/thread_record.h"
+
+namespace orsin {
+namespace {
+
+constexpr std::size_t kStackBytes = 1024 * 1024;
+constexpr unsigned int kNoThread = 0xFFFFFFFF;
+constexpr std::uint32_t kAccessViolation = 0xC0000005;
+constexpr int kFaultExitCode = -1;
+
+constexpr char kAsterisks[] = "********************************************************";
+static_assert(sizeof(kAsterisks) - 1 == 56);
+
+struct Table {
+  Mutex mutex;
+  ov_vector<thread_entry_str*> records;
+};
+
+Table& table() {
+  return process_wide<Table>();
+}
+
+thread_entry_str* free_record_locked(Table& threads) {
+  for (thread_entry_str* record : threads.records) {
+    if (record->in_use == 0) {
+      *record = {};
+      return record;
+    }
+  }
+  auto* record = new (std::nothrow) thread_entry_str{};
+  if (record != nullptr && !threads.records.append(record)) {
+    delete record;
+    return nullptr;
+  }
+  return record;
+}
+
+// The first record in use with this identifier that has a thread.
+thread_entry_str* find_locked(Table& threads, unsigned int identifier) {
+  for (thread_entry_str* record : threads.records) {
+    if (record->in_use != 0 && record->identifier == identifier) {
+      return record;
+    }
+  }
+  return nullptr;
+}
+
+[[noreturn]] void end_after_fault(const char* name, std::uint32_t code) {
+  const auto load = static_cast<int>(port::memory_load_percent());
+  msgerror("%s", kAsterisks);
+  if (code == kAccessViolation) {
+    msgcont("THREAD(%s): Fatal Error (VM: %3d%%)", name, load);
+  } else {
+    msgcont("THREAD(%s): Fatal Error, Exception: 0x%08x (VM: %3d%%)", name, code, load);
+  }
+  msgcont("%s", kAsterisks);
+  port::end_process(kFaultExitCode);
+}
+
+// The first function of every thread.
+void run_thread(void* parameter) {
+  auto* record = static_cast<thread_entry_str*>(parameter);
+  if (record == nullptr || record->entry == nullptr) {
+    return;
+  }
+  fpu_default_mode();
+  const std::uint32_t fault = run_guarded(record->entry, record->argument);
+  if (fault != 0) {
+    end_after_fault(mp_get_thread_name(), fault);
+  }
+}
+
+}  // namespace
+
+void start_thread_table() {
+  table().mutex.create();
+  install_fault_guard();
+}
+
+void stop_thread_table() {
+  Table& threads = table();
+  if (!threads.mutex.exists()) {
+    return;
+  }
+  {
+    const ScopedLock guard(threads.mutex);
+    for (int i = 0; i < threads.records.count(); ++i) {
+      thread_entry_str* record = threads.records[i];
+      if (record->in_use != 0 && record->handle != nullptr) {
+        if (!port::terminate_thread(record->handle)) {
+          msgwarn("MP: Can't terminate thread(%d): %d\n", i, static_cast<int>(record->identifier));
+        }
+        port::close_thread(record->handle);
+      }
+      delete record;
+    }
+    threads.records.release();
+  }
+  threads.mutex.destroy();
+}
+
+void* thread_handle(int identifier) {
+  Table& threads = table();
+  const ScopedLock guard(threads.mutex);
+  const thread_entry_str* record = find_locked(threads, static_cast<unsigned int>(identifier));
+  return record != nullptr ? record->handle : nullptr;
+}
+
+int thread_record_count() {
+  Table& threads = table();
+  const ScopedLock guard(threads.mutex);
+  return threads.records.count();
+}
+
+}  // namespace orsin
+
+using namespace orsin;
+
+unsigned int mp_start_thread(const char* name, void (*entry)(void*), void* argument) {
+  start_thread_table();
+  Table& threads = table();
+  const ScopedLock guard(threads.mutex);
+
+  thread_entry_str* record = free_record_locked(threads);
+  if (record == nullptr) {
+    return kNoThread;
+  }
+  const bool is_named = name != nullptr && name[0] != '\0';
+  std::strncpy(record->name, is_named ? name : "Unknown", sizeof(record->name));
+  record->in_use = 1;
+  record->entry = entry;
+  record->argument = argument;
+
+  const port::StartedThread started = port::start_thread(run_thread, record, kStackBytes);
+  if (started.handle == nullptr) {
+    // Kept on purpose: the record stays in use without a thread until closedown, as a trace of the
+    // failure.
+    msg_os_error("MP: Failed to start thread");
+    return kNoThread;
+  }
+  record->handle = started.handle;
+  record->identifier = started.identifier;
+  return started.identifier;
+}
+
+int mp_join_thread(unsigned int identifier, unsigned int timeout_ms) {
+  Table& threads = table();
+  if (!threads.mutex.exists()) {
+    return 0;
+  }
+  thread_entry_str* record = nullptr;
+  void* handle = nullptr;
+  {
+    const ScopedLock guard(threads.mutex);
+    record = find_locked(threads, identifier);
+    handle = record != nullptr ? record->handle : nullptr;
+    if (handle == nullptr) {
+      return 0;
+    }
+  }
+
+  const port::ThreadWait result = port::wait_for_thread(handle, timeout_ms);
+  if (result == port::ThreadWait::kTimedOut) {
+    msgwarn("Timeout while waiting for thread '%s' to terminate", record->name);
+  } else if (result == port::ThreadWait::kFailed) {
+    msgwarn("Error while waiting for thread '%s' to terminate (%d)", record->name,
+            static_cast<int>(port::last_system_error()));
+  }
+
+  // Kept on purpose: a thread that timed out runs on, but the table forgets it and uses its record
+  // again.
+  const ScopedLock guard(threads.mutex);
+  if (record->in_use != 0 && record->handle == handle) {  // Not when a second join was faster.
+    port::close_thread(handle);
+    record->in_use = 0;
+  }
+  return result == port::ThreadWait::kEnded ? 1 : 0;
+}
+
+int mp_detach_thread(int identifier) {
+  Table& threads = table();
+  const ScopedLock guard(threads.mutex);
+  thread_entry_str* record = find_locked(threads, static_cast<unsigned int>(identifier));
+  if (record == nullptr || record->handle == nullptr) {
+    return 0;
+  }
+  port::close_thread(record->handle);
+  record->in_use = 0;
+  return 1;
+}
+
+const char* mp_get_thread_name() {
+  Table& threads = table();
+  if (!threads.mutex.exists()) {
+    return "Unknown";
+  }
+  const unsigned int identifier = port::current_thread_identifier();
+  const ScopedLock guard(threads.mutex);
+  // A record that is not in use keeps its identifier, which the system may have given again; but a
+  // detached thread still finds its name.
+  if (const thread_entry_str* record = find_locked(threads, identifier)) {
+    return record->name;
+  }
+  for (const thread_entry_str* record : threads.records) {
+    if (record->identifier == identifier && record->handle != nullptr) {
+      return record->name;
+    }
+  }
+  return "Unknown";
+}

@@ -1,0 +1,92 @@
+#include "core/win/windows.h"
+#include "threads/thread_port.h"
+
+namespace orsin::port {
+namespace {
+
+// The system frees nothing that belongs to the caller, so what to run travels in a heap cell.
+struct Start {
+  void (*run)(void*);
+  void* argument;
+};
+
+DWORD WINAPI run_started(void* parameter) {
+  const Start start = *static_cast<Start*>(parameter);
+  HeapFree(GetProcessHeap(), 0, parameter);
+  start.run(start.argument);
+  return 0;
+}
+
+}  // namespace
+
+StartedThread start_thread(void (*run)(void*), void* argument, std::size_t stack_bytes) noexcept {
+  auto* start = static_cast<Start*>(HeapAlloc(GetProcessHeap(), 0, sizeof(Start)));
+  if (start == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return {};
+  }
+  *start = {run, argument};
+  DWORD identifier = 0;
+  HANDLE handle = CreateThread(nullptr, stack_bytes, run_started, start,
+                               STACK_SIZE_PARAM_IS_A_RESERVATION, &identifier);
+  if (handle == nullptr) {
+    const DWORD reason = GetLastError();
+    HeapFree(GetProcessHeap(), 0, start);
+    SetLastError(reason);
+  }
+  return {handle, identifier};
+}
+
+unsigned int current_thread_identifier() noexcept {
+  return GetCurrentThreadId();
+}
+
+ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept {
+  switch (WaitForSingleObject(handle, timeout_ms)) {
+    case WAIT_OBJECT_0:
+      return ThreadWait::kEnded;
+    case WAIT_TIMEOUT:
+      return ThreadWait::kTimedOut;
+    default:
+      return ThreadWait::kFailed;
+  }
+}
+
+bool terminate_thread(void* handle) noexcept {
+  return TerminateThread(handle, 0) != 0;
+}
+
+void close_thread(void* handle) noexcept {
+  const DWORD last_error = GetLastError();
+  CloseHandle(handle);
+  SetLastError(last_error);
+}
+
+unsigned int memory_load_percent() noexcept {
+  MEMORYSTATUSEX status = {};
+  status.dwLength = sizeof(status);
+  return GlobalMemoryStatusEx(&status) != 0 ? status.dwMemoryLoad : 0;
+}
+
+void end_process(int exit_code) noexcept {
+  TerminateProcess(GetCurrentProcess(), static_cast<UINT>(exit_code));
+  for (;;) {  // The call returns before the process is gone.
+    Sleep(INFINITE);
+  }
+}
+
+bool set_group_affinity(std::uint16_t group, std::uint64_t mask) noexcept {
+  GROUP_AFFINITY affinity = {};
+  affinity.Group = group;
+  affinity.Mask = mask;
+  return SetThreadGroupAffinity(GetCurrentThread(), &affinity, nullptr) != 0;
+}
+
+bool set_ideal_processor(std::uint16_t group, std::uint8_t number) noexcept {
+  PROCESSOR_NUMBER processor = {};
+  processor.Group = group;
+  processor.Number = number;
+  return SetThreadIdealProcessorEx(GetCurrentThread(), &processor, nullptr) != 0;
+}
+
+}  // namespace orsin::port
