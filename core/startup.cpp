@@ -129,21 +129,3 @@ bool ov_modulename(char* destination, int size) {
   }
   return module[0] != '\0';
 }
-
-int orsinExceptionFilter(int code, void* /*information*/) {
-  constexpr char kAsterisks[] = "********************************************************";
-  constexpr unsigned int kDivideByZero = 0xC0000094;
-  constexpr unsigned int kAccessViolation = 0xC0000005;
-  const auto fault = static_cast<unsigned int>(code);
-  const char* thread = mp_get_thread_name();
-  msgerror("%s", kAsterisks);
-  if (fault == kDivideByZero) {
-    msgcont("Fatal Error: Integer divide by zero, Thread: %s", thread);
-  } else if (fault == kAccessViolation) {
-    msgcont("Fatal Error: Access violation, Thread: %s", thread);
-  } else {
-    msgcont("Fatal Error, Exception: 0x%08x, Thread: %s", fault, thread);
-  }
-  msgcont("%s", kAsterisks);
-  return 1;
-}

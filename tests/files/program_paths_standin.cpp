@@ -1,40 +1,24 @@
-// The paths that start-up sets, as the tests of this folder set them.
+// Sets the paths that start-up would have set.
 #include "tests/files/program_paths_standin.h"
 
-#include "files/search_list.h"
-#include "orsincore/startup.h"
+#include <cstdio>
+
+#include "core/program_paths.h"
 
 namespace orsin::test {
-namespace {
-
-std::string data_path;
-std::string settings_list;
-
-}  // namespace
 
 ProgramPaths::~ProgramPaths() {
-  data_path.clear();
-  settings_list.clear();
+  program_paths().data[0] = '\0';
+  program_paths().search_list[0] = '\0';
 }
 
 void ProgramPaths::set_data(const std::string& path) {
-  data_path = path;
+  std::snprintf(program_paths().data, sizeof(program_paths().data), "%s", path.c_str());
 }
 
 void ProgramPaths::set_search_list(const std::string& list) {
-  settings_list = list;
+  std::snprintf(program_paths().search_list, sizeof(program_paths().search_list), "%s",
+                list.c_str());
 }
 
 }  // namespace orsin::test
-
-const char* file_get_data() {
-  return orsin::test::data_path.c_str();
-}
-
-const char* orsin::search_list() {
-  return orsin::test::settings_list.c_str();
-}
-
-int orsinExceptionFilter(int /*code*/, void* /*information*/) {
-  return 1;
-}
