@@ -1,5 +1,5 @@
-// Kept on purpose: nothing to do here. Callers written for systems with autorelease pools call
-// these in pairs everywhere.
+// Kept on purpose: callers that are also written for systems with autorelease pools bracket their
+// threads with these two; here there is nothing to do.
 #include "orsincore/memory.h"
 
 void* ov_create_autorelease_pool() {

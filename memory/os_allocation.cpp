@@ -18,9 +18,9 @@ using namespace orsin;
 
 namespace {
 
-constinit Mutex table_mutex;
+constinit Mutex table_mutex;  // Does nothing before start-up, while one thread runs.
 
-AllocationTable& table_locked() {
+AllocationTable& table_locked() ORSIN_REQUIRES(table_mutex) {
   return process_wide<AllocationTable>();
 }
 
@@ -40,7 +40,7 @@ void warn_of_lock_error() {
 }  // namespace
 
 void* os_alloc(std::uint64_t size, int lock) {
-  const ScopedLock guard(table_mutex);  // Null before start-up: one thread runs.
+  const ScopedLock guard(table_mutex);
 
   UniquePages pages(port::commit_pages_top_down(size));
   if (!pages) {
@@ -100,7 +100,8 @@ void start() {
 }
 
 void report_and_forget() {
-  AllocationTable& table = table_locked();  // Closedown: no other thread runs.
+  const ScopedLock guard(table_mutex);
+  AllocationTable& table = table_locked();
   if (table.held_bytes() > 0 || table.count() > 0) {
     msgdebug("MEMORY: Closedown: %d OS allocations left: %d\n", table.count(),
              static_cast<int>(table.held_bytes()));
@@ -108,7 +109,7 @@ void report_and_forget() {
   table.clear();
 }
 
-void delete_mutex() {
+void stop() {
   table_mutex.destroy();
 }
 

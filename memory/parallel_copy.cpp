@@ -1,41 +1,36 @@
-// A copy that every worker of the executor does a slice of.
-#include <cstdint>
-#include <cstring>
-
-#include "memory/streaming_copy.h"
+// A copy spread over the executor's workers: part k of n copies bytes [k*count/n, (k+1)*count/n).
+#include "memory/slice_copy.h"
 #include "orsincore/memory.h"
 #include "orsincore/threads.h"
 
-namespace orsin {
+using namespace orsin;
+
 namespace {
 
-// Runs once on each worker; the arguments are those of smp_exec().
-void copy_slice(void* destination, void* source, void* count_argument, void* /*a4*/, void* /*a5*/,
-                void* /*a6*/) {
-  const std::uint64_t count = *static_cast<const std::uint64_t*>(count_argument);
-  const auto parts = static_cast<std::uint64_t>(smp_numprocs());
+struct Copy {
+  unsigned char* destination;
+  const unsigned char* source;
+  std::uint64_t count;
+};
+
+// One part; the executor passes six arguments to every job.
+void copy_part(void* argument, void*, void*, void*, void*, void*) {
+  const auto& copy = *static_cast<const Copy*>(argument);
   const auto part = static_cast<std::uint64_t>(smp_id());
-  const std::uint64_t begin = part * count / parts;
-  const std::uint64_t end = (part + 1) * count / parts;
-  auto* to = static_cast<unsigned char*>(destination) + begin;
-  const auto* from = static_cast<const unsigned char*>(source) + begin;
-  if (end - begin >= kStreamingBytesMin) {
-    streaming_copy(to, from, end - begin);
-  } else {
-    std::memcpy(to, from, end - begin);
-  }
+  const auto parts = static_cast<std::uint64_t>(smp_numprocs());
+  const std::uint64_t begin = part * copy.count / parts;
+  const std::uint64_t end = (part + 1) * copy.count / parts;
+  copy_slice(copy.destination + begin, copy.source + begin, end - begin);
 }
 
 }  // namespace
-}  // namespace orsin
 
-using namespace orsin;
-
-// Kept on purpose: even a copy of one byte is split; callers use the call for large pictures, and a
-// threshold would only hide that.
+// Kept on purpose: even a copy of one byte is split. Callers use the call for pictures, and know
+// why they do.
 void* memcpy_mt(void* destination, const void* source, std::size_t count) {
-  std::uint64_t total = count;
-  smp_exec(reinterpret_cast<void (*)()>(copy_slice), destination, const_cast<void*>(source), &total,
-           nullptr, nullptr, nullptr);
+  Copy copy = {static_cast<unsigned char*>(destination), static_cast<const unsigned char*>(source),
+               count};
+  smp_exec(reinterpret_cast<void (*)()>(&copy_part), &copy, nullptr, nullptr, nullptr, nullptr,
+           nullptr);
   return destination;
 }

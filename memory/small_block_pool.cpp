@@ -1,6 +1,6 @@
 #include "memory/small_block_pool.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <new>
 
 #include "orsincore/log.h"
@@ -8,43 +8,60 @@
 namespace orsin {
 namespace {
 
-constexpr std::size_t kChunkBytesMin = 32769;  // A smaller chunk is not worth a try.
+constexpr std::size_t kChunkBytesMin = 32769;  // Below it, memory is too short to go on trying.
+constexpr std::size_t kThreadedBytes = 16384;  // A few pages: rare enough, and soon used.
 
 }  // namespace
 
 void* SmallBlockPool::take_fresh() {
-  if (fresh_ == fresh_end_ && !add_chunk()) {
+  if (fresh_ == fresh_end_ && !obtain_chunk()) {
+    msgcont("Failed to extend the '%s' memory pool!", name_);
     return nullptr;
   }
-  auto* element = reinterpret_cast<Element*>(fresh_);
-  fresh_ += stride_;
+  thread_some();
+  Element* element = free_;
+  free_ = element->next;
   return element + 1;
 }
 
-// The elements of a chunk are taken in address order, as if all of them had been threaded into the
-// list; leaving that undone keeps untouched pages untouched.
-bool SmallBlockPool::add_chunk() {
+// Asks for the usual count first, then for half as many, and so on.
+bool SmallBlockPool::obtain_chunk() {
   std::size_t count = chunk_elements_;
   void* chunk = std::calloc(count, stride_);
-  while (chunk == nullptr) {
+  while (chunk == nullptr && count / 2 * stride_ >= kChunkBytesMin) {
     count /= 2;
-    if (count * stride_ < kChunkBytesMin) {
-      msgcont("Failed to extend the '%s' memory pool!", name_);
-      return false;
-    }
     chunk = std::calloc(count, stride_);
   }
-  if (chunks_ == nullptr) {
-    chunks_ = new (std::nothrow) ov_vector<void*>;
+  if (chunk == nullptr) {
+    return false;
   }
-  // A chunk that cannot be recorded still serves; it only stays behind at closedown. The failed
-  // growth has written its own line.
-  if (chunks_ != nullptr) {
-    static_cast<void>(chunks_->append(chunk));
-  }
+  remember_chunk(chunk);
   fresh_ = static_cast<std::byte*>(chunk);
   fresh_end_ = fresh_ + count * stride_;
   return true;
+}
+
+// A chunk that cannot be remembered serves its caller all the same; only closedown misses it.
+void SmallBlockPool::remember_chunk(void* chunk) {
+  if (chunks_ == nullptr) {
+    chunks_ = new (std::nothrow) ov_vector<void*>;
+  }
+  if (chunks_ != nullptr) {
+    static_cast<void>(chunks_->append(chunk));  // A failure has its own line.
+  }
+}
+
+// The list is empty here, so the fresh elements follow each other in address order.
+void SmallBlockPool::thread_some() {
+  const auto left = static_cast<std::size_t>(fresh_end_ - fresh_) / stride_;
+  const std::size_t count = std::clamp<std::size_t>(kThreadedBytes / stride_, 1, left);
+  std::byte* end = fresh_ + count * stride_;
+  Element** link = &free_;
+  for (; fresh_ != end; fresh_ += stride_) {
+    auto* element = ::new (static_cast<void*>(fresh_)) Element{nullptr};
+    *link = element;
+    link = &element->next;
+  }
 }
 
 void SmallBlockPool::release_chunks() {

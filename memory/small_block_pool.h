@@ -5,8 +5,10 @@
 // Elements come from chunks of many, in address order; the one that was freed last is handed out
 // first. A chunk goes back to the process heap only at closedown.
 //
-// Promises: a free element is on the list or still in the unthreaded rest of the newest chunk;
-// `next` means something only while the element is free. No lock: one thread at a time.
+// Promises: a free element is on the list or in the rest of the newest chunk, which is threaded
+// into the list a few pages at a time: the order is the same as if the whole chunk had been, but
+// memory that nobody asked for is never touched. `next` means something only while the element is
+// free. No lock: one thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -39,23 +41,27 @@ class SmallBlockPool {
     free_ = element;
   }
 
-  /// Gives every chunk back to the process heap; the blocks in use go with them.
+  /// Gives every chunk back to the process heap; blocks in use go with them.
   void release_chunks();
 
  private:
   struct Element {
     Element* next;
   };
+
   [[nodiscard]] ORSIN_NOINLINE void* take_fresh();
-  [[nodiscard]] bool add_chunk();
+  [[nodiscard]] bool obtain_chunk();
+  void remember_chunk(void* chunk);
+  void thread_some();
 
   Element* free_ = nullptr;
-  std::byte* fresh_ = nullptr;
-  std::byte* fresh_end_ = nullptr;
+  std::byte* fresh_ = nullptr;      // The part of the newest chunk that is not threaded yet,
+  std::byte* fresh_end_ = nullptr;  // up to here.
+  ov_vector<void*>* chunks_ =
+      nullptr;  // Made with the first chunk: a static pool has no destructor.
   std::size_t stride_;
   std::size_t chunk_elements_;
   const char* name_;
-  ov_vector<void*>* chunks_ = nullptr;  // Made with the first chunk.
 };
 
 }  // namespace orsin

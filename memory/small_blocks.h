@@ -1,9 +1,9 @@
-// The end of the three small-block pools; taking and giving back is public: sb_alloc(), sb_free().
+// The three pools behind sb_alloc(), as closedown sees them.
 #pragma once
 
 namespace orsin::small_blocks {
 
-/// Gives all chunks of the pools back to the process heap. Closedown: no block may be in use.
-void release();
+/// Gives every pool's memory back to the process heap, whatever is still in use.
+void stop();
 
 }  // namespace orsin::small_blocks

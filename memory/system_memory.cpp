@@ -11,8 +11,6 @@ using namespace orsin;
 
 namespace {
 
-constexpr int kPageSizeMin = 512;
-
 // 0 until asked for. Relaxed: two threads that ask at once store the same answer.
 constinit std::atomic<int> cached_page_size = 0;
 
@@ -37,7 +35,7 @@ std::uint64_t largest_free_region() {
 int mem_pagesize() {
   int size = cached_page_size.load(std::memory_order_relaxed);
   if (size <= 0) {
-    size = std::max(static_cast<int>(port::page_size()), kPageSizeMin);
+    size = usable_page_size(port::page_size());
     cached_page_size.store(size, std::memory_order_relaxed);
   }
   return size;

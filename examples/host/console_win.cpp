@@ -1,11 +1,12 @@
-#include <shellapi.h>
-#include <windows.h>
+#include "core/win/windows.h"
 
 #include <atomic>
 #include <string>
 #include <vector>
 
 #include "examples/host/console.h"
+
+#include <shellapi.h>
 
 namespace host {
 namespace {

@@ -12,6 +12,7 @@
 #include "examples/host/paths.h"
 #include "examples/host/progress_line.h"
 #include "orsincore/files.h"
+#include "orsincore/text.h"
 #include "orsincore/threads.h"
 
 namespace host {

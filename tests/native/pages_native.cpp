@@ -1,89 +1,128 @@
-#include <cstdlib>
-#include <cstring>
+// The memory ports over mmap(), with the refusals that a test asks for.
+#include "tests/native/pages_native.h"
 
-#include "core/log_port.h"
-#include "memory/pages_port.h"
+#include <sys/mman.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <mutex>
+
 #include "memory/process_heap_port.h"
-#include "tests/native/fake_pages.h"
+#include "tests/native/process_heap_native.h"
 
 namespace orsin::test {
 
-FakePages& fake_pages() {
-  static FakePages pages;
+NativePages& native_pages() {
+  static NativePages pages;
   return pages;
 }
 
-}  // namespace orsin::test
+NativeProcessHeap& native_process_heap() {
+  static NativeProcessHeap heap;
+  return heap;
+}
 
-namespace orsin::port {
 namespace {
 
-constexpr std::uint64_t kPageBytes = 4096;
-constexpr unsigned kRefusal = 12;
+std::mutex book_mutex;  // The lists of what was asked for.
+std::map<void*, std::uint64_t> committed;
 
-bool answer(bool refused) {
-  if (refused) {
-    set_last_system_error(kRefusal);
-  }
-  return !refused;
+bool fail_with(int code) {
+  errno = code;
+  return false;
+}
+
+std::uint64_t address_of(const void* pointer) {
+  return reinterpret_cast<std::uintptr_t>(pointer);
 }
 
 }  // namespace
+}  // namespace orsin::test
+
+namespace orsin::port {
+
+using namespace orsin::test;
 
 void* commit_pages_top_down(std::uint64_t size) noexcept {
-  test::FakePages& fake = test::fake_pages();
-  if (!answer(fake.refuse_commit || size == 0 || size > fake.commit_max)) {
+  const std::lock_guard guard(book_mutex);
+  native_pages().commits.push_back(size);
+  if (size == 0 || size > native_pages().largest_commit_bytes) {
+    errno = size == 0 ? EINVAL : ENOMEM;
     return nullptr;
   }
-  const std::uint64_t whole = (size + kPageBytes - 1) & ~(kPageBytes - 1);
-  void* pages = std::aligned_alloc(kPageBytes, whole);
-  if (pages != nullptr) {
-    std::memset(pages, 0, whole);
-    ++fake.live;
+  void* pages = ::mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (pages == MAP_FAILED) {
+    return nullptr;
   }
+  committed[pages] = size;
   return pages;
 }
 
 bool release_pages(void* address) noexcept {
-  std::free(address);
-  --test::fake_pages().live;
-  return answer(test::fake_pages().refuse_release);
+  const std::lock_guard guard(book_mutex);
+  const auto found = committed.find(address);
+  if (found == committed.end()) {
+    return fail_with(EINVAL);
+  }
+  ::munmap(address, found->second);
+  committed.erase(found);
+  return !native_pages().refuses_release || fail_with(EACCES);
 }
 
-bool pin_pages(void* /*address*/, std::uint64_t /*size*/) noexcept {
-  return answer(test::fake_pages().refuse_pin);
-}
-
-bool unpin_pages(void* /*address*/, std::uint64_t /*size*/) noexcept {
-  return answer(test::fake_pages().refuse_unpin);
-}
-
-std::uint32_t page_size() noexcept {
-  return kPageBytes;
-}
-
-MemoryStatus memory_status() noexcept {
-  return {16ULL << 30, 8ULL << 30, 100ULL << 40, 128ULL << 40};
-}
-
-AddressSpace address_space() noexcept {
-  return {0x10000, 0x7FFF'FFFF'FFFF};
-}
-
-Region region_at(std::uint64_t address) noexcept {
-  constexpr std::uint64_t kRegionBytes = 1ULL << 45;  // Every other one is free.
-  const std::uint64_t index = address / kRegionBytes;
-  return {index * kRegionBytes, kRegionBytes, index % 2 == 1};
-}
-
-void report_out_of_memory_to(OutOfMemoryReport /*report*/) noexcept {}
-
-bool process_heap_is_valid() noexcept {
+bool pin_pages(void* address, std::uint64_t size) noexcept {
+  const std::lock_guard guard(book_mutex);
+  if (native_pages().refuses_pin) {
+    return fail_with(EPERM);
+  }
+  native_pages().pinned[address_of(address)] = size;
   return true;
 }
 
+bool unpin_pages(void* address, std::uint64_t /*size*/) noexcept {
+  const std::lock_guard guard(book_mutex);
+  if (native_pages().refuses_unpin) {
+    return fail_with(EPERM);
+  }
+  return native_pages().pinned.erase(address_of(address)) == 1 || fail_with(ENOMEM);
+}
+
+std::uint32_t page_size() noexcept {
+  return native_pages().page_size;
+}
+
+MemoryStatus memory_status() noexcept {
+  return native_pages().status;
+}
+
+AddressSpace address_space() noexcept {
+  const std::vector<Region>& regions = native_pages().regions;
+  if (regions.empty()) {
+    return {};
+  }
+  return {regions.front().address, regions.back().address + regions.back().size - 1};
+}
+
+Region region_at(std::uint64_t address) noexcept {
+  for (const Region& region : native_pages().regions) {
+    if (address >= region.address && address - region.address < region.size) {
+      return region;
+    }
+  }
+  return {};
+}
+
+void report_out_of_memory_to(OutOfMemoryReport report) noexcept {
+  native_process_heap().report = report;
+}
+
+bool process_heap_is_valid() noexcept {
+  return native_process_heap().is_valid;
+}
+
 std::uint64_t compact_process_heap() noexcept {
-  return 4096;
+  errno = native_process_heap().compact_error;
+  return native_process_heap().largest_free;
 }
 
 }  // namespace orsin::port

@@ -1,0 +1,106 @@
+// Small blocks against other allocators, and the parallel copy against memcpy().
+//
+// Small blocks: `batch` blocks are allocated and freed again, last one first (LIFO) or first one
+// first (FIFO); the time is that of all pairs. Rivals: mimalloc, the run-time library's malloc(),
+// and a bare list that pops and pushes in the benchmark itself (the floor: no call into a DLL). A
+// good result is 3.5 times as many pairs per second as mimalloc in both orders.
+#include <benchmark/benchmark.h>
+#include <mimalloc.h>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "orsincore/memory.h"
+
+namespace {
+
+constexpr std::size_t kBatch = 256;
+
+struct OrsinSmallBlocks {
+  static void* take(std::size_t size) { return sb_alloc(size); }
+  static void give_back(void* block, std::size_t size) { sb_free(block, size); }
+};
+
+struct Mimalloc {
+  static void* take(std::size_t size) { return mi_malloc(size); }
+  static void give_back(void* block, std::size_t) { mi_free(block); }
+};
+
+struct RuntimeMalloc {
+  static void* take(std::size_t size) { return std::malloc(size); }
+  static void give_back(void* block, std::size_t) { std::free(block); }
+};
+
+struct BareList {
+  struct Node {
+    Node* next;
+    unsigned char rest[120];
+  };
+  static inline std::array<Node, kBatch> nodes;
+  static inline Node* head = nullptr;
+  static inline const bool threaded = [] {
+    for (Node& node : nodes) {
+      node.next = head;
+      head = &node;
+    }
+    return true;
+  }();
+
+  static void* take(std::size_t) {
+    Node* node = head;
+    head = node->next;
+    return node;
+  }
+  static void give_back(void* block, std::size_t) {
+    auto* node = static_cast<Node*>(block);
+    node->next = head;
+    head = node;
+  }
+};
+
+template <typename Allocator>
+void last_in_first_out(benchmark::State& state) {
+  const auto size = static_cast<std::size_t>(state.range(0));
+  std::array<void*, kBatch> blocks = {};
+  for (auto _ : state) {
+    for (void*& block : blocks) {
+      block = Allocator::take(size);
+    }
+    benchmark::DoNotOptimize(blocks);
+    for (std::size_t index = kBatch; index-- > 0;) {
+      Allocator::give_back(blocks[index], size);
+    }
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kBatch));
+}
+
+template <typename Allocator>
+void first_in_first_out(benchmark::State& state) {
+  const auto size = static_cast<std::size_t>(state.range(0));
+  std::array<void*, kBatch> blocks = {};
+  for (auto _ : state) {
+    for (void*& block : blocks) {
+      block = Allocator::take(size);
+    }
+    benchmark::DoNotOptimize(blocks);
+    for (void* block : blocks) {
+      Allocator::give_back(block, size);
+    }
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kBatch));
+}
+
+#define ORSIN_SMALL_BLOCK_BENCHMARKS(order)                       \
+  BENCHMARK_TEMPLATE(order, OrsinSmallBlocks)->Arg(24)->Arg(100); \
+  BENCHMARK_TEMPLATE(order, Mimalloc)->Arg(24)->Arg(100);         \
+  BENCHMARK_TEMPLATE(order, RuntimeMalloc)->Arg(24)->Arg(100);    \
+  BENCHMARK_TEMPLATE(order, BareList)->Arg(24)
+
+ORSIN_SMALL_BLOCK_BENCHMARKS(last_in_first_out);
+ORSIN_SMALL_BLOCK_BENCHMARKS(first_in_first_out);
+
+}  // namespace

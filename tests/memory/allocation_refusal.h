@@ -1,0 +1,31 @@
+// Has the process heap refuse, and watches what is freed.
+//
+// The test program is linked so that the library's calls of malloc(), calloc(), realloc() and
+// free() come through here. While a refusal lives, allocations of at least its size fail; while a
+// watch lives, it knows the addresses that were freed.
+#pragma once
+
+#include <cstddef>
+
+namespace orsin::test {
+
+class AllocationRefusal {
+ public:
+  explicit AllocationRefusal(std::size_t bytes_min);
+  ~AllocationRefusal();
+  AllocationRefusal(const AllocationRefusal&) = delete;
+  AllocationRefusal& operator=(const AllocationRefusal&) = delete;
+};
+
+class FreeWatch {
+ public:
+  FreeWatch();
+  ~FreeWatch();
+  FreeWatch(const FreeWatch&) = delete;
+  FreeWatch& operator=(const FreeWatch&) = delete;
+
+  /// Whether `address` was given to free() since the watch began.
+  [[nodiscard]] bool saw(const void* address) const;
+};
+
+}  // namespace orsin::test

@@ -1,0 +1,92 @@
+// The memory layer on the system itself: handlers of the run-time library, the process heap.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+
+#include "core/win/windows.h"
+#include "memory/memory_lifecycle.h"
+#include "orsincore/log.h"
+#include "orsincore/memory.h"
+#include "tests/support/log_capture.h"
+
+namespace orsin {
+namespace {
+
+using test::Lines;
+using test::LogCapture;
+
+// Volatile: compilers know that nobody can have so much, and drop the call.
+// The line shows the low half of the size in KiB: 5 of 2^36 + 5.
+volatile std::size_t impossible_bytes = (std::size_t{1} << 46) + (5 << 10);
+
+const Lines kOutOfMemory = {"ERROR: ************************************",
+                            "     : * Out of (system) memory, requested 5 Kb", "     : *"};
+
+class OutOfMemory : public testing::Test {
+ protected:
+  void SetUp() override {
+    mem_info_str info = {};
+    start_memory(info);
+  }
+  void TearDown() override { stop_memory(); }
+};
+
+TEST_F(OutOfMemory, IsReportedByMallocWhichThenReturnsNull) {
+  const LogCapture log;
+
+  EXPECT_EQ(std::malloc(impossible_bytes), nullptr);
+
+  EXPECT_EQ(log.lines(), kOutOfMemory);
+}
+
+TEST_F(OutOfMemory, IsReportedByNewWhichThenThrowsOnce) {
+  const LogCapture log;
+
+  EXPECT_THROW(static_cast<void>(::operator new(impossible_bytes)), std::bad_alloc);
+
+  EXPECT_EQ(log.lines(), kOutOfMemory);
+}
+
+TEST(ProcessHeap, IsValidAndAnswersACompaction) {
+  const LogCapture log;
+
+  const std::uint64_t largest = a_heapcompact();
+
+  // Wine names no size and no error; Windows names the size.
+  if (largest == 0) {
+    EXPECT_EQ(log.lines(), Lines{"WARN : MEMORY: System heap: No Error"});
+  } else {
+    EXPECT_EQ(log.lines(), Lines{});
+  }
+}
+
+TEST(MemoryInformation, KnowsTheAddressSpace) {
+  mem_info_str info = {};
+
+  mem_info(&info);
+
+  EXPECT_GT(info.total_virtual, std::uint64_t{1} << 40);
+  EXPECT_GT(info.largest_usable, 0u);
+  EXPECT_LE(info.largest_usable, info.total_physical);
+}
+
+TEST(OsAllocation, LiesHighInTheAddressSpace) {
+  void* pages = os_alloc(std::uint64_t{1} << 20, 0);
+
+  EXPECT_GT(reinterpret_cast<std::uintptr_t>(pages), std::uint64_t{1} << 32);
+
+  os_free(pages);
+}
+
+TEST(PageLock, RefusesMemoryThatIsNotThere) {
+  const LogCapture log;
+
+  EXPECT_EQ(mem_lock(nullptr, 4096), -1);
+
+  const std::string reason = os_errormsg();
+  EXPECT_EQ(log.lines(), Lines{"WARN : MEMORY: OS lock error - " + reason});
+}
+
+}  // namespace
+}  // namespace orsin
