@@ -202,8 +202,8 @@ class ORSIN_API fReadBuffer {
       cursor_ += sizeof(value);
     } else {
       unsigned char bytes[sizeof(Number)];
-      for (unsigned char& byte : bytes) {
-        byte = read_byte();
+      for (unsigned char& each : bytes) {
+        each = read_byte();
       }
       std::memcpy(&value, bytes, sizeof(value));
     }
