@@ -300,8 +300,8 @@ void HeapBlocks::move_to(std::uint8_t* region, std::uint64_t total_size) {
     }
   }
 
-  // Kept on purpose: one header's worth of the new space is given up. A heap that grows by less than
-  // a header keeps its end where it was.
+  // Kept on purpose: one header's worth of the new space is given up. A heap that grows by less
+  // than a header keeps its end where it was.
   const std::uint64_t grown = total_size - old_total;
   add_last_block(copied_end, grown > heap_.header_size ? grown - heap_.header_size : 0);
 }

@@ -88,8 +88,8 @@ void mheap_destroy(_mheap* heap) {
 namespace orsin::movable_heap {
 namespace {
 
-// Says in the log what only the log can tell; the block, or null.
-mheap_mblk* search_locked(_mheap& heap, std::uint64_t needed, bool may_compact) {
+// Looks for room, and says in the log what stands in the way.
+Space search_locked(_mheap& heap, std::uint64_t needed, bool may_compact) {
   const Space space = HeapBlocks(heap).find_space(needed, may_compact);
   if (space.result == SpaceResult::kAllLocked) {
     mheap_dump(&heap, "TOTALLY LOCKED !!");
@@ -97,21 +97,25 @@ mheap_mblk* search_locked(_mheap& heap, std::uint64_t needed, bool may_compact) 
     msgerror("HEAP '%s' CORRUPTED: Illegal (0 size) block detected...", HeapName(heap).text);
     raise_corrupted();
   }
-  return space.block;
+  return space;
 }
 
 }  // namespace
 
-int allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle) {
-  mheap_mblk* block = search_locked(heap, needed, heap.mode != MHEAP_DISCARD);
-  if (block == nullptr && heap.mode == MHEAP_DISCARD) {
-    block = search_locked(heap, needed, true);
+Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle) {
+  Space space = search_locked(heap, needed, heap.mode != MHEAP_DISCARD);
+  if (space.block == nullptr && space.result != SpaceResult::kCorrupted &&
+      heap.mode == MHEAP_DISCARD) {
+    space = search_locked(heap, needed, true);
   }
-  if (block == nullptr) {
-    return -1;
+  if (space.result == SpaceResult::kCorrupted) {
+    return Attempt::kDamaged;
   }
-  HeapBlocks(heap).claim(block, needed, handle);
-  return static_cast<int>(block->lock_count);
+  if (space.block == nullptr) {
+    return Attempt::kNoRoom;
+  }
+  HeapBlocks(heap).claim(space.block, needed, handle);
+  return Attempt::kAllocated;
 }
 
 }  // namespace orsin::movable_heap
@@ -129,9 +133,13 @@ int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
   HeapLock lock(heap);
   const std::uint64_t needed = heap_block_size(*heap, size);
   for (int waits = 0; waits < kWaitsMax;) {
-    const int count = movable_heap::allocate_once_locked(*heap, needed, handle);
-    if (count > 0) {
-      return count;
+    switch (movable_heap::allocate_once_locked(*heap, needed, handle)) {
+      case movable_heap::Attempt::kAllocated:
+        return 1;
+      case movable_heap::Attempt::kDamaged:
+        return -1;
+      case movable_heap::Attempt::kNoRoom:
+        break;
     }
     if (heap->mode != MHEAP_DISCARD) {
       // Kept on purpose: such a heap never waits and never gives up. Its users free blocks on other

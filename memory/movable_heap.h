@@ -38,9 +38,15 @@ struct HeapName {
 
 namespace movable_heap {
 
-/// One attempt of mheap_alloc_lock(), without waiting: 1, or -1 when there is no room. The caller
-/// holds the heap's mutex. `needed` is the size of the whole block.
-[[nodiscard]] int allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle);
+enum class Attempt {
+  kAllocated,
+  kNoRoom,   ///< Now; an unlock may change that.
+  kDamaged,  ///< Logged, and the signal raised.
+};
+
+/// One attempt of mheap_alloc_lock(), without waiting. The caller holds the heap's mutex. `needed`
+/// is the size of the whole block.
+[[nodiscard]] Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle);
 
 }  // namespace movable_heap
 }  // namespace orsin
