@@ -26,6 +26,7 @@ if(MSVC)
 else()
   target_compile_options(orsin_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
+    -Wno-invalid-offsetof  # Layouts of exported classes are pinned by it; both compilers allow it.
     -fno-omit-frame-pointer)
 endif()
 

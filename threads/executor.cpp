@@ -132,6 +132,7 @@ void run_worker(void* /*argument*/) {
   for (;;) {
     const smp_entry_t job = take();
     if (job.quit != 0) {
+      mp_setspecific(executor.part_key, nullptr);  // The cell goes before the thread does.
       return;
     }
     if (job.function != nullptr) {
@@ -206,8 +207,10 @@ int start_executor(int requested) {
   }
   for (int i = 0; i < workers; ++i) {
     if (!start_worker(i)) {
-      // The workers that run already stay idle: they wait for jobs that never come.
       msgerror("SMP: Can't create MP thread: %d\n", i);
+      if (i == 0) {
+        delete_queue();
+      }  // Otherwise the workers that run already stay idle, waiting for jobs that never come.
       executor.configured = 1;
       executor.active.store(1);
       return 1;

@@ -5,7 +5,8 @@
 // std::uint32_t orsin_call_guarded(void (*entry)(void*), void* argument)
 //
 // Calls entry(argument) under a structured exception handler and returns 0. When the filter asks
-// for it the stack is unwound to here and the exception's code is returned.
+// for it the stack is unwound to here and 1 is returned; not the exception's code, which the unwinder
+// promises to leave in eax, but Wine does not.
 	.globl	orsin_call_guarded
 	.seh_proc	orsin_call_guarded
 orsin_call_guarded:
@@ -19,7 +20,10 @@ orsin_call_guarded:
 	nop				// The return address must lie inside the guarded range.
 .Lguarded_end:
 	xorl	%eax, %eax
-.Lhandled:				// After an unwind the code is in eax.
+	addq	$40, %rsp
+	ret
+.Lhandled:
+	movl	$1, %eax
 	addq	$40, %rsp
 	ret
 	.seh_handler	__C_specific_handler, @except

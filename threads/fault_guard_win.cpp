@@ -117,6 +117,25 @@ void redirect_to_throw(FaultState& state, EXCEPTION_POINTERS& information) {
   context.FltSave.TagWord = 0;
 }
 
+// Lets a stack overflow be reported while there is room left to throw.
+//
+// Windows moves the guard page down with the stack and stops it where the guarantee begins. Wine
+// keeps it at the very end of a stack that is committed as a whole, where the guarantee comes too
+// late: there we put one where it should be. On Windows that page is not committed yet.
+void keep_stack_for_throwing() {
+  ULONG guarantee = kStackGuaranteeBytes;
+  SetThreadStackGuarantee(&guarantee);
+
+  MEMORY_BASIC_INFORMATION region = {};
+  VirtualQuery(&region, &region, sizeof(region));
+  auto* page = static_cast<char*>(region.AllocationBase) + kStackGuaranteeBytes;
+  VirtualQuery(page, &region, sizeof(region));
+  if (region.State == MEM_COMMIT && page < reinterpret_cast<char*>(&region)) {
+    DWORD old_protection = 0;
+    VirtualProtect(page, 1, PAGE_READWRITE | PAGE_GUARD, &old_protection);
+  }
+}
+
 // A fault that nobody caught on a thread that has no guard: the host's own threads.
 LONG end_unguarded_thread(FaultState& state) {
   orsinExceptionFilter(static_cast<int>(state.record.ExceptionCode), &state.pointers);
@@ -168,20 +187,17 @@ void install_fault_guard() {
 
 std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
   install_fault_guard();
-  ULONG guarantee = kStackGuaranteeBytes;
-  SetThreadStackGuarantee(&guarantee);
+  keep_stack_for_throwing();
 
   FaultState state = {};
   void* outer = TlsGetValue(guard.state_index);
   TlsSetValue(guard.state_index, &state);
   std::uint32_t code = 0;
   try {
-    code = orsin_call_guarded(entry, argument);
+    const bool unwound = orsin_call_guarded(entry, argument) != 0;
+    code = unwound ? state.record.ExceptionCode : 0;
   } catch (const SE_Exception& fault) {
     code = fault.getSeNumber();
-  }
-  if (code == kFaultWithoutTables) {
-    code = state.record.ExceptionCode;
   }
   TlsSetValue(guard.state_index, outer);
   return code;

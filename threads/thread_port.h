@@ -13,8 +13,16 @@ struct StartedThread {
 
 enum class ThreadWait { kEnded, kTimedOut, kFailed };
 
-/// Starts a thread at once that runs `run(argument)` on a stack of `stack_bytes`.
-[[nodiscard]] StartedThread start_thread(void (*run)(void*), void* argument,
+/// What a new thread does first: `run(entry, argument)`. It travels by value: the table may give
+/// the thread's record to another before the thread has run at all.
+struct ThreadStart {
+  void (*run)(void (*entry)(void*), void* argument);
+  void (*entry)(void*);
+  void* argument;
+};
+
+/// Starts a thread at once on a stack of `stack_bytes`.
+[[nodiscard]] StartedThread start_thread(const ThreadStart& start,
                                          std::size_t stack_bytes) noexcept;
 [[nodiscard]] unsigned int current_thread_identifier() noexcept;
 [[nodiscard]] ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept;

@@ -6,6 +6,7 @@
 // identifier is known; it is never held during a wait for a thread.
 #include "threads/thread_table.h"
 
+#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -73,17 +74,19 @@ thread_entry_str* find_locked(Table& threads, unsigned int identifier) {
     msgcont("THREAD(%s): Fatal Error, Exception: 0x%08x (VM: %3d%%)", name, code, load);
   }
   msgcont("%s", kAsterisks);
+  if (std::FILE* stream = msg_get_file()) {
+    std::fflush(stream);  // Standard error may be buffered, and nothing else will write it out.
+  }
   port::end_process(kFaultExitCode);
 }
 
 // The first function of every thread.
-void run_thread(void* parameter) {
-  auto* record = static_cast<thread_entry_str*>(parameter);
-  if (record == nullptr || record->entry == nullptr) {
+void run_thread(void (*entry)(void*), void* argument) {
+  if (entry == nullptr) {
     return;
   }
   fpu_default_mode();
-  const std::uint32_t fault = run_guarded(record->entry, record->argument);
+  const std::uint32_t fault = run_guarded(entry, argument);
   if (fault != 0) {
     end_after_fault(mp_get_thread_name(), fault);
   }
@@ -150,7 +153,8 @@ unsigned int mp_start_thread(const char* name, void (*entry)(void*), void* argum
   record->entry = entry;
   record->argument = argument;
 
-  const port::StartedThread started = port::start_thread(run_thread, record, kStackBytes);
+  const port::StartedThread started =
+      port::start_thread({run_thread, entry, argument}, kStackBytes);
   if (started.handle == nullptr) {
     // Kept on purpose: the record stays in use without a thread until closedown, as a trace of the
     // failure.

@@ -4,34 +4,29 @@
 namespace orsin::port {
 namespace {
 
-// The system frees nothing that belongs to the caller, so what to run travels in a heap cell.
-struct Start {
-  void (*run)(void*);
-  void* argument;
-};
-
+// What to run travels in a heap cell.
 DWORD WINAPI run_started(void* parameter) {
-  const Start start = *static_cast<Start*>(parameter);
+  const ThreadStart start = *static_cast<ThreadStart*>(parameter);
   HeapFree(GetProcessHeap(), 0, parameter);
-  start.run(start.argument);
+  start.run(start.entry, start.argument);
   return 0;
 }
 
 }  // namespace
 
-StartedThread start_thread(void (*run)(void*), void* argument, std::size_t stack_bytes) noexcept {
-  auto* start = static_cast<Start*>(HeapAlloc(GetProcessHeap(), 0, sizeof(Start)));
-  if (start == nullptr) {
+StartedThread start_thread(const ThreadStart& start, std::size_t stack_bytes) noexcept {
+  auto* cell = static_cast<ThreadStart*>(HeapAlloc(GetProcessHeap(), 0, sizeof(ThreadStart)));
+  if (cell == nullptr) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return {};
   }
-  *start = {run, argument};
+  *cell = start;
   DWORD identifier = 0;
-  HANDLE handle = CreateThread(nullptr, stack_bytes, run_started, start,
+  HANDLE handle = CreateThread(nullptr, stack_bytes, run_started, cell,
                                STACK_SIZE_PARAM_IS_A_RESERVATION, &identifier);
   if (handle == nullptr) {
     const DWORD reason = GetLastError();
-    HeapFree(GetProcessHeap(), 0, start);
+    HeapFree(GetProcessHeap(), 0, cell);
     SetLastError(reason);
   }
   return {handle, identifier};

@@ -15,14 +15,14 @@ char application_name[] = "OrsinHost";
 }  // namespace
 
 int bad_usage(const Command& command, const std::string& problem) {
-  std::fprintf(stderr, "host %.*s: %s\nTry: host %.*s --help\n",
+  std::fprintf(console_errors(), "host %.*s: %s\nTry: host %.*s --help\n",
                static_cast<int>(command.name.size()), command.name.data(), problem.c_str(),
                static_cast<int>(command.name.size()), command.name.data());
   return kBadUsage;
 }
 
 int fail(const std::string& reason) {
-  std::fprintf(stderr, "host: %s\n", reason.c_str());
+  std::fprintf(console_errors(), "host: %s\n", reason.c_str());
   return kFailed;
 }
 

@@ -2,6 +2,7 @@
 // progress line, Ctrl-C. console_win.cpp answers.
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 namespace host {
@@ -13,6 +14,9 @@ void open_console();
 /// The command line read by open_console(); argv ends with null and lives as long as the process.
 int console_argc();
 char** console_argv();
+
+/// Standard error as the program found it: start-up turns the process's own into the log.
+std::FILE* console_errors();
 
 /// True when standard output is a console, so that a progress line can be rewritten in place.
 bool output_is_console();

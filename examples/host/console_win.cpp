@@ -1,5 +1,4 @@
-#include <shellapi.h>
-#include <windows.h>
+#include "core/win/windows.h"
 
 #include <atomic>
 #include <string>
@@ -7,12 +6,17 @@
 
 #include "examples/host/console.h"
 
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+
 namespace host {
 namespace {
 
 std::vector<std::string> arguments;
 std::vector<char*> argument_pointers;
 std::atomic<bool> cancel_flag = false;
+std::FILE* errors = nullptr;
 
 std::string to_utf8(const wchar_t* wide) {
   const int size = WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
@@ -49,6 +53,15 @@ void open_console() {
   }
   argument_pointers.push_back(nullptr);
   SetConsoleOutputCP(CP_UTF8);
+
+  errors = _fdopen(_dup(_fileno(stderr)), "w");
+  if (errors != nullptr) {
+    std::setvbuf(errors, nullptr, _IONBF, 0);
+  }
+}
+
+std::FILE* console_errors() {
+  return errors != nullptr ? errors : stderr;
 }
 
 int console_argc() {

@@ -12,6 +12,7 @@
 #include "examples/host/paths.h"
 #include "examples/host/progress_line.h"
 #include "orsincore/files.h"
+#include "orsincore/text.h"
 #include "orsincore/threads.h"
 
 namespace host {
@@ -125,7 +126,7 @@ bool verify(const GuardedWriter& writer, md5_state_s& expected) {
   md5_state_s found;
   const int code = file_read_secure(writer.partial().c_str(), found, nullptr, &expected);
   if (code != 0) {
-    std::fprintf(stderr, "host: verification failed (%d): %s\n", code,
+    std::fprintf(console_errors(), "host: verification failed (%d): %s\n", code,
                  writer.destination().c_str());
   }
   return code == 0;
@@ -153,7 +154,7 @@ int copy(const CopyOptions& options) {
     const int code = file_copy(options.source.c_str(), names.data(), true, bytes, nullptr,
                                writer_list.data(), on_block, &pass, true);
     if (cancel_requested()) {
-      std::fputs("host: cancelled, nothing was changed\n", stderr);
+      std::fputs("host: cancelled, nothing was changed\n", console_errors());
       return kCancelled;
     }
     if (code != 0) {
@@ -172,7 +173,7 @@ int copy(const CopyOptions& options) {
       return kFailed;
     }
     if (cancel_requested()) {
-      std::fputs("host: cancelled, unfinished destinations were removed\n", stderr);
+      std::fputs("host: cancelled, unfinished destinations were removed\n", console_errors());
       return kCancelled;
     }
     if (!writer->commit()) {
@@ -192,7 +193,7 @@ int copy_command(const Arguments& arguments) {
   }
   const FullLibrary library;
   if (!library.started()) {
-    std::fputs("host: another copy is running\n", stderr);
+    std::fputs("host: another copy is running\n", console_errors());
     return kBusy;
   }
   if (const int code = resolve(options); code != kDone) {

@@ -13,7 +13,7 @@ constexpr int kBufferBytes = 16 * 1024 * 1024;
 }  // namespace
 
 GuardedWriter::GuardedWriter(std::string destination)
-    : fWriteBuffer(invalid_file(), true),
+    : fWriteBuffer(io_invalid_handle(), true),
       destination_(std::move(destination)),
       partial_(destination_ + ".partial") {
   set_buffer(kBufferBytes, true);

@@ -82,7 +82,7 @@ int run(char** argv) {
       return run_command(*command, arguments);
     }
   }
-  std::fprintf(stderr, "host: no command '%s'. Try: host --help\n", argv[index]);
+  std::fprintf(console_errors(), "host: no command '%s'. Try: host --help\n", argv[index]);
   return kBadUsage;
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "examples/host/command.h"
+#include "examples/host/console.h"
 #include "orsincore/files.h"
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
@@ -33,7 +34,7 @@ int report(const Arguments& arguments) {
   {
     const FullLibrary library;
     if (!library.started()) {
-      std::fputs("host: another copy is running\n", stderr);
+      std::fputs("host: another copy is running\n", console_errors());
       return kBusy;
     }
     log = file_get_logfile();

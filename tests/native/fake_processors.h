@@ -18,7 +18,9 @@ struct FakeProcessors {
   std::uint32_t fpu_control = 0x9001F;
 
   bool refuse_threads = false;
+  bool refuse_waits = false;
   bool refuse_affinity = false;
+  void (*on_pause)() = nullptr;  // Called in every waiting loop, on the thread that waits.
   std::uint16_t bound_group = 0;
   std::uint64_t bound_mask = 0;
   std::uint8_t bound_number = 0;

@@ -1,6 +1,7 @@
 // The thread and processor ports over the standard library. Faults stay the system's business here.
 #include <condition_variable>
 #include <cstdlib>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -32,11 +33,16 @@ FakeProcessors& fake_processors() {
 namespace port {
 namespace {
 
-struct NativeThread {
-  std::thread thread;
+// Shared by the handle and the thread, so that either may be gone first.
+struct ThreadEnd {
   std::mutex mutex;
   std::condition_variable changed;
   bool ended = false;
+};
+
+struct NativeThread {
+  std::thread thread;
+  std::shared_ptr<ThreadEnd> end = std::make_shared<ThreadEnd>();
 };
 
 std::mutex identifier_mutex;
@@ -45,7 +51,7 @@ thread_local unsigned int own_identifier = 1;
 
 }  // namespace
 
-StartedThread start_thread(void (*run)(void*), void* argument, std::size_t /*stack*/) noexcept {
+StartedThread start_thread(const ThreadStart& start, std::size_t /*stack_bytes*/) noexcept {
   auto* started = new (std::nothrow) NativeThread;
   if (started == nullptr || test::fake_processors().refuse_threads) {
     delete started;
@@ -56,12 +62,12 @@ StartedThread start_thread(void (*run)(void*), void* argument, std::size_t /*sta
     const std::lock_guard guard(identifier_mutex);
     identifier = next_identifier++;
   }
-  started->thread = std::thread([=] {
+  started->thread = std::thread([=, end = started->end] {
     own_identifier = identifier;
-    run(argument);
-    const std::lock_guard guard(started->mutex);
-    started->ended = true;
-    started->changed.notify_all();
+    start.run(start.entry, start.argument);
+    const std::lock_guard guard(end->mutex);
+    end->ended = true;
+    end->changed.notify_all();
   });
   return {started, identifier};
 }
@@ -71,10 +77,13 @@ unsigned int current_thread_identifier() noexcept {
 }
 
 ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept {
-  auto* thread = static_cast<NativeThread*>(handle);
-  std::unique_lock guard(thread->mutex);
-  const bool ended = thread->changed.wait_for(guard, std::chrono::milliseconds(timeout_ms),
-                                              [&] { return thread->ended; });
+  if (test::fake_processors().refuse_waits) {
+    return ThreadWait::kFailed;
+  }
+  ThreadEnd& end = *static_cast<NativeThread*>(handle)->end;
+  std::unique_lock guard(end.mutex);
+  const bool ended =
+      end.changed.wait_for(guard, std::chrono::milliseconds(timeout_ms), [&] { return end.ended; });
   return ended ? ThreadWait::kEnded : ThreadWait::kTimedOut;
 }
 
@@ -82,10 +91,19 @@ bool terminate_thread(void* /*handle*/) noexcept {
   return false;
 }
 
-// Nothing here can end a thread from outside, so closing waits for it.
+// As the platform's: the thread runs on if it has not ended.
 void close_thread(void* handle) noexcept {
   auto* thread = static_cast<NativeThread*>(handle);
-  thread->thread.join();
+  bool ended = false;
+  {
+    const std::lock_guard guard(thread->end->mutex);
+    ended = thread->end->ended;
+  }
+  if (ended) {
+    thread->thread.join();
+  } else {
+    thread->thread.detach();
+  }
   delete thread;
 }
 
@@ -110,6 +128,9 @@ bool set_ideal_processor(std::uint16_t group, std::uint8_t number) noexcept {
 }
 
 void pause_processor() noexcept {
+  if (const auto on_pause = test::fake_processors().on_pause) {
+    on_pause();
+  }
   __builtin_ia32_pause();
 }
 

@@ -30,8 +30,8 @@ TEST(Clock, NeverRunsBackwards) {
 }
 
 TEST(Clock, WarnsOnceWhenReadBeforeItsStart) {
-  reset_clock();
   const test::LogCapture log;
+  reset_clock();
 
   EXPECT_EQ(mp_getclock(), 0.0);
   EXPECT_EQ(mp_getclock(), 0.0);

@@ -1,0 +1,41 @@
+// What start-up and its report ask of the platform. startup_win.cpp answers.
+#pragma once
+
+#include <cstddef>
+
+namespace orsin::port {
+
+/// The executable's file name, UTF-8.
+void module_file_name(char* path, std::size_t size) noexcept;
+
+/// An environment variable as UTF-8; false when there is none.
+[[nodiscard]] bool environment_path(const char* name, char* value, std::size_t size) noexcept;
+
+/// The folder for the data of all users, made if it is missing.
+[[nodiscard]] bool common_application_data(char* path, std::size_t size) noexcept;
+
+/// Turns the system's boxes about critical errors and files that cannot be opened off.
+void silence_error_boxes() noexcept;
+
+/// Points the process's standard-error handle at the stream's file.
+void redirect_standard_error(void* stream) noexcept;
+
+struct Version {
+  int parts[4];
+};
+
+/// The product version of the system's core library; false when it cannot be read.
+[[nodiscard]] bool system_product_version(Version& version) noexcept;
+
+struct SystemVersion {
+  int major;
+  int minor;
+  int build;
+  char service_pack[128];
+};
+[[nodiscard]] SystemVersion system_version() noexcept;
+
+/// A string value of the system's registration; false when it is absent, empty or no plain string.
+[[nodiscard]] bool registered(const char* value_name, char* text, std::size_t size) noexcept;
+
+}  // namespace orsin::port

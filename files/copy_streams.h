@@ -1,0 +1,54 @@
+// What all copies share: the reader and the writers, the caller's or their own, and what is copied
+// beside the data.
+#pragma once
+
+#include <memory>
+
+#include "orsincore/io.h"
+
+namespace orsin {
+
+/// The caller's object, or one made here and released with this.
+template <typename T>
+class Borrowed {
+ public:
+  explicit Borrowed(T* borrowed) : object_(borrowed) {}
+  explicit Borrowed(std::unique_ptr<T> own) : object_(own.get()), own_(std::move(own)) {}
+
+  [[nodiscard]] T* get() const { return object_; }
+  T* operator->() const { return object_; }
+
+ private:
+  T* object_;
+  std::unique_ptr<T> own_;
+};
+
+using BorrowedReader = Borrowed<fReadBuffer>;
+using BorrowedWriter = Borrowed<fWriteBuffer>;
+
+/// The caller's reader, or eight buffers of 1 MiB; holds null when memory is short.
+[[nodiscard]] BorrowedReader reader_for_copy(fReadBuffer* reader);
+
+/// The caller's writer, or 16 MiB twice over; holds null when memory is short.
+[[nodiscard]] BorrowedWriter writer_for_copy(fWriteBuffer* writer);
+
+/// Opens a source as every copy does: others may read it, nobody may change it meanwhile.
+[[nodiscard]] bool open_source(fReadBuffer& reader, const char* path);
+
+/// One run of bytes of the source; null at its end. Valid until the reader moves on.
+struct Block {
+  unsigned char* data;
+  unsigned long long length;
+
+  [[nodiscard]] bool is_end() const { return data == nullptr || length == 0; }
+};
+
+/// What the reader stands at, fetching when its block is used up.
+[[nodiscard]] Block current_block(fReadBuffer& reader);
+
+/// Copies the time of the last write and the attributes. What fails is a warning, if wanted.
+///
+/// @param share_source  Others may have the source open for reading meanwhile.
+void copy_file_facts(const char* source, const char* destination, bool share_source, bool verbose);
+
+}  // namespace orsin

@@ -1,0 +1,81 @@
+// Walking the entries of one directory; see directory_enumeration.h.
+#include "files/directory_enumeration.h"
+
+#include <atomic>
+
+#include "files/file_system_port.h"
+#include "files/path_buffer.h"
+
+namespace orsin {
+namespace {
+
+enum class Form : int { kUntried, kFast, kPlain };
+
+// Found out by the first enumeration of the process. Two first ones at once find out the same, or
+// one of them chooses the plain form, which works as well.
+std::atomic<Form> known_form = Form::kUntried;
+
+void* start(const char* pattern, FoundEntry& entry) {
+  const Form form = known_form.load(std::memory_order_relaxed);
+  if (form != Form::kUntried) {
+    return port::start_enumeration(pattern, form == Form::kFast, entry);
+  }
+  if (port::has_fast_enumeration()) {
+    void* enumeration = port::start_enumeration(pattern, true, entry);
+    if (enumeration != nullptr) {
+      known_form.store(Form::kFast, std::memory_order_relaxed);
+      return enumeration;
+    }
+  }
+  // Kept on purpose: whatever made the first attempt fail, even a missing directory, decides for
+  // the plain form for good. That form works on every file system; the other is merely faster.
+  known_form.store(Form::kPlain, std::memory_order_relaxed);
+  return port::start_enumeration(pattern, false, entry);
+}
+
+bool is_listed(const FoundEntry& entry) {
+  if ((entry.attributes & port::kSystem) != 0 ||
+      ((entry.attributes & port::kHidden) != 0 && entry.name[0] == '.')) {
+    return false;
+  }
+  const bool is_dotted = entry.name[0] == '.' && (entry.name[1] == '\0' || entry.name[1] == '.');
+  return !is_dotted || (!is_directory(entry) && entry.name[1] != '\0');
+}
+
+}  // namespace
+
+bool is_directory(const FoundEntry& entry) {
+  return (entry.attributes & port::kDirectory) != 0;
+}
+
+DirectoryEnumeration::DirectoryEnumeration(const char* directory) {
+  PathBuffer pattern(directory);
+  const bool has_separator = !pattern.empty() && pattern.ends_in_separator();
+  char text[kPathBytes + 8];  // Longer than a path: the directory may be one of 259 bytes.
+  const std::size_t length = pattern.length();
+  std::memcpy(text, pattern.c_str(), length);
+  std::memcpy(text + length, has_separator ? "*.*" : "\\*.*", has_separator ? 4 : 5);
+  enumeration_ = start(text, entry_);
+  has_entry_ = enumeration_ != nullptr;
+}
+
+DirectoryEnumeration::~DirectoryEnumeration() {
+  if (enumeration_ != nullptr) {
+    port::end_enumeration(enumeration_);
+  }
+}
+
+const FoundEntry* DirectoryEnumeration::next() {
+  while (enumeration_ != nullptr) {
+    if (!has_entry_ && !port::continue_enumeration(enumeration_, entry_)) {
+      return nullptr;
+    }
+    has_entry_ = false;
+    if (is_listed(entry_)) {
+      return &entry_;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace orsin

@@ -1,0 +1,259 @@
+// Copying one file to up to 16 destinations in one read pass.
+//
+// The order of the steps is part of the interface: what is checked before anything is created, when
+// the callback runs, and who is closed after a failure.
+//
+// What was there before is safe: the source stays open and shared for reading only until the last
+// byte is written, and destinations are opened unshared. So a destination that is the source under
+// another spelling of its name, or the same file twice in the list, cannot be opened: result -2.
+#include <cstring>
+#include <optional>
+
+#include "files/copy_streams.h"
+#include "files/directory_creation.h"
+#include "files/path_buffer.h"
+#include "orsincore/files.h"
+#include "orsincore/log.h"
+
+namespace orsin {
+namespace {
+
+constexpr int kDestinationsMax = 16;
+
+using Progress = void (*)(void* user, unsigned char* data, unsigned long long length);
+
+enum Result : int {
+  kCopied = 0,
+  kSourceNotOpened = -1,
+  kDestinationNotCreated = -2,
+  kSourceNotRead = -3,
+  kPathNotAllowed = -4,
+  kDirectoryNotCreated = -5,
+  kNoSource = -6,
+  kDestinationExists = -7,
+  kWriteFailed = -8,
+  kSameFile = -9,
+  kWritersDiffer = -12,
+  kTooManyDestinations = -13,
+};
+
+struct Copy {
+  const char* source;
+  const char** destinations;
+  int count;
+  bool overwrite;
+  unsigned long long& bytes;
+  Progress progress;
+  void* user;
+  bool verbose;
+};
+
+int count_destinations(const char** destinations) {
+  int count = 0;
+  while (destinations != nullptr && destinations[count] != nullptr &&
+         *destinations[count] != '\0') {
+    ++count;
+  }
+  return count;
+}
+
+int count_writers(fWriteBuffer** writers) {
+  int count = 0;
+  while (writers != nullptr && writers[count] != nullptr) {
+    ++count;
+  }
+  return count;
+}
+
+Result check_destination(const Copy& copy, const char* destination) {
+  if (std::strcmp(copy.source, destination) == 0) {
+    if (copy.verbose) {
+      msgerror("File Copy: source and destination are the same!");
+    }
+    return kSameFile;
+  }
+  const SplitPath split = split_path(destination);
+  if (!split.has_directory || split.directory.size() >= kPathBytes) {
+    return kPathNotAllowed;
+  }
+  if (!ensure_directory_part(split.directory)) {
+    return kDirectoryNotCreated;
+  }
+  if (!copy.overwrite && file_exists(destination) != 0) {
+    if (copy.verbose) {
+      msgerror("File Copy: destination file already exists!");
+    }
+    return kDestinationExists;
+  }
+  return kCopied;
+}
+
+// Up to 16 writers; the ones made here go when this goes.
+class Writers {
+ public:
+  explicit Writers(int count) : count_(count) {}
+
+  // False when memory is short: the destinations cannot be created then.
+  bool prepare(fWriteBuffer** borrowed) {
+    for (int i = 0; i < count_; ++i) {
+      slots_[i].emplace(writer_for_copy(borrowed != nullptr ? borrowed[i] : nullptr));
+      if (at(i) == nullptr) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  // The index of the first destination that cannot be created; the count when all were.
+  int open(const char** destinations) {
+    for (int i = 0; i < count_; ++i) {
+      if (!at(i)->open_file(destinations[i], 0, true)) {
+        // Kept on purpose: the writer that failed is closed once for each one opened before it, and
+        // those stay open. Derived writers of hosts count these calls.
+        close_repeatedly(i, i);
+        return i;
+      }
+    }
+    return count_;
+  }
+
+  bool write(const Block& block) {
+    for (int i = 0; i < count_; ++i) {
+      const bool is_short = at(i)->write_file(block.data, 1, block.length) != block.length;
+      if (is_short || at(i)->error() > 0) {
+        // Kept on purpose: as above, once for each destination.
+        close_repeatedly(i, count_);
+        return false;
+      }
+    }
+    return true;
+  }
+
+  // What a destination holds is on disk only now: the last buffers are written here.
+  bool close() {
+    bool are_complete = true;
+    for (int i = 0; i < count_; ++i) {
+      at(i)->close_file(true);
+      are_complete = are_complete && at(i)->error() == 0;
+    }
+    return are_complete;
+  }
+
+ private:
+  fWriteBuffer* at(int index) { return slots_[index]->get(); }
+
+  void close_repeatedly(int index, int times) {
+    for (int i = 0; i < times; ++i) {
+      at(index)->close_file(true);
+    }
+  }
+
+  std::optional<BorrowedWriter> slots_[kDestinationsMax];
+  int count_;
+};
+
+// Every block to the callback, then to all destinations.
+bool copy_blocks(const Copy& copy, fReadBuffer& reader, Writers& writers) {
+  for (;;) {
+    const Block block = current_block(reader);
+    if (copy.progress != nullptr) {
+      copy.progress(copy.user, block.is_end() ? nullptr : block.data,
+                    block.is_end() ? 0 : block.length);
+    }
+    if (block.is_end()) {
+      return true;
+    }
+    if (!writers.write(block)) {
+      return false;
+    }
+    copy.bytes += block.length;
+    reader.skip_file(block.length, 1);
+  }
+}
+
+Result copy_data(const Copy& copy, fReadBuffer& reader, Writers& writers) {
+  const bool has_data = reader.getNextBlock() > 0;
+  if (!has_data && reader.get_file_size() > 0) {
+    if (copy.verbose) {
+      msgerror("File Copy: failed to read '%s'\n", copy.source);
+    }
+    return kSourceNotRead;
+  }
+  const int opened = writers.open(copy.destinations);
+  if (opened < copy.count) {
+    if (copy.verbose) {
+      msgerror("File Copy: failed to create '%s'\n", copy.destinations[opened]);
+    }
+    return kDestinationNotCreated;
+  }
+  if (has_data && !copy_blocks(copy, reader, writers)) {
+    return kWriteFailed;
+  }
+  return writers.close() ? kCopied : kWriteFailed;
+}
+
+Result run_copy(const Copy& copy, fReadBuffer* borrowed_reader, fWriteBuffer** borrowed_writers) {
+  const BorrowedReader reader = reader_for_copy(borrowed_reader);
+  if (reader.get() == nullptr || !open_source(*reader.get(), copy.source)) {
+    if (copy.verbose) {
+      msgerror("File Copy: failed to open '%s'\n", copy.source);
+    }
+    return kSourceNotOpened;
+  }
+  Writers writers(copy.count);
+  if (!writers.prepare(borrowed_writers)) {
+    reader->close_file();
+    return kDestinationNotCreated;
+  }
+  const Result result = copy_data(copy, *reader.get(), writers);
+  reader->close_file();
+  return result;
+}
+
+}  // namespace
+}  // namespace orsin
+
+using namespace orsin;
+
+int file_copy(const char* src, const char** dsts, bool overwrite, unsigned long long& bytes,
+              fReadBuffer* reader, fWriteBuffer** writers,
+              void (*progress)(void* user, unsigned char* data, unsigned long long length),
+              void* user, bool verbose) {
+  const int count = count_destinations(dsts);
+  const int writer_count = count_writers(writers);
+  if (count >= 2 && writers != nullptr && writer_count != count) {
+    return kWritersDiffer;
+  }
+  if (count > kDestinationsMax) {
+    return kTooManyDestinations;
+  }
+  if (src == nullptr) {
+    msgerror("File Copy: no source file specified!");
+    return kNoSource;
+  }
+  const Copy copy{src, dsts, count, overwrite, bytes, progress, user, verbose};
+  for (int i = 0; i < count; ++i) {
+    const Result result = check_destination(copy, dsts[i]);
+    if (result != kCopied) {
+      return result;
+    }
+  }
+  const Result result = run_copy(copy, reader, writer_count > 0 ? writers : nullptr);
+  if (result != kCopied) {
+    return result;
+  }
+  for (int i = 0; i < count; ++i) {
+    copy_file_facts(src, dsts[i], true, verbose);
+  }
+  return kCopied;
+}
+
+int file_copy(const char* src, const char* dst, bool overwrite, unsigned long long& bytes,
+              fReadBuffer* reader, fWriteBuffer* writer,
+              void (*progress)(void* user, unsigned char* data, unsigned long long length),
+              void* user, bool verbose) {
+  const char* destinations[] = {dst, nullptr};
+  fWriteBuffer* writers[] = {writer, nullptr};
+  return file_copy(src, dst != nullptr ? destinations : nullptr, overwrite, bytes, reader,
+                   writer != nullptr ? writers : nullptr, progress, user, verbose);
+}

@@ -1,0 +1,68 @@
+// What the file utilities ask of the platform's file system. file_system_win.cpp and
+// everyone_access_win.cpp answer.
+//
+// Paths are UTF-8 with backslashes, converted to at most 260 units right before the system call; a
+// null path fails like an empty one. A call that fails leaves the thread's last error, and errno
+// where it says so. Nothing is logged, nothing is tried twice.
+#pragma once
+
+#include <cstdint>
+
+namespace orsin::port {
+
+// Bits of the attributes, as the system numbers them.
+constexpr std::uint32_t kReadOnly = 0x01;
+constexpr std::uint32_t kHidden = 0x02;
+constexpr std::uint32_t kSystem = 0x04;
+constexpr std::uint32_t kDirectory = 0x10;
+
+/// What a directory entry knows about a file. Times: 100 ns since 1601 UTC.
+struct FileFacts {
+  std::uint32_t attributes;
+  std::uint64_t size_bytes;
+  std::uint64_t write_time;
+};
+
+/// GetFileAttributesExW.
+[[nodiscard]] bool read_facts(const char* path, FileFacts& facts) noexcept;
+
+/// GetFileAttributesW and SetFileAttributesW.
+[[nodiscard]] bool read_attributes(const char* path, std::uint32_t& attributes) noexcept;
+[[nodiscard]] bool write_attributes(const char* path, std::uint32_t attributes) noexcept;
+
+/// Opens the file for reading, shared for reading or not at all, and asks its handle for the time.
+/// CreateFileW, GetFileTime.
+[[nodiscard]] bool read_write_time(const char* path, bool share, std::uint64_t& time) noexcept;
+
+/// Opens the file for writing, not shared, and sets this one time. CreateFileW, SetFileTime.
+[[nodiscard]] bool write_write_time(const char* path, std::uint64_t time) noexcept;
+
+/// Opens the file for writing attributes, shared for reading and writing, and sets this one time.
+[[nodiscard]] bool write_write_time_shared(const char* path, std::uint64_t time) noexcept;
+
+/// The same four for paths as they are, in the system's code page: with a name outside ASCII they
+/// find nothing, or another file. CreateFileA, GetFileAttributesA, SetFileAttributesA.
+[[nodiscard]] bool read_write_time_narrow(const char* path, std::uint64_t& time) noexcept;
+[[nodiscard]] bool write_write_time_narrow(const char* path, std::uint64_t time) noexcept;
+[[nodiscard]] bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcept;
+[[nodiscard]] bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept;
+
+/// These set errno. _wmkdir, _wunlink, _wrmdir, _wrename.
+[[nodiscard]] bool make_directory(const char* path) noexcept;
+[[nodiscard]] bool remove_file(const char* path) noexcept;
+[[nodiscard]] bool remove_directory(const char* path) noexcept;
+[[nodiscard]] bool rename_path(const char* from, const char* to) noexcept;
+
+}  // namespace orsin::port
+
+/// Adds an inheritable entry to a directory's access list that lets the world group do everything.
+///
+/// @return False when the list could not be read, merged (one error line) or written; true also
+///         when the directory cannot be opened.
+/// Windows: GetSecurityInfo, SetEntriesInAclA, SetSecurityInfo.
+bool file_grant_everyone_access(const char* dir);
+
+/// The system's text for the thread's last error, without line ends and blanks at its end; empty
+/// for no error. In one buffer of 256 bytes for the process, which the next call overwrites.
+/// Windows: FormatMessageA.
+const char* file_last_error_text();

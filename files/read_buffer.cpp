@@ -1,0 +1,518 @@
+// The buffered reader.
+//
+// The ring: `current_` is the slot being consumed, `next_` the one expected next. A slot with
+// pending > 0 has a read in flight or waiting to be consumed; pending is what the read should give.
+// Reads are issued in file order, each at `read_ahead_offset_`, and consumed in the same order.
+//
+//   consumed ... | current block | in flight | in flight | ... not read yet
+//                block_start_    position_               read_ahead_offset_
+//
+// A file of size 0 is empty: nothing is asked of the system for it.
+#include <algorithm>
+#include <cstring>
+
+#include "files/buffer_configuration.h"
+#include "files/transfer_slots.h"
+#include "files/volumes.h"
+#include "orsincore/io.h"
+#include "orsincore/log.h"
+#include "orsincore/memory.h"
+#include "threads/lock.h"
+
+struct read_buffer_layout {
+  static_assert(offsetof(fReadBuffer, name_) == 8);
+  static_assert(offsetof(fReadBuffer, file_) == 272);
+  static_assert(offsetof(fReadBuffer, opened_) == 280);
+  static_assert(offsetof(fReadBuffer, position_) == 288);
+  static_assert(offsetof(fReadBuffer, read_ahead_offset_) == 296);
+  static_assert(offsetof(fReadBuffer, file_size_) == 304);
+  static_assert(offsetof(fReadBuffer, block_start_) == 312);
+  static_assert(offsetof(fReadBuffer, read_ahead_) == 320);
+  static_assert(offsetof(fReadBuffer, open_failed_) == 321);
+  static_assert(offsetof(fReadBuffer, alignment_) == 328);
+  static_assert(offsetof(fReadBuffer, first_read_size_) == 336);
+  static_assert(offsetof(fReadBuffer, buffer_size_) == 344);
+  static_assert(offsetof(fReadBuffer, slots_) == 352);
+  static_assert(offsetof(fReadBuffer, buffer_count_) == 352 + 8 * 24);
+  static_assert(offsetof(fReadBuffer, current_) == 548);
+  static_assert(offsetof(fReadBuffer, next_) == 552);
+  static_assert(offsetof(fReadBuffer, owns_buffers_) == 556);
+  static_assert(offsetof(fReadBuffer, skip_) == 560);
+  static_assert(offsetof(fReadBuffer, allocated_size_) == 568);
+  static_assert(offsetof(fReadBuffer, block_bytes_) == 576);
+  static_assert(offsetof(fReadBuffer, cursor_) == 584);
+  static_assert(offsetof(fReadBuffer, swap_) == 592);
+  static_assert(offsetof(fReadBuffer, host_order_) == 593);
+};
+
+namespace orsin {
+namespace {
+
+constexpr int kBuffersMax = 8;
+constexpr unsigned long long kBufferBytesDefault = 0x100000;
+constexpr unsigned char kHostOrder = 1;
+constexpr int kPiecesInFlight = 10;
+constexpr unsigned long long kBreakMin = 65537;  // Below it splitting is off.
+
+// Shared by all readers: only one of them runs split raw reads at a time.
+struct DirectReads {
+  Mutex mutex;
+  int readers = 0;
+  bool split = false;
+  unsigned long long break_bytes = 0x180000;
+};
+
+constinit DirectReads direct_reads;
+
+void count_reader(int change) {
+  direct_reads.readers += change;
+  if (direct_reads.readers == 0) {
+    direct_reads.mutex.destroy();
+  } else {
+    direct_reads.mutex.create();
+  }
+}
+
+unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
+  return (value + unit - 1) / unit * unit;
+}
+
+}  // namespace
+}  // namespace orsin
+
+using namespace orsin;
+
+fReadBuffer::fReadBuffer() : fReadBuffer(io_invalid_handle()) {}
+
+fReadBuffer::fReadBuffer(void* file)
+    : name_{},
+      file_(file),
+      opened_(false),
+      position_(0),
+      read_ahead_offset_(0),
+      file_size_(0),
+      block_start_(0),
+      read_ahead_(true),
+      open_failed_(false),
+      alignment_(static_cast<unsigned long long>(mem_pagesize())),
+      first_read_size_(kBufferBytesDefault),
+      buffer_size_(kBufferBytesDefault),
+      slots_{},
+      buffer_count_(1),
+      current_(0),
+      next_(0),
+      owns_buffers_(false),
+      skip_(0),
+      allocated_size_(0),
+      block_bytes_(0),
+      cursor_(nullptr),
+      swap_(false),
+      host_order_(kHostOrder),
+      block_end_(nullptr) {
+  count_reader(1);
+  for (Slot& slot : slots_) {
+    slot.ticket = -1;
+  }
+  if (file_ != io_invalid_handle()) {
+    file_size_ = static_cast<unsigned long long>(std::max(io_get_filesize64(file_, nullptr), 0LL));
+    open_failed_ = file_size_ == 0;
+  }
+}
+
+fReadBuffer::fReadBuffer(const fReadBuffer& other) : fReadBuffer(io_invalid_handle()) {
+  take_configuration(other);
+}
+
+fReadBuffer& fReadBuffer::operator=(const fReadBuffer& other) {
+  if (this != &other) {
+    close_file();
+    free_buffers();
+    take_configuration(other);
+  }
+  return *this;
+}
+
+fReadBuffer::~fReadBuffer() {
+  close_file();
+  drop_reads();
+  free_buffers();
+  count_reader(-1);
+}
+
+void fReadBuffer::take_configuration(const fReadBuffer& other) {
+  read_ahead_ = other.read_ahead_;
+  first_read_size_ = other.first_read_size_;
+  buffer_size_ = other.buffer_size_;
+  buffer_count_ = other.buffer_count_;
+  swap_ = other.swap_;
+}
+
+bool fReadBuffer::open_file(const char* name, bool share, bool preload, bool unbuffered) {
+  close_file();
+  const BufferConfiguration& configuration = buffer_configuration();
+  const bool bypass = unbuffered && configuration.unbuffered_reading;
+  file_ = io_open64(name, 0, bypass, share, configuration.overlapped);
+  open_failed_ = file_ == io_invalid_handle();
+  if (open_failed_) {
+    return false;
+  }
+  file_size_ = static_cast<unsigned long long>(std::max(io_get_filesize64(file_, name), 0LL));
+  std::strncpy(name_, name, sizeof(name_) - 1);
+  opened_ = true;
+  alignment_ = static_cast<unsigned long long>(bypass ? drive_sector_size(name) : mem_pagesize());
+  position_ = read_ahead_offset_ = block_start_ = skip_ = 0;
+  current_ = 0;
+  next_ = buffer_count_ > 1 ? 1 : 0;
+  end_file();
+  if (preload && ensure_buffers()) {
+    next_ = 0;
+    static_cast<void>(issue_read(0));
+  }
+  return true;
+}
+
+void fReadBuffer::close_file() {
+  drop_reads();
+  if (opened_) {
+    io_close64(file_);
+    file_ = io_invalid_handle();
+    opened_ = false;
+    end_file();
+  }
+}
+
+// Waits for what is in flight: the buffers must not be written to any more.
+void fReadBuffer::drop_reads() {
+  for (Slot& slot : slots_) {
+    if (slot.ticket != -1) {
+      std::uint64_t bytes = 0;
+      static_cast<void>(complete_transfer(file_, slot.ticket, true, bytes));
+    }
+    slot.ticket = -1;
+    slot.pending = 0;
+  }
+}
+
+void fReadBuffer::cfg_buffers(int count, unsigned long long buffer_size,
+                              unsigned long long first_read_size) {
+  const int wanted = std::clamp(count, 1, kBuffersMax);
+  if (owns_buffers_ && wanted != buffer_count_) {
+    return;
+  }
+  buffer_count_ = wanted;
+  buffer_size_ = std::max(buffer_size, alignment_);
+  first_read_size_ = std::max(first_read_size, alignment_);
+  next_ = buffer_count_ > 1 ? (current_ + 1) % buffer_count_ : 0;
+}
+
+void fReadBuffer::set_memory_buffer(void* memory, unsigned long long size) {
+  close_file();
+  free_buffers();
+  file_ = io_invalid_handle();
+  slots_[0].buffer = static_cast<unsigned char*>(memory);
+  current_ = 0;
+  block_start_ = skip_ = 0;
+  file_size_ = position_ = read_ahead_offset_ = block_bytes_ = size;
+  cursor_ = slots_[0].buffer;
+  block_end_ = cursor_ + size;
+}
+
+void fReadBuffer::free_buffers() {
+  for (Slot& slot : slots_) {
+    if (owns_buffers_ && slot.buffer != nullptr) {
+      os_free(slot.buffer);
+    }
+    slot.buffer = nullptr;
+  }
+  owns_buffers_ = false;
+  allocated_size_ = 0;
+  end_file();
+}
+
+bool fReadBuffer::ensure_buffers() {
+  if (owns_buffers_ && allocated_size_ != 0 && allocated_size_ >= buffer_size_) {
+    return true;
+  }
+  drop_reads();
+  free_buffers();
+  buffer_size_ = rounded_up(buffer_size_, alignment_);
+  for (int i = 0; i < buffer_count_; ++i) {
+    slots_[i] = {static_cast<unsigned char*>(os_alloc(buffer_size_, 0)), -1, 0};
+    if (slots_[i].buffer == nullptr) {
+      msgerror("FileBuffer: Failed to allocate buffer space (%.2fKb/%d)",
+               static_cast<double>(buffer_size_) / 1024.0, i);
+      buffer_count_ = i;
+      owns_buffers_ = i > 0;
+      return false;
+    }
+  }
+  owns_buffers_ = true;
+  allocated_size_ = buffer_size_;
+  current_ = 0;
+  next_ = buffer_count_ > 1 ? 1 : 0;
+  return true;
+}
+
+// Bytes to ask for, a multiple of the alignment, and the bytes of the file in them.
+unsigned long long fReadBuffer::request_size(unsigned long long offset, unsigned long long wanted,
+                                             unsigned long long& expected) const {
+  const unsigned long long left = offset < file_size_ ? file_size_ - offset : 0;
+  expected = std::min(wanted, left);
+  return std::min(wanted, rounded_up(left, alignment_));
+}
+
+// Issues the next read of the file into a slot; false at the end or when it cannot start.
+bool fReadBuffer::issue_read(int index) {
+  Slot& slot = slots_[index];
+  unsigned long long expected = 0;
+  const unsigned long long size = request_size(read_ahead_offset_, buffer_size_, expected);
+  if (size == 0 || !io_read_async64(file_, slot.buffer, static_cast<long long>(read_ahead_offset_),
+                                    size, &slot.ticket)) {
+    return false;
+  }
+  slot.pending = expected;
+  read_ahead_offset_ += size;
+  return true;
+}
+
+// Waits for a slot's read. Returns its bytes, which are fewer than expected when the file was cut
+// meanwhile; 0 when it failed.
+unsigned long long fReadBuffer::complete_slot(int index) {
+  Slot& slot = slots_[index];
+  std::uint64_t bytes = slot.pending;
+  const int result = complete_transfer(file_, slot.ticket, true, bytes);
+  const unsigned long long expected = slot.pending;
+  slot.ticket = -1;
+  slot.pending = 0;
+  return result < 0 ? 0 : std::min<unsigned long long>(bytes, expected);
+}
+
+void fReadBuffer::end_file() {
+  block_bytes_ = 0;
+  cursor_ = block_end_ = nullptr;
+}
+
+unsigned long long fReadBuffer::fetch_in_flight() {
+  const int after_next = (next_ + 1) % buffer_count_;
+  if (read_ahead_ && after_next != next_ && slots_[after_next].pending == 0) {
+    static_cast<void>(issue_read(after_next));
+  }
+  const unsigned long long bytes = complete_slot(next_);
+  current_ = next_;
+  next_ = after_next;
+  return bytes;
+}
+
+// At the beginning of a file all buffers are set going at once.
+bool fReadBuffer::issue_first_reads() {
+  if (buffer_count_ < 2 || position_ != 0 || first_read_size_ != buffer_size_) {
+    return false;
+  }
+  int issued = 0;
+  while (issued < buffer_count_ && issue_read(issued)) {
+    ++issued;
+  }
+  next_ = 0;
+  return issued > 0;
+}
+
+unsigned long long fReadBuffer::fetch_now() {
+  const unsigned long long wanted =
+      position_ == 0 ? std::min(rounded_up(first_read_size_, alignment_), buffer_size_)
+                     : buffer_size_;
+  unsigned long long expected = 0;
+  const unsigned long long size = request_size(position_, wanted, expected);
+  Slot& slot = slots_[current_];
+  slot.pending = expected;
+  if (size == 0 ||
+      !io_read_async64(file_, slot.buffer, static_cast<long long>(position_), size, &slot.ticket)) {
+    slot.pending = 0;
+    return 0;
+  }
+  read_ahead_offset_ = position_ + size;
+  return complete_slot(current_);
+}
+
+void fReadBuffer::read_ahead() {
+  if (!read_ahead_ || buffer_count_ < 2) {
+    return;
+  }
+  for (int i = 0; i < buffer_count_ - 1; ++i) {
+    const int index = (next_ + i) % buffer_count_;
+    if (slots_[index].pending == 0 && !issue_read(index)) {
+      return;
+    }
+  }
+}
+
+unsigned long long fReadBuffer::getNextBlock() {
+  if (file_ == io_invalid_handle() || !ensure_buffers()) {
+    end_file();
+    return 0;
+  }
+  unsigned long long bytes = 0;
+  if (slots_[next_].pending > 0 || issue_first_reads()) {
+    bytes = fetch_in_flight();
+  } else {
+    bytes = fetch_now();
+  }
+  if (bytes == 0) {
+    end_file();
+    return 0;
+  }
+  block_start_ = position_;
+  position_ += bytes;
+  block_bytes_ = bytes;
+  block_end_ = slots_[current_].buffer + bytes;
+  cursor_ = slots_[current_].buffer + std::min(skip_, bytes);
+  skip_ = 0;
+  read_ahead();
+  return bytes;
+}
+
+unsigned char* fReadBuffer::get_bufptr(unsigned long long* available) {
+  if (cursor_ == block_end_) {
+    getNextBlock();
+  }
+  *available = static_cast<unsigned long long>(block_end_ - cursor_);
+  return cursor_;
+}
+
+unsigned long long fReadBuffer::read_file(void* destination, unsigned long long size,
+                                          unsigned long long count) {
+  const unsigned long long wanted = size * count;
+  auto* to = static_cast<unsigned char*>(destination);
+  unsigned long long done = 0;
+  while (done < wanted) {
+    unsigned long long available = 0;
+    const unsigned char* from = get_bufptr(&available);
+    if (from == nullptr || available == 0) {
+      break;
+    }
+    const unsigned long long bytes = std::min(available, wanted - done);
+    std::memcpy(to + done, from, bytes);
+    cursor_ += bytes;
+    done += bytes;
+  }
+  return done;
+}
+
+unsigned long long fReadBuffer::skip_file(unsigned long long size, unsigned long long count) {
+  const unsigned long long wanted = size * count;
+  unsigned long long done = 0;
+  while (done < wanted) {
+    unsigned long long available = 0;
+    if (get_bufptr(&available) == nullptr || available == 0) {
+      break;
+    }
+    const unsigned long long bytes = std::min(available, wanted - done);
+    cursor_ += bytes;
+    done += bytes;
+  }
+  return done;
+}
+
+void fReadBuffer::set_position(unsigned long long offset) {
+  if (block_bytes_ > 0 && offset >= block_start_ && offset <= block_start_ + block_bytes_) {
+    cursor_ = slots_[current_].buffer + (offset - block_start_);
+    return;
+  }
+  if (file_ == io_invalid_handle()) {
+    cursor_ = block_end_;  // Memory holds nothing further.
+    return;
+  }
+  drop_reads();
+  end_file();
+  position_ = offset / alignment_ * alignment_;
+  read_ahead_offset_ = position_;
+  skip_ = offset - position_;
+  current_ = 0;
+  next_ = buffer_count_ > 1 ? 1 : 0;
+}
+
+void fReadBuffer::set_xfer_breakvalue(unsigned long long bytes) {
+  direct_reads.split = bytes >= kBreakMin;
+  if (direct_reads.split) {
+    direct_reads.break_bytes = bytes;
+  }
+}
+
+unsigned long long fReadBuffer::read_raw_bytes(void* destination, unsigned long long offset,
+                                               unsigned long long size,
+                                               unsigned long long capacity) {
+  auto* to = static_cast<unsigned char*>(destination);
+  const unsigned long long block_limit = block_start_ + block_bytes_;
+  const bool inside = block_bytes_ > 0 && offset >= block_start_ && offset < block_limit;
+  const unsigned char* from = inside ? slots_[current_].buffer + (offset - block_start_) : nullptr;
+  if (inside && size <= block_limit - offset) {
+    if (size > capacity) {
+      return 0;
+    }
+    std::memcpy(to, from, size);
+    return size;
+  }
+
+  unsigned long long head = 0;
+  if (inside) {
+    const unsigned long long boundary = block_limit / alignment_ * alignment_;
+    head = boundary > offset ? boundary - offset : 0;
+  }
+  const unsigned long long transfer = rounded_up(size - head, alignment_);
+  if (head + transfer > capacity) {
+    return 0;
+  }
+  if (head > 0) {
+    std::memcpy(to, from, head);
+  }
+  if ((offset + head) % alignment_ != 0) {
+    return head;
+  }
+  if (!direct_reads.split || transfer <= 2 * direct_reads.break_bytes) {
+    const bool read = io_read64(file_, to + head, static_cast<long long>(offset + head), transfer);
+    return read ? head + transfer : head;
+  }
+  return head + read_split(to + head, offset + head, transfer);
+}
+
+// Pieces that run together, the oldest collected before an eleventh starts.
+unsigned long long fReadBuffer::read_split(unsigned char* destination, unsigned long long offset,
+                                           unsigned long long size) {
+  const ScopedLock guard(direct_reads.mutex);
+  int tickets[kPiecesInFlight];
+  int oldest = 0;
+  int in_flight = 0;
+  const auto collect = [&](bool wait) {
+    if (io_complete64(file_, &tickets[oldest], wait) == 0 && !wait) {
+      return false;
+    }
+    oldest = (oldest + 1) % kPiecesInFlight;
+    --in_flight;
+    return true;
+  };
+
+  unsigned long long issued = 0;
+  while (issued < size) {
+    if (in_flight == kPiecesInFlight) {
+      collect(true);
+      while (in_flight > 0 && collect(false)) {
+      }
+    }
+    const unsigned long long piece = std::min(direct_reads.break_bytes, size - issued);
+    if (!io_read_async64(file_, destination + issued, static_cast<long long>(offset + issued),
+                         piece, &tickets[(oldest + in_flight) % kPiecesInFlight])) {
+      break;
+    }
+    ++in_flight;
+    issued += piece;
+  }
+  while (in_flight > 0) {
+    collect(true);
+  }
+  return issued;
+}
+
+unsigned char fReadBuffer::read_byte_from_next_block() {
+  constexpr unsigned char kEndOfFile = 255;
+  getNextBlock();
+  return cursor_ != block_end_ ? *cursor_++ : kEndOfFile;
+}

@@ -1,0 +1,200 @@
+// Copying with a hash of what passed, and reading back what was written.
+//
+// The text of a failure goes to one buffer of the process, for a caller that asks for it later; the
+// copy itself writes no error line. MD5 is computed beside the transfers (block_hasher.h).
+#include <cstdio>
+#include <cstring>
+#include <optional>
+
+#include "files/block_hasher.h"
+#include "files/copy_streams.h"
+#include "files/directory_creation.h"
+#include "files/path_buffer.h"
+#include "orsincore/files.h"
+#include "orsincore/log.h"
+
+namespace orsin {
+namespace {
+
+constexpr unsigned kWithMd5 = 1;     // Bit 0 of the flags.
+constexpr unsigned kWithVerify = 2;  // Bit 1.
+constexpr std::size_t kTextBytes = 512;
+
+enum Result : int {
+  kDone = 0,
+  kSameFile = -1,
+  kNotOpened = -2,
+  kNotRead = -3,
+  kWriteFailed = -4,
+  kPathNotAllowed = -5,
+  kDirectoryNotCreated = -6,
+  kMismatch = -7,
+};
+
+// The last failure's text. Two failures at once overwrite each other's.
+char error_text[kTextBytes];
+
+struct SecureCopy {
+  const char* source;
+  const char* destination;
+  unsigned long long& bytes;
+  md5_state_s& md5;
+  bool with_md5;
+};
+
+Result not_opened(const char* path) {
+  std::snprintf(error_text, kTextBytes, "File Copy: failed to open '%s'\n", path);
+  return kNotOpened;
+}
+
+Result write_failed(const SecureCopy& copy, unsigned long long from, unsigned long long to) {
+  std::snprintf(error_text, kTextBytes, "File Copy: write error of %s between %llu and %llu \n",
+                copy.source, from, to);
+  return kWriteFailed;
+}
+
+Result check_destination(const char* destination) {
+  const SplitPath split = split_path(destination);
+  if (!split.has_directory || split.directory.size() >= kPathBytes) {
+    std::snprintf(error_text, kTextBytes, "File Copy: pathname %s is not allowed", destination);
+    return kPathNotAllowed;
+  }
+  return ensure_directory_part(split.directory) ? kDone : kDirectoryNotCreated;
+}
+
+// Writes and hashes every block; the hash is complete when this returns.
+Result copy_blocks(const SecureCopy& copy, fReadBuffer& reader, fWriteBuffer& writer) {
+  std::optional<BlockHasher> hasher;
+  if (copy.with_md5) {
+    hasher.emplace(copy.md5, reader.get_file_size());
+  }
+  const unsigned long long start = copy.bytes;
+  for (;;) {
+    const Block block = current_block(reader);
+    if (block.is_end()) {
+      break;
+    }
+    const bool is_short = writer.write_file(block.data, 1, block.length) != block.length;
+    if (is_short || writer.error() > 0) {
+      const Result result = write_failed(copy, copy.bytes, copy.bytes + block.length);
+      writer.close_file(true);
+      return result;
+    }
+    if (hasher) {
+      hasher->append(block.data, block.length);
+    }
+    copy.bytes += block.length;
+    reader.skip_file(block.length, 1);
+  }
+  writer.close_file(true);
+  if (hasher) {
+    hasher->finish();
+  }
+  // The last buffers were written by the closing.
+  return writer.error() > 0 ? write_failed(copy, start, copy.bytes) : kDone;
+}
+
+Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, fWriteBuffer& writer) {
+  if (reader.getNextBlock() == 0 && reader.get_file_size() > 0) {
+    std::snprintf(error_text, kTextBytes, "File Copy: failed to read '%s'\n", copy.source);
+    return kNotRead;
+  }
+  if (!writer.open_file(copy.destination, 0, true)) {
+    return not_opened(copy.source);  // The source is named in this case as well.
+  }
+  return copy_blocks(copy, reader, writer);
+}
+
+Result run_copy(const SecureCopy& copy, fReadBuffer* borrowed_reader,
+                fWriteBuffer* borrowed_writer) {
+  const BorrowedReader reader = reader_for_copy(borrowed_reader);
+  const BorrowedWriter writer = writer_for_copy(borrowed_writer);
+  if (reader.get() == nullptr || writer.get() == nullptr ||
+      !open_source(*reader.get(), copy.source)) {
+    return not_opened(copy.source);
+  }
+  const Result result = copy_opened(copy, *reader.get(), *writer.get());
+  reader->close_file();
+  return result;
+}
+
+// Both contexts are finished: the words hold the digests.
+bool digests_differ(const md5_state_s& a, const md5_state_s& b) {
+  return std::memcmp(a.abcd, b.abcd, sizeof(a.abcd)) != 0;
+}
+
+Result read_opened(const char* path, md5_state_s& md5, fReadBuffer& reader,
+                   const md5_state_s* expected) {
+  if (reader.getNextBlock() == 0 && reader.get_file_size() > 0) {
+    std::snprintf(error_text, kTextBytes, "File Copy: unable to read '%s'\n", path);
+    return kNotRead;
+  }
+  BlockHasher hasher(md5, reader.get_file_size());
+  for (;;) {
+    const Block block = current_block(reader);
+    if (block.is_end()) {
+      break;
+    }
+    hasher.append(block.data, block.length);
+    reader.skip_file(block.length, 1);
+  }
+  hasher.finish();
+  return expected != nullptr && digests_differ(md5, *expected) ? kMismatch : kDone;
+}
+
+}  // namespace
+}  // namespace orsin
+
+using namespace orsin;
+
+int file_copy_secure(const char* src, const char* dst, bool /*overwrite*/,
+                     unsigned long long& bytes, md5_state_s& md5, unsigned int flags,
+                     fReadBuffer* reader, fWriteBuffer* writer) {
+  if (std::strcmp(src, dst) == 0) {
+    std::snprintf(error_text, kTextBytes, "File Copy: source and destination are the same!");
+    return kSameFile;
+  }
+  Result result = check_destination(dst);
+  if (result != kDone) {
+    return result;
+  }
+  const SecureCopy copy{src, dst, bytes, md5, (flags & kWithMd5) != 0};
+  result = run_copy(copy, reader, writer);
+  if (result != kDone) {
+    return result;
+  }
+  copy_file_facts(src, dst, false, true);
+  if ((flags & kWithVerify) == 0) {
+    return kDone;
+  }
+  md5_state_s found;
+  const int verified = file_read_secure(dst, found, nullptr, &md5);
+  if (verified != kDone) {
+    std::snprintf(error_text, kTextBytes, "File Copy: hash values of '%s' and '%s' do not match\n",
+                  src, dst);
+  }
+  return verified;
+}
+
+int file_read_secure(const char* path, md5_state_s& md5, fReadBuffer* reader,
+                     md5_state_s* expected) {
+  const BorrowedReader source = reader_for_copy(reader);
+  if (source.get() == nullptr || !open_source(*source.get(), path)) {
+    return not_opened(path);
+  }
+  const Result result = read_opened(path, md5, *source.get(), expected);
+  source->close_file();
+  return result;
+}
+
+const char* get_error_file_copy_secure(int code, bool log) {
+  if (code < kMismatch || code > kSameFile) {
+    std::memset(error_text, 0, kTextBytes);
+    return error_text;
+  }
+  if (log) {
+    // Names may hold per cent signs: the text goes through a format, not as one.
+    msgerror("%s", error_text);
+  }
+  return error_text;
+}

@@ -1,0 +1,18 @@
+// The transfer layer's life, and what the reader and writer need beyond its public face.
+#pragma once
+
+#include <cstdint>
+
+namespace orsin {
+
+/// Creates the slots' events and the mutex. Start-up, before any transfer.
+void start_transfers();
+
+/// Closes the events and the mutex. Closedown, when nothing is in flight.
+void stop_transfers();
+
+/// As io_complete64(), and tells how many bytes were transferred; `bytes` stays untouched where
+/// that is not known any more.
+int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes);
+
+}  // namespace orsin

@@ -1,0 +1,23 @@
+// A UTF-8 path as the system's wide calls take it. For *_win.cpp files only.
+#pragma once
+
+#include "orsincore/text.h"
+
+namespace orsin {
+
+class WidePath {
+ public:
+  explicit WidePath(const char* path) {
+    if (path != nullptr) {
+      ov_utf8_to_wchar_n(path, units_, kUnits);
+    }
+  }
+
+  operator const wchar_t*() const { return units_; }
+
+ private:
+  static constexpr std::size_t kUnits = 260;
+  wchar_t units_[kUnits] = {};
+};
+
+}  // namespace orsin

@@ -1,0 +1,439 @@
+// The buffered writer.
+//
+// `current_` fills while `spare_` is being written; a full buffer starts its write and the two change
+// places. Writes always cover whole aligned units, so the file is longer than its data until closing
+// cuts it to `data_end_`.
+//
+//   file:    | written ........ | current buffer: used_ bytes of data |
+//                               buffer_file_position_
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/log_port.h"
+#include "files/buffer_configuration.h"
+#include "files/io_port.h"
+#include "files/volumes.h"
+#include "orsincore/files.h"
+#include "orsincore/io.h"
+#include "orsincore/log.h"
+#include "orsincore/memory.h"
+#include "orsincore/text.h"
+#include "orsincore/threads.h"
+
+struct write_buffer_layout {
+  static_assert(offsetof(fWriteBuffer, name_) == 8);
+  static_assert(offsetof(fWriteBuffer, file_) == 272);
+  static_assert(offsetof(fWriteBuffer, opened_) == 280);
+  static_assert(offsetof(fWriteBuffer, buffer_file_position_) == 288);
+  static_assert(offsetof(fWriteBuffer, data_end_) == 296);
+  static_assert(offsetof(fWriteBuffer, buffer_ticket_) == 304);
+  static_assert(offsetof(fWriteBuffer, direct_ticket_) == 308);
+  static_assert(offsetof(fWriteBuffer, errors_) == 312);
+  static_assert(offsetof(fWriteBuffer, writes_) == 316);
+  static_assert(offsetof(fWriteBuffer, current_) == 320);
+  static_assert(offsetof(fWriteBuffer, spare_) == 328);
+  static_assert(offsetof(fWriteBuffer, allocation_) == 336);
+  static_assert(offsetof(fWriteBuffer, buffer_size_) == 344);
+  static_assert(offsetof(fWriteBuffer, memory_block_) == 352);
+  static_assert(offsetof(fWriteBuffer, cursor_) == 360);
+  static_assert(offsetof(fWriteBuffer, used_) == 368);
+  static_assert(offsetof(fWriteBuffer, offset_) == 376);
+  static_assert(offsetof(fWriteBuffer, alignment_) == 384);
+  static_assert(offsetof(fWriteBuffer, host_order_) == 392);
+  static_assert(offsetof(fWriteBuffer, swap_) == 393);
+  static_assert(offsetof(fWriteBuffer, mutex_) == 400);
+};
+
+namespace orsin {
+namespace {
+
+constexpr int kBufferBytesDefault = 0x100000;
+constexpr unsigned long long kMemoryGrowth = 0x20000;
+constexpr unsigned char kHostOrder = 1;
+constexpr unsigned long long kBufferBytesMax = 0x7FFFFFFF;
+
+unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
+  return (value + unit - 1) / unit * unit;
+}
+
+}  // namespace
+}  // namespace orsin
+
+using namespace orsin;
+
+fWriteBuffer::fWriteBuffer(void* file, bool double_buffer)
+    : name_{},
+      file_(file),
+      opened_(false),
+      buffer_file_position_(0),
+      data_end_(0),
+      buffer_ticket_(-1),
+      direct_ticket_(-1),
+      errors_(0),
+      writes_(0),
+      current_(nullptr),
+      spare_(nullptr),
+      allocation_(nullptr),
+      buffer_size_(0),
+      memory_block_(nullptr),
+      cursor_(nullptr),
+      used_(0),
+      offset_(0),
+      alignment_(static_cast<unsigned long long>(buffer_configuration().default_size)),
+      host_order_(kHostOrder),
+      swap_(false),
+      mutex_(mp_new_mutex(0, 0)) {
+  if (file_ != io_invalid_handle() && double_buffer) {
+    static_cast<void>(allocate_buffers(kBufferBytesDefault, true));
+  }
+}
+
+fWriteBuffer::~fWriteBuffer() {
+  if (file_ != io_invalid_handle()) {
+    fWriteBuffer::close_file(true);
+  }
+  fWriteBuffer::reset_buffers();
+  mp_delete_mutex(mutex_);
+}
+
+bool fWriteBuffer::allocate_buffers(int size, bool double_buffer) {
+  const auto bytes = std::max(static_cast<unsigned long long>(size), alignment_);
+  const unsigned long long total = (alignment_ + bytes) * (double_buffer ? 2 : 1);
+  allocation_ = static_cast<unsigned char*>(os_alloc(total, 0));
+  if (allocation_ == nullptr) {
+    msgwarn("WRITE BUFFER: Allocation failed (size = %d)", static_cast<int>(total));
+    return false;
+  }
+  buffer_size_ = static_cast<int>(bytes);
+  current_ = allocation_;
+  spare_ = double_buffer ? allocation_ + bytes : nullptr;
+  empty_buffer();
+  return true;
+}
+
+bool fWriteBuffer::set_buffer(int size, bool double_buffer) {
+  if (size == buffer_size_ && double_buffer == (spare_ != nullptr) && allocation_ != nullptr) {
+    return true;
+  }
+  flush_buffers();
+  reset_buffers();
+  return allocate_buffers(std::max(size, 0), double_buffer);
+}
+
+unsigned char* fWriteBuffer::get_current_buffer() {
+  return current_;
+}
+
+bool fWriteBuffer::ensure_minimum_buffer_size(int size) {
+  if (size <= buffer_size_) {
+    return true;
+  }
+  return file_ != io_invalid_handle() ? set_buffer(size, spare_ != nullptr)
+                                      : grow_memory(static_cast<unsigned long long>(size));
+}
+
+void fWriteBuffer::reset_buffers() {
+  if (allocation_ != nullptr) {
+    os_free(allocation_);
+  }
+  std::free(memory_block_);
+  allocation_ = memory_block_ = current_ = spare_ = nullptr;
+  buffer_size_ = 0;
+  empty_buffer();
+}
+
+void fWriteBuffer::set_memory_buffer(void* memory, int size) {
+  flush_buffers();
+  reset_buffers();
+  current_ = static_cast<unsigned char*>(memory);
+  buffer_size_ = std::max(size, 0);
+  empty_buffer();
+}
+
+unsigned long long fWriteBuffer::get_buffer_used() {
+  return used_;
+}
+
+bool fWriteBuffer::data_pending() {
+  return used_ > 0 || buffer_ticket_ != -1 || direct_ticket_ != -1;
+}
+
+void fWriteBuffer::empty_buffer() {
+  cursor_ = current_;
+  used_ = offset_ = 0;
+}
+
+// Moves what is collected into a larger block of the library's own.
+bool fWriteBuffer::grow_memory(unsigned long long size) {
+  if (size > kBufferBytesMax) {
+    return false;
+  }
+  const bool first = memory_block_ == nullptr;
+  auto* grown = static_cast<unsigned char*>(std::realloc(memory_block_, size));
+  if (grown == nullptr) {
+    return false;
+  }
+  if (first && used_ > 0) {
+    std::memcpy(grown, current_, used_);
+  }
+  memory_block_ = current_ = grown;
+  spare_ = nullptr;
+  buffer_size_ = static_cast<int>(size);
+  cursor_ = current_ + offset_;
+  return true;
+}
+
+void fWriteBuffer::collect_ticket(int& ticket) {
+  if (ticket != -1) {
+    if (io_complete64(file_, &ticket, true) < 0) {
+      ++errors_;
+    }
+    ticket = -1;
+  }
+}
+
+bool fWriteBuffer::open_file(const char* name, long long initial_size, bool unbuffered) {
+  if (file_ != io_invalid_handle()) {
+    close_file(true);
+    if (error() > 0) {
+      msgerror("Failed to write file '%s'.", name_);
+      file_delete(name_);
+    }
+  }
+  errors_ = 0;
+  const bool bypass = unbuffered && buffer_configuration().unbuffered_writing;
+  file_ = io_create64(name, !bypass, initial_size);
+  if (file_ == io_invalid_handle()) {
+    return false;
+  }
+  alignment_ = static_cast<unsigned long long>(bypass ? drive_sector_size(name) : mem_pagesize());
+  std::memset(name_, 0, sizeof(name_));
+  std::strncpy(name_, name, sizeof(name_) - 1);
+  opened_ = true;
+  if (current_ == nullptr) {
+    static_cast<void>(set_buffer(kBufferBytesDefault, true));
+  }
+  empty_buffer();
+  buffer_file_position_ = data_end_ = 0;
+  buffer_ticket_ = direct_ticket_ = -1;
+  writes_ = 0;
+  return true;
+}
+
+unsigned long long fWriteBuffer::write_file(const void* data, unsigned long long size,
+                                            unsigned long long count) {
+  const auto* from = static_cast<const unsigned char*>(data);
+  unsigned long long left = size * count;
+  unsigned long long taken = 0;
+  for (;;) {
+    const unsigned long long room = static_cast<unsigned long long>(buffer_size_) - offset_;
+    const unsigned long long bytes = std::min(left, room);
+    if (bytes > 0) {
+      std::memcpy(cursor_, from + taken, bytes);
+      cursor_ += bytes;
+      offset_ += bytes;
+      used_ = std::max(used_, offset_);
+      taken += bytes;
+      left -= bytes;
+    }
+    const bool is_full = offset_ == static_cast<unsigned long long>(buffer_size_);
+    if (!is_full || (left == 0 && file_ == io_invalid_handle())) {
+      return taken;
+    }
+    if (file_ == io_invalid_handle()) {
+      if (!grow_memory(static_cast<unsigned long long>(buffer_size_) + kMemoryGrowth)) {
+        return taken;
+      }
+    } else if (buffer_size_ == 0) {
+      return taken;  // No buffer could be had.
+    } else {
+      write_full_buffer();
+    }
+    if (left == 0) {
+      return taken;
+    }
+  }
+}
+
+void fWriteBuffer::write_full_buffer() {
+  const auto bytes = static_cast<unsigned long long>(buffer_size_);
+  ++writes_;
+  if (spare_ != nullptr) {
+    collect_ticket(buffer_ticket_);
+    if (!io_write_async64(file_, current_, static_cast<long long>(buffer_file_position_), bytes,
+                          &buffer_ticket_)) {
+      buffer_ticket_ = -1;
+      ++errors_;
+    }
+    std::swap(current_, spare_);
+  } else if (!io_write64(file_, current_, static_cast<long long>(buffer_file_position_), bytes)) {
+    ++errors_;
+  }
+  buffer_file_position_ += bytes;
+  data_end_ = std::max(data_end_, buffer_file_position_);
+  empty_buffer();
+}
+
+// Starts the write of a first, partly filled buffer at the start of the file.
+bool fWriteBuffer::start_first_buffer() {
+  const unsigned long long bytes = rounded_up(used_, alignment_);
+  data_end_ = std::max(data_end_, used_);
+  ++writes_;
+  const bool started = io_write_async64(file_, current_, 0, bytes, &buffer_ticket_);
+  if (!started) {
+    buffer_ticket_ = -1;
+    ++errors_;
+  } else if (spare_ != nullptr) {
+    std::swap(current_, spare_);
+  } else {
+    collect_ticket(buffer_ticket_);  // The one buffer is needed again.
+  }
+  buffer_file_position_ += bytes;
+  empty_buffer();
+  return started;
+}
+
+unsigned long long fWriteBuffer::add_write_buffer(const void* buffer, unsigned long long size) {
+  if (file_ == io_invalid_handle()) {
+    return 0;
+  }
+  if (buffer_ticket_ == -1 && writes_ == 0 && used_ > 0) {
+    static_cast<void>(start_first_buffer());
+  }
+  const unsigned long long bytes = rounded_up(size, alignment_);
+  if (bytes != size) {
+    msgwarn("fWriteBuffer: Write buffer not aligned");
+  }
+  collect_ticket(direct_ticket_);
+  ++writes_;
+  if (!io_write_async64(file_, buffer, static_cast<long long>(buffer_file_position_), bytes,
+                        &direct_ticket_)) {
+    direct_ticket_ = -1;
+    ++errors_;
+    return 0;
+  }
+  data_end_ = std::max(data_end_, buffer_file_position_ + size);
+  buffer_file_position_ += bytes;
+  return size;
+}
+
+void fWriteBuffer::flush_buffers() {
+  if (file_ == io_invalid_handle()) {
+    return;
+  }
+  collect_ticket(buffer_ticket_);
+  collect_ticket(direct_ticket_);
+  if (used_ == 0) {
+    return;
+  }
+  const unsigned long long bytes = rounded_up(used_, alignment_);
+  ++writes_;
+  if (!io_write64(file_, current_, static_cast<long long>(buffer_file_position_), bytes)) {
+    ++errors_;
+  }
+  data_end_ = std::max(data_end_, buffer_file_position_ + used_);
+  buffer_file_position_ += bytes;
+  empty_buffer();
+}
+
+// An unbuffered handle of some file systems refuses sizes off the sector: a plain one does it.
+bool fWriteBuffer::set_final_size() {
+  const bool done = io_set_filesize64(file_, data_end_);
+  if (opened_) {
+    io_close64(file_);
+  }
+  if (done || !opened_) {
+    return done;
+  }
+  constexpr std::size_t kPathUnits = 260;
+  unsigned short wide[kPathUnits];
+  ov_utf8_to_utf16(name_, wide, kPathUnits);
+  port::OpenMode plain;
+  plain.write = true;
+  void* again = port::open_file(wide, plain);
+  if (again == io_invalid_handle()) {
+    return false;
+  }
+  const bool done_now = port::set_file_size(again, data_end_);
+  port::close_file(again);
+  return done_now;
+}
+
+int fWriteBuffer::close_file(bool force) {
+  mp_get_mutex(mutex_);
+  int result = 1;
+  if (file_ == io_invalid_handle()) {
+    result = 1;
+  } else if (!force && buffer_ticket_ != -1 && direct_ticket_ != -1) {
+    result = 0;
+  } else if (!force && buffer_ticket_ == -1 && writes_ == 0 && used_ > 0) {
+    result = start_first_buffer() ? 1 : 0;
+  } else {
+    flush_buffers();
+    if (!set_final_size()) {
+      msg_os_error("Writebuffer set FileSize");
+      ++errors_;  // The file holds more than its data.
+    }
+    file_ = io_invalid_handle();
+    opened_ = false;
+  }
+  mp_release_mutex(mutex_);
+  return result;
+}
+
+unsigned long long fWriteBuffer::get_file_position() {
+  return buffer_file_position_ + offset_;
+}
+
+bool fWriteBuffer::is_file_position_inside_current_buffer(unsigned long long position) {
+  return position >= buffer_file_position_ &&
+         position < buffer_file_position_ + static_cast<unsigned long long>(buffer_size_);
+}
+
+bool fWriteBuffer::set_file_position(unsigned long long position) {
+  if (is_file_position_inside_current_buffer(position)) {
+    offset_ = position - buffer_file_position_;
+    cursor_ = current_ + offset_;
+    if (offset_ > used_) {  // What is stepped over is written, so it must not be old data.
+      std::memset(current_ + used_, 0, offset_ - used_);
+    }
+    return true;
+  }
+  flush_buffers();
+  buffer_file_position_ = position / alignment_ * alignment_;
+  return true;
+}
+
+int fWriteBuffer::error() {
+  return errors_;
+}
+
+// Kept on purpose: the room is measured from the high-water mark, not from the cursor, and must
+// exceed the number by one; near the end of the buffer the bytes go through write_file() instead.
+template <typename Number>
+void fWriteBuffer::put(Number value) {
+  unsigned char bytes[sizeof(Number)];
+  std::memcpy(bytes, &value, sizeof(value));
+  if (swap_) {
+    std::reverse(bytes, bytes + sizeof(bytes));
+  }
+  if (static_cast<unsigned long long>(buffer_size_) - used_ < sizeof(bytes) + 1) {
+    write_file(bytes, sizeof(bytes), 1);
+    return;
+  }
+  std::memcpy(cursor_, bytes, sizeof(bytes));
+  cursor_ += sizeof(bytes);
+  offset_ += sizeof(bytes);
+  used_ = std::max(used_, offset_);
+}
+
+template void fWriteBuffer::put<unsigned char>(unsigned char value);
+template void fWriteBuffer::put<unsigned short>(unsigned short value);
+template void fWriteBuffer::put<unsigned int>(unsigned int value);
+
+void fWriteBuffer::put_float(float value) {
+  unsigned int bits = 0;
+  std::memcpy(&bits, &value, sizeof(bits));
+  put(bits);
+}

@@ -1,0 +1,11 @@
+// Everything that OrsinCore offers.
+#pragma once
+
+#include "orsincore/base.h"
+#include "orsincore/files.h"
+#include "orsincore/io.h"
+#include "orsincore/log.h"
+#include "orsincore/memory.h"
+#include "orsincore/startup.h"
+#include "orsincore/text.h"
+#include "orsincore/threads.h"

@@ -1,0 +1,224 @@
+// The file system and environment ports over POSIX, for builds without Windows.
+//
+// Backslashes become slashes, so tests use the same paths everywhere. Attributes that POSIX does
+// not have live in mode bits that test files do not need: the sticky bit is "hidden", set-group-ID
+// is "system". A directory is never read-only. Sharing is not enforced.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "files/directory_enumeration.h"
+#include "files/environment_port.h"
+#include "files/file_system_port.h"
+#include "orsincore/text.h"
+
+namespace orsin::port {
+namespace {
+
+constexpr std::uint64_t kTicksPerSecond = 10000000;
+constexpr std::uint64_t kUnixEpochTicks = 11644473600 * kTicksPerSecond;
+constexpr mode_t kHiddenBit = S_ISVTX;
+constexpr mode_t kSystemBit = S_ISGID;
+
+std::string native_path(const char* path) {
+  std::string native = path != nullptr ? path : "";
+  std::replace(native.begin(), native.end(), '\\', '/');
+  return native;
+}
+
+std::uint32_t attributes_of(const struct stat& status) {
+  std::uint32_t attributes = 0;
+  if (S_ISDIR(status.st_mode)) {
+    attributes |= kDirectory;
+  } else if ((status.st_mode & S_IWUSR) == 0) {
+    attributes |= kReadOnly;
+  }
+  attributes |= (status.st_mode & kHiddenBit) != 0 ? kHidden : 0;
+  attributes |= (status.st_mode & kSystemBit) != 0 ? kSystem : 0;
+  return attributes;
+}
+
+std::uint64_t write_time_of(const struct stat& status) {
+  return kUnixEpochTicks + static_cast<std::uint64_t>(status.st_mtim.tv_sec) * kTicksPerSecond +
+         static_cast<std::uint64_t>(status.st_mtim.tv_nsec) / 100;
+}
+
+}  // namespace
+
+bool read_facts(const char* path, FileFacts& facts) noexcept {
+  struct stat status;
+  if (stat(native_path(path).c_str(), &status) != 0) {
+    return false;
+  }
+  facts = {attributes_of(status), static_cast<std::uint64_t>(status.st_size),
+           write_time_of(status)};
+  return true;
+}
+
+bool read_attributes(const char* path, std::uint32_t& attributes) noexcept {
+  FileFacts facts;
+  if (!read_facts(path, facts)) {
+    return false;
+  }
+  attributes = facts.attributes;
+  return true;
+}
+
+bool write_attributes(const char* path, std::uint32_t attributes) noexcept {
+  struct stat status;
+  const std::string native = native_path(path);
+  if (stat(native.c_str(), &status) != 0) {
+    return false;
+  }
+  mode_t mode = status.st_mode & 07777 & ~(kHiddenBit | kSystemBit | S_IWUSR);
+  mode |= (attributes & kReadOnly) == 0 || S_ISDIR(status.st_mode) ? S_IWUSR : 0;
+  mode |= (attributes & kHidden) != 0 ? kHiddenBit : 0;
+  mode |= (attributes & kSystem) != 0 ? kSystemBit : 0;
+  return chmod(native.c_str(), mode) == 0;
+}
+
+bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noexcept {
+  FileFacts facts;
+  if (!read_facts(path, facts)) {
+    return false;
+  }
+  time = facts.write_time;
+  return true;
+}
+
+bool write_write_time(const char* path, std::uint64_t time) noexcept {
+  const std::uint64_t since_epoch = time - kUnixEpochTicks;
+  timespec times[2] = {};
+  times[0].tv_nsec = UTIME_OMIT;
+  times[1].tv_sec = static_cast<time_t>(since_epoch / kTicksPerSecond);
+  times[1].tv_nsec = static_cast<long>(since_epoch % kTicksPerSecond * 100);
+  return utimensat(AT_FDCWD, native_path(path).c_str(), times, 0) == 0;
+}
+
+bool write_write_time_shared(const char* path, std::uint64_t time) noexcept {
+  return write_write_time(path, time);
+}
+
+bool read_write_time_narrow(const char* path, std::uint64_t& time) noexcept {
+  return read_write_time(path, true, time);
+}
+
+bool write_write_time_narrow(const char* path, std::uint64_t time) noexcept {
+  return write_write_time(path, time);
+}
+
+bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcept {
+  return read_attributes(path, attributes);
+}
+
+bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept {
+  return write_attributes(path, attributes);
+}
+
+bool make_directory(const char* path) noexcept {
+  return mkdir(native_path(path).c_str(), 0777) == 0;
+}
+
+bool remove_file(const char* path) noexcept {
+  return unlink(native_path(path).c_str()) == 0;
+}
+
+bool remove_directory(const char* path) noexcept {
+  return rmdir(native_path(path).c_str()) == 0;
+}
+
+// As on Windows, nothing is replaced.
+bool rename_path(const char* from, const char* to) noexcept {
+  struct stat status;
+  const std::string native = native_path(to);
+  if (stat(native.c_str(), &status) == 0) {
+    errno = EEXIST;
+    return false;
+  }
+  return std::rename(native_path(from).c_str(), native.c_str()) == 0;
+}
+
+bool read_environment(const char* name, char* value, std::size_t size) noexcept {
+  const char* found = std::getenv(name);
+  if (found == nullptr) {
+    return false;
+  }
+  std::snprintf(value, size, "%s", found);
+  return true;
+}
+
+bool has_fast_enumeration() noexcept {
+  return true;
+}
+
+namespace {
+
+struct Enumeration {
+  DIR* directory;
+  std::string path;
+};
+
+}  // namespace
+
+void* start_enumeration(const char* pattern, bool /*fast*/, FoundEntry& entry) noexcept {
+  std::string path = native_path(pattern);
+  path.erase(path.rfind('/') + 1);
+  DIR* directory = opendir(path.c_str());
+  if (directory == nullptr) {
+    return nullptr;
+  }
+  auto* enumeration = new Enumeration{directory, path};
+  if (!continue_enumeration(enumeration, entry)) {
+    end_enumeration(enumeration);
+    return nullptr;
+  }
+  return enumeration;
+}
+
+bool continue_enumeration(void* handle, FoundEntry& entry) noexcept {
+  auto* enumeration = static_cast<Enumeration*>(handle);
+  const dirent* found = readdir(enumeration->directory);
+  if (found == nullptr) {
+    return false;
+  }
+  struct stat status = {};
+  if (stat((enumeration->path + found->d_name).c_str(), &status) != 0) {
+    return continue_enumeration(handle, entry);  // It was deleted meanwhile.
+  }
+  std::snprintf(entry.name, sizeof(entry.name), "%s", found->d_name);
+  entry.attributes = attributes_of(status);
+  entry.write_time = write_time_of(status);
+  return true;
+}
+
+void end_enumeration(void* handle) noexcept {
+  auto* enumeration = static_cast<Enumeration*>(handle);
+  closedir(enumeration->directory);
+  delete enumeration;
+}
+
+}  // namespace orsin::port
+
+bool file_grant_everyone_access(const char* /*dir*/) {
+  return true;
+}
+
+const char* file_last_error_text() {
+  static char text[256];
+  std::snprintf(text, sizeof(text), "%s", errno != 0 ? std::strerror(errno) : "");
+  return text;
+}
+
+std::FILE* ov_utf8_fopen(const char* name, const char* mode) {
+  std::string path = name;
+  std::replace(path.begin(), path.end(), '\\', '/');
+  return std::fopen(path.c_str(), mode);
+}

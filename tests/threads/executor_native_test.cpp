@@ -1,0 +1,62 @@
+// What the executor does between jobs and when threads are refused, through the stand-in's knobs.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+#include <string_view>
+
+#include "orsincore/threads.h"
+#include "tests/native/fake_processors.h"
+#include "tests/support/log_capture.h"
+#include "tests/threads/gate.h"
+#include "threads/executor.h"
+#include "threads/thread_table.h"
+
+namespace orsin {
+namespace {
+
+using test::fake_processors;
+using test::Lines;
+using test::LogCapture;
+
+test::Gate* worker_paused = nullptr;
+
+// A worker that waits for work is between jobs.
+void look_at_own_part() {
+  thread_local bool is_looking = false;
+  if (!is_looking && smp_id() == -1 && smp_is_spawned() == 0) {
+    is_looking = true;
+    worker_paused->open();
+  }
+}
+
+TEST(ExecutorOnTheStandIn, GivesAWorkerBetweenJobsThePartMinusOne) {
+  test::Gate gate;
+  worker_paused = &gate;
+  fake_processors().on_pause = look_at_own_part;
+
+  ASSERT_EQ(start_executor(2), 2);
+
+  gate.wait();
+  stop_executor();
+  stop_thread_table();
+  fake_processors() = {};
+}
+
+TEST(ExecutorOnTheStandIn, RunsInlineWhenAThreadIsRefused) {
+  const LogCapture log;
+  fake_processors().refuse_threads = true;
+  errno = 11;
+
+  EXPECT_EQ(start_executor(4), 1);
+
+  EXPECT_EQ(smp_numprocs(), 1);
+  EXPECT_EQ(log.lines(), (Lines{"ERROR: MP: Failed to start thread : 'error 11'",
+                                "ERROR: SMP: Can't create MP thread: 0"}));
+  stop_executor();
+  stop_thread_table();
+  fake_processors() = {};
+}
+
+}  // namespace
+}  // namespace orsin

@@ -1,0 +1,148 @@
+// The refusals of the platform, through the stand-in's knobs.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+
+#include "core/processor_info.h"
+#include "orsincore/startup.h"
+#include "orsincore/threads.h"
+#include "tests/native/fake_processors.h"
+#include "tests/support/log_capture.h"
+#include "tests/threads/gate.h"
+#include "threads/thread_table.h"
+
+namespace orsin {
+namespace {
+
+using test::fake_processors;
+using test::Gate;
+using test::Lines;
+using test::LogCapture;
+
+constexpr unsigned int kNoThread = 0xFFFFFFFF;
+constexpr unsigned int kLongMs = 60000;
+
+class RefusingPlatform : public testing::Test {
+ protected:
+  void SetUp() override { start_thread_table(); }
+  void TearDown() override {
+    stop_thread_table();
+    fake_processors() = {};
+    forget_processors();
+  }
+};
+
+TEST_F(RefusingPlatform, KeepsTheRecordOfAThreadThatCouldNotBeCreatedInUse) {
+  const LogCapture log;
+  fake_processors().refuse_threads = true;
+  errno = 11;
+
+  EXPECT_EQ(mp_start_thread(
+                "Refused", [](void*) {}, nullptr),
+            kNoThread);
+
+  EXPECT_EQ(log.lines(), Lines{"ERROR: MP: Failed to start thread : 'error 11'"});
+  EXPECT_EQ(mp_join_thread(0, 0), 0);  // A record without a thread cannot be joined.
+  fake_processors().refuse_threads = false;
+  const unsigned int thread = mp_start_thread(
+      "Next", [](void*) {}, nullptr);
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+  EXPECT_EQ(thread_record_count(), 2);
+}
+
+TEST_F(RefusingPlatform, WarnsOfAWaitThatFails) {
+  const LogCapture log;
+  const unsigned int thread = mp_start_thread(
+      "Lost", [](void*) {}, nullptr);
+  fake_processors().refuse_waits = true;
+  errno = 6;
+
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
+
+  EXPECT_EQ(log.lines(), Lines{"WARN : Error while waiting for thread 'Lost' to terminate (6)"});
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
+}
+
+TEST_F(RefusingPlatform, WarnsOfAThreadThatClosedownCannotEnd) {
+  const LogCapture log;
+  Gate gate;
+  Gate finished;
+  struct Gates {
+    Gate* gate;
+    Gate* finished;
+  } gates = {&gate, &finished};
+  const unsigned int thread = mp_start_thread(
+      "Stubborn",
+      [](void* argument) {
+        auto* both = static_cast<Gates*>(argument);
+        both->gate->wait();
+        both->finished->open();
+      },
+      &gates);
+
+  stop_thread_table();  // The stand-in refuses to end threads.
+
+  EXPECT_EQ(log.lines(), Lines{"WARN : MP: Can't terminate thread(0): " + std::to_string(thread)});
+  gate.open();
+  finished.wait();
+}
+
+TEST_F(RefusingPlatform, ReportsARefusedIdealProcessor) {
+  const LogCapture log;
+  query_processors(false);
+  fake_processors().refuse_affinity = true;
+  errno = 22;
+
+  EXPECT_FALSE(mp_set_thread_affinity(1));
+
+  EXPECT_EQ(log.lines(), Lines{"ERROR: Thread ideal processor failed : 'error 22'"});
+}
+
+TEST_F(RefusingPlatform, ReportsARefusedGroupAffinity) {
+  for (const bool strict : {false, true}) {
+    SCOPED_TRACE(strict);
+    const LogCapture log;
+    forget_processors();
+    fake_processors().cores = {{0x3, 0}, {0xC, 1}};
+    query_processors(strict);
+    fake_processors().refuse_affinity = true;
+    errno = 22;
+
+    EXPECT_FALSE(mp_set_thread_affinity(1));
+
+    EXPECT_EQ(log.lines(), Lines{"ERROR: Thread affinity failed : 'error 22'"});
+  }
+}
+
+TEST_F(RefusingPlatform, AsksForTheGroupAndMaskThatWerePlanned) {
+  const struct {
+    const char* what;
+    bool strict;
+    std::uint64_t mask;
+  } cases[] = {{"strict", true, 0xC}, {"group", false, 0xF}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    forget_processors();
+    fake_processors().cores = {{0x1, 0}, {0xC, 1}, {0x3, 1}};
+    query_processors(c.strict);
+
+    EXPECT_TRUE(mp_set_thread_affinity(1));
+
+    EXPECT_EQ(fake_processors().bound_group, 1);
+    EXPECT_EQ(fake_processors().bound_mask, c.mask);
+  }
+}
+
+TEST_F(RefusingPlatform, RefusesAnIndexOutsideTheTableWithoutAMessage) {
+  const LogCapture log;
+  query_processors(false);
+
+  EXPECT_FALSE(mp_set_thread_affinity(-1));
+  EXPECT_FALSE(mp_set_thread_affinity(2));
+
+  EXPECT_EQ(log.lines(), Lines{});
+}
+
+}  // namespace
+}  // namespace orsin

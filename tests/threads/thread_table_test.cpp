@@ -1,0 +1,184 @@
+#include "threads/thread_table.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+
+#include "orsincore/threads.h"
+#include "tests/support/log_capture.h"
+#include "tests/threads/gate.h"
+
+namespace orsin {
+namespace {
+
+using test::Gate;
+using test::Lines;
+using test::LogCapture;
+
+constexpr unsigned int kLongMs = 60000;
+
+class ThreadTable : public testing::Test {
+ protected:
+  void SetUp() override { start_thread_table(); }
+  void TearDown() override { stop_thread_table(); }
+};
+
+void store_own_name(void* destination) {
+  *static_cast<std::string*>(destination) = mp_get_thread_name();
+}
+
+void wait_at(void* gate) {
+  static_cast<Gate*>(gate)->wait();
+}
+
+void do_nothing(void* /*argument*/) {}
+
+std::string name_seen_by_thread(const char* name) {
+  std::string seen;
+  const unsigned int thread = mp_start_thread(name, store_own_name, &seen);
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+  return seen;
+}
+
+TEST_F(ThreadTable, TellsAThreadItsName) {
+  EXPECT_EQ(name_seen_by_thread("Reader"), "Reader");
+}
+
+TEST_F(ThreadTable, NamesAThreadWithoutANameUnknown) {
+  EXPECT_EQ(name_seen_by_thread(nullptr), "Unknown");
+  EXPECT_EQ(name_seen_by_thread(""), "Unknown");
+}
+
+TEST_F(ThreadTable, KeepsA31ByteNameWhole) {
+  const std::string name(31, 'n');
+
+  EXPECT_EQ(name_seen_by_thread(name.c_str()), name);
+}
+
+TEST_F(ThreadTable, CallsAForeignThreadUnknown) {
+  EXPECT_STREQ(mp_get_thread_name(), "Unknown");
+}
+
+TEST_F(ThreadTable, RunsAThreadWithoutAnEntryToItsEnd) {
+  const unsigned int thread = mp_start_thread("Empty", nullptr, nullptr);
+
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+}
+
+TEST_F(ThreadTable, JoinsAThreadOnlyOnce) {
+  const unsigned int thread = mp_start_thread("Once", do_nothing, nullptr);
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
+}
+
+TEST_F(ThreadTable, ReportsAJoinThatTimesOutAndForgetsTheThread) {
+  const LogCapture log;
+  Gate gate;
+  Gate finished;
+  struct Gates {
+    Gate* gate;
+    Gate* finished;
+  } gates = {&gate, &finished};
+  const unsigned int thread = mp_start_thread(
+      "Slow",
+      [](void* argument) {
+        auto* both = static_cast<Gates*>(argument);
+        both->gate->wait();
+        both->finished->open();
+      },
+      &gates);
+
+  EXPECT_EQ(mp_join_thread(thread, 1), 0);
+
+  EXPECT_EQ(log.lines(), Lines{"WARN : Timeout while waiting for thread 'Slow' to terminate"});
+  EXPECT_EQ(thread_handle(static_cast<int>(thread)), nullptr);
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
+  EXPECT_EQ(name_seen_by_thread("Next"), "Next");  // In the record of the thread that still runs.
+  EXPECT_EQ(thread_record_count(), 1);
+  gate.open();
+  finished.wait();
+}
+
+TEST_F(ThreadTable, UsesTheRecordOfAJoinedThreadAgain) {
+  for (int i = 0; i < 50; ++i) {
+    const unsigned int thread = mp_start_thread("Cycle", do_nothing, nullptr);
+    ASSERT_EQ(mp_join_thread(thread, kLongMs), 1);
+  }
+
+  EXPECT_EQ(thread_record_count(), 1);
+}
+
+TEST_F(ThreadTable, FindsTheHandleOfARunningThreadOnly) {
+  Gate gate;
+  const unsigned int thread = mp_start_thread("Running", wait_at, &gate);
+
+  EXPECT_NE(thread_handle(static_cast<int>(thread)), nullptr);
+  EXPECT_EQ(thread_handle(-1), nullptr);
+
+  gate.open();
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+  EXPECT_EQ(thread_handle(static_cast<int>(thread)), nullptr);
+}
+
+TEST_F(ThreadTable, ForgetsADetachedThread) {
+  Gate gate;
+  Gate finished;
+  struct Gates {
+    Gate* gate;
+    Gate* finished;
+    std::string name;
+  } gates = {&gate, &finished, {}};
+  const unsigned int thread = mp_start_thread(
+      "Detached",
+      [](void* argument) {
+        auto* all = static_cast<Gates*>(argument);
+        all->gate->wait();
+        all->name = mp_get_thread_name();
+        all->finished->open();
+      },
+      &gates);
+
+  EXPECT_EQ(mp_detach_thread(static_cast<int>(thread)), 1);
+
+  EXPECT_EQ(mp_detach_thread(static_cast<int>(thread)), 0);
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
+  gate.open();
+  finished.wait();
+  EXPECT_EQ(gates.name, "Detached");  // A record that is not in use still tells the name.
+}
+
+TEST_F(ThreadTable, DoesNotDetachAnUnknownIdentifier) {
+  EXPECT_EQ(mp_detach_thread(-1), 0);
+}
+
+TEST_F(ThreadTable, GrowsWithTheThreadsThatRunAtOnce) {
+  constexpr int kThreads = 40;
+  Gate gate;
+  unsigned int threads[kThreads];
+
+  for (unsigned int& thread : threads) {
+    thread = mp_start_thread("Many", wait_at, &gate);
+  }
+
+  EXPECT_EQ(thread_record_count(), kThreads);
+  gate.open();
+  for (const unsigned int thread : threads) {
+    EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+  }
+}
+
+TEST(ThreadTableBeforeStart, KnowsNobody) {
+  EXPECT_EQ(mp_join_thread(1, 0), 0);
+  EXPECT_STREQ(mp_get_thread_name(), "Unknown");
+}
+
+TEST(ThreadTableBeforeStart, IsMadeByTheFirstThread) {
+  EXPECT_EQ(name_seen_by_thread("First"), "First");
+
+  stop_thread_table();
+}
+
+}  // namespace
+}  // namespace orsin
