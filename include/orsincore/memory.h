@@ -111,3 +111,162 @@ ORSIN_API void* ov_create_autorelease_pool();
 
 /// Does nothing.
 ORSIN_API void ov_release_autorelease_pool(void* pool);
+
+// Movable-block heaps
+// -------------------
+// A heap is one region of pages, carved into blocks on demand. A block belongs to a handle: the
+// address of its owner's pointer variable. The heap writes the block's data address into that
+// variable, a new one when it moves the block, and null when it discards it. A locked block stays
+// where it is; an unlocked one may be moved or discarded, least recently used first, as soon as
+// another allocation needs the room. An owner may use its pointer only while it holds a lock.
+//
+//   void* frame = nullptr;                             // The variable; &frame is the handle.
+//   mheap_alloc_lock(heap, bytes, &frame);             // Locked once: frame is good.
+//   mheap_unlock(heap, &frame);                        // From here on it may move or vanish.
+//   mheap_lock(heap, &frame); if (frame == nullptr) { /* discarded: load it again */ }
+
+/// What a heap may do to make room.
+enum mheap_mode : std::uint32_t {
+  MHEAP_DISCARD = 0,  ///< Discards blocks; moves them only when that gave no room. Waits for room.
+  MHEAP_COMPACT = 1,  ///< Moves blocks before it discards any. Tries again without end for room.
+};
+
+/// Gets a block's data address when its contents are thrown away or the block is freed. Runs inside
+/// the heap's mutex: it must not call the same heap.
+typedef void (*mheap_discard_callback)(void* data);
+
+/// The header at the start of every block. The data follows header_size bytes after it; the next
+/// block `size` bytes after it.
+struct mheap_mblk {
+  std::uint64_t state;         ///< 0 free, 1 used.
+  void** owner;                ///< The handle; null in free blocks and after a pending free.
+  std::uint8_t* data;          ///< The data while used, else null.
+  std::uint64_t size;          ///< Of the whole block, header included, in bytes.
+  std::uint32_t lock_count;    ///< Locks by the handle.
+  std::uint32_t lockex_count;  ///< Locks by an address inside the block.
+  std::uint64_t last_use;      ///< The heap's clock at the last allocation, lock, keep or unlock.
+  mheap_discard_callback discard_callback;
+  std::uint32_t flags;  ///< Bit 0: to be released by the next mheap_unlock_ex().
+};
+
+/// A heap. Read it as you like while no other thread uses the heap; change nothing.
+struct _mheap {
+  char name[32];              ///< Not terminated when it is 32 bytes or longer.
+  std::uint64_t total_size;   ///< Bytes of the region.
+  std::uint64_t alignment;    ///< What block sizes are multiples of.
+  std::uint64_t header_size;  ///< Bytes of header in front of each block's data.
+  mheap_mode mode;
+  mheap_mblk* first_block;
+  mheap_mblk* end_block;  ///< Where every walk over the blocks stops.
+  std::uint8_t* base;     ///< The region.
+  __mutex_str* mutex;
+  __cond_str* cond;
+  std::uint64_t clock;  ///< Every use stamps its block with this and counts on.
+};
+
+/// Makes a heap over a new region.
+///
+/// @param name       For the log; the first 32 bytes are kept.
+/// @param size       Bytes, rounded down to a multiple of `alignment`.
+/// @param alignment  The granularity of blocks, above 0: a power of two from 8 on keeps data
+/// aligned.
+/// @param mode       What the heap may do to make room.
+/// @param os_flags   Non-zero pins the region in physical memory; see os_alloc().
+/// @return The heap, the caller's until mheap_destroy(); null when memory is short or the region
+///         could not hold one header.
+ORSIN_API _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment,
+                                   mheap_mode mode, int os_flags);
+
+/// Ends a heap and gives its region back. Its blocks are not looked at: handles keep their values
+/// and no callback runs. No thread may be using the heap.
+ORSIN_API void mheap_destroy(_mheap* heap);
+
+/// Allocates a block of at least `size` data bytes, locked once, and writes its address into
+/// `*handle`.
+///
+/// Where there is no room, unlocked blocks are discarded and moved. If that gives none either, a
+/// heap of mode 0 waits for an unlock, at most ten times 100 ms, and a heap of mode 1 tries again
+/// until another thread has made room.
+/// @return 1, the lock count; -1 when there is no room (with warnings about each wait) or `size` is
+///         0 (with an error line).
+/// Any thread.
+ORSIN_API int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle);
+
+/// Locks a block once more. The new lock count; -1 when `*handle` is null or, with a debug line, no
+/// address of this heap. Any thread.
+ORSIN_API int mheap_lock(_mheap* heap, void** handle);
+
+/// Marks a block as just used, so that others are discarded first. Its lock count, or -1 as above.
+/// Any thread.
+ORSIN_API int mheap_keep(_mheap* heap, void** handle);
+
+/// Takes one lock off and wakes an allocation that waits for room.
+///
+/// @return The new lock count; 0 with a debug line when there was no lock; -1 with a debug line
+/// when
+///         `*handle` is no address of this heap.
+/// Any thread.
+ORSIN_API int mheap_unlock(_mheap* heap, void** handle);
+
+/// Frees an unlocked block: runs its discard callback and clears `*handle`.
+///
+/// A block that is still locked by mheap_lock_ex() is freed by the next mheap_unlock_ex();
+/// `*handle` is cleared at once.
+/// @return 1; -1 when `*handle` is null or, with a debug line, no block of this handle or locked.
+/// Any thread.
+ORSIN_API int mheap_free(_mheap* heap, void** handle);
+
+/// Locks the block that `address` points into, for code that has no handle.
+///
+/// @return The block's data address; null when the heap has no such address.
+/// Any thread.
+ORSIN_API void* mheap_lock_ex(_mheap* heap, const void* address);
+
+/// Takes such a lock off; `data` is what mheap_lock_ex() returned. The first one after a pending
+/// free releases the block, even if other locks of the kind are left. 1, or 0 for another address.
+/// Any thread.
+ORSIN_API int mheap_unlock_ex(_mheap* heap, void* data);
+
+/// Sets what is called when the block's contents are thrown away; null for nothing.
+/// 1, or 0 when `data` is no address of this heap. Any thread.
+ORSIN_API int mheap_set_discard_callback(_mheap* heap, void* data, mheap_discard_callback callback);
+
+/// True when `*handle` points into this heap and the block there belongs to this very handle.
+/// Takes no lock; the answer is worth something while the caller keeps the block from moving.
+ORSIN_API bool mheap_is_valid(_mheap* heap, void** handle);
+
+/// Sums up free bytes, and those that are free or could be freed now; both with their headers.
+/// Takes no lock: with other threads at work the sums are estimates. Returns the total size.
+ORSIN_API std::uint64_t mheap_queryspace(_mheap* heap, std::uint64_t& free,
+                                         std::uint64_t& freeable);
+
+ORSIN_API std::uint64_t mheap_totalsize(_mheap* heap);  ///< Bytes of the region. Any thread.
+ORSIN_API void* mheap_heapbase(_mheap* heap);           ///< The region. Any thread.
+
+/// Moves the heap into a larger region; locked blocks move too.
+///
+/// @return The new size; -1 (all bits set) when it is not larger than the old one. When the region
+///         cannot be had the new size is returned all the same and nothing has changed: ask
+///         mheap_totalsize().
+/// Any thread; owners must not be using their blocks.
+ORSIN_API std::uint64_t mheap_resize(_mheap* heap, std::uint64_t size, int os_flags);
+
+/// Reads one byte a page, so that the pages are in memory. The bytes' sum; 0 for a heap of at most
+/// one page. Takes no lock.
+ORSIN_API std::uint64_t mheap_prefetch_all(_mheap* heap);
+
+/// Discards every unlocked block and joins the free ones. 0, or -1 for a heap without blocks.
+/// A damaged heap gets an error line and signal 11. Any thread.
+ORSIN_API int mheap_clearall(_mheap* heap);
+
+/// Joins free blocks and checks the sizes. 0, or -1 for a heap without blocks and for a damaged
+/// one, which then stays locked for good. Any thread.
+ORSIN_API int mheap_validate(_mheap* heap);
+
+/// Lists the blocks at debug level, sizes in KiB, under a line with the heap's name and `title`.
+/// Any thread.
+ORSIN_API void mheap_dump(_mheap* heap, const char* title);
+
+/// Lists the blocks at debug level with addresses, owners and bytes; `mark` gets an asterisk.
+/// Any thread.
+ORSIN_API void mheap_trace(_mheap* heap, const mheap_mblk* mark);

@@ -1,0 +1,354 @@
+#include "memory/heap_blocks.h"
+
+#include <cstring>
+#include <limits>
+
+namespace orsin {
+namespace {
+
+std::uint64_t address_of(const void* pointer) {
+  return reinterpret_cast<std::uintptr_t>(pointer);
+}
+
+mheap_mblk* block_at(std::uint64_t address) {
+  return reinterpret_cast<mheap_mblk*>(static_cast<std::uintptr_t>(address));
+}
+
+void write_free_header(mheap_mblk* block, std::uint64_t size) {
+  *block = {};
+  block->size = size;
+}
+
+// Throws the contents away; the block stays where it is, free.
+void empty_block(mheap_mblk& block) {
+  if (const mheap_discard_callback callback = block.discard_callback; callback != nullptr) {
+    callback(block.data);
+    block.discard_callback = nullptr;
+  }
+  if (block.owner != nullptr) {
+    *block.owner = nullptr;
+  }
+  block.owner = nullptr;
+  block.data = nullptr;
+  block.state = kBlockFree;
+  block.flags = 0;
+}
+
+}  // namespace
+
+// A stretch of unlocked blocks: what moving them together would give.
+struct HeapBlocks::Run {
+  mheap_mblk* start = nullptr;  // Its first free block.
+  std::uint64_t free = 0;
+  std::uint64_t used = 0;  // Bytes that stand before there is room enough.
+};
+
+// What one walk over the blocks found.
+struct HeapBlocks::Survey {
+  mheap_mblk* fit = nullptr;     // The first free block that is large enough; it ended the walk.
+  mheap_mblk* victim = nullptr;  // The least recently used of the unlocked used blocks.
+  std::uint64_t movable = 0;     // Bytes of all unlocked blocks, free ones included.
+  Run best;                      // The run that gives room for the least moving.
+  bool is_corrupted = false;
+
+  void count(mheap_mblk* block, std::uint64_t needed, Run& run) {
+    movable += block->size;
+    if (block->state == kBlockFree) {
+      if (run.start == nullptr) {
+        run.start = block;
+      }
+      run.free += block->size;
+      return;
+    }
+    if (run.free < needed) {
+      run.used += block->size;
+    }
+    if (victim == nullptr || block->last_use < victim->last_use) {
+      victim = block;
+    }
+  }
+
+  void finish(Run& run, std::uint64_t needed) {
+    if (needed < run.free && (best.start == nullptr || run.used < best.used)) {
+      best = run;
+    }
+    run = {};
+  }
+};
+
+std::uint64_t heap_block_size(const _mheap& heap, std::uint64_t size) {
+  constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+  if (size > kMax - heap.header_size - heap.alignment) {
+    return kMax - kMax % heap.alignment;
+  }
+  const std::uint64_t bytes = size + heap.header_size + heap.alignment - 1;
+  return bytes - bytes % heap.alignment;
+}
+
+void HeapBlocks::lay_out() {
+  heap_.first_block = block_at(address_of(heap_.base));
+  add_last_block(heap_.first_block, heap_.total_size - heap_.header_size);
+}
+
+// The last block of the heap, free, and the end behind it. Room for less than a header's fields
+// cannot be a block: the end stands in its place.
+void HeapBlocks::add_last_block(mheap_mblk* block, std::uint64_t room) {
+  const std::uint64_t size = room < sizeof(mheap_mblk) ? 0 : room;
+  write_free_header(block, size);
+  heap_.end_block = block_at(address_of(block) + size);
+  write_free_header(heap_.end_block, 0);
+}
+
+Space HeapBlocks::find_space(std::uint64_t needed, bool may_compact) {
+  // Every turn but the last discards a block, so the loop ends.
+  for (;;) {
+    Survey found = survey(needed);
+    if (found.is_corrupted) {
+      return {SpaceResult::kCorrupted, nullptr};
+    }
+    if (found.fit != nullptr) {
+      return {SpaceResult::kFound, found.fit};
+    }
+    if (needed > found.movable) {
+      const bool is_too_large = needed > heap_.total_size - heap_.header_size;
+      return {is_too_large ? SpaceResult::kTooLarge : SpaceResult::kAllLocked, nullptr};
+    }
+
+    if (may_compact && found.best.start != nullptr) {
+      if (const auto space = compact(found.best.start, needed, found.victim); space) {
+        return *space;
+      }
+    }
+    if (found.victim == nullptr) {
+      return {SpaceResult::kFragmented, nullptr};
+    }
+    release(found.victim);
+    if (found.victim->size >= needed) {
+      return {SpaceResult::kFound, found.victim};
+    }
+  }
+}
+
+HeapBlocks::Survey HeapBlocks::survey(std::uint64_t needed) {
+  Survey found;
+  Run run;
+  for (mheap_mblk* block = heap_.first_block; block != heap_.end_block; block = next_block(block)) {
+    if (block->size == 0 || (block->state == kBlockFree && !join_free(block))) {
+      found.is_corrupted = true;
+      return found;
+    }
+    if (block->state == kBlockFree && block->size >= needed) {
+      found.fit = block;
+      return found;
+    }
+    if (is_locked(*block)) {
+      found.finish(run, needed);
+    } else {
+      found.count(block, needed, run);
+    }
+  }
+  found.finish(run, needed);
+  return found;
+}
+
+// Slides used blocks down over the gap in front of them until the gap is large enough. Nothing: the
+// end came first, and discarding may still help.
+std::optional<Space> HeapBlocks::compact(mheap_mblk* start, std::uint64_t needed,
+                                         mheap_mblk*& victim) {
+  for (mheap_mblk* block = start; block != heap_.end_block;) {
+    mheap_mblk* next = next_block(block);
+    if (block->state == kBlockUsed) {
+      block = next;
+      continue;
+    }
+    if (next == heap_.end_block || next->state == kBlockFree || is_locked(*next)) {
+      return Space{SpaceResult::kFragmented, nullptr};
+    }
+    if (victim == next) {
+      victim = block;
+    }
+    block = slide_down(block, next);
+    if (!join_free(block)) {
+      return Space{SpaceResult::kCorrupted, nullptr};
+    }
+    if (block->size >= needed) {
+      return Space{SpaceResult::kFound, block};
+    }
+  }
+  return std::nullopt;
+}
+
+// Moves a block down by the size of the gap in front of it; the gap comes out behind it.
+mheap_mblk* HeapBlocks::slide_down(mheap_mblk* gap, mheap_mblk* block) {
+  const std::uint64_t gap_size = gap->size;
+  const std::uint64_t block_size = block->size;
+  mheap_mblk* moved = gap;
+  std::memmove(static_cast<void*>(moved), block, block_size);
+  if (moved->owner != nullptr) {
+    *moved->owner = static_cast<std::uint8_t*>(*moved->owner) - gap_size;
+  }
+  moved->data = reinterpret_cast<std::uint8_t*>(moved) + heap_.header_size;
+
+  mheap_mblk* freed = next_block(moved);
+  if (gap_size > block_size) {
+    // The old header stays in the gap; block_around() must never take it for a block.
+    block->state = kBlockFree;
+    block->data = nullptr;
+  }
+  write_free_header(freed, gap_size);
+  return freed;
+}
+
+void HeapBlocks::claim(mheap_mblk* block, std::uint64_t needed, void** owner) {
+  // A rest that could hold nothing but a header stays inside the block.
+  if (block->size > heap_.header_size + needed) {
+    const std::uint64_t rest = block->size - needed;
+    block->size = needed;
+    write_free_header(next_block(block), rest);
+  }
+  block->state = kBlockUsed;
+  block->owner = owner;
+  block->lockex_count = 0;
+  block->data = reinterpret_cast<std::uint8_t*>(block) + heap_.header_size;
+  stamp(*block);  // The allocation is one use,
+  *owner = block->data;
+  block->lock_count = 1;
+  stamp(*block);  // its first lock another.
+}
+
+void HeapBlocks::release(mheap_mblk* block) {
+  empty_block(*block);
+  // A block of size 0 behind it stops the joining; the next search reports it.
+  static_cast<void>(join_free(block));
+}
+
+// Takes in the free blocks that follow. False: the block after them has size 0.
+bool HeapBlocks::join_free(mheap_mblk* block) {
+  for (mheap_mblk* next = next_block(block); next != heap_.end_block; next = next_block(block)) {
+    if (next->size == 0) {
+      return false;
+    }
+    if (next->state != kBlockFree) {
+      break;
+    }
+    block->size += next->size;
+  }
+  return true;
+}
+
+bool HeapBlocks::discard_all() {
+  mheap_mblk* joined = nullptr;
+  for (mheap_mblk* block = heap_.first_block; block != heap_.end_block;) {
+    if (block->size == 0) {
+      return false;
+    }
+    mheap_mblk* next = next_block(block);
+    if (is_locked(*block)) {
+      joined = nullptr;
+    } else {
+      if (block->state == kBlockUsed) {
+        empty_block(*block);
+      }
+      if (joined == nullptr) {
+        joined = block;
+      } else if ((joined->size += block->size) == 0) {
+        return false;
+      }
+    }
+    block = next;
+  }
+  return true;
+}
+
+HeapBlocks::Check HeapBlocks::check() {
+  mheap_mblk* joined = nullptr;
+  for (mheap_mblk* block = heap_.first_block; block != heap_.end_block;) {
+    if (block->size == 0) {
+      return Check::kEmptyBlock;
+    }
+    mheap_mblk* next = next_block(block);
+    if (block->state != kBlockFree || is_locked(*block)) {
+      joined = nullptr;
+    } else if (joined == nullptr) {
+      joined = block;
+    } else if ((joined->size += block->size) == 0) {
+      return Check::kEmptyMerge;
+    }
+    block = next;
+  }
+  return Check::kSound;
+}
+
+void HeapBlocks::move_to(std::uint8_t* region, std::uint64_t total_size) {
+  const std::uint64_t old_total = heap_.total_size;
+  const std::uint64_t end_offset = address_of(heap_.end_block) - address_of(heap_.base);
+  mheap_mblk* const old_end = heap_.end_block;
+  std::memcpy(region, heap_.base, old_total);
+  heap_.base = region;
+  heap_.first_block = block_at(address_of(region));
+  heap_.total_size = total_size;
+
+  // Kept on purpose: the stop address is the end in the old region, which a walk in the new one
+  // never meets; it ends at the copy of the end block. A block whose free is pending has no owner
+  // any more and keeps its old data address: no ex-unlock will find it.
+  mheap_mblk* const copied_end = block_at(address_of(region) + end_offset);
+  for (mheap_mblk* block = heap_.first_block; block != old_end && block != copied_end;
+       block = next_block(block)) {
+    if (block->owner != nullptr) {
+      block->data = reinterpret_cast<std::uint8_t*>(block) + heap_.header_size;
+      *block->owner = block->data;
+    }
+  }
+
+  // Kept on purpose: one header's worth of the new space is given up. A heap that grows by less
+  // than a header keeps its end where it was.
+  const std::uint64_t grown = total_size - old_total;
+  add_last_block(copied_end, grown > heap_.header_size ? grown - heap_.header_size : 0);
+}
+
+// Null where the header would begin before the first block: those bytes are not ours to read.
+mheap_mblk* HeapBlocks::header_before(const void* data) const {
+  const std::uint64_t address = address_of(data);
+  if (address - address_of(heap_.first_block) < heap_.header_size) {
+    return nullptr;
+  }
+  return block_at(address - heap_.header_size);
+}
+
+mheap_mblk* HeapBlocks::block_of(const void* data) const {
+  const std::uint64_t address = address_of(data);
+  const bool is_inside = address >= address_of(heap_.base) && address < address_of(heap_.end_block);
+  return is_inside ? header_before(data) : nullptr;
+}
+
+mheap_mblk* HeapBlocks::inner_block_of(const void* data) const {
+  return data != heap_.base ? block_of(data) : nullptr;
+}
+
+mheap_mblk* HeapBlocks::block_around(const void* address) const {
+  constexpr int kPositionsTried = 8;
+  const std::uint64_t target = address_of(address);
+  const std::uint64_t base = address_of(heap_.base);
+  if (target <= base || target >= address_of(heap_.end_block)) {
+    return nullptr;
+  }
+
+  // Most addresses lie close behind the beginning of their block's data.
+  std::uint64_t data = target - target % heap_.alignment;
+  for (int tried = 0; tried < kPositionsTried && data > base; ++tried) {
+    mheap_mblk* block = header_before(reinterpret_cast<const void*>(data));
+    if (block != nullptr && block->state != kBlockFree && address_of(block->data) == data) {
+      return block;
+    }
+    data -= heap_.alignment;
+  }
+
+  // Kept on purpose: nothing asks whether the block is used, so a free one is given out too.
+  mheap_mblk* block = heap_.first_block;
+  while (block->size != 0 && address_of(next_block(block)) <= target) {
+    block = next_block(block);
+  }
+  return block->size != 0 ? block : nullptr;
+}
+
+}  // namespace orsin

@@ -1,0 +1,117 @@
+// The blocks of a movable-block heap: where they lie, which one is given out, what moves or goes.
+//
+// Blocks tile the region from first_block to end_block without a gap; a walk steps by block size
+// and stops at end_block, which is an empty header that no walk ever steps onto:
+//
+//   base                                                     base + total_size
+//   | header | data ... | header | data ... |  ...  | end_block |
+//
+// Free neighbours are joined late: a block that is released takes in the free blocks behind it, the
+// search takes in what it meets on its way. So a free block may follow a free block for a while.
+//
+// No lock, no log, no waiting: the heap around the blocks (movable_heap.cpp) has them. Only owners'
+// pointer variables and discard callbacks are touched here, because they must change in the same
+// breath as the blocks.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "orsincore/memory.h"
+
+namespace orsin {
+
+constexpr std::uint64_t kBlockFree = 0;
+constexpr std::uint64_t kBlockUsed = 1;
+constexpr std::uint32_t kFreePending = 1;  // In mheap_mblk::flags.
+
+/// Bytes in front of each block's data.
+///
+/// Kept on purpose: an alignment below 64 adds a whole unit even where 64 is a multiple of it
+/// already. The layout of every heap follows from this figure.
+[[nodiscard]] constexpr std::uint64_t heap_header_size(std::uint64_t alignment) {
+  return alignment < 64 ? alignment - 64 % alignment + 64 : alignment;
+}
+
+/// Bytes that a block with `size` data bytes takes; the largest possible number where 64 bits are
+/// too few.
+[[nodiscard]] std::uint64_t heap_block_size(const _mheap& heap, std::uint64_t size);
+
+[[nodiscard]] inline bool is_locked(const mheap_mblk& block) {
+  return block.lock_count != 0 || block.lockex_count != 0;
+}
+
+[[nodiscard]] inline mheap_mblk* next_block(const mheap_mblk* block) {
+  return reinterpret_cast<mheap_mblk*>(reinterpret_cast<std::uintptr_t>(block) + block->size);
+}
+
+enum class SpaceResult {
+  kFound,       ///< The block is free and large enough.
+  kTooLarge,    ///< More than the whole heap holds.
+  kAllLocked,   ///< More than all unlocked blocks hold together.
+  kFragmented,  ///< Locked blocks stand in the way.
+  kCorrupted,   ///< A block of size 0.
+};
+
+struct Space {
+  SpaceResult result = SpaceResult::kFragmented;
+  mheap_mblk* block = nullptr;  // When found.
+};
+
+class HeapBlocks {
+ public:
+  explicit HeapBlocks(_mheap& heap) : heap_(heap) {}
+
+  /// Lays one free block over a fresh region. The region holds at least one header.
+  void lay_out();
+
+  /// Finds or makes room for `needed` bytes, header included, a multiple of the alignment: the
+  /// first block that fits; or, where `may_compact`, by moving blocks together; or by discarding
+  /// the least recently used ones.
+  [[nodiscard]] Space find_space(std::uint64_t needed, bool may_compact);
+
+  /// Gives a found block to a handle, locked once, and cuts off what is not needed.
+  void claim(mheap_mblk* block, std::uint64_t needed, void** owner);
+
+  /// Frees a block: callback, owner's variable, header; takes in the free blocks behind it.
+  void release(mheap_mblk* block);
+
+  /// Discards every unlocked block and joins what is free. False: a block of size 0.
+  [[nodiscard]] bool discard_all();
+
+  enum class Check { kSound, kEmptyBlock, kEmptyMerge };
+
+  /// Joins free blocks and checks their sizes.
+  [[nodiscard]] Check check();
+
+  /// Copies the blocks into a larger region and tells the owners. The old region is the caller's.
+  void move_to(std::uint8_t* region, std::uint64_t total_size);
+
+  /// The block whose header lies in front of `data`; null when that is no address of this heap.
+  ///
+  /// Kept on purpose: an address equal to base passes, where inner_block_of() wants one above it.
+  /// No data lies at base, so this matters to nobody but has always been so.
+  [[nodiscard]] mheap_mblk* block_of(const void* data) const;
+  [[nodiscard]] mheap_mblk* inner_block_of(const void* data) const;
+
+  /// The block that `address` lies in, wherever in it; null when that is no address of this heap.
+  [[nodiscard]] mheap_mblk* block_around(const void* address) const;
+
+  void stamp(mheap_mblk& block) { block.last_use = heap_.clock++; }
+
+ private:
+  struct Run;
+  struct Survey;
+
+  [[nodiscard]] Survey survey(std::uint64_t needed);
+  [[nodiscard]] std::optional<Space> compact(mheap_mblk* start, std::uint64_t needed,
+                                             mheap_mblk*& victim);
+  void add_last_block(mheap_mblk* block, std::uint64_t room);
+  mheap_mblk* slide_down(mheap_mblk* gap, mheap_mblk* block);
+  [[nodiscard]] bool join_free(mheap_mblk* block);
+  [[nodiscard]] mheap_mblk* header_before(const void* data) const;
+
+  _mheap& heap_;
+};
+
+}  // namespace orsin

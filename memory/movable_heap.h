@@ -1,0 +1,52 @@
+// What the parts of the movable heap share with each other.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "memory/heap_blocks.h"
+#include "orsincore/memory.h"
+#include "orsincore/threads.h"
+
+namespace orsin {
+
+/// Holds a heap's mutex. The mutex is recursive and stands in a public structure, so Clang's
+/// analysis does not follow it.
+class HeapLock {
+ public:
+  explicit HeapLock(const _mheap* heap) : mutex_(heap->mutex) { mp_get_mutex(mutex_); }
+  ~HeapLock() { mp_release_mutex(mutex_); }
+  HeapLock(const HeapLock&) = delete;
+  HeapLock& operator=(const HeapLock&) = delete;
+
+  /// Lets others have the heap for a moment.
+  void yield() {
+    mp_release_mutex(mutex_);
+    mp_yield();
+    mp_get_mutex(mutex_);
+  }
+
+ private:
+  __mutex_str* mutex_;
+};
+
+/// The heap's name, terminated.
+struct HeapName {
+  explicit HeapName(const _mheap& heap) { std::memcpy(text, heap.name, sizeof heap.name); }
+  char text[sizeof _mheap::name + 1] = {};
+};
+
+namespace movable_heap {
+
+enum class Attempt {
+  kAllocated,
+  kNoRoom,   ///< Now; an unlock may change that.
+  kDamaged,  ///< Logged, and the signal raised.
+};
+
+/// One attempt of mheap_alloc_lock(), without waiting. The caller holds the heap's mutex. `needed`
+/// is the size of the whole block.
+[[nodiscard]] Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle);
+
+}  // namespace movable_heap
+}  // namespace orsin

@@ -1,0 +1,326 @@
+// The heap and its naive model side by side, over more than a million seeded random operations.
+//
+// Set ORSIN_HEAP_SEED to repeat a run.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "memory/heap_blocks.h"
+#include "memory/movable_heap.h"
+#include "orsincore/memory.h"
+#include "tests/memory/heap_model.h"
+
+namespace orsin {
+namespace {
+
+using test::HeapModel;
+
+constexpr int kOperationsEach = 65600;  // 16 shapes of heap: 1,049,600 in all.
+
+struct Shape {
+  const char* name;
+  int alignment;
+  std::uint64_t size;
+  std::uint64_t block_max;
+  int owners;
+  int compare_every;  // Operations between two comparisons of the whole tiling.
+};
+
+constexpr Shape kShapes[] = {
+    {"Small16", 16, 20000, 3000, 48, 1},       {"Large16", 16, 1200000, 2000, 1500, 97},
+    {"Small512", 512, 100000, 9000, 32, 1},    {"Large512", 512, 2000000, 6000, 800, 97},
+    {"Small4096", 4096, 600000, 40000, 32, 1}, {"Large4096", 4096, 12000000, 30000, 600, 97},
+    {"Small8192", 8192, 900000, 60000, 24, 1}, {"Large8192", 8192, 16000000, 40000, 400, 97},
+};
+
+unsigned chosen_seed() {
+  const char* given = std::getenv("ORSIN_HEAP_SEED");
+  return given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
+}
+
+std::vector<void*> callbacks_seen;
+
+void note_callback(void* data) {
+  callbacks_seen.push_back(data);
+}
+
+// One heap, its model, and the owners with what they wrote into their blocks.
+class SideBySide {
+ public:
+  SideBySide(const Shape& shape, mheap_mode mode, unsigned seed)
+      : shape_(shape),
+        random_(seed),
+        heap_(mheap_initialize(shape.name, shape.size, shape.alignment, mode, 0)),
+        model_(reinterpret_cast<std::uintptr_t>(heap_->base), shape.size,
+               static_cast<std::uint64_t>(shape.alignment), static_cast<int>(mode), shape.owners),
+        owners_(static_cast<std::size_t>(shape.owners)) {
+    callbacks_seen.clear();
+  }
+  ~SideBySide() { mheap_destroy(heap_); }
+  SideBySide(const SideBySide&) = delete;
+  SideBySide& operator=(const SideBySide&) = delete;
+
+  void run(int operations) {
+    for (int step = 0; step < operations; ++step) {
+      act();
+      compare_callbacks();
+      compare_owners();
+      if (step % shape_.compare_every == 0) {
+        compare_tiling();
+      }
+      if (testing::Test::HasFailure()) {
+        FAIL() << "operation " << step;
+      }
+    }
+    compare_tiling();
+    check_every_stamp();
+    // A run that allocates, discards and moves nothing would prove nothing.
+    EXPECT_GT(allocations_, operations / 40);
+    EXPECT_GT(discards_, operations / 400);
+    EXPECT_GT(moves_, 0);
+  }
+
+ private:
+  struct Owner {
+    void* data = nullptr;
+    void* stamped_at = nullptr;
+    std::uint64_t bytes = 0;
+    unsigned char stamp = 0;
+  };
+
+  unsigned pick(std::size_t count) { return static_cast<unsigned>(random_() % count); }
+
+  void act() {
+    const int number = static_cast<int>(pick(owners_.size()));
+    Owner& owner = owners_[static_cast<std::size_t>(number)];
+    const unsigned what = pick(1000);
+    if (what < 250) {
+      allocate(number, owner);
+    } else if (what < 560) {
+      ASSERT_EQ(mheap_unlock(heap_, &owner.data), model_.unlock(number));
+    } else if (what < 650) {
+      ASSERT_EQ(mheap_lock(heap_, &owner.data), model_.lock(number));
+    } else if (what < 720) {
+      ASSERT_EQ(mheap_keep(heap_, &owner.data), model_.keep(number));
+    } else if (what < 850) {
+      ASSERT_EQ(mheap_free(heap_, &owner.data), model_.free(number));
+    } else if (what < 880) {
+      lock_ex();
+    } else if (what < 950) {
+      unlock_ex();
+    } else if (what < 970) {
+      set_callback(owner);
+    } else if (what < 995) {
+      ask(owner, number);
+    } else {
+      act_on_the_whole_heap();
+    }
+  }
+
+  void allocate(int number, Owner& owner) {
+    if (owner.data != nullptr) {
+      return;
+    }
+    // Mostly small, some of any size, a few that cannot fit.
+    std::uint64_t bytes = random_() % (pick(4) == 0 ? shape_.block_max : shape_.block_max / 8) + 1;
+    if (pick(500) == 0) {
+      bytes = random_() % (shape_.size * 2) + 1;
+    }
+    const int expected = model_.allocate(number, bytes);
+    if (expected == 1 && pick(2) == 0) {
+      ASSERT_EQ(mheap_alloc_lock(heap_, bytes, &owner.data), expected);
+    } else {
+      const HeapLock lock(heap_);
+      const std::uint64_t needed = heap_block_size(*heap_, bytes);
+      ASSERT_EQ(movable_heap::allocate_once_locked(*heap_, needed, &owner.data),
+                expected == 1 ? movable_heap::Attempt::kAllocated : movable_heap::Attempt::kNoRoom);
+    }
+    if (expected == 1) {
+      ++allocations_;
+      stamp(owner);
+    }
+  }
+
+  void lock_ex() {
+    const std::uint64_t offset = random_() % (model_.total_size() + 100);
+    const std::int64_t expected = model_.lock_ex(offset);
+    void* data = mheap_lock_ex(heap_, heap_->base + offset);
+    ASSERT_EQ(data == nullptr ? HeapModel::kNull : offset_of(data), expected);
+  }
+
+  // The data address of some block, used or free.
+  std::uint64_t some_data_offset() {
+    const std::uint64_t target = random_() % model_.end_offset();
+    std::uint64_t offset = 0;
+    for (const HeapModel::Block& block : model_.blocks()) {
+      if (offset + block.size > target) {
+        break;
+      }
+      offset += block.size;
+    }
+    return offset + model_.header_size();
+  }
+
+  void unlock_ex() {
+    const std::uint64_t offset = some_data_offset();
+    ASSERT_EQ(mheap_unlock_ex(heap_, heap_->base + offset), model_.unlock_ex(offset));
+  }
+
+  void set_callback(const Owner& owner) {
+    if (owner.data != nullptr) {
+      model_.set_callback(static_cast<std::uint64_t>(offset_of(owner.data)));
+      ASSERT_EQ(mheap_set_discard_callback(heap_, owner.data, note_callback), 1);
+    }
+  }
+
+  void ask(Owner& owner, int number) {
+    std::uint64_t free = 0;
+    std::uint64_t freeable = 0;
+    ASSERT_EQ(mheap_queryspace(heap_, free, freeable), model_.total_size());
+    ASSERT_EQ(free, model_.free_bytes());
+    ASSERT_EQ(freeable, model_.freeable_bytes());
+    ASSERT_EQ(mheap_is_valid(heap_, &owner.data), model_.pointer(number) != HeapModel::kNull);
+  }
+
+  void act_on_the_whole_heap() {
+    const unsigned what = pick(40);
+    if (what == 0 && model_.total_size() < shape_.size * 2) {
+      resize();
+    } else if (what == 1) {
+      model_.clear_all();
+      ASSERT_EQ(mheap_clearall(heap_), 0);
+    } else if (what < 10) {
+      model_.validate();
+      ASSERT_EQ(mheap_validate(heap_), 0);
+    }
+  }
+
+  void resize() {
+    const std::uint64_t size = model_.total_size() - 3 * model_.header_size() +
+                               random_() % (model_.header_size() * 40 + 1);
+    const bool grows = model_.can_grow_to(size);
+    const std::uint64_t result = mheap_resize(heap_, size, 0);
+    if (grows) {
+      model_.resize(reinterpret_cast<std::uintptr_t>(heap_->base), size);
+    }
+    ASSERT_EQ(result, grows ? model_.total_size() : ~std::uint64_t{0});
+  }
+
+  std::int64_t offset_of(const void* address) const {
+    return static_cast<const std::uint8_t*>(address) - heap_->base;
+  }
+
+  void stamp(Owner& owner) {
+    const auto* header = reinterpret_cast<const mheap_mblk*>(
+        static_cast<std::uint8_t*>(owner.data) - heap_->header_size);
+    owner.bytes = header->size - heap_->header_size;
+    owner.stamp = static_cast<unsigned char>(random_());
+    owner.stamped_at = owner.data;
+    std::memset(owner.data, owner.stamp, owner.bytes);
+  }
+
+  // A block of one byte repeated equals itself moved by one.
+  static bool stamp_is_whole(const Owner& owner) {
+    const auto* data = static_cast<const unsigned char*>(owner.data);
+    return data[0] == owner.stamp && std::memcmp(data, data + 1, owner.bytes - 1) == 0;
+  }
+
+  // The assertions stand behind plain comparisons: there are millions of them.
+  void compare_owners() {
+    for (std::size_t i = 0; i < owners_.size(); ++i) {
+      Owner& owner = owners_[i];
+      const std::int64_t expected = model_.pointer(static_cast<int>(i));
+      if ((owner.data == nullptr ? HeapModel::kNull : offset_of(owner.data)) != expected) {
+        FAIL() << "owner " << i << " has " << owner.data << ", expected offset " << expected;
+      }
+      if (owner.data == nullptr && owner.stamped_at != nullptr) {
+        ++discards_;
+        owner.stamped_at = nullptr;
+      }
+      if (owner.data != owner.stamped_at) {
+        ++moves_;
+        ASSERT_TRUE(stamp_is_whole(owner)) << "owner " << i << " after a move";
+        owner.stamped_at = owner.data;
+      }
+    }
+  }
+
+  void compare_callbacks() {
+    ASSERT_EQ(callbacks_seen.size(), model_.callbacks.size());
+    callbacks_seen.clear();
+    model_.callbacks.clear();
+  }
+
+  void compare_tiling() {
+    const mheap_mblk* block = heap_->first_block;
+    std::size_t index = 0;
+    for (const HeapModel::Block& expected : model_.blocks()) {
+      if (block == heap_->end_block || !agrees(*block, expected)) {
+        FAIL() << "block " << index << " at " << offset_of(block) << ": size " << block->size
+               << ", state " << block->state << ", locks " << block->lock_count << "+"
+               << block->lockex_count << "; expected size " << expected.size << ", "
+               << (expected.is_used ? "used" : "free") << ", locks " << expected.locks << "+"
+               << expected.ex_locks;
+      }
+      block = next_block(block);
+      ++index;
+    }
+    ASSERT_EQ(block, heap_->end_block);
+  }
+
+  bool agrees(const mheap_mblk& block, const HeapModel::Block& expected) {
+    void** const owner = expected.owner == HeapModel::kNobody
+                             ? nullptr
+                             : &owners_[static_cast<std::size_t>(expected.owner)].data;
+    return block.size == expected.size && block.state == (expected.is_used ? 1u : 0u) &&
+           block.owner == owner && reinterpret_cast<std::uintptr_t>(block.data) == expected.data &&
+           block.lock_count == expected.locks && block.lockex_count == expected.ex_locks &&
+           (!expected.is_used || block.last_use == expected.last_use) &&
+           (block.discard_callback != nullptr) == expected.has_callback &&
+           block.flags == (expected.is_pending ? 1u : 0u);
+  }
+
+  void check_every_stamp() {
+    for (const Owner& owner : owners_) {
+      if (owner.data != nullptr) {
+        ASSERT_TRUE(stamp_is_whole(owner));
+      }
+    }
+  }
+
+  const Shape& shape_;
+  std::mt19937_64 random_;
+  _mheap* heap_;
+  HeapModel model_;
+  std::vector<Owner> owners_;
+  int allocations_ = 0;
+  int discards_ = 0;  // And blocks that were freed.
+  int moves_ = 0;
+};
+
+class MovableHeapModel : public testing::TestWithParam<std::tuple<Shape, mheap_mode>> {};
+
+TEST_P(MovableHeapModel, AgreesWithTheHeap) {
+  const auto& [shape, mode] = GetParam();
+  const unsigned seed = chosen_seed();
+  SCOPED_TRACE(testing::Message() << "ORSIN_HEAP_SEED=" << seed);
+  RecordProperty("seed", static_cast<int>(seed));
+
+  SideBySide(shape, mode, seed).run(kOperationsEach);
+}
+
+INSTANTIATE_TEST_SUITE_P(Shapes, MovableHeapModel,
+                         testing::Combine(testing::ValuesIn(kShapes),
+                                          testing::Values(MHEAP_DISCARD, MHEAP_COMPACT)),
+                         [](const auto& info) {
+                           return std::string(std::get<0>(info.param).name) +
+                                  (std::get<1>(info.param) == MHEAP_COMPACT ? "Compacting"
+                                                                            : "Discarding");
+                         });
+
+}  // namespace
+}  // namespace orsin
