@@ -18,7 +18,7 @@ using test::LogCapture;
 
 // Volatile: compilers know that nobody can have so much, and drop the call.
 // The line shows the low half of the size in KiB: 5 of 2^36 + 5.
-volatile std::size_t impossible_bytes = (std::size_t{1} << 46) + (5 << 10);
+volatile std::size_t impossible_bytes = (std::size_t{1} << 60) + (5 << 10);
 
 const Lines kOutOfMemory = {"ERROR: ************************************",
                             "     : * Out of (system) memory, requested 5 Kb", "     : *"};

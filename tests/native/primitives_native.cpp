@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "orsincore/threads.h"
+#include "tests/native/fake_clock.h"
 #include "threads/clock_port.h"
 #include "threads/wait_time.h"
 
@@ -118,17 +119,29 @@ void mp_yield() {
   std::this_thread::yield();
 }
 
+namespace orsin::test {
+
+FakeClock& fake_clock() {
+  static FakeClock clock;
+  return clock;
+}
+
+}  // namespace orsin::test
+
 namespace orsin::port {
 
 bool query_counter_frequency(std::int64_t& frequency) noexcept {
-  frequency = std::nano::den;
-  return true;
+  frequency = test::fake_clock().frequency;
+  return !test::fake_clock().refuse_frequency;
 }
 
 bool query_counter(std::int64_t& count) noexcept {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   count = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
-  return true;
+  if (test::fake_clock().stands_still) {
+    count = 0;
+  }
+  return !test::fake_clock().refuse_count;
 }
 
 }  // namespace orsin::port

@@ -88,13 +88,15 @@ TEST_F(Executor, RunsEachOfFourPartsOnceAndReturnsAfterTheLast) {
 TEST_F(Executor, HandsAllSixArgumentsOn) {
   ASSERT_EQ(start_executor(2), 2);
   int values[6] = {};
+  const Job job = [](void* a, void* b, void* c, void* d, void* e, void* f) {
+    void* const arguments[] = {a, b, c, d, e, f};
+    for (int i = 0; smp_id() == 1 && i < 6; ++i) {
+      *static_cast<int*>(arguments[i]) = i + 1;
+    }
+  };
 
-  smp_exec(reinterpret_cast<void (*)()>(+[](int* a, int* b, int* c, int* d, int* e, int* f) {
-             if (smp_id() == 1) {
-               *a = 1, *b = 2, *c = 3, *d = 4, *e = 5, *f = 6;
-             }
-           }),
-           &values[0], &values[1], &values[2], &values[3], &values[4], &values[5]);
+  smp_exec(reinterpret_cast<void (*)()>(job), &values[0], &values[1], &values[2], &values[3],
+           &values[4], &values[5]);
 
   for (int i = 0; i < 6; ++i) {
     EXPECT_EQ(values[i], i + 1);

@@ -171,6 +171,98 @@ TEST(ConditionPrimitive, BroadcastWakesEveryWaiter) {
   mp_delete_mutex(mutex);
 }
 
+// Three wait; the one whose time is over goes, wherever it stands, and the others are still woken.
+TEST(ConditionPrimitive, ATimeoutLeavesTheOtherWaitersWaiting) {
+  constexpr int kWaiters = 3;
+  for (int timed = 0; timed < kWaiters; ++timed) {
+    SCOPED_TRACE(timed);
+    __mutex_str* mutex = mp_new_mutex(0, 0);
+    __cond_str* changed = mp_new_cond_block();
+    __cond_str* arrived = mp_new_cond_block();
+    int waiting = 0;
+    int woken = 0;
+    bool timed_out = false;
+    bool go = false;
+    std::thread threads[kWaiters];
+    mp_get_mutex(mutex);
+    for (int i = 0; i < kWaiters; ++i) {
+      threads[i] = std::thread([&, i] {
+        mp_get_mutex(mutex);
+        ++waiting;
+        mp_cond_signal(arrived);
+        if (i == timed) {
+          while (mp_cond_timedwait(changed, mutex, 2'000'000) != 0) {
+          }
+          timed_out = true;
+          mp_cond_signal(arrived);
+        } else {
+          while (!go) {
+            mp_cond_wait(changed, mutex);
+          }
+          ++woken;
+        }
+        mp_release_mutex(mutex);
+      });
+      while (waiting <= i) {
+        mp_cond_wait(arrived, mutex);
+      }
+    }
+
+    while (!timed_out) {
+      mp_cond_wait(arrived, mutex);
+    }
+    EXPECT_EQ(woken, 0);
+    go = true;
+    mp_cond_signal(changed);
+    mp_cond_signal(changed);
+    mp_release_mutex(mutex);
+    for (std::thread& thread : threads) {
+      thread.join();
+    }
+
+    EXPECT_EQ(woken, kWaiters - 1);
+    mp_delete_cond_block(arrived);
+    mp_delete_cond_block(changed);
+    mp_delete_mutex(mutex);
+  }
+}
+
+// Time-outs and signals race for the same waiters; a tangled list would hang or crash.
+TEST(ConditionPrimitive, SurvivesSignalsThatRaceWithTimeouts) {
+  constexpr int kWaiters = 3;
+  constexpr int kWaits = 100;
+  __mutex_str* mutex = mp_new_mutex(0, 0);
+  __cond_str* condition = mp_new_cond_block();
+  std::atomic<int> running = kWaiters;
+  std::thread threads[kWaiters];
+  for (std::thread& thread : threads) {
+    thread = std::thread([&] {
+      for (int i = 0; i < kWaits; ++i) {
+        mp_get_mutex(mutex);
+        mp_cond_timedwait(condition, mutex, 1'000'000);
+        mp_release_mutex(mutex);
+      }
+      --running;
+    });
+  }
+
+  for (int i = 0; running.load() > 0; ++i) {
+    if (i % 64 == 0) {
+      mp_cond_broadcast(condition);
+    } else {
+      mp_cond_signal(condition);
+    }
+    mp_yield();
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+
+  EXPECT_EQ(running.load(), 0);
+  mp_delete_cond_block(condition);
+  mp_delete_mutex(mutex);
+}
+
 // Two threads hand a turn back and forth: a lost wake-up would hang.
 TEST(ConditionPrimitive, LosesNoWakeUpInAPingPong) {
   constexpr int kRounds = 20000;
