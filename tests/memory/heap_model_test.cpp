@@ -316,10 +316,10 @@ TEST_P(MovableHeapModel, AgreesWithTheHeap) {
 INSTANTIATE_TEST_SUITE_P(Shapes, MovableHeapModel,
                          testing::Combine(testing::ValuesIn(kShapes),
                                           testing::Values(MHEAP_DISCARD, MHEAP_COMPACT)),
-                         [](const auto& info) {
-                           return std::string(std::get<0>(info.param).name) +
-                                  (std::get<1>(info.param) == MHEAP_COMPACT ? "Compacting"
-                                                                            : "Discarding");
+                         [](const auto& shape) {
+                           return std::string(std::get<0>(shape.param).name) +
+                                  (std::get<1>(shape.param) == MHEAP_COMPACT ? "Compacting"
+                                                                             : "Discarding");
                          });
 
 }  // namespace
