@@ -129,8 +129,30 @@ bool fWriteBuffer::ensure_minimum_buffer_size(int size) {
   if (size <= buffer_size_) {
     return true;
   }
-  return file_ != io_invalid_handle() ? set_buffer(size, spare_ != nullptr)
-                                      : grow_memory(static_cast<unsigned long long>(size));
+  if (file_ == io_invalid_handle()) {
+    return grow_memory(static_cast<unsigned long long>(size));
+  }
+  // Flushing would round the position up and leave a hole: what is collected moves instead.
+  collect_ticket(buffer_ticket_);
+  unsigned char* const old_allocation = allocation_;
+  unsigned char* const old_current = current_;
+  unsigned char* const old_spare = spare_;
+  const unsigned long long used = used_;
+  const unsigned long long offset = offset_;
+  if (!allocate_buffers(size, old_spare != nullptr)) {
+    allocation_ = old_allocation;
+    return false;
+  }
+  if (old_current != nullptr) {
+    std::memcpy(current_, old_current, std::max(used, offset));
+  }
+  used_ = used;
+  offset_ = offset;
+  cursor_ = current_ + offset_;
+  if (old_allocation != nullptr) {
+    os_free(old_allocation);
+  }
+  return true;
 }
 
 void fWriteBuffer::reset_buffers() {
@@ -401,6 +423,7 @@ bool fWriteBuffer::set_file_position(unsigned long long position) {
     return true;
   }
   flush_buffers();
+  empty_buffer();  // Flushing leaves the cursor alone when nothing was collected.
   buffer_file_position_ = position / alignment_ * alignment_;
   return true;
 }
@@ -411,6 +434,8 @@ int fWriteBuffer::error() {
 
 // Kept on purpose: the room is measured from the high-water mark, not from the cursor, and must
 // exceed the number by one; near the end of the buffer the bytes go through write_file() instead.
+// A cursor that set_file_position() moved past the mark may have less room than that, hence the
+// second test.
 template <typename Number>
 void fWriteBuffer::put(Number value) {
   unsigned char bytes[sizeof(Number)];
@@ -418,7 +443,8 @@ void fWriteBuffer::put(Number value) {
   if (swap_) {
     std::reverse(bytes, bytes + sizeof(bytes));
   }
-  if (static_cast<unsigned long long>(buffer_size_) - used_ < sizeof(bytes) + 1) {
+  const auto capacity = static_cast<unsigned long long>(buffer_size_);
+  if (capacity - used_ < sizeof(bytes) + 1 || capacity - offset_ < sizeof(bytes)) {
     write_file(bytes, sizeof(bytes), 1);
     return;
   }
