@@ -1,14 +1,11 @@
 #include "memory/heap_blocks.h"
 
+#include <bit>
 #include <cstring>
 #include <limits>
 
 namespace orsin {
 namespace {
-
-std::uint64_t address_of(const void* pointer) {
-  return reinterpret_cast<std::uintptr_t>(pointer);
-}
 
 mheap_mblk* block_at(std::uint64_t address) {
   return reinterpret_cast<mheap_mblk*>(static_cast<std::uintptr_t>(address));
@@ -82,7 +79,8 @@ std::uint64_t heap_block_size(const _mheap& heap, std::uint64_t size) {
     return kMax - kMax % heap.alignment;
   }
   const std::uint64_t bytes = size + heap.header_size + heap.alignment - 1;
-  return bytes - bytes % heap.alignment;
+  const bool is_power_of_two = std::has_single_bit(heap.alignment);  // Nearly always: no division.
+  return bytes - (is_power_of_two ? bytes & (heap.alignment - 1) : bytes % heap.alignment);
 }
 
 void HeapBlocks::lay_out() {
@@ -140,7 +138,7 @@ std::optional<Space> HeapBlocks::find_in_index(std::uint64_t needed) {
   if (!runs_.exists()) {
     return std::nullopt;
   }
-  const std::uint32_t fit = runs_.first_fit(needed / heap_.alignment);
+  const std::uint32_t fit = runs_.first_fit(needed >> std::countr_zero(heap_.alignment));
   if (fit == FreeRuns::kNone) {
     return std::nullopt;
   }
@@ -348,11 +346,12 @@ void HeapBlocks::move_to(std::uint8_t* region, std::uint64_t total_size) {
 
 std::uint32_t HeapBlocks::granule_of(const mheap_mblk* block) const {
   const std::uint64_t offset = address_of(block) - address_of(heap_.first_block);
-  return static_cast<std::uint32_t>(offset / heap_.alignment);
+  return static_cast<std::uint32_t>(offset >> std::countr_zero(heap_.alignment));
 }
 
 mheap_mblk* HeapBlocks::block_at_granule(std::uint32_t granule) const {
-  return block_at(address_of(heap_.first_block) + granule * heap_.alignment);
+  const std::uint64_t offset = std::uint64_t{granule} << std::countr_zero(heap_.alignment);
+  return block_at(address_of(heap_.first_block) + offset);
 }
 
 // A block has become free and has taken in the free blocks behind it.
@@ -450,25 +449,6 @@ bool HeapBlocks::index_agrees() const {
     ++free_runs;
   }
   return (runs_.first_fit(1) != FreeRuns::kNone) == (free_runs > 0);
-}
-
-// Null where the header would begin before the first block: those bytes are not ours to read.
-mheap_mblk* HeapBlocks::header_before(const void* data) const {
-  const std::uint64_t address = address_of(data);
-  if (address - address_of(heap_.first_block) < heap_.header_size) {
-    return nullptr;
-  }
-  return block_at(address - heap_.header_size);
-}
-
-mheap_mblk* HeapBlocks::block_of(const void* data) const {
-  const std::uint64_t address = address_of(data);
-  const bool is_inside = address >= address_of(heap_.base) && address < address_of(heap_.end_block);
-  return is_inside ? header_before(data) : nullptr;
-}
-
-mheap_mblk* HeapBlocks::inner_block_of(const void* data) const {
-  return data != heap_.base ? block_of(data) : nullptr;
 }
 
 mheap_mblk* HeapBlocks::block_around(const void* address) const {
