@@ -81,6 +81,42 @@ TEST(Base64, AgreesWithTheNaiveDecoderOverDirtyTexts) {
   }
 }
 
+TEST(Base64, AgreesWithItsPlainTwinAndLeavesTheRestOfTheTargetAlone) {
+  const unsigned seed = 1007;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  for (int round = 0; round < 5000; ++round) {
+    std::string text(random() % 1500, '\0');
+    for (char& c : text) {
+      c = kAlphabet[random() % 64];
+    }
+    for (unsigned strangers = random() % 4; strangers > 0 && !text.empty(); --strangers) {
+      text[random() % text.size()] = static_cast<char>(random() % 4 == 0 ? '=' : random() % 128);
+    }
+    const std::size_t room = random() % 1300;
+    std::string fast(1300, 'x');
+    std::string plain(1300, 'x');
+
+    const std::size_t fast_size = decode_base64_span(
+        text.data(), text.size(), reinterpret_cast<unsigned char*>(fast.data()), room);
+    const std::size_t plain_size = decode_base64_span_plain(
+        text.data(), text.size(), reinterpret_cast<unsigned char*>(plain.data()), room);
+
+    ASSERT_EQ(fast_size, plain_size) << text;
+    ASSERT_EQ(fast, plain) << text;
+  }
+}
+
+TEST(Base64, RefusesEveryStrangerAtEveryPlaceOfABlock) {
+  for (int c = 0; c < 128; ++c) {
+    for (std::size_t place = 0; place < 128; ++place) {
+      std::string text(256, 'B');
+      text[place] = static_cast<char>(c);
+      ASSERT_EQ(decode(text, 200), naive_decode(text, 200)) << c << " at " << place;
+    }
+  }
+}
+
 TEST(Base64, TellsTheLengthOfTheSourceWhateverTheRoom) {
   char bytes[4];
   EXPECT_EQ(ov_base64_decode_mt("TWE=", 4, bytes, 4), 2U);
