@@ -42,7 +42,7 @@ constexpr Shape kShapes[] = {
 
 unsigned chosen_seed() {
   const char* given = std::getenv("ORSIN_HEAP_SEED");
-  return given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
+  return given != nullptr ? static_cast<unsigned>(std::stoul(given)) : 20261121U;
 }
 
 std::vector<void*> callbacks_seen;
