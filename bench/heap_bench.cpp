@@ -10,6 +10,9 @@
 //                 recently used; every page is touched. Rival: pages from the system for each frame.
 //                 Good: 100 times as many frames per second.
 //
+//   StartHeaps    the four standard heaps are made and ended. Good: under 50 ms, and under 64 MB more
+//                 in the working set ("resident_mb").
+//
 // Linked with the library's objects, so that the heap can be made to walk.
 #include <benchmark/benchmark.h>
 #include <mimalloc.h>
@@ -21,7 +24,11 @@
 #include <vector>
 
 #include "core/win/windows.h"
+// After the Windows headers that it needs.
+#include <psapi.h>
+
 #include "memory/movable_heap.h"
+#include "memory/standard_heaps.h"
 #include "orsincore/memory.h"
 
 namespace {
@@ -187,5 +194,27 @@ void editor_frames_pages(benchmark::State& state) {
   }
 }
 BENCHMARK(editor_frames_pages)->UseRealTime()->Unit(benchmark::kMicrosecond);
+
+// --- Start-up ---
+
+double resident_mb() {
+  PROCESS_MEMORY_COUNTERS counters = {};
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return static_cast<double>(counters.WorkingSetSize) / static_cast<double>(kMega);
+}
+
+void start_heaps(benchmark::State& state) {
+  double resident = 0;
+  for (auto _ : state) {
+    const double before = resident_mb();
+    if (mem_alloc_pools() == 0) {
+      state.SkipWithError("no heaps");
+    }
+    resident = resident_mb() - before;
+    orsin::standard_heaps::reset();
+  }
+  state.counters["resident_mb"] = resident;
+}
+BENCHMARK(start_heaps)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
