@@ -23,7 +23,7 @@ void empty_block(mheap_mblk& block) {
     block.discard_callback = nullptr;
   }
   if (block.owner != nullptr) {
-    *block.owner = nullptr;
+    set_pointer(block.owner, nullptr);
   }
   block.owner = nullptr;
   block.data = nullptr;
@@ -192,7 +192,7 @@ mheap_mblk* HeapBlocks::slide_down(mheap_mblk* gap, mheap_mblk* block) {
   mheap_mblk* moved = gap;
   std::memmove(static_cast<void*>(moved), block, block_size);
   if (moved->owner != nullptr) {
-    *moved->owner = static_cast<std::uint8_t*>(*moved->owner) - gap_size;
+    set_pointer(moved->owner, static_cast<std::uint8_t*>(*moved->owner) - gap_size);
   }
   moved->data = reinterpret_cast<std::uint8_t*>(moved) + heap_.header_size;
 
@@ -219,7 +219,7 @@ void HeapBlocks::claim(mheap_mblk* block, std::uint64_t needed, void** owner) {
   block->lockex_count = 0;
   block->data = reinterpret_cast<std::uint8_t*>(block) + heap_.header_size;
   stamp(*block);  // The allocation is one use,
-  *owner = block->data;
+  set_pointer(owner, block->data);
   block->lock_count = 1;
   stamp(*block);  // its first lock another.
 }
@@ -307,7 +307,7 @@ void HeapBlocks::move_to(std::uint8_t* region, std::uint64_t total_size) {
        block = next_block(block)) {
     if (block->owner != nullptr) {
       block->data = reinterpret_cast<std::uint8_t*>(block) + heap_.header_size;
-      *block->owner = block->data;
+      set_pointer(block->owner, block->data);
     }
   }
 

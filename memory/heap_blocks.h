@@ -18,6 +18,7 @@
 // breath as the blocks.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 
@@ -52,6 +53,16 @@ constexpr std::uint32_t kFreePending = 1;  // In mheap_mblk::flags.
 
 [[nodiscard]] inline mheap_mblk* next_block(const mheap_mblk* block) {
   return reinterpret_cast<mheap_mblk*>(reinterpret_cast<std::uintptr_t>(block) + block->size);
+}
+
+/// Owners' pointer variables. They change under their heap's mutex; whoever looks for a handle's heap
+/// reads them before it knows which mutex that is. A stale value is harmless: the heap's own header
+/// has the last word.
+inline void set_pointer(void** owner, void* data) {
+  std::atomic_ref<void*>(*owner).store(data, std::memory_order_relaxed);
+}
+[[nodiscard]] inline void* get_pointer(void** owner) {
+  return std::atomic_ref<void*>(*owner).load(std::memory_order_relaxed);
 }
 
 enum class SpaceResult {

@@ -265,7 +265,7 @@ int mheap_free(_mheap* heap, void** handle) {
   // Somebody without a handle still uses the data: the owner is rid of it, the block stays.
   block->flags |= kFreePending;
   block->owner = nullptr;
-  *handle = nullptr;
+  set_pointer(handle, nullptr);
   return 1;
 }
 
@@ -312,7 +312,7 @@ bool mheap_is_valid(_mheap* heap, void** handle) {
   if (heap == nullptr) {
     return false;
   }
-  const mheap_mblk* block = blocks_of(heap).inner_block_of(*handle);
+  const mheap_mblk* block = blocks_of(heap).inner_block_of(get_pointer(handle));
   return block != nullptr && block->owner == handle;
 }
 
