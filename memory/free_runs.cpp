@@ -38,14 +38,6 @@ class Carver {
   std::uint64_t used_ = 0;
 };
 
-std::uint32_t largest_of(const std::uint32_t* children) {
-  std::uint32_t largest = 0;
-  for (std::uint32_t i = 0; i < kFan; ++i) {
-    largest = std::max(largest, children[i]);
-  }
-  return largest;
-}
-
 }  // namespace
 
 bool FreeRuns::create(std::uint64_t granules, std::uint64_t distance_min) {
@@ -60,10 +52,10 @@ bool FreeRuns::create(std::uint64_t granules, std::uint64_t distance_min) {
     Carver carver(memory);
     top_ = 0;
     std::uint64_t count = groups(slots, kFan) * kFan;
-    levels_[0] = carver.take<std::uint32_t>(count);
+    slots_ = carver.take<Slot>(count);
     while (count > kFan) {
       count = groups(count / kFan, kFan) * kFan;
-      levels_[++top_] = carver.take<std::uint32_t>(count);
+      maxima_[++top_] = carver.take<std::uint32_t>(count);
     }
     bit_top_ = 0;
     std::uint64_t words = groups(slots, kBitFan);
@@ -72,8 +64,6 @@ bool FreeRuns::create(std::uint64_t granules, std::uint64_t distance_min) {
       words = groups(words, kBitFan);
       bits_[++bit_top_] = carver.take<std::uint64_t>(words);
     }
-    begins_ = carver.take<std::uint32_t>(slots);
-    offsets_ = carver.take<std::uint8_t>(slots);
     return carver.used();
   };
   const std::uint64_t bytes = lay_out(nullptr);
@@ -85,7 +75,6 @@ bool FreeRuns::create(std::uint64_t granules, std::uint64_t distance_min) {
   }
   const auto address = reinterpret_cast<std::uintptr_t>(memory_);
   lay_out(static_cast<std::byte*>(memory_) + (whole_lines(address) - address));
-  lengths_ = levels_[0];
   return true;
 }
 
@@ -96,14 +85,14 @@ void FreeRuns::destroy() {
 
 void FreeRuns::insert(std::uint32_t begin, std::uint32_t end) {
   const std::uint32_t slot = slot_of(begin);
-  offsets_[slot] = static_cast<std::uint8_t>(begin - (slot << shift_));
-  begins_[slot_of(end)] = begin;
+  slots_[slot].offset = begin - (slot << shift_);
+  slots_[slot_of(end)].begin_of_ended = begin;
   set_length(slot, end - begin);
 }
 
 std::uint32_t FreeRuns::remove(std::uint32_t begin) {
   const std::uint32_t slot = slot_of(begin);
-  const std::uint32_t end = begin + lengths_[slot];
+  const std::uint32_t end = begin + slots_[slot].length;
   mark_joined(begin);
   set_length(slot, 0);
   return end;
@@ -111,25 +100,35 @@ std::uint32_t FreeRuns::remove(std::uint32_t begin) {
 
 std::uint32_t FreeRuns::end_of_run_at(std::uint32_t begin) const {
   const std::uint32_t slot = slot_of(begin);
-  return lengths_[slot] != 0 && begin_in(slot) == begin ? begin + lengths_[slot] : kNone;
+  const std::uint32_t length = slots_[slot].length;
+  return length != 0 && begin_in(slot) == begin ? begin + length : kNone;
 }
 
 std::uint32_t FreeRuns::begin_of_run_to(std::uint32_t end) const {
-  const std::uint32_t begin = begins_[slot_of(end)];
+  const std::uint32_t begin = slots_[slot_of(end)].begin_of_ended;
   return end_of_run_at(begin) == end ? begin : kNone;
 }
 
+std::uint32_t FreeRuns::largest_below(int level, std::uint32_t index) const {
+  std::uint32_t largest = 0;
+  for (std::uint32_t child = index * kFan; child < (index + 1) * kFan; ++child) {
+    largest = std::max(largest, length_at(level - 1, child));
+  }
+  return largest;
+}
+
 void FreeRuns::set_length(std::uint32_t slot, std::uint32_t length) {
-  std::uint32_t before = lengths_[slot];
-  lengths_[slot] = length;
+  std::uint32_t before = slots_[slot].length;
+  slots_[slot].length = length;
+  std::uint32_t index = slot;
   for (int level = 1; level <= top_; ++level) {
-    slot /= kFan;
-    std::uint32_t& largest = levels_[level][slot];
+    index /= kFan;
+    std::uint32_t& largest = maxima_[level][index];
     const std::uint32_t largest_before = largest;
     if (length >= largest_before) {
       largest = length;
     } else if (before == largest_before) {
-      largest = largest_of(levels_[level - 1] + std::size_t{slot} * kFan);
+      largest = largest_below(level, index);
     }
     if (largest == largest_before) {
       return;
@@ -142,18 +141,18 @@ void FreeRuns::set_length(std::uint32_t slot, std::uint32_t length) {
 std::uint32_t FreeRuns::first_fit(std::uint64_t length) const {
   std::uint32_t group = 0;
   for (int level = top_;; --level) {
-    const std::uint32_t* children = levels_[level] + std::size_t{group} * kFan;
-    std::uint32_t child = 0;
-    while (child < kFan && children[child] < length) {
+    const std::uint32_t end = (group + 1) * kFan;
+    std::uint32_t child = group * kFan;
+    while (child < end && length_at(level, child) < length) {
       ++child;
     }
-    if (child == kFan) {
+    if (child == end) {
       return kNone;  // Only at the top: below it the maximum promised one.
     }
-    group = group * kFan + child;
     if (level == 0) {
-      return begin_in(group);
+      return begin_in(child);
     }
+    group = child;
   }
 }
 

@@ -5,8 +5,10 @@
 // the truth; the index only spares the walk over them.
 //
 //   slot         2^n granules, so few that no two runs can begin (or end) in the same one
-//   length       of the run that begins in a slot, 0 for none; by slot
-//   begin        of the run that ends in a slot; by slot, and trusted only after a look at the run
+//                and for each slot:
+//   length       of the run that begins in it, 0 for none
+//   offset       of that run's first granule in the slot
+//   begin        of a run that ended in it once: trusted only after a look at that run
 //   maxima       levels of the largest length among 16 below, up to one level of at most 16
 //   unjoined     runs of more than one block, as bits with summaries of 64
 //
@@ -27,7 +29,7 @@ class FreeRuns {
   /// count.
   bool create(std::uint64_t granules, std::uint64_t distance_min);
   void destroy();
-  [[nodiscard]] bool exists() const { return lengths_ != nullptr; }
+  [[nodiscard]] bool exists() const { return slots_ != nullptr; }
 
   /// A new run; used blocks lie before and behind it.
   void insert(std::uint32_t begin, std::uint32_t end);
@@ -54,18 +56,26 @@ class FreeRuns {
   static constexpr int kLevelsMax = 8;  // 16^8 slots are more than a count of 32 bits needs.
   static constexpr int kBitLevelsMax = 6;
 
+  // What belongs to one place lies in one cache line.
+  struct Slot {
+    std::uint32_t length;
+    std::uint32_t begin_of_ended;
+    std::uint32_t offset;
+  };
+
   [[nodiscard]] std::uint32_t slot_of(std::uint32_t granule) const { return granule >> shift_; }
   [[nodiscard]] std::uint32_t begin_in(std::uint32_t slot) const {
-    return (slot << shift_) + offsets_[slot];
+    return (slot << shift_) + slots_[slot].offset;
   }
+  [[nodiscard]] std::uint32_t length_at(int level, std::uint32_t index) const {
+    return level == 0 ? slots_[index].length : maxima_[level][index];
+  }
+  [[nodiscard]] std::uint32_t largest_below(int level, std::uint32_t index) const;
   void set_length(std::uint32_t slot, std::uint32_t length);
 
   void* memory_ = nullptr;
-  std::uint32_t* lengths_ = nullptr;
-  std::uint32_t* begins_ = nullptr;         // By the slot of the end.
-  std::uint8_t* offsets_ = nullptr;         // Of a run's first granule in its slot.
-  std::uint32_t* levels_[kLevelsMax] = {};  // levels_[0] is lengths_.
-  std::uint32_t top_count_ = 0;
+  Slot* slots_ = nullptr;
+  std::uint32_t* maxima_[kLevelsMax] = {};  // From level 1 on; level 0 are the slots themselves.
   int top_ = 0;
   std::uint64_t* bits_[kBitLevelsMax] = {};
   int bit_top_ = 0;

@@ -1,14 +1,11 @@
 #include "memory/heap_blocks.h"
 
+#include <bit>
 #include <cstring>
 #include <limits>
 
 namespace orsin {
 namespace {
-
-std::uint64_t address_of(const void* pointer) {
-  return reinterpret_cast<std::uintptr_t>(pointer);
-}
 
 mheap_mblk* block_at(std::uint64_t address) {
   return reinterpret_cast<mheap_mblk*>(static_cast<std::uintptr_t>(address));
@@ -26,7 +23,7 @@ void empty_block(mheap_mblk& block) {
     block.discard_callback = nullptr;
   }
   if (block.owner != nullptr) {
-    *block.owner = nullptr;
+    set_pointer(block.owner, nullptr);
   }
   block.owner = nullptr;
   block.data = nullptr;
@@ -82,7 +79,8 @@ std::uint64_t heap_block_size(const _mheap& heap, std::uint64_t size) {
     return kMax - kMax % heap.alignment;
   }
   const std::uint64_t bytes = size + heap.header_size + heap.alignment - 1;
-  return bytes - bytes % heap.alignment;
+  const bool is_power_of_two = std::has_single_bit(heap.alignment);  // Nearly always: no division.
+  return bytes - (is_power_of_two ? bytes & (heap.alignment - 1) : bytes % heap.alignment);
 }
 
 void HeapBlocks::lay_out() {
@@ -132,33 +130,6 @@ Space HeapBlocks::find_space(std::uint64_t needed, bool may_compact) {
       return {SpaceResult::kFound, found.victim};
     }
   }
-}
-
-// The first block that fits, if there is one. A walk would join every free run up to that block on
-// its way: those that need it are joined here.
-std::optional<Space> HeapBlocks::find_in_index(std::uint64_t needed) {
-  if (!runs_.exists()) {
-    return std::nullopt;
-  }
-  const std::uint32_t fit = runs_.first_fit(needed / heap_.alignment);
-  if (fit == FreeRuns::kNone) {
-    return std::nullopt;
-  }
-  for (std::uint32_t run = runs_.first_unjoined(); run <= fit; run = runs_.first_unjoined()) {
-    if (run == FreeRuns::kNone) {
-      break;
-    }
-    if (!join_free(block_at_granule(run))) {
-      return Space{SpaceResult::kCorrupted, nullptr};
-    }
-    runs_.mark_joined(run);
-  }
-  mheap_mblk* block = block_at_granule(fit);
-  if (!join_free(block)) {
-    return Space{SpaceResult::kCorrupted, nullptr};
-  }
-  runs_.remove(fit);
-  return Space{SpaceResult::kFound, block};
 }
 
 HeapBlocks::Survey HeapBlocks::survey(std::uint64_t needed) {
@@ -221,7 +192,7 @@ mheap_mblk* HeapBlocks::slide_down(mheap_mblk* gap, mheap_mblk* block) {
   mheap_mblk* moved = gap;
   std::memmove(static_cast<void*>(moved), block, block_size);
   if (moved->owner != nullptr) {
-    *moved->owner = static_cast<std::uint8_t*>(*moved->owner) - gap_size;
+    set_pointer(moved->owner, static_cast<std::uint8_t*>(*moved->owner) - gap_size);
   }
   moved->data = reinterpret_cast<std::uint8_t*>(moved) + heap_.header_size;
 
@@ -248,7 +219,7 @@ void HeapBlocks::claim(mheap_mblk* block, std::uint64_t needed, void** owner) {
   block->lockex_count = 0;
   block->data = reinterpret_cast<std::uint8_t*>(block) + heap_.header_size;
   stamp(*block);  // The allocation is one use,
-  *owner = block->data;
+  set_pointer(owner, block->data);
   block->lock_count = 1;
   stamp(*block);  // its first lock another.
 }
@@ -336,7 +307,7 @@ void HeapBlocks::move_to(std::uint8_t* region, std::uint64_t total_size) {
        block = next_block(block)) {
     if (block->owner != nullptr) {
       block->data = reinterpret_cast<std::uint8_t*>(block) + heap_.header_size;
-      *block->owner = block->data;
+      set_pointer(block->owner, block->data);
     }
   }
 
@@ -344,131 +315,6 @@ void HeapBlocks::move_to(std::uint8_t* region, std::uint64_t total_size) {
   // than a header keeps its end where it was.
   const std::uint64_t grown = total_size - old_total;
   add_last_block(copied_end, grown > heap_.header_size ? grown - heap_.header_size : 0);
-}
-
-std::uint32_t HeapBlocks::granule_of(const mheap_mblk* block) const {
-  const std::uint64_t offset = address_of(block) - address_of(heap_.first_block);
-  return static_cast<std::uint32_t>(offset / heap_.alignment);
-}
-
-mheap_mblk* HeapBlocks::block_at_granule(std::uint32_t granule) const {
-  return block_at(address_of(heap_.first_block) + granule * heap_.alignment);
-}
-
-// A block has become free and has taken in the free blocks behind it.
-void HeapBlocks::index_freed(const mheap_mblk* block) {
-  if (!runs_.exists()) {
-    return;
-  }
-  const std::uint32_t begin = granule_of(block);
-  const std::uint32_t end = granule_of(next_block(block));
-  // The run behind it, now part of it, ended where the block ends.
-  if (const std::uint32_t behind = runs_.begin_of_run_to(end); behind != FreeRuns::kNone) {
-    runs_.remove(behind);
-  }
-  const std::uint32_t before = runs_.begin_of_run_to(begin);
-  if (before == FreeRuns::kNone) {
-    runs_.insert(begin, end);
-    return;
-  }
-  runs_.remove(before);
-  runs_.insert(before, end);
-  runs_.mark_unjoined(before);
-}
-
-// A free block at the end of its run is about to be used. What lies before it has just been joined.
-void HeapBlocks::index_taken(const mheap_mblk* block) {
-  if (!runs_.exists()) {
-    return;
-  }
-  const std::uint32_t begin = granule_of(block);
-  const std::uint32_t run = runs_.begin_of_run_to(granule_of(next_block(block)));
-  runs_.remove(run);
-  if (run != begin) {
-    runs_.insert(run, begin);
-  }
-}
-
-void HeapBlocks::index_joined_all() {
-  if (runs_.exists()) {
-    for (std::uint32_t run = runs_.first_unjoined(); run != FreeRuns::kNone;
-         run = runs_.first_unjoined()) {
-      runs_.mark_joined(run);
-    }
-  }
-}
-
-void HeapBlocks::rebuild_index() {
-  if (!runs_.exists()) {
-    return;
-  }
-  for (std::uint32_t run = runs_.first_fit(1); run != FreeRuns::kNone; run = runs_.first_fit(1)) {
-    runs_.remove(run);
-  }
-  const mheap_mblk* block = heap_.first_block;
-  while (block != heap_.end_block) {
-    if (block->state != kBlockFree) {
-      block = next_block(block);
-      continue;
-    }
-    const mheap_mblk* first = block;
-    while (block != heap_.end_block && block->state == kBlockFree) {
-      block = next_block(block);
-    }
-    runs_.insert(granule_of(first), granule_of(block));
-    if (next_block(first) != block) {
-      runs_.mark_unjoined(granule_of(first));
-    }
-  }
-}
-
-bool HeapBlocks::index_agrees() const {
-  if (!runs_.exists()) {
-    return true;
-  }
-  std::uint32_t free_runs = 0;
-  const mheap_mblk* block = heap_.first_block;
-  while (block != heap_.end_block) {
-    if (block->state != kBlockFree) {
-      if (runs_.end_of_run_at(granule_of(block)) != FreeRuns::kNone) {
-        return false;
-      }
-      block = next_block(block);
-      continue;
-    }
-    const mheap_mblk* first = block;
-    while (block != heap_.end_block && block->state == kBlockFree) {
-      block = next_block(block);
-    }
-    const std::uint32_t begin = granule_of(first);
-    const bool is_unjoined = next_block(first) != block;
-    if (runs_.end_of_run_at(begin) != granule_of(block) ||
-        runs_.begin_of_run_to(granule_of(block)) != begin ||
-        runs_.is_unjoined(begin) != is_unjoined) {
-      return false;
-    }
-    ++free_runs;
-  }
-  return (runs_.first_fit(1) != FreeRuns::kNone) == (free_runs > 0);
-}
-
-// Null where the header would begin before the first block: those bytes are not ours to read.
-mheap_mblk* HeapBlocks::header_before(const void* data) const {
-  const std::uint64_t address = address_of(data);
-  if (address - address_of(heap_.first_block) < heap_.header_size) {
-    return nullptr;
-  }
-  return block_at(address - heap_.header_size);
-}
-
-mheap_mblk* HeapBlocks::block_of(const void* data) const {
-  const std::uint64_t address = address_of(data);
-  const bool is_inside = address >= address_of(heap_.base) && address < address_of(heap_.end_block);
-  return is_inside ? header_before(data) : nullptr;
-}
-
-mheap_mblk* HeapBlocks::inner_block_of(const void* data) const {
-  return data != heap_.base ? block_of(data) : nullptr;
 }
 
 mheap_mblk* HeapBlocks::block_around(const void* address) const {

@@ -18,6 +18,7 @@
 // breath as the blocks.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 
@@ -46,8 +47,22 @@ constexpr std::uint32_t kFreePending = 1;  // In mheap_mblk::flags.
   return block.lock_count != 0 || block.lockex_count != 0;
 }
 
+[[nodiscard]] inline std::uint64_t address_of(const void* pointer) {
+  return reinterpret_cast<std::uintptr_t>(pointer);
+}
+
 [[nodiscard]] inline mheap_mblk* next_block(const mheap_mblk* block) {
   return reinterpret_cast<mheap_mblk*>(reinterpret_cast<std::uintptr_t>(block) + block->size);
+}
+
+/// Owners' pointer variables. They change under their heap's mutex; whoever looks for a handle's heap
+/// reads them before it knows which mutex that is. A stale value is harmless: the heap's own header
+/// has the last word.
+inline void set_pointer(void** owner, void* data) {
+  std::atomic_ref<void*>(*owner).store(data, std::memory_order_relaxed);
+}
+[[nodiscard]] inline void* get_pointer(void** owner) {
+  return std::atomic_ref<void*>(*owner).load(std::memory_order_relaxed);
 }
 
 enum class SpaceResult {
@@ -65,7 +80,8 @@ struct Space {
 
 class HeapBlocks {
  public:
-  /// `runs` is the heap's index; it may be one that does not exist.
+  /// `runs` is the heap's index, in granules of the alignment, a power of two; it may be one that
+  /// does not exist.
   HeapBlocks(_mheap& heap, FreeRuns& runs) : heap_(heap), runs_(runs) {}
 
   /// Lays one free block over a fresh region. The region holds at least one header.
@@ -134,5 +150,26 @@ class HeapBlocks {
   _mheap& heap_;
   FreeRuns& runs_;
 };
+
+// Here because locking a block is little more than this.
+
+// Null where the header would begin before the first block: those bytes are not ours to read.
+inline mheap_mblk* HeapBlocks::header_before(const void* data) const {
+  const std::uint64_t address = address_of(data);
+  if (address - address_of(heap_.first_block) < heap_.header_size) {
+    return nullptr;
+  }
+  return reinterpret_cast<mheap_mblk*>(static_cast<std::uintptr_t>(address - heap_.header_size));
+}
+
+inline mheap_mblk* HeapBlocks::block_of(const void* data) const {
+  const std::uint64_t address = address_of(data);
+  const bool is_inside = address >= address_of(heap_.base) && address < address_of(heap_.end_block);
+  return is_inside ? header_before(data) : nullptr;
+}
+
+inline mheap_mblk* HeapBlocks::inner_block_of(const void* data) const {
+  return data != heap_.base ? block_of(data) : nullptr;
+}
 
 }  // namespace orsin

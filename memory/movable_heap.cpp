@@ -5,6 +5,7 @@
 // Discard callbacks run with the mutex held.
 #include "memory/movable_heap.h"
 
+#include <bit>
 #include <csignal>
 #include <cstdlib>
 #include <new>
@@ -45,8 +46,11 @@ std::uint64_t block_granules_min(const _mheap& heap) {
   return heap.header_size / heap.alignment + 1;
 }
 
-// A heap that gets no index walks.
+// A heap that gets no index walks; so does one whose granules would cost a division each time.
 void create_index(_mheap* heap, std::uint64_t run_distance_min) {
+  if (!std::has_single_bit(heap->alignment)) {
+    return;
+  }
   record_of(heap).runs.create(heap->total_size / heap->alignment, run_distance_min);
 }
 
@@ -261,7 +265,7 @@ int mheap_free(_mheap* heap, void** handle) {
   // Somebody without a handle still uses the data: the owner is rid of it, the block stays.
   block->flags |= kFreePending;
   block->owner = nullptr;
-  *handle = nullptr;
+  set_pointer(handle, nullptr);
   return 1;
 }
 
@@ -308,7 +312,7 @@ bool mheap_is_valid(_mheap* heap, void** handle) {
   if (heap == nullptr) {
     return false;
   }
-  const mheap_mblk* block = blocks_of(heap).inner_block_of(*handle);
+  const mheap_mblk* block = blocks_of(heap).inner_block_of(get_pointer(handle));
   return block != nullptr && block->owner == handle;
 }
 

@@ -7,6 +7,7 @@
 #include "memory/heap_blocks.h"
 #include "orsincore/memory.h"
 #include "orsincore/threads.h"
+#include "threads/inline_mutex.h"
 
 namespace orsin {
 
@@ -14,8 +15,8 @@ namespace orsin {
 /// analysis does not follow it.
 class HeapLock {
  public:
-  explicit HeapLock(const _mheap* heap) : mutex_(heap->mutex) { mp_get_mutex(mutex_); }
-  ~HeapLock() { mp_release_mutex(mutex_); }
+  explicit HeapLock(const _mheap* heap) : mutex_(heap->mutex) { take_mutex(mutex_); }
+  ~HeapLock() { release_mutex(mutex_); }
   HeapLock(const HeapLock&) = delete;
   HeapLock& operator=(const HeapLock&) = delete;
 

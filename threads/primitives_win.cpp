@@ -11,6 +11,7 @@
 //
 // The list's own section is taken after the caller's mutex, for a few instructions.
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <new>
 
@@ -22,6 +23,7 @@
 struct __mutex_str {
   CRITICAL_SECTION section;
 };
+static_assert(offsetof(__mutex_str, section) == 0, "inline_mutex.h takes one for the other");
 
 namespace {
 

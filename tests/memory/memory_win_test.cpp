@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "core/win/windows.h"
 #include "memory/memory_lifecycle.h"
+#include "memory/standard_heaps.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
 #include "tests/support/log_capture.h"
@@ -86,6 +88,23 @@ TEST(PageLock, RefusesMemoryThatIsNotThere) {
 
   const std::string reason = os_errormsg();
   EXPECT_EQ(log.lines(), Lines{"WARN : MEMORY: OS lock error - " + reason});
+}
+
+TEST(StandardHeaps, CanBeHadOnThisMachine) {
+  standard_heaps::reset();
+
+  const std::uint64_t total = mem_alloc_pools();
+
+  ASSERT_GT(total, 0u);
+  EXPECT_EQ(mem_alloc_pools(), total);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME) + mem_heapsize(MEM_HEAP_PROXY) +
+                mem_heapsize(MEM_HEAP_AUDIO) + mem_heapsize(MEM_HEAP_IMAGE),
+            total);
+  void* picture = nullptr;
+  ASSERT_NE(mem_alloc_locked_buffer(&picture, 8 << 20, MEM_HEAP_ANY), nullptr);
+  std::memset(picture, 1, 8 << 20);
+  EXPECT_EQ(mem_free_locked_buffer(&picture), 1);
+  standard_heaps::reset();
 }
 
 }  // namespace

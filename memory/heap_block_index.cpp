@@ -1,0 +1,153 @@
+// Where the blocks of a heap meet the index of its free runs.
+//
+// The index knows runs, the headers know blocks: a run that is marked unjoined has more than one. A
+// block that a search has found is in neither state: its run has been taken out of the index, and
+// claim() puts back what it cuts off.
+#include <bit>
+
+#include "memory/heap_blocks.h"
+
+namespace orsin {
+namespace {
+
+mheap_mblk* block_at(std::uint64_t address) {
+  return reinterpret_cast<mheap_mblk*>(static_cast<std::uintptr_t>(address));
+}
+
+}  // namespace
+
+// The first block that fits, if there is one. A walk would join every free run up to that block on
+// its way: those that need it are joined here.
+std::optional<Space> HeapBlocks::find_in_index(std::uint64_t needed) {
+  if (!runs_.exists()) {
+    return std::nullopt;
+  }
+  const std::uint32_t fit = runs_.first_fit(needed >> std::countr_zero(heap_.alignment));
+  if (fit == FreeRuns::kNone) {
+    return std::nullopt;
+  }
+  for (std::uint32_t run = runs_.first_unjoined(); run <= fit; run = runs_.first_unjoined()) {
+    if (run == FreeRuns::kNone) {
+      break;
+    }
+    if (!join_free(block_at_granule(run))) {
+      return Space{SpaceResult::kCorrupted, nullptr};
+    }
+    runs_.mark_joined(run);
+  }
+  mheap_mblk* block = block_at_granule(fit);
+  if (!join_free(block)) {
+    return Space{SpaceResult::kCorrupted, nullptr};
+  }
+  runs_.remove(fit);
+  return Space{SpaceResult::kFound, block};
+}
+
+std::uint32_t HeapBlocks::granule_of(const mheap_mblk* block) const {
+  const std::uint64_t offset = address_of(block) - address_of(heap_.first_block);
+  return static_cast<std::uint32_t>(offset >> std::countr_zero(heap_.alignment));
+}
+
+mheap_mblk* HeapBlocks::block_at_granule(std::uint32_t granule) const {
+  const std::uint64_t offset = std::uint64_t{granule} << std::countr_zero(heap_.alignment);
+  return block_at(address_of(heap_.first_block) + offset);
+}
+
+// A block has become free and has taken in the free blocks behind it.
+void HeapBlocks::index_freed(const mheap_mblk* block) {
+  if (!runs_.exists()) {
+    return;
+  }
+  const std::uint32_t begin = granule_of(block);
+  const std::uint32_t end = granule_of(next_block(block));
+  // The run behind it, now part of it, ended where the block ends.
+  if (const std::uint32_t behind = runs_.begin_of_run_to(end); behind != FreeRuns::kNone) {
+    runs_.remove(behind);
+  }
+  const std::uint32_t before = runs_.begin_of_run_to(begin);
+  if (before == FreeRuns::kNone) {
+    runs_.insert(begin, end);
+    return;
+  }
+  runs_.remove(before);
+  runs_.insert(before, end);
+  runs_.mark_unjoined(before);
+}
+
+// A free block at the end of its run is about to be used. What lies before it has just been joined.
+void HeapBlocks::index_taken(const mheap_mblk* block) {
+  if (!runs_.exists()) {
+    return;
+  }
+  const std::uint32_t begin = granule_of(block);
+  const std::uint32_t run = runs_.begin_of_run_to(granule_of(next_block(block)));
+  runs_.remove(run);
+  if (run != begin) {
+    runs_.insert(run, begin);
+  }
+}
+
+void HeapBlocks::index_joined_all() {
+  if (runs_.exists()) {
+    for (std::uint32_t run = runs_.first_unjoined(); run != FreeRuns::kNone;
+         run = runs_.first_unjoined()) {
+      runs_.mark_joined(run);
+    }
+  }
+}
+
+void HeapBlocks::rebuild_index() {
+  if (!runs_.exists()) {
+    return;
+  }
+  for (std::uint32_t run = runs_.first_fit(1); run != FreeRuns::kNone; run = runs_.first_fit(1)) {
+    runs_.remove(run);
+  }
+  const mheap_mblk* block = heap_.first_block;
+  while (block != heap_.end_block) {
+    if (block->state != kBlockFree) {
+      block = next_block(block);
+      continue;
+    }
+    const mheap_mblk* first = block;
+    while (block != heap_.end_block && block->state == kBlockFree) {
+      block = next_block(block);
+    }
+    runs_.insert(granule_of(first), granule_of(block));
+    if (next_block(first) != block) {
+      runs_.mark_unjoined(granule_of(first));
+    }
+  }
+}
+
+bool HeapBlocks::index_agrees() const {
+  if (!runs_.exists()) {
+    return true;
+  }
+  std::uint32_t free_runs = 0;
+  const mheap_mblk* block = heap_.first_block;
+  while (block != heap_.end_block) {
+    if (block->state != kBlockFree) {
+      if (runs_.end_of_run_at(granule_of(block)) != FreeRuns::kNone) {
+        return false;
+      }
+      block = next_block(block);
+      continue;
+    }
+    const mheap_mblk* first = block;
+    while (block != heap_.end_block && block->state == kBlockFree) {
+      block = next_block(block);
+    }
+    const std::uint32_t begin = granule_of(first);
+    const bool is_unjoined = next_block(first) != block;
+    if (runs_.end_of_run_at(begin) != granule_of(block) ||
+        runs_.begin_of_run_to(granule_of(block)) != begin ||
+        runs_.is_unjoined(begin) != is_unjoined) {
+      return false;
+    }
+    ++free_runs;
+  }
+  return (runs_.first_fit(1) != FreeRuns::kNone) == (free_runs > 0);
+}
+
+}  // namespace orsin
