@@ -12,15 +12,15 @@ namespace {
 
 using test::TemporaryDirectory;
 
-constexpr DWORD kDeadlineMs = 60000;
+constexpr DWORD kDeadlineMs = 20000;
 
 class HostProcess : public testing::Test {
  protected:
   // Runs the host to its end; -1 when it did not start or was still running at the deadline.
   int run(const std::string& command, const std::string& letters = "") {
     SetEnvironmentVariableA("ORSIN_TEST_DATA", directory_.path().c_str());
-    std::string line = std::string("\"") + ORSIN_TEST_HOST + "\" " + command + " HostTest" +
-                       std::to_string(GetCurrentProcessId()) + " " + letters;
+    std::string line =
+        std::string("\"") + ORSIN_TEST_HOST + "\" -x " + command + " " + name() + " " + letters;
     STARTUPINFOA startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
@@ -38,6 +38,9 @@ class HostProcess : public testing::Test {
     CloseHandle(process.hProcess);
     return static_cast<int>(code);
   }
+
+  // The application's name: of this test process only, as there is one instance a name.
+  static std::string name() { return "HostTest" + std::to_string(GetCurrentProcessId()); }
 
   // The one log below the data path; empty when there is none.
   [[nodiscard]] std::string log() const {
@@ -90,6 +93,25 @@ TEST_F(HostProcess, TheExceptionFilterNamesTheFaultInTheLog) {
   EXPECT_EQ(run("filter"), 1);
 
   EXPECT_NE(log().find("Fatal Error: Access violation, Thread: "), std::string::npos) << log();
+}
+
+TEST_F(HostProcess, ARestartedProcessContinuesTheLogOfItsPredecessor) {
+  // Not the name itself: that is the instance mutex's, and kernel objects share their names.
+  HANDLE done = CreateEventA(nullptr, TRUE, FALSE, (name() + "Done").c_str());
+  ASSERT_NE(done, nullptr);
+
+  EXPECT_EQ(run("restart"), 0);
+  EXPECT_EQ(WaitForSingleObject(done, kDeadlineMs), WAIT_OBJECT_0);
+  CloseHandle(done);
+
+  const std::string text = log();
+  const std::size_t started = text.find("Log started(2): ");
+  const std::size_t restarting = text.find("ERROR: * Restarting...", started);
+  const std::size_t continued = text.find("Log continued(2): ", restarting);
+  EXPECT_NE(started, std::string::npos) << text;
+  EXPECT_NE(restarting, std::string::npos) << text;
+  EXPECT_NE(continued, std::string::npos) << text;
+  EXPECT_NE(text.find("* Closed normally", continued), std::string::npos) << text;
 }
 
 }  // namespace
