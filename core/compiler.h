@@ -46,9 +46,9 @@
 
 // A function that may read, but never use, bytes behind an object (within the same page).
 #if defined(__clang__)
-#define ORSIN_NO_SANITIZE_ADDRESS __attribute__((no_sanitize("address")))
+#define ORSIN_READS_BEHIND_OBJECT __attribute__((no_sanitize("address", "thread")))
 #else
-#define ORSIN_NO_SANITIZE_ADDRESS
+#define ORSIN_READS_BEHIND_OBJECT
 #endif
 
 // The processor's identification instruction; MSVC and GCC spell it differently.

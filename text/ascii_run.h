@@ -24,7 +24,7 @@ constexpr std::size_t kAsciiBlockBytes = 16;
 }
 
 /// Bytes to 16-bit units; `room` counts units at `to`.
-ORSIN_NO_SANITIZE_ADDRESS inline std::size_t widen_ascii_run(const char* from, void* to,
+ORSIN_READS_BEHIND_OBJECT inline std::size_t widen_ascii_run(const char* from, void* to,
                                                              std::size_t room) {
   const __m128i zero = _mm_setzero_si128();
   auto* target = static_cast<char*>(to);
@@ -44,7 +44,7 @@ ORSIN_NO_SANITIZE_ADDRESS inline std::size_t widen_ascii_run(const char* from, v
 }
 
 /// 16-bit units to bytes; `room` counts bytes at `to`.
-ORSIN_NO_SANITIZE_ADDRESS inline std::size_t narrow_ascii_run(const void* from, char* to,
+ORSIN_READS_BEHIND_OBJECT inline std::size_t narrow_ascii_run(const void* from, char* to,
                                                               std::size_t room) {
   constexpr std::size_t kUnits = kAsciiBlockBytes / 2;
   const __m128i zero = _mm_setzero_si128();

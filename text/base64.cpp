@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 #include "orsincore/text.h"
 #include "orsincore/threads.h"
+#include "text/base64_blocks.h"
 
 namespace orsin {
 namespace {
@@ -56,8 +58,8 @@ void decode_part(void* source, void* source_size, void* target, void* target_siz
 
 }  // namespace
 
-std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
-                               std::size_t target_size) {
+std::size_t decode_base64_span_plain(const char* source, std::size_t source_size,
+                                     unsigned char* target, std::size_t target_size) {
   const char* end = std::find(source, source + source_size, '=');
   std::size_t written = 0;
   for (; end - source >= 4; source += 4) {
@@ -72,6 +74,33 @@ std::size_t decode_base64_span(const char* source, std::size_t source_size, unsi
     written += emit(group, left - 1, target + written, target_size - written);
   }
   return written;
+}
+
+// Whole blocks by vector instructions. A block with a stranger in it goes through the exact loop,
+// which is also where the text ends: there, or at the last block that is whole and fits.
+std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
+                               std::size_t target_size) {
+  std::size_t read = 0;
+  std::size_t written = 0;
+  while (has_base64_instructions()) {
+    const std::size_t count = std::min((source_size - read) / kBase64BlockCharacters,
+                                       (target_size - written) / kBase64BlockBytes);
+    const std::size_t done = decode_base64_blocks(source + read, count, target + written);
+    read += done * kBase64BlockCharacters;
+    written += done * kBase64BlockBytes;
+    if (done == count) {
+      break;
+    }
+    const std::size_t bytes = decode_base64_span_plain(source + read, kBase64BlockCharacters,
+                                                       target + written, kBase64BlockBytes);
+    written += bytes;
+    if (std::memchr(source + read, '=', kBase64BlockCharacters) != nullptr) {
+      return written;
+    }
+    read += kBase64BlockCharacters;
+  }
+  return written + decode_base64_span_plain(source + read, source_size - read, target + written,
+                                            target_size - written);
 }
 
 Base64Span base64_span(std::size_t part, std::size_t part_count, std::size_t source_size,

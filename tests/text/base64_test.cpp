@@ -1,0 +1,150 @@
+#include "text/base64.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "orsincore/text.h"
+
+namespace orsin {
+namespace {
+
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// Character by character, as the rule is told.
+std::string naive_decode(const std::string& text, std::size_t room) {
+  std::string result;
+  unsigned group = 0;
+  int characters = 0;
+  const auto emit = [&](int bytes) {
+    for (int i = 0; i < bytes && result.size() < room; ++i) {
+      result.push_back(static_cast<char>(group >> (16 - 8 * i)));
+    }
+  };
+  for (const char c : text) {
+    if (c == '=') {
+      break;
+    }
+    const std::size_t value = std::string(kAlphabet).find(c);
+    group |= static_cast<unsigned>(value == std::string::npos ? 0 : value) << (18 - 6 * characters);
+    if (++characters == 4) {
+      emit(3);
+      group = 0;
+      characters = 0;
+    }
+  }
+  if (characters >= 2) {
+    emit(characters - 1);
+  }
+  return result;
+}
+
+std::string decode(const std::string& text, std::size_t room) {
+  std::string result(room, '\0');
+  result.resize(ov_base64_decode(text.data(), text.size(), result.data(), room));
+  return result;
+}
+
+TEST(Base64, DecodesWholeAndUnfinishedGroups) {
+  EXPECT_EQ(decode("TWFu", 9), "Man");
+  EXPECT_EQ(decode("TWE=", 9), "Ma");
+  EXPECT_EQ(decode("TQ==", 9), "M");
+  EXPECT_EQ(decode("TWE", 9), "Ma");
+  EXPECT_EQ(decode("T", 9), "");
+  EXPECT_EQ(decode("", 9), "");
+}
+
+TEST(Base64, DropsWhatDoesNotFit) {
+  EXPECT_EQ(decode("TWFu", 2), "Ma");
+  EXPECT_EQ(decode("TWFu", 0), "");
+}
+
+TEST(Base64, CountsStrangersAsZero) {
+  EXPECT_EQ(decode("T\nFu", 9), naive_decode("TAFu", 9));
+}
+
+TEST(Base64, AgreesWithTheNaiveDecoderOverDirtyTexts) {
+  const unsigned seed = 99;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  for (int round = 0; round < 20000; ++round) {
+    std::string text(random() % 400, '\0');
+    const bool dirty = random() % 2 == 0;
+    for (char& c : text) {
+      c = dirty && random() % 50 == 0 ? static_cast<char>(random() % 128)
+                                      : kAlphabet[random() % 64];
+    }
+    const std::size_t room = random() % 2 == 0 ? 400 : random() % 300;
+    ASSERT_EQ(decode(text, room), naive_decode(text, room)) << text;
+  }
+}
+
+TEST(Base64, AgreesWithItsPlainTwinAndLeavesTheRestOfTheTargetAlone) {
+  const unsigned seed = 1007;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  for (int round = 0; round < 5000; ++round) {
+    std::string text(random() % 1500, '\0');
+    for (char& c : text) {
+      c = kAlphabet[random() % 64];
+    }
+    for (unsigned strangers = random() % 4; strangers > 0 && !text.empty(); --strangers) {
+      text[random() % text.size()] = static_cast<char>(random() % 4 == 0 ? '=' : random() % 128);
+    }
+    const std::size_t room = random() % 1300;
+    std::string fast(1300, 'x');
+    std::string plain(1300, 'x');
+
+    const std::size_t fast_size = decode_base64_span(
+        text.data(), text.size(), reinterpret_cast<unsigned char*>(fast.data()), room);
+    const std::size_t plain_size = decode_base64_span_plain(
+        text.data(), text.size(), reinterpret_cast<unsigned char*>(plain.data()), room);
+
+    ASSERT_EQ(fast_size, plain_size) << text;
+    ASSERT_EQ(fast, plain) << text;
+  }
+}
+
+TEST(Base64, RefusesEveryStrangerAtEveryPlaceOfABlock) {
+  for (int c = 0; c < 128; ++c) {
+    for (std::size_t place = 0; place < 128; ++place) {
+      std::string text(256, 'B');
+      text[place] = static_cast<char>(c);
+      ASSERT_EQ(decode(text, 200), naive_decode(text, 200)) << c << " at " << place;
+    }
+  }
+}
+
+TEST(Base64, TellsTheLengthOfTheSourceWhateverTheRoom) {
+  char bytes[4];
+  EXPECT_EQ(ov_base64_decode_mt("TWE=", 4, bytes, 4), 2U);
+  EXPECT_EQ(ov_base64_decode_mt("TWFuTWFu", 8, bytes, 4), 6U);
+  EXPECT_EQ(base64_decoded_size("TQ==", 4), 1U);
+  EXPECT_EQ(base64_decoded_size("T", 1), 0U);
+}
+
+TEST(Base64, JoinsItsSpansForAnyNumberOfWorkers) {
+  std::mt19937 random(5);
+  for (std::size_t length = 0; length < 200; ++length) {
+    std::string text(length, '\0');
+    for (char& c : text) {
+      c = kAlphabet[random() % 64];
+    }
+    const std::string expected = naive_decode(text, 1000);
+    for (const std::size_t parts : {1U, 2U, 3U, 7U, 128U}) {
+      std::string joined(expected.size(), '\0');
+      for (std::size_t part = 0; part < parts; ++part) {
+        const Base64Span span = base64_span(part, parts, text.size(), joined.size());
+        decode_base64_span(text.data() + span.source_begin, span.source_end - span.source_begin,
+                           reinterpret_cast<unsigned char*>(joined.data()) + span.target_begin,
+                           span.target_end - span.target_begin);
+      }
+      ASSERT_EQ(joined, expected) << length << " in " << parts;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace orsin

@@ -1,0 +1,180 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "orsincore/text.h"
+#include "tests/text/naive_utf.h"
+
+namespace orsin {
+namespace {
+
+TEST(Utf8Length, CountsCodePointsAndStrangers) {
+  EXPECT_EQ(ov_utf8_strlen(""), 0U);
+  EXPECT_EQ(ov_utf8_strlen("\xC3\xA9"), 1U);
+  EXPECT_EQ(ov_utf8_strlen("\xA9"), 1U);
+  EXPECT_EQ(ov_utf8_strlen("\xC0\x80"), 2U);
+}
+
+TEST(Utf8Decoding, ReadsStrangersAsLatin1) {
+  const char* text = "\xC0\x80";
+  std::size_t position = 0;
+  EXPECT_EQ(ov_utf8_get_code_point(text, &position), 0xC0);
+  EXPECT_EQ(ov_utf8_get_code_point(text, &position), 0x80);
+  EXPECT_EQ(ov_utf8_get_code_point(text, &position), 0);
+  EXPECT_EQ(position, 2U);
+}
+
+TEST(Utf8Decoding, StepsBackOverEveryCodePoint) {
+  for (unsigned cp = 1; cp <= 0x10FFFF; cp += cp < 0x1000 ? 1 : 61) {
+    const std::string text = "a" + test::naive_encode(cp);
+    std::size_t position = text.size();
+    ASSERT_EQ(ov_utf8_get_code_point_rev(text.c_str(), &position), static_cast<int>(cp));
+    ASSERT_EQ(position, 1U);
+    ASSERT_EQ(ov_utf8_get_code_point_rev(text.c_str(), &position), 'a');
+    ASSERT_EQ(ov_utf8_get_code_point_rev(text.c_str(), &position), 0);
+    ASSERT_EQ(position, 0U);
+  }
+}
+
+TEST(Utf8Decoding, StepsBackOverAStrayByte) {
+  const char* text = "a\xA9";
+  std::size_t position = 2;
+  EXPECT_EQ(ov_utf8_get_code_point_rev(text, &position), 0xA9);
+  EXPECT_EQ(position, 1U);
+}
+
+TEST(Utf8Bytes, CountsTheBytesOfCharacters) {
+  const char* text = "a\xC3\xA9\xE2\x82\xAC";
+  EXPECT_EQ(ov_utf8_get_num_bytes(text, 0, 2), 3U);
+  EXPECT_EQ(ov_utf8_get_num_bytes(text, 1, 99), 5U);
+  EXPECT_EQ(ov_utf8_get_num_bytes(text, 0, 0), 0U);
+  EXPECT_EQ(ov_utf8_get_num_bytes(text, 0, -1), 0U);
+}
+
+TEST(Utf8Encoding, TakesUpToFourBytes) {
+  const struct {
+    int cp;
+    int length;
+  } cases[] = {{-1, 1},     {0x7F, 1},   {0x80, 2},    {0x7FF, 2},    {0x800, 3},
+               {0xD800, 3}, {0xFFFF, 3}, {0x10000, 4}, {0x1FFFFF, 4}, {0x200000, 0}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.cp);
+    EXPECT_EQ(ov_utf8_get_num_bytes_for_code_point(c.cp), c.length);
+    char bytes[4];
+    EXPECT_EQ(ov_utf8_encode(c.cp, bytes, sizeof(bytes)), c.length);
+  }
+}
+
+TEST(Utf8Encoding, WritesNothingWhereItDoesNotFit) {
+  char bytes[] = "zz";
+  EXPECT_EQ(ov_utf8_encode(0x20AC, bytes, 2), 0);
+  EXPECT_STREQ(bytes, "zz");
+}
+
+TEST(Utf8Insert, InsertsACharacter) {
+  char text[16] = "abc";
+  EXPECT_EQ(ov_utf8_insert_char(text, sizeof(text), 1, 0xE9), 2);
+  EXPECT_STREQ(text,
+               "a\xC3\xA9"
+               "bc");
+  EXPECT_EQ(ov_utf8_insert_char(text, sizeof(text), 99, '!'), 1);
+  EXPECT_STREQ(text,
+               "a\xC3\xA9"
+               "bc!");
+}
+
+TEST(Utf8Insert, LeavesAFullBufferAlone) {
+  char text[4] = "abc";
+  EXPECT_EQ(ov_utf8_insert_char(text, sizeof(text), 1, 'x'), 0);
+  EXPECT_STREQ(text, "abc");
+  EXPECT_EQ(ov_utf8_insert(text, sizeof(text), 1, "x"), 0U);
+}
+
+TEST(Utf8Insert, InsertsAsManyWholeCharactersAsFit) {
+  char text[8] = "ab";
+  EXPECT_EQ(ov_utf8_insert(text, sizeof(text), 1, "x\xE2\x82\xAC\xE2\x82\xAC"), 4U);
+  EXPECT_STREQ(text,
+               "ax\xE2\x82\xAC"
+               "b");
+}
+
+TEST(Utf8Insert, InsertsNothingWhenNoCharacterFits) {
+  char text[4] = "a";
+  EXPECT_EQ(ov_utf8_insert(text, sizeof(text), 0, "\xE2\x82\xAC"), 0U);
+  EXPECT_STREQ(text, "a");
+}
+
+TEST(Utf8Erase, RemovesCharacters) {
+  char text[16] =
+      "a\xC3\xA9"
+      "bc";
+  EXPECT_EQ(ov_utf8_erase(text, 1, 1), 2U);
+  EXPECT_STREQ(text, "abc");
+  EXPECT_EQ(ov_utf8_erase(text, 1, 99), 2U);
+  EXPECT_STREQ(text, "a");
+  EXPECT_EQ(ov_utf8_erase(text, 1, 1), 0U);
+  EXPECT_EQ(ov_utf8_erase(text, 0, 0), 0U);
+  char empty[] = "";
+  EXPECT_EQ(ov_utf8_erase(empty, 0, 1), 0U);
+}
+
+TEST(Utf8Validity, KeepsThreeByteSurrogatesValid) {
+  EXPECT_EQ(ov_utf8_is_valid("\xED\xA0\x80"), 1);
+  std::size_t position = 0;
+  EXPECT_EQ(ov_utf8_get_code_point("\xED\xA0\x80", &position), 0xD800);
+}
+
+TEST(Utf8Validity, RefusesWhatCannotBeDecoded) {
+  EXPECT_EQ(ov_utf8_is_valid(""), 1);
+  EXPECT_EQ(ov_utf8_is_valid("\xF4\x90\x80\x80"), 0);
+  EXPECT_EQ(ov_utf8_is_valid("a\xFF"), 0);
+  EXPECT_EQ(ov_utf8_is_valid("a\xC3"), 0);
+}
+
+TEST(Utf8Validity, CutsAtTheFirstInvalidSequence) {
+  char text[] =
+      "ab\xFF"
+      "cd";
+  EXPECT_EQ(ov_utf8_validate(text), text);
+  EXPECT_STREQ(text, "ab");
+}
+
+TEST(Utf16Text, CountsPairsOnce) {
+  const unsigned short text[] = {'a', 0xD87D, 0xDE00, 0xD800, 'b', 0xDC00, 0};
+  EXPECT_EQ(ov_utf16_strlen(text), 5U);
+  EXPECT_EQ(ov_utf16_strlen(reinterpret_cast<const char*>(text)), 5U);
+}
+
+TEST(Utf16Text, RoundsBytePositionsDown) {
+  const unsigned short text[] = {'a', 0xD87D, 0xDE00, 'b', 0};
+  const char* bytes = reinterpret_cast<const char*>(text);
+  std::size_t position = 3;
+  EXPECT_EQ(ov_utf16_get_code_point(bytes, &position), 0x1F600);
+  EXPECT_EQ(position, 6U);
+}
+
+TEST(Utf16Text, ReadsThePairOfZeroAsTheEnd) {
+  const unsigned short text[] = {0xD800, 0xDC00, 'a', 0};
+  std::size_t position = 0;
+  EXPECT_EQ(ov_utf16_get_code_point(text, &position), 0);
+  EXPECT_EQ(position, 0U);
+}
+
+TEST(Utf16Encoding, WritesUnitsOrBytes) {
+  unsigned short units[2] = {};
+  EXPECT_EQ(ov_utf16_encode(0x1F600, units, 2), 2);
+  EXPECT_EQ(units[0], 0xD87D);
+  EXPECT_EQ(ov_utf16_encode(0x1F600, units, 1), 0);
+  char bytes[4];
+  EXPECT_EQ(ov_utf16_encode(0x1F600, bytes, 4), 4);
+  EXPECT_EQ(ov_utf16_encode(0x1F600, bytes, 3), 0);
+  EXPECT_EQ(ov_utf16_encode('a', bytes, 3), 2);
+  EXPECT_EQ(ov_utf16_get_num_for_code_point(0xFFFF), 1);
+  EXPECT_EQ(ov_utf16_get_num_for_code_point(0x10000), 2);
+  EXPECT_EQ(ov_utf16_get_num_bytes_for_code_point('a'), 2);
+  EXPECT_EQ(ov_utf16_get_num_bytes_for_code_point(0x10000), 4);
+}
+
+}  // namespace
+}  // namespace orsin
