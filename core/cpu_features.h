@@ -1,6 +1,8 @@
 // Instruction sets that code may choose at run time.
 #pragma once
 
+#include <immintrin.h>
+
 #include <cstdint>
 
 #include "core/compiler.h"
@@ -8,8 +10,14 @@
 namespace orsin {
 
 struct CpuFeatures {
-  bool sha = false;  // SHA-1 instructions, with SSE4.1.
+  bool sha = false;   // SHA-1 instructions, with SSE4.1.
+  bool avx2 = false;  // 256-bit integer vectors, saved by the system across thread switches.
 };
+
+ORSIN_TARGET("xsave") inline bool system_saves_256_bit_registers() {
+  constexpr std::uint64_t kXmmAndYmm = 6;
+  return (static_cast<std::uint64_t>(_xgetbv(0)) & kXmmAndYmm) == kXmmAndYmm;
+}
 
 [[nodiscard]] inline CpuFeatures detect_cpu_features() {
   std::uint32_t leaf0[4] = {};
@@ -24,6 +32,8 @@ struct CpuFeatures {
   const bool sse41 = (leaf1[2] >> 19 & 1) != 0;
   CpuFeatures features;
   features.sha = ssse3 && sse41 && (leaf7[1] >> 29 & 1) != 0;
+  const bool osxsave = (leaf1[2] >> 27 & 1) != 0;
+  features.avx2 = osxsave && (leaf7[1] >> 5 & 1) != 0 && system_saves_256_bit_registers();
   return features;
 }
 

@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 #include "orsincore/text.h"
 #include "orsincore/threads.h"
+#include "text/base64_blocks.h"
 
 namespace orsin {
 namespace {
@@ -56,8 +58,8 @@ void decode_part(void* source, void* source_size, void* target, void* target_siz
 
 }  // namespace
 
-std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
-                               std::size_t target_size) {
+std::size_t decode_base64_span_plain(const char* source, std::size_t source_size,
+                                     unsigned char* target, std::size_t target_size) {
   const char* end = std::find(source, source + source_size, '=');
   std::size_t written = 0;
   for (; end - source >= 4; source += 4) {
@@ -72,6 +74,31 @@ std::size_t decode_base64_span(const char* source, std::size_t source_size, unsi
     written += emit(group, left - 1, target + written, target_size - written);
   }
   return written;
+}
+
+std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
+                               std::size_t target_size) {
+  std::size_t written = 0;
+  if (has_base64_blocks()) {
+    for (;;) {
+      const std::size_t blocks =
+          decode_base64_blocks(source, source_size, target + written, target_size - written);
+      source += blocks * kBase64BlockCharacters;
+      source_size -= blocks * kBase64BlockCharacters;
+      written += blocks * kBase64BlockBytes;
+      // The block that was not taken is short, does not fit, holds the end or holds a stranger.
+      if (source_size < kBase64BlockCharacters || target_size - written < kBase64BlockBytes ||
+          std::memchr(source, '=', kBase64BlockCharacters) != nullptr) {
+        break;
+      }
+      written += decode_base64_span_plain(source, kBase64BlockCharacters, target + written,
+                                          target_size - written);
+      source += kBase64BlockCharacters;
+      source_size -= kBase64BlockCharacters;
+    }
+  }
+  return written +
+         decode_base64_span_plain(source, source_size, target + written, target_size - written);
 }
 
 Base64Span base64_span(std::size_t part, std::size_t part_count, std::size_t source_size,

@@ -9,6 +9,10 @@ namespace orsin {
 std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
                                std::size_t target_size);
 
+/// The same without vector instructions: their twin, and what they leave over.
+std::size_t decode_base64_span_plain(const char* source, std::size_t source_size,
+                                     unsigned char* target, std::size_t target_size);
+
 /// The part of source and target that one of several workers decodes. Spans start on a group of
 /// four characters, so that they join.
 struct Base64Span {

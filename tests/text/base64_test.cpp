@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "orsincore/text.h"
+#include "text/base64_blocks.h"
 
 namespace orsin {
 namespace {
@@ -69,15 +70,53 @@ TEST(Base64, AgreesWithTheNaiveDecoderOverDirtyTexts) {
   const unsigned seed = 99;
   SCOPED_TRACE(seed);
   std::mt19937 random(seed);
-  for (int round = 0; round < 20000; ++round) {
-    std::string text(random() % 400, '\0');
+  for (int round = 0; round < 10000; ++round) {
+    std::string text(random() % 1000, '\0');
     const bool dirty = random() % 2 == 0;
     for (char& c : text) {
-      c = dirty && random() % 50 == 0 ? static_cast<char>(random() % 128)
-                                      : kAlphabet[random() % 64];
+      c = dirty && random() % 300 == 0 ? static_cast<char>(random() % 128)
+                                       : kAlphabet[random() % 64];
     }
-    const std::size_t room = random() % 2 == 0 ? 400 : random() % 300;
+    const std::size_t room = random() % 2 == 0 ? 800 : random() % 700;
     ASSERT_EQ(decode(text, room), naive_decode(text, room)) << text;
+  }
+}
+
+std::string decode_plain(const std::string& text, std::size_t room) {
+  std::string result(room, '\0');
+  result.resize(decode_base64_span_plain(text.data(), text.size(),
+                                         reinterpret_cast<unsigned char*>(result.data()), room));
+  return result;
+}
+
+TEST(Base64Blocks, AgreeWithTheirPlainTwinForEveryByteInEveryPlace) {
+  const std::string clean(kBase64BlockCharacters * 3, 'M');
+  for (std::size_t place = 0; place < kBase64BlockCharacters; ++place) {
+    for (int byte = 0; byte < 256; ++byte) {
+      std::string text = clean;
+      text[kBase64BlockCharacters + place] = static_cast<char>(byte);
+      ASSERT_EQ(decode(text, clean.size()), decode_plain(text, clean.size()))
+          << byte << " at " << place;
+    }
+  }
+}
+
+TEST(Base64Blocks, WriteNothingBehindTheBytesTheyDecode) {
+  for (const std::size_t tail : {0U, 2U, 3U, 77U}) {
+    const std::string text = std::string(kBase64BlockCharacters + tail, 'z') + "=";
+    std::string target(400, '?');
+
+    const std::size_t written =
+        ov_base64_decode(text.data(), text.size(), target.data(), target.size());
+
+    EXPECT_EQ(target.substr(written), std::string(target.size() - written, '?')) << tail;
+  }
+}
+
+TEST(Base64Blocks, FillATargetOfAnySizeToItsLastByte) {
+  const std::string text(kBase64BlockCharacters * 3, 'q');
+  for (std::size_t room = 0; room <= kBase64BlockBytes * 3 + 1; ++room) {
+    ASSERT_EQ(decode(text, room), decode_plain(text, room)) << room;
   }
 }
 
