@@ -76,6 +76,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   write_system_report(memory.total_physical);
 
   // 5. The subsystems.
+  mem_alloc_pools();
   schedule_for_startup();
   start_thread_table();
   start_transfers();
@@ -90,7 +91,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   return true;
 }
 
-bool ov_fast_initialize(const char* /*application_name*/, bool /*create_pools*/) {
+bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
   port::module_file_name(program_paths().module, kProgramPathBytes);
   query_processors(false);
   mem_info_str memory = {};
@@ -99,6 +100,9 @@ bool ov_fast_initialize(const char* /*application_name*/, bool /*create_pools*/)
   start_clock();
   set_paths_and_open_log(nullptr, nullptr);
   fpu_setup(false);
+  if (create_pools) {
+    mem_alloc_pools();
+  }
   start_thread_table();
   start_transfers();
   return true;
@@ -107,6 +111,7 @@ bool ov_fast_initialize(const char* /*application_name*/, bool /*create_pools*/)
 void ov_closedown() {
   msginfo("*---------------------------------------------------");
   stop_transfers();
+  mem_free_pools();
   stop_memory();
   stop_executor();
   stop_thread_table();

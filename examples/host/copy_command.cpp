@@ -44,7 +44,7 @@ void on_block(void* user, unsigned char* data, unsigned long long length) {
 
 // A destination that is a directory receives the source under its own name.
 std::string destination_path(const std::string& typed, const std::string& source) {
-  const std::string path = full_path(typed);
+  std::string path = full_path(typed);
   if (path.empty() || file_is_directory(path.c_str()) == 0) {
     return path;
   }

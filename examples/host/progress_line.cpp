@@ -1,6 +1,7 @@
 #include "examples/host/progress_line.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "examples/host/console.h"
@@ -17,7 +18,7 @@ std::string progress_text(std::uint64_t done, std::uint64_t total, double second
   const double share = total == 0 ? 1.0 : static_cast<double>(done) / static_cast<double>(total);
   const double speed = seconds > 0.0 ? static_cast<double>(done) / seconds : 0.0;
   const double left = speed > 0.0 && done < total ? static_cast<double>(total - done) / speed : 0.0;
-  const auto whole = static_cast<unsigned long long>(left + 0.5);
+  const auto whole = static_cast<unsigned long long>(std::llround(left));
 
   char text[96];
   std::snprintf(text, sizeof(text), "%5.1f %%  %8.1f MB/s  %3llu:%02llu left", share * 100.0,

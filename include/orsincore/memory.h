@@ -270,3 +270,75 @@ ORSIN_API void mheap_dump(_mheap* heap, const char* title);
 /// Lists the blocks at debug level with addresses, owners and bytes; `mark` gets an asterisk.
 /// Any thread.
 ORSIN_API void mheap_trace(_mheap* heap, const mheap_mblk* mark);
+
+// Standard heaps
+// --------------
+// Four movable-block heaps for media buffers, made at start-up. A buffer is named by its handle; the
+// calls find the heap by themselves. Sizes come from the machine's memory and from "memory.cfg".
+
+/// The standard heaps.
+enum MEM_HEAP_ID : int {
+  MEM_HEAP_ANY = 0,    ///< Chosen by size: Proxy below 256 KiB, else Frame. For allocations only.
+  MEM_HEAP_FRAME = 1,  ///< Whole pictures.
+  MEM_HEAP_PROXY = 2,  ///< Small pictures.
+  MEM_HEAP_AUDIO = 3,  ///< Sound.
+  MEM_HEAP_IMAGE = 4,  ///< Loaded images; the one heap that moves blocks before it discards any.
+};
+
+/// Makes the four heaps and reports their sizes in the log; ov_initialize() calls it.
+///
+/// A heap that cannot be had in full is made smaller, with two warning lines for the Frame heap.
+/// @return The bytes of all four together, also on every later call, which does nothing; 0 after a
+///         line "FATAL: ..." when one cannot be had at all: then none is left.
+ORSIN_API std::uint64_t mem_alloc_pools();
+
+/// Ends the four heaps; ov_closedown() calls it. No thread may be using a buffer.
+ORSIN_API void mem_free_pools();
+
+/// A heap, or null before mem_alloc_pools() and for any other id. Any thread.
+ORSIN_API _mheap* mem_getheap(MEM_HEAP_ID id);
+
+/// A heap's size in bytes; 0 where mem_getheap() is null. Any thread.
+ORSIN_API std::uint64_t mem_heapsize(MEM_HEAP_ID id);
+
+/// A heap's region; null where mem_getheap() is. Any thread.
+ORSIN_API void* mem_heapbase(MEM_HEAP_ID id);
+
+/// mheap_clearall() of a heap; -1 where mem_getheap() is null. Any thread.
+ORSIN_API int mem_clearall(MEM_HEAP_ID id);
+
+/// mheap_validate() of a heap; -1 where mem_getheap() is null. Any thread.
+ORSIN_API int mem_validate(MEM_HEAP_ID id);
+
+/// mheap_dump() of a heap: 0; -1 where mem_getheap() is null. Any thread.
+ORSIN_API int mem_dumpheap(MEM_HEAP_ID id, const char* title);
+
+/// Allocates a buffer, locked once, and writes its address into `*handle`.
+///
+/// With MEM_HEAP_ANY a full heap is no failure: the other of Frame and Proxy is tried, then the
+/// system (such a buffer is never moved or discarded).
+/// @return The buffer, until mem_free_buffer() or mem_free_locked_buffer(); null when there is no
+///         room, after a warning when even the system had none, and for an unknown id.
+/// Any thread. May wait; see mheap_alloc_lock().
+ORSIN_API void* mem_alloc_locked_buffer(void** handle, std::uint64_t size, MEM_HEAP_ID id);
+
+/// Unlocks a buffer once and frees it. 1, or 0 for one from the system; -1 when it was still locked
+/// or is none. Any thread.
+ORSIN_API int mem_free_locked_buffer(void** handle);
+
+/// mheap_lock(), mheap_keep() and mheap_unlock() for a buffer of any of the heaps.
+///
+/// @return What they return; 0 for a null `handle` and for a buffer from the system, which needs no
+///         lock; -1 with a debug line for anything else: a discarded buffer, for one.
+/// Any thread.
+ORSIN_API int mem_lock_buffer(void** handle);
+ORSIN_API int mem_keep_buffer(void** handle);
+ORSIN_API int mem_unlock_buffer(void** handle);
+
+/// Frees an unlocked buffer. 1, or 0 for any address outside the heaps; -1 when it is locked or
+/// `*handle` is null. Any thread.
+ORSIN_API int mem_free_buffer(void** handle);
+
+/// mheap_set_discard_callback() in the Frame heap; buffers of other heaps are not reached.
+/// Any thread.
+ORSIN_API void mem_set_discard_callback(void* data, mheap_discard_callback callback);

@@ -45,8 +45,10 @@ using namespace orsin::test;
 
 void* commit_pages_top_down(std::uint64_t size) noexcept {
   const std::lock_guard guard(book_mutex);
-  native_pages().commits.push_back(size);
-  if (size == 0 || size > native_pages().largest_commit_bytes) {
+  NativePages& machine = native_pages();
+  machine.commits.push_back(size);
+  if (size == 0 || size > machine.largest_commit_bytes ||
+      machine.commits.size() > machine.commits_granted) {
     errno = size == 0 ? EINVAL : ENOMEM;
     return nullptr;
   }

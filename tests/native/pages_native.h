@@ -4,6 +4,7 @@
 //   script->largest_commit_bytes = 1 << 20;
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <map>
@@ -15,6 +16,7 @@ namespace orsin::test {
 
 struct NativePages {
   std::uint64_t largest_commit_bytes = std::numeric_limits<std::uint64_t>::max();
+  std::size_t commits_granted = std::numeric_limits<std::size_t>::max();  // All later ones fail.
   bool refuses_pin = false;
   bool refuses_unpin = false;
   bool refuses_release = false;

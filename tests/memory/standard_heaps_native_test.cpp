@@ -1,0 +1,499 @@
+// The standard heaps on machines of every size, played by the native port.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <latch>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "memory/heap_sizes.h"
+#include "memory/os_allocation.h"
+#include "memory/standard_heaps.h"
+#include "orsincore/memory.h"
+#include "tests/native/pages_native.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/temporary_directory.h"
+
+namespace orsin {
+namespace {
+
+using test::Lines;
+using test::LogCapture;
+using test::PagesScript;
+
+// A machine of 1 GiB, an empty current directory, and no heaps at either end.
+class StandardHeaps : public testing::Test {
+ protected:
+  void SetUp() override {
+    standard_heaps::reset();
+    set_available(1024);
+    std::filesystem::current_path(test::to_path(directory_.path()));
+  }
+  void TearDown() override {
+    standard_heaps::reset();
+    std::filesystem::current_path(before_);
+  }
+
+  void set_available(std::uint64_t mib) {
+    machine_->status.total_physical = mib * kMib;
+    machine_->status.available_physical = mib * kMib;
+    machine_->regions = {{0x10000, std::uint64_t{1} << 46, true}};
+  }
+
+  void configure(std::string_view text) { directory_.write("memory.cfg", text); }
+
+  PagesScript machine_;
+  test::TemporaryDirectory directory_;
+  std::filesystem::path before_ = std::filesystem::current_path();
+};
+
+TEST_F(StandardHeaps, OnAMachineOf1GibAreSmall) {
+  EXPECT_EQ(mem_alloc_pools(), 544 * kMib);
+
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 256 * kMib);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_PROXY), 128 * kMib);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_AUDIO), 128 * kMib);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_IMAGE), 32 * kMib);
+}
+
+TEST_F(StandardHeaps, AreMadeToMeasure) {
+  mem_alloc_pools();
+
+  EXPECT_STREQ(mem_getheap(MEM_HEAP_FRAME)->name, "Frame");
+  EXPECT_EQ(mem_getheap(MEM_HEAP_FRAME)->alignment, 8192u);
+  EXPECT_EQ(mem_getheap(MEM_HEAP_FRAME)->mode, 0u);
+  EXPECT_STREQ(mem_getheap(MEM_HEAP_PROXY)->name, "Proxy");
+  EXPECT_EQ(mem_getheap(MEM_HEAP_PROXY)->alignment, static_cast<unsigned>(mem_pagesize()));
+  EXPECT_EQ(mem_getheap(MEM_HEAP_PROXY)->mode, 0u);
+  EXPECT_STREQ(mem_getheap(MEM_HEAP_AUDIO)->name, "Audio");
+  EXPECT_EQ(mem_getheap(MEM_HEAP_AUDIO)->alignment, 16u);
+  EXPECT_EQ(mem_getheap(MEM_HEAP_AUDIO)->mode, 0u);
+  EXPECT_STREQ(mem_getheap(MEM_HEAP_IMAGE)->name, "Image");
+  EXPECT_EQ(mem_getheap(MEM_HEAP_IMAGE)->alignment, static_cast<unsigned>(mem_pagesize()));
+  EXPECT_EQ(mem_getheap(MEM_HEAP_IMAGE)->mode, 1u);
+}
+
+TEST_F(StandardHeaps, AreMadeOnce) {
+  const std::uint64_t total = mem_alloc_pools();
+  const _mheap* frame = mem_getheap(MEM_HEAP_FRAME);
+  const std::size_t commits = machine_->commits.size();
+
+  EXPECT_EQ(mem_alloc_pools(), total);
+
+  EXPECT_EQ(mem_getheap(MEM_HEAP_FRAME), frame);
+  EXPECT_EQ(machine_->commits.size(), commits);
+}
+
+TEST_F(StandardHeaps, KeepTheirTotalAfterTheirEnd) {
+  const std::uint64_t total = mem_alloc_pools();
+
+  mem_free_pools();
+
+  EXPECT_EQ(mem_alloc_pools(), total);
+  EXPECT_EQ(mem_getheap(MEM_HEAP_FRAME), nullptr);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 0u);
+}
+
+TEST_F(StandardHeaps, GiveEverythingBack) {
+  const LogCapture log(3);
+  mem_alloc_pools();
+
+  mem_free_pools();
+  os_allocation::report_and_forget();
+
+  EXPECT_EQ(log.lines().back(), "     :                   ---------");
+}
+
+TEST_F(StandardHeaps, ReportTheirSetup) {
+  const LogCapture log;
+
+  mem_alloc_pools();
+
+  EXPECT_EQ(log.lines(),
+            (Lines{"INFO : Memory setup:", "     :  Available      :  1024.000 Mb",
+                   "     :  Max block      :  1024.000 Mb", "     :  Frame heap     :   256.000 Mb",
+                   "     :  Proxy heap     :   128.000 Mb", "     :  Audio heap     :   128.000 Mb",
+                   "     :  Image heap     :    32.000 Mb", "     :                   ---------",
+                   "     :  Total size     :   544.000 Mb", "     :                   ---------"}));
+}
+
+TEST_F(StandardHeaps, ReportNoLargestBlockWhereNoneIsKnown) {
+  const LogCapture log;
+  machine_->regions.clear();
+
+  mem_alloc_pools();
+
+  EXPECT_EQ(log.lines()[2], "     :  Frame heap     :   256.000 Mb");
+}
+
+TEST_F(StandardHeaps, FollowTheConfiguration) {
+  const LogCapture log;
+  configure(
+      "frame_heap_size=300\nproxy_heap_size=200\r\naudio_heap_size=150\nimage_heap_size=8\n"
+      "Frame_heap_size=9999\n\nno key here");
+
+  mem_alloc_pools();
+
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 300 * kMib);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_PROXY), 200 * kMib);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_AUDIO), 150 * kMib);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_IMAGE), 32 * kMib);
+  const Lines lines = log.lines();
+  EXPECT_EQ(
+      Lines(lines.begin(), lines.begin() + 8),
+      (Lines{"INFO : Memory config:", "     : frame_heap_size=300", "     : proxy_heap_size=200\r",
+             "     : audio_heap_size=150", "     : image_heap_size=8",
+             "     : Frame_heap_size=9999", "     : ", "     : no key here"}));
+}
+
+TEST_F(StandardHeaps, ReadALongLineAsSeveral) {
+  const LogCapture log;
+  configure(std::string(127, 'x') + "frame_heap_size=300" + std::string(54, 'y') + "\n");
+
+  mem_alloc_pools();
+
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 300 * kMib);
+  EXPECT_EQ(log.lines()[1], "     : " + std::string(127, 'x'));
+  EXPECT_EQ(log.lines()[2], "     : frame_heap_size=300" + std::string(54, 'y'));
+}
+
+TEST_F(StandardHeaps, AskForAFrameHeapOf4GibWhenConfigured) {
+  configure("frame_heap_size=4096");
+  machine_->largest_commit_bytes = 300 * kMib;
+  const LogCapture log;
+
+  mem_alloc_pools();
+
+  EXPECT_EQ(machine_->commits[3], 4 * kGib);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 256 * kMib);
+}
+
+TEST_F(StandardHeaps, ReduceTheFrameHeapUntilItCanBeHad) {
+  const LogCapture log(1);
+  configure("frame_heap_size=1000");
+  machine_->largest_commit_bytes = 260 * kMib;
+
+  mem_alloc_pools();
+
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 250 * kMib);
+  EXPECT_EQ(log.lines(),
+            (Lines{"WARN : MEMORY: OS allocation failed, Requested: 1024000.000 - error 12",
+                   "WARN : MEMORY: OS allocation failed, Requested: 512000.000 - error 12",
+                   "WARN : ** MEMORY ALLOCATION FAILED:",
+                   "     : ** REDUCED Frame heap size from 1000Mb to 250Mb"}));
+}
+
+TEST_F(StandardHeaps, EndInAReducedFrameHeapWhereTheSizeWraps) {
+  const LogCapture log(1);
+  set_available(500);
+  machine_->largest_commit_bytes = 300 * kMib;
+
+  mem_alloc_pools();
+
+  const Lines lines = log.lines();
+  ASSERT_GE(lines.size(), 2u);
+  EXPECT_EQ(lines[lines.size() - 2], "WARN : ** MEMORY ALLOCATION FAILED:");
+  EXPECT_EQ(lines.back(), "     : ** REDUCED Frame heap size from -38Mb to 255Mb");
+  // 2^64 - 38 MiB halved 36 times, in whole units.
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 256 * kMib - 8192);
+}
+
+TEST_F(StandardHeaps, FallBackToTheirMinimum) {
+  configure("proxy_heap_size=500\naudio_heap_size=500\nimage_heap_size=500\n");
+  machine_->largest_commit_bytes = 256 * kMib;
+
+  EXPECT_EQ(mem_alloc_pools(), 544 * kMib);
+
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_PROXY), 128 * kMib);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_AUDIO), 128 * kMib);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_IMAGE), 32 * kMib);
+}
+
+TEST_F(StandardHeaps, AreAllOrNone) {
+  struct Case {
+    std::size_t commits_granted;
+    const char* line;
+  };
+  constexpr Case kCases[] = {{0, "ERROR: FATAL: Can't create proxy heap"},
+                             {1, "ERROR: FATAL: Can't create audio heap"},
+                             {2, "ERROR: FATAL: Can't create image heap"},
+                             {3, "ERROR: FATAL: Can't create frame heap"}};
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.line);
+    const LogCapture log(0);
+    machine_->commits.clear();
+    machine_->commits_granted = c.commits_granted;
+
+    EXPECT_EQ(mem_alloc_pools(), 0u);
+
+    EXPECT_EQ(log.lines(), Lines{c.line});
+    for (const MEM_HEAP_ID id : {MEM_HEAP_FRAME, MEM_HEAP_PROXY, MEM_HEAP_AUDIO, MEM_HEAP_IMAGE}) {
+      EXPECT_EQ(mem_getheap(id), nullptr);
+    }
+  }
+  const LogCapture log(3);
+  os_allocation::report_and_forget();
+  EXPECT_EQ(log.lines(), Lines{});
+}
+
+TEST_F(StandardHeaps, BeforeTheyAreMadeAreNothing) {
+  EXPECT_EQ(mem_getheap(MEM_HEAP_FRAME), nullptr);
+  EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 0u);
+  EXPECT_EQ(mem_heapbase(MEM_HEAP_FRAME), nullptr);
+  EXPECT_EQ(mem_clearall(MEM_HEAP_FRAME), -1);
+  EXPECT_EQ(mem_validate(MEM_HEAP_FRAME), -1);
+  EXPECT_EQ(mem_dumpheap(MEM_HEAP_FRAME, "None"), -1);
+}
+
+TEST_F(StandardHeaps, AnswerToTheirOwnIdOnly) {
+  mem_alloc_pools();
+  for (const int id : {-1, 0, 5}) {
+    SCOPED_TRACE(id);
+    EXPECT_EQ(mem_getheap(static_cast<MEM_HEAP_ID>(id)), nullptr);
+    EXPECT_EQ(mem_heapsize(static_cast<MEM_HEAP_ID>(id)), 0u);
+    EXPECT_EQ(mem_heapbase(static_cast<MEM_HEAP_ID>(id)), nullptr);
+    EXPECT_EQ(mem_clearall(static_cast<MEM_HEAP_ID>(id)), -1);
+    EXPECT_EQ(mem_validate(static_cast<MEM_HEAP_ID>(id)), -1);
+    EXPECT_EQ(mem_dumpheap(static_cast<MEM_HEAP_ID>(id), "None"), -1);
+  }
+  const LogCapture log(3);
+
+  EXPECT_EQ(mem_heapbase(MEM_HEAP_AUDIO), mem_getheap(MEM_HEAP_AUDIO)->base);
+  EXPECT_EQ(mem_clearall(MEM_HEAP_AUDIO), 0);
+  EXPECT_EQ(mem_validate(MEM_HEAP_AUDIO), 0);
+  EXPECT_EQ(mem_dumpheap(MEM_HEAP_AUDIO, "Now"), 0);
+
+  EXPECT_EQ(log.lines()[0], "DEBUG: HEAP 'Audio' - Now:");
+}
+
+// --- Buffers ---
+
+class HeapBuffers : public StandardHeaps {
+ protected:
+  void SetUp() override {
+    StandardHeaps::SetUp();
+    mem_alloc_pools();
+  }
+
+  // Leaves no room that could be made in a heap.
+  void fill(MEM_HEAP_ID id) {
+    void*& all = filling_[id];
+    const _mheap* heap = mem_getheap(id);
+    ASSERT_NE(mem_alloc_locked_buffer(
+                  &all, heap->total_size - 2 * heap->header_size - heap->alignment, id),
+              nullptr);
+  }
+
+  static bool lies_in(MEM_HEAP_ID id, const void* data) {
+    const auto* base = static_cast<const char*>(mem_heapbase(id));
+    return data > base && data < base + mem_heapsize(id);
+  }
+
+ private:
+  void* filling_[5] = {};
+};
+
+TEST_F(HeapBuffers, OfAnySizeGoWhereTheyFit) {
+  void* small = nullptr;
+  void* large = nullptr;
+
+  EXPECT_EQ(mem_alloc_locked_buffer(&small, 100000, MEM_HEAP_ANY), small);
+  EXPECT_EQ(mem_alloc_locked_buffer(&large, 300000, MEM_HEAP_ANY), large);
+
+  EXPECT_TRUE(lies_in(MEM_HEAP_PROXY, small));
+  EXPECT_TRUE(lies_in(MEM_HEAP_FRAME, large));
+}
+
+TEST_F(HeapBuffers, Of256KibAreLarge) {
+  void* below = nullptr;
+  void* exactly = nullptr;
+
+  mem_alloc_locked_buffer(&below, 0x40000 - 1, MEM_HEAP_ANY);
+  mem_alloc_locked_buffer(&exactly, 0x40000, MEM_HEAP_ANY);
+
+  EXPECT_TRUE(lies_in(MEM_HEAP_PROXY, below));
+  EXPECT_TRUE(lies_in(MEM_HEAP_FRAME, exactly));
+}
+
+TEST_F(HeapBuffers, LieInTheHeapThatWasNamed) {
+  for (const MEM_HEAP_ID id : {MEM_HEAP_FRAME, MEM_HEAP_PROXY, MEM_HEAP_AUDIO, MEM_HEAP_IMAGE}) {
+    void* data = nullptr;
+
+    mem_alloc_locked_buffer(&data, 1000, id);
+
+    EXPECT_TRUE(lies_in(id, data));
+    EXPECT_EQ(mem_lock_buffer(&data), 2);
+    EXPECT_EQ(mem_keep_buffer(&data), 2);
+    EXPECT_EQ(mem_unlock_buffer(&data), 1);
+    EXPECT_EQ(mem_free_buffer(&data), -1);
+    EXPECT_EQ(mem_free_locked_buffer(&data), 1);
+    EXPECT_EQ(data, nullptr);
+  }
+}
+
+TEST_F(HeapBuffers, FallBackToTheOtherHeapAndThenToTheSystem) {
+  fill(MEM_HEAP_FRAME);
+  void* first = nullptr;
+  void* second = nullptr;
+
+  mem_alloc_locked_buffer(&first, 300000, MEM_HEAP_ANY);
+  EXPECT_TRUE(lies_in(MEM_HEAP_PROXY, first));
+  mem_free_locked_buffer(&first);
+  fill(MEM_HEAP_PROXY);
+  mem_alloc_locked_buffer(&second, 300000, MEM_HEAP_ANY);
+
+  EXPECT_TRUE(os_allocation::is_live(second));
+  EXPECT_EQ(mem_lock_buffer(&second), 0);
+  EXPECT_EQ(mem_keep_buffer(&second), 0);
+  EXPECT_EQ(mem_unlock_buffer(&second), 0);
+  EXPECT_EQ(mem_free_locked_buffer(&second), 0);
+  EXPECT_EQ(second, nullptr);
+}
+
+TEST_F(HeapBuffers, DoNotFallBackFromANamedHeap) {
+  fill(MEM_HEAP_PROXY);
+  void* data = nullptr;
+
+  EXPECT_EQ(mem_alloc_locked_buffer(&data, 300000, MEM_HEAP_PROXY), nullptr);
+}
+
+TEST_F(HeapBuffers, ReportWhenEvenTheSystemHasNone) {
+  fill(MEM_HEAP_FRAME);
+  fill(MEM_HEAP_PROXY);
+  machine_->largest_commit_bytes = 0;
+  const LogCapture log(1);
+  void* data = nullptr;
+
+  EXPECT_EQ(mem_alloc_locked_buffer(&data, 1536, MEM_HEAP_ANY), nullptr);
+
+  const Lines lines = log.lines();
+  EXPECT_EQ(lines.back(), "WARN : MEMORY: Heap allocation failed.. (Requested: 1.500)");
+  EXPECT_EQ(lines[lines.size() - 2],
+            "WARN : MEMORY: OS allocation failed, Requested: 1.500 - error 12");
+}
+
+TEST_F(HeapBuffers, OfAnUnknownHeapAreRefused) {
+  void* data = nullptr;
+
+  EXPECT_EQ(mem_alloc_locked_buffer(&data, 100, static_cast<MEM_HEAP_ID>(5)), nullptr);
+  EXPECT_EQ(mem_alloc_locked_buffer(&data, 100, static_cast<MEM_HEAP_ID>(-1)), nullptr);
+}
+
+TEST_F(HeapBuffers, ThatAreNoneAreNoted) {
+  const LogCapture log(3);
+  auto* nowhere = reinterpret_cast<void*>(std::uintptr_t{0x1234abcd});
+
+  EXPECT_EQ(mem_lock_buffer(&nowhere), -1);
+  EXPECT_EQ(mem_keep_buffer(&nowhere), -1);
+  EXPECT_EQ(mem_unlock_buffer(&nowhere), -1);
+  EXPECT_EQ(mem_free_locked_buffer(&nowhere), -1);
+
+  EXPECT_EQ(log.lines(), (Lines{"DEBUG: MEMORY: Lock memory, bad reference: 1234abcd",
+                                "DEBUG: MEMORY: Keep memory, bad reference: 1234abcd",
+                                "DEBUG: MEMORY: Unlock memory, bad reference: 1234abcd",
+                                "DEBUG: MEMORY: OS bad memory reference passed: 1234abcd"}));
+}
+
+TEST_F(HeapBuffers, ThatWereDiscardedAreNoted) {
+  const LogCapture log(3);
+  void* data = nullptr;
+  mem_alloc_locked_buffer(&data, 1000, MEM_HEAP_FRAME);
+  mem_unlock_buffer(&data);
+  mem_clearall(MEM_HEAP_FRAME);
+
+  EXPECT_EQ(mem_lock_buffer(&data), -1);
+
+  EXPECT_EQ(log.lines(), Lines{"DEBUG: MEMORY: Lock memory, bad reference: 0"});
+}
+
+TEST_F(HeapBuffers, WithoutAHandleNeedNoLockAndCannotBeFreed) {
+  EXPECT_EQ(mem_lock_buffer(nullptr), 0);
+  EXPECT_EQ(mem_keep_buffer(nullptr), 0);
+  EXPECT_EQ(mem_unlock_buffer(nullptr), 0);
+  EXPECT_EQ(mem_free_buffer(nullptr), -1);
+  EXPECT_EQ(mem_free_locked_buffer(nullptr), -1);
+  void* null = nullptr;
+  EXPECT_EQ(mem_free_buffer(&null), -1);
+  EXPECT_EQ(mem_free_locked_buffer(&null), -1);
+}
+
+TEST_F(HeapBuffers, KeepFreeingUnknownAddressesWithSuccess) {
+  const LogCapture log(3);
+  auto* nowhere = reinterpret_cast<void*>(std::uintptr_t{0x1234abcd});
+
+  EXPECT_EQ(mem_free_buffer(&nowhere), 0);
+
+  EXPECT_EQ(nowhere, nullptr);
+  EXPECT_EQ(log.lines(), Lines{"DEBUG: MEMORY: OS bad memory reference passed: 1234abcd"});
+}
+
+TEST_F(HeapBuffers, FreedFromTheSystemAreGone) {
+  void* data = os_alloc(4096, 0);
+
+  EXPECT_EQ(mem_free_buffer(&data), 0);
+
+  EXPECT_EQ(data, nullptr);
+}
+
+int discards = 0;
+
+void count_discard(void* /*data*/) {
+  ++discards;
+}
+
+TEST_F(HeapBuffers, KeepDiscardCallbacksToTheFrameHeap) {
+  discards = 0;
+  void* frame = nullptr;
+  void* proxy = nullptr;
+  mem_alloc_locked_buffer(&frame, 1000, MEM_HEAP_FRAME);
+  mem_alloc_locked_buffer(&proxy, 1000, MEM_HEAP_PROXY);
+
+  mem_set_discard_callback(frame, count_discard);
+  mem_set_discard_callback(proxy, count_discard);
+  mem_free_locked_buffer(&frame);
+  mem_free_locked_buffer(&proxy);
+
+  EXPECT_EQ(discards, 1);
+}
+
+// Every thread locks and unlocks its own buffers while the others' allocations move and discard them.
+TEST_F(HeapBuffers, AreFoundWhileOthersMoveThem) {
+  constexpr int kThreads = 8;
+  std::latch gate(kThreads);
+  std::atomic<int> broken = 0;
+  std::vector<std::thread> threads;
+  for (int number = 0; number < kThreads; ++number) {
+    threads.emplace_back([&, number] {
+      std::mt19937 random(static_cast<unsigned>(number));
+      void* buffers[4] = {};
+      gate.arrive_and_wait();
+      for (int round = 0; round < 300; ++round) {
+        void*& buffer = buffers[random() % 4];
+        if (mem_lock_buffer(&buffer) > 0) {
+          broken += *static_cast<int*>(buffer) == number ? 0 : 1;
+        } else if (mem_alloc_locked_buffer(&buffer, (random() % 3 + 1) * kMib, MEM_HEAP_IMAGE) !=
+                   nullptr) {
+          *static_cast<int*>(buffer) = number;
+        } else {
+          ++broken;
+          continue;
+        }
+        mem_unlock_buffer(&buffer);
+      }
+      for (void*& buffer : buffers) {
+        mem_free_buffer(&buffer);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+
+  EXPECT_EQ(broken, 0);
+}
+
+}  // namespace
+}  // namespace orsin
