@@ -95,7 +95,7 @@ void Sha1_Gcrypt(benchmark::State& state) {
 BENCHMARK(Sha1_Gcrypt);
 
 void Xxh64_Orsin(benchmark::State& state) {
-  ::XXH64_state_s* context = ov_XXH64_createState();
+  auto* context = ov_XXH64_createState();
   for (auto _ : state) {
     ov_XXH64_reset(context, 0);
     ov_XXH64_update(context, input().data(), kSize);
