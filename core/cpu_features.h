@@ -11,12 +11,13 @@ namespace orsin {
 
 struct CpuFeatures {
   bool sha = false;   // SHA-1 instructions, with SSE4.1.
-  bool avx2 = false;  // 256-bit integer vectors, saved by the system across thread switches.
+  bool avx2 = false;  // And the system keeps the wide registers of every thread.
 };
 
-ORSIN_TARGET("xsave") inline bool system_saves_256_bit_registers() {
-  constexpr std::uint64_t kXmmAndYmm = 6;
-  return (static_cast<std::uint64_t>(_xgetbv(0)) & kXmmAndYmm) == kXmmAndYmm;
+// Only where the processor says that the system uses XSAVE.
+ORSIN_TARGET("xsave") inline bool system_saves_wide_registers() {
+  constexpr unsigned kSseAndAvx = 0x6;
+  return (_xgetbv(0) & kSseAndAvx) == kSseAndAvx;
 }
 
 [[nodiscard]] inline CpuFeatures detect_cpu_features() {
@@ -33,7 +34,7 @@ ORSIN_TARGET("xsave") inline bool system_saves_256_bit_registers() {
   CpuFeatures features;
   features.sha = ssse3 && sse41 && (leaf7[1] >> 29 & 1) != 0;
   const bool osxsave = (leaf1[2] >> 27 & 1) != 0;
-  features.avx2 = osxsave && (leaf7[1] >> 5 & 1) != 0 && system_saves_256_bit_registers();
+  features.avx2 = osxsave && (leaf7[1] >> 5 & 1) != 0 && system_saves_wide_registers();
   return features;
 }
 

@@ -88,6 +88,7 @@ std::uint64_t heap_block_size(const _mheap& heap, std::uint64_t size) {
 void HeapBlocks::lay_out() {
   heap_.first_block = block_at(address_of(heap_.base));
   add_last_block(heap_.first_block, heap_.total_size - heap_.header_size);
+  rebuild_index();
 }
 
 // The last block of the heap, free, and the end behind it. Room for less than a header's fields
@@ -102,6 +103,9 @@ void HeapBlocks::add_last_block(mheap_mblk* block, std::uint64_t room) {
 Space HeapBlocks::find_space(std::uint64_t needed, bool may_compact) {
   // Every turn but the last discards a block, so the loop ends.
   for (;;) {
+    if (const auto space = find_in_index(needed); space) {
+      return *space;
+    }
     Survey found = survey(needed);
     if (found.is_corrupted) {
       return {SpaceResult::kCorrupted, nullptr};
@@ -124,9 +128,37 @@ Space HeapBlocks::find_space(std::uint64_t needed, bool may_compact) {
     }
     release(found.victim);
     if (found.victim->size >= needed) {
+      index_taken(found.victim);
       return {SpaceResult::kFound, found.victim};
     }
   }
+}
+
+// The first block that fits, if there is one. A walk would join every free run up to that block on
+// its way: those that need it are joined here.
+std::optional<Space> HeapBlocks::find_in_index(std::uint64_t needed) {
+  if (!runs_.exists()) {
+    return std::nullopt;
+  }
+  const std::uint32_t fit = runs_.first_fit(needed / heap_.alignment);
+  if (fit == FreeRuns::kNone) {
+    return std::nullopt;
+  }
+  for (std::uint32_t run = runs_.first_unjoined(); run <= fit; run = runs_.first_unjoined()) {
+    if (run == FreeRuns::kNone) {
+      break;
+    }
+    if (!join_free(block_at_granule(run))) {
+      return Space{SpaceResult::kCorrupted, nullptr};
+    }
+    runs_.mark_joined(run);
+  }
+  mheap_mblk* block = block_at_granule(fit);
+  if (!join_free(block)) {
+    return Space{SpaceResult::kCorrupted, nullptr};
+  }
+  runs_.remove(fit);
+  return Space{SpaceResult::kFound, block};
 }
 
 HeapBlocks::Survey HeapBlocks::survey(std::uint64_t needed) {
@@ -138,7 +170,7 @@ HeapBlocks::Survey HeapBlocks::survey(std::uint64_t needed) {
       return found;
     }
     if (block->state == kBlockFree && block->size >= needed) {
-      found.fit = block;
+      found.fit = block;  // Only without an index.
       return found;
     }
     if (is_locked(*block)) {
@@ -148,6 +180,7 @@ HeapBlocks::Survey HeapBlocks::survey(std::uint64_t needed) {
     }
   }
   found.finish(run, needed);
+  index_joined_all();
   return found;
 }
 
@@ -167,11 +200,14 @@ std::optional<Space> HeapBlocks::compact(mheap_mblk* start, std::uint64_t needed
     if (victim == next) {
       victim = block;
     }
+    index_taken(block);
     block = slide_down(block, next);
     if (!join_free(block)) {
       return Space{SpaceResult::kCorrupted, nullptr};
     }
+    index_freed(block);
     if (block->size >= needed) {
+      index_taken(block);
       return Space{SpaceResult::kFound, block};
     }
   }
@@ -205,6 +241,7 @@ void HeapBlocks::claim(mheap_mblk* block, std::uint64_t needed, void** owner) {
     const std::uint64_t rest = block->size - needed;
     block->size = needed;
     write_free_header(next_block(block), rest);
+    index_freed(next_block(block));
   }
   block->state = kBlockUsed;
   block->owner = owner;
@@ -220,6 +257,7 @@ void HeapBlocks::release(mheap_mblk* block) {
   empty_block(*block);
   // A block of size 0 behind it stops the joining; the next search reports it.
   static_cast<void>(join_free(block));
+  index_freed(block);
 }
 
 // Takes in the free blocks that follow. False: the block after them has size 0.
@@ -257,6 +295,7 @@ bool HeapBlocks::discard_all() {
     }
     block = next;
   }
+  rebuild_index();
   return true;
 }
 
@@ -276,6 +315,7 @@ HeapBlocks::Check HeapBlocks::check() {
     }
     block = next;
   }
+  rebuild_index();
   return Check::kSound;
 }
 
@@ -304,6 +344,112 @@ void HeapBlocks::move_to(std::uint8_t* region, std::uint64_t total_size) {
   // than a header keeps its end where it was.
   const std::uint64_t grown = total_size - old_total;
   add_last_block(copied_end, grown > heap_.header_size ? grown - heap_.header_size : 0);
+}
+
+std::uint32_t HeapBlocks::granule_of(const mheap_mblk* block) const {
+  const std::uint64_t offset = address_of(block) - address_of(heap_.first_block);
+  return static_cast<std::uint32_t>(offset / heap_.alignment);
+}
+
+mheap_mblk* HeapBlocks::block_at_granule(std::uint32_t granule) const {
+  return block_at(address_of(heap_.first_block) + granule * heap_.alignment);
+}
+
+// A block has become free and has taken in the free blocks behind it.
+void HeapBlocks::index_freed(const mheap_mblk* block) {
+  if (!runs_.exists()) {
+    return;
+  }
+  const std::uint32_t begin = granule_of(block);
+  const std::uint32_t end = granule_of(next_block(block));
+  // The run behind it, now part of it, ended where the block ends.
+  if (const std::uint32_t behind = runs_.begin_of_run_to(end); behind != FreeRuns::kNone) {
+    runs_.remove(behind);
+  }
+  const std::uint32_t before = runs_.begin_of_run_to(begin);
+  if (before == FreeRuns::kNone) {
+    runs_.insert(begin, end);
+    return;
+  }
+  runs_.remove(before);
+  runs_.insert(before, end);
+  runs_.mark_unjoined(before);
+}
+
+// A free block at the end of its run is about to be used. What lies before it has just been joined.
+void HeapBlocks::index_taken(const mheap_mblk* block) {
+  if (!runs_.exists()) {
+    return;
+  }
+  const std::uint32_t begin = granule_of(block);
+  const std::uint32_t run = runs_.begin_of_run_to(granule_of(next_block(block)));
+  runs_.remove(run);
+  if (run != begin) {
+    runs_.insert(run, begin);
+  }
+}
+
+void HeapBlocks::index_joined_all() {
+  if (runs_.exists()) {
+    for (std::uint32_t run = runs_.first_unjoined(); run != FreeRuns::kNone;
+         run = runs_.first_unjoined()) {
+      runs_.mark_joined(run);
+    }
+  }
+}
+
+void HeapBlocks::rebuild_index() {
+  if (!runs_.exists()) {
+    return;
+  }
+  for (std::uint32_t run = runs_.first_fit(1); run != FreeRuns::kNone; run = runs_.first_fit(1)) {
+    runs_.remove(run);
+  }
+  const mheap_mblk* block = heap_.first_block;
+  while (block != heap_.end_block) {
+    if (block->state != kBlockFree) {
+      block = next_block(block);
+      continue;
+    }
+    const mheap_mblk* first = block;
+    while (block != heap_.end_block && block->state == kBlockFree) {
+      block = next_block(block);
+    }
+    runs_.insert(granule_of(first), granule_of(block));
+    if (next_block(first) != block) {
+      runs_.mark_unjoined(granule_of(first));
+    }
+  }
+}
+
+bool HeapBlocks::index_agrees() const {
+  if (!runs_.exists()) {
+    return true;
+  }
+  std::uint32_t free_runs = 0;
+  const mheap_mblk* block = heap_.first_block;
+  while (block != heap_.end_block) {
+    if (block->state != kBlockFree) {
+      if (runs_.end_of_run_at(granule_of(block)) != FreeRuns::kNone) {
+        return false;
+      }
+      block = next_block(block);
+      continue;
+    }
+    const mheap_mblk* first = block;
+    while (block != heap_.end_block && block->state == kBlockFree) {
+      block = next_block(block);
+    }
+    const std::uint32_t begin = granule_of(first);
+    const bool is_unjoined = next_block(first) != block;
+    if (runs_.end_of_run_at(begin) != granule_of(block) ||
+        runs_.begin_of_run_to(granule_of(block)) != begin ||
+        runs_.is_unjoined(begin) != is_unjoined) {
+      return false;
+    }
+    ++free_runs;
+  }
+  return (runs_.first_fit(1) != FreeRuns::kNone) == (free_runs > 0);
 }
 
 // Null where the header would begin before the first block: those bytes are not ours to read.

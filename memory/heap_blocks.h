@@ -9,6 +9,10 @@
 // Free neighbours are joined late: a block that is released takes in the free blocks behind it, the
 // search takes in what it meets on its way. So a free block may follow a free block for a while.
 //
+// Where an index of the free runs exists (free_runs.h), it answers the search for the first block
+// that fits, joins included, exactly as the walk would; without one the walk does. Only a search that
+// finds nothing walks in any case.
+//
 // No lock, no log, no waiting: the heap around the blocks (movable_heap.cpp) has them. Only owners'
 // pointer variables and discard callbacks are touched here, because they must change in the same
 // breath as the blocks.
@@ -17,6 +21,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "memory/free_runs.h"
 #include "orsincore/memory.h"
 
 namespace orsin {
@@ -60,7 +65,8 @@ struct Space {
 
 class HeapBlocks {
  public:
-  explicit HeapBlocks(_mheap& heap) : heap_(heap) {}
+  /// `runs` is the heap's index; it may be one that does not exist.
+  HeapBlocks(_mheap& heap, FreeRuns& runs) : heap_(heap), runs_(runs) {}
 
   /// Lays one free block over a fresh region. The region holds at least one header.
   void lay_out();
@@ -84,8 +90,15 @@ class HeapBlocks {
   /// Joins free blocks and checks their sizes.
   [[nodiscard]] Check check();
 
-  /// Copies the blocks into a larger region and tells the owners. The old region is the caller's.
+  /// Copies the blocks into a larger region and tells the owners. The old region is the caller's;
+  /// so is a new index, which rebuild_index() fills afterwards.
   void move_to(std::uint8_t* region, std::uint64_t total_size);
+
+  /// Fills the index from the headers.
+  void rebuild_index();
+
+  /// Whether the index says what the headers say; for tests.
+  [[nodiscard]] bool index_agrees() const;
 
   /// The block whose header lies in front of `data`; null when that is no address of this heap.
   ///
@@ -103,6 +116,7 @@ class HeapBlocks {
   struct Run;
   struct Survey;
 
+  [[nodiscard]] std::optional<Space> find_in_index(std::uint64_t needed);
   [[nodiscard]] Survey survey(std::uint64_t needed);
   [[nodiscard]] std::optional<Space> compact(mheap_mblk* start, std::uint64_t needed,
                                              mheap_mblk*& victim);
@@ -111,7 +125,14 @@ class HeapBlocks {
   [[nodiscard]] bool join_free(mheap_mblk* block);
   [[nodiscard]] mheap_mblk* header_before(const void* data) const;
 
+  [[nodiscard]] std::uint32_t granule_of(const mheap_mblk* block) const;
+  [[nodiscard]] mheap_mblk* block_at_granule(std::uint32_t granule) const;
+  void index_freed(const mheap_mblk* block);
+  void index_taken(const mheap_mblk* block);
+  void index_joined_all();
+
   _mheap& heap_;
+  FreeRuns& runs_;
 };
 
 }  // namespace orsin

@@ -7,16 +7,19 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <new>
 
 #include "orsincore/log.h"
 
 using namespace orsin;
+using movable_heap::blocks_of;
 
 namespace {
 
 // One allocation with the record: the public structure first.
 struct HeapRecord {
   _mheap heap;
+  FreeRuns runs;
   int waiting;  // Allocations in mp_cond_timedwait(); guarded by the heap's mutex.
 };
 
@@ -38,7 +41,17 @@ bool wait_for_unlock(_mheap* heap) {
   return is_woken;
 }
 
+std::uint64_t block_granules_min(const _mheap& heap) {
+  return heap.header_size / heap.alignment + 1;
+}
+
+// A heap that gets no index walks.
+void create_index(_mheap* heap, std::uint64_t run_distance_min) {
+  record_of(heap).runs.create(heap->total_size / heap->alignment, run_distance_min);
+}
+
 void delete_record(_mheap* heap) {
+  record_of(heap).runs.destroy();
   if (heap->cond != nullptr) {
     mp_delete_cond_block(heap->cond);
   }
@@ -55,10 +68,11 @@ _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment, mh
   if (alignment == 0) {
     return nullptr;
   }
-  auto* record = static_cast<HeapRecord*>(std::calloc(1, sizeof(HeapRecord)));
-  if (record == nullptr) {
+  void* memory = std::malloc(sizeof(HeapRecord));
+  if (memory == nullptr) {
     return nullptr;
   }
+  auto* record = ::new (memory) HeapRecord{};
   _mheap* heap = &record->heap;
   std::strncpy(heap->name, name, sizeof heap->name);
   heap->mode = mode;
@@ -76,7 +90,8 @@ _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment, mh
     delete_record(heap);
     return nullptr;
   }
-  HeapBlocks(*heap).lay_out();
+  create_index(heap, 2 * block_granules_min(*heap));  // A used and a free block lie between.
+  blocks_of(heap).lay_out();
   return heap;
 }
 
@@ -86,11 +101,20 @@ void mheap_destroy(_mheap* heap) {
 }
 
 namespace orsin::movable_heap {
+
+HeapBlocks blocks_of(_mheap* heap) {
+  return {*heap, record_of(heap).runs};
+}
+
+void drop_index(_mheap* heap) {
+  record_of(heap).runs.destroy();
+}
+
 namespace {
 
 // Looks for room, and says in the log what stands in the way.
 Space search_locked(_mheap& heap, std::uint64_t needed, bool may_compact) {
-  const Space space = HeapBlocks(heap).find_space(needed, may_compact);
+  const Space space = blocks_of(&heap).find_space(needed, may_compact);
   if (space.result == SpaceResult::kAllLocked) {
     mheap_dump(&heap, "TOTALLY LOCKED !!");
   } else if (space.result == SpaceResult::kCorrupted) {
@@ -114,7 +138,7 @@ Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle) 
   if (space.block == nullptr) {
     return Attempt::kNoRoom;
   }
-  HeapBlocks(heap).claim(space.block, needed, handle);
+  blocks_of(&heap).claim(space.block, needed, handle);
   return Attempt::kAllocated;
 }
 
@@ -162,7 +186,7 @@ int mheap_lock(_mheap* heap, void** handle) {
   if (*handle == nullptr) {
     return -1;
   }
-  HeapBlocks blocks(*heap);
+  HeapBlocks blocks = blocks_of(heap);
   mheap_mblk* block = blocks.block_of(*handle);
   if (block == nullptr) {
     msgdebug("Illegal mheap pointer: %p\n", *handle);
@@ -177,7 +201,7 @@ int mheap_keep(_mheap* heap, void** handle) {
   if (*handle == nullptr) {
     return -1;
   }
-  HeapBlocks blocks(*heap);
+  HeapBlocks blocks = blocks_of(heap);
   mheap_mblk* block = blocks.block_of(*handle);
   if (block == nullptr) {
     msgdebug("Illegal mheap pointer: %p\n", *handle);
@@ -190,7 +214,7 @@ int mheap_keep(_mheap* heap, void** handle) {
 int mheap_unlock(_mheap* heap, void** handle) {
   {
     const HeapLock lock(heap);
-    HeapBlocks blocks(*heap);
+    HeapBlocks blocks = blocks_of(heap);
     mheap_mblk* block = blocks.block_of(*handle);
     if (block == nullptr) {
       msgdebug("Illegal MHeap pointer: %p\n", *handle);
@@ -215,7 +239,7 @@ int mheap_free(_mheap* heap, void** handle) {
   if (*handle == nullptr) {
     return -1;
   }
-  HeapBlocks blocks(*heap);
+  HeapBlocks blocks = blocks_of(heap);
   mheap_mblk* block = blocks.block_of(*handle);
   if (block == nullptr) {
     msgdebug("MHeap: Illegal pointer: %p\n", *handle);
@@ -243,7 +267,7 @@ int mheap_free(_mheap* heap, void** handle) {
 
 void* mheap_lock_ex(_mheap* heap, const void* address) {
   const HeapLock lock(heap);
-  mheap_mblk* block = HeapBlocks(*heap).block_around(address);
+  mheap_mblk* block = blocks_of(heap).block_around(address);
   if (block == nullptr) {
     return nullptr;
   }
@@ -256,7 +280,7 @@ int mheap_unlock_ex(_mheap* heap, void* data) {
     return 0;
   }
   const HeapLock lock(heap);
-  HeapBlocks blocks(*heap);
+  HeapBlocks blocks = blocks_of(heap);
   mheap_mblk* block = blocks.inner_block_of(data);
   if (block == nullptr || block->data != data || block->lockex_count == 0) {
     return 0;
@@ -272,7 +296,7 @@ int mheap_unlock_ex(_mheap* heap, void* data) {
 
 int mheap_set_discard_callback(_mheap* heap, void* data, mheap_discard_callback callback) {
   const HeapLock lock(heap);
-  mheap_mblk* block = HeapBlocks(*heap).inner_block_of(data);
+  mheap_mblk* block = blocks_of(heap).inner_block_of(data);
   if (block == nullptr) {
     return 0;
   }
@@ -284,7 +308,7 @@ bool mheap_is_valid(_mheap* heap, void** handle) {
   if (heap == nullptr) {
     return false;
   }
-  const mheap_mblk* block = HeapBlocks(*heap).inner_block_of(*handle);
+  const mheap_mblk* block = blocks_of(heap).inner_block_of(*handle);
   return block != nullptr && block->owner == handle;
 }
 
@@ -329,7 +353,13 @@ std::uint64_t mheap_resize(_mheap* heap, std::uint64_t size, int os_flags) {
     return ~std::uint64_t{0};
   }
   std::uint8_t* old_region = heap->base;
-  HeapBlocks(*heap).move_to(region, total_size);
+  HeapBlocks blocks = blocks_of(heap);
+  blocks.move_to(region, total_size);
+  if (FreeRuns& runs = record_of(heap).runs; runs.exists()) {
+    runs.destroy();
+    create_index(heap, block_granules_min(*heap) + 1);  // The block that was added may be tiny.
+    blocks.rebuild_index();
+  }
   os_free(old_region);
   return total_size;
 }
@@ -350,7 +380,7 @@ int mheap_clearall(_mheap* heap) {
     return -1;
   }
   const HeapLock lock(heap);
-  if (!HeapBlocks(*heap).discard_all()) {
+  if (!blocks_of(heap).discard_all()) {
     msgerror("HEAP CORRUPTED: Illegal (0 size) block detected...");
     raise_corrupted();
   }
@@ -362,7 +392,7 @@ int mheap_validate(_mheap* heap) {
     return -1;
   }
   mp_get_mutex(heap->mutex);
-  const HeapBlocks::Check check = HeapBlocks(*heap).check();
+  const HeapBlocks::Check check = blocks_of(heap).check();
   if (check == HeapBlocks::Check::kSound) {
     mp_release_mutex(heap->mutex);
     return 0;

@@ -48,5 +48,11 @@ enum class Attempt {
 /// is the size of the whole block.
 [[nodiscard]] Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle);
 
+/// The blocks of a heap made by mheap_initialize().
+[[nodiscard]] HeapBlocks blocks_of(_mheap* heap);
+
+/// Goes on without the index, as a heap does that had no memory for one; for tests.
+void drop_index(_mheap* heap);
+
 }  // namespace movable_heap
 }  // namespace orsin

@@ -76,29 +76,31 @@ std::size_t decode_base64_span_plain(const char* source, std::size_t source_size
   return written;
 }
 
+// Whole blocks by vector instructions. A block with a stranger in it goes through the exact loop,
+// which is also where the text ends: there, or at the last block that is whole and fits.
 std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
                                std::size_t target_size) {
+  std::size_t read = 0;
   std::size_t written = 0;
-  if (has_base64_blocks()) {
-    for (;;) {
-      const std::size_t blocks =
-          decode_base64_blocks(source, source_size, target + written, target_size - written);
-      source += blocks * kBase64BlockCharacters;
-      source_size -= blocks * kBase64BlockCharacters;
-      written += blocks * kBase64BlockBytes;
-      // The block that was not taken is short, does not fit, holds the end or holds a stranger.
-      if (source_size < kBase64BlockCharacters || target_size - written < kBase64BlockBytes ||
-          std::memchr(source, '=', kBase64BlockCharacters) != nullptr) {
-        break;
-      }
-      written += decode_base64_span_plain(source, kBase64BlockCharacters, target + written,
-                                          target_size - written);
-      source += kBase64BlockCharacters;
-      source_size -= kBase64BlockCharacters;
+  while (has_base64_instructions()) {
+    const std::size_t count = std::min((source_size - read) / kBase64BlockCharacters,
+                                       (target_size - written) / kBase64BlockBytes);
+    const std::size_t done = decode_base64_blocks(source + read, count, target + written);
+    read += done * kBase64BlockCharacters;
+    written += done * kBase64BlockBytes;
+    if (done == count) {
+      break;
     }
+    const std::size_t bytes = decode_base64_span_plain(source + read, kBase64BlockCharacters,
+                                                       target + written, kBase64BlockBytes);
+    written += bytes;
+    if (std::memchr(source + read, '=', kBase64BlockCharacters) != nullptr) {
+      return written;
+    }
+    read += kBase64BlockCharacters;
   }
-  return written +
-         decode_base64_span_plain(source, source_size, target + written, target_size - written);
+  return written + decode_base64_span_plain(source + read, source_size - read, target + written,
+                                            target_size - written);
 }
 
 Base64Span base64_span(std::size_t part, std::size_t part_count, std::size_t source_size,

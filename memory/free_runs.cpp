@@ -1,0 +1,197 @@
+#include "memory/free_runs.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdlib>
+
+namespace orsin {
+namespace {
+
+constexpr std::uint32_t kFan = 16;  // Lengths: one cache line of children.
+constexpr std::uint32_t kBitFan = 64;
+constexpr std::size_t kLineBytes = 64;
+
+constexpr std::uint64_t groups(std::uint64_t count, std::uint64_t fan) {
+  return (count + fan - 1) / fan;
+}
+
+constexpr std::uint64_t whole_lines(std::uint64_t bytes) {
+  return groups(bytes, kLineBytes) * kLineBytes;
+}
+
+// Hands out parts of one allocation; without memory it only adds up.
+class Carver {
+ public:
+  explicit Carver(std::byte* memory) : memory_(memory) {}
+
+  template <typename T>
+  T* take(std::uint64_t count) {
+    std::byte* part = memory_ != nullptr ? memory_ + used_ : nullptr;
+    used_ += whole_lines(count * sizeof(T));
+    return reinterpret_cast<T*>(part);
+  }
+  [[nodiscard]] std::uint64_t used() const { return used_; }
+
+ private:
+  std::byte* memory_;
+  std::uint64_t used_ = 0;
+};
+
+std::uint32_t largest_of(const std::uint32_t* children) {
+  std::uint32_t largest = 0;
+  for (std::uint32_t i = 0; i < kFan; ++i) {
+    largest = std::max(largest, children[i]);
+  }
+  return largest;
+}
+
+}  // namespace
+
+bool FreeRuns::create(std::uint64_t granules, std::uint64_t distance_min) {
+  *this = {};
+  if (granules >= kNone) {
+    return false;
+  }
+  shift_ = static_cast<int>(std::bit_width(distance_min)) - 1;
+  const std::uint64_t slots = (granules >> shift_) + 1;
+
+  const auto lay_out = [&](std::byte* memory) {
+    Carver carver(memory);
+    top_ = 0;
+    std::uint64_t count = groups(slots, kFan) * kFan;
+    levels_[0] = carver.take<std::uint32_t>(count);
+    while (count > kFan) {
+      count = groups(count / kFan, kFan) * kFan;
+      levels_[++top_] = carver.take<std::uint32_t>(count);
+    }
+    bit_top_ = 0;
+    std::uint64_t words = groups(slots, kBitFan);
+    bits_[0] = carver.take<std::uint64_t>(words);
+    while (words > 1) {
+      words = groups(words, kBitFan);
+      bits_[++bit_top_] = carver.take<std::uint64_t>(words);
+    }
+    begins_ = carver.take<std::uint32_t>(slots);
+    offsets_ = carver.take<std::uint8_t>(slots);
+    return carver.used();
+  };
+  const std::uint64_t bytes = lay_out(nullptr);
+  // Zeroed by the system, page by page as they are touched.
+  memory_ = std::calloc(1, bytes + kLineBytes);
+  if (memory_ == nullptr) {
+    *this = {};
+    return false;
+  }
+  const auto address = reinterpret_cast<std::uintptr_t>(memory_);
+  lay_out(static_cast<std::byte*>(memory_) + (whole_lines(address) - address));
+  lengths_ = levels_[0];
+  return true;
+}
+
+void FreeRuns::destroy() {
+  std::free(memory_);
+  *this = {};
+}
+
+void FreeRuns::insert(std::uint32_t begin, std::uint32_t end) {
+  const std::uint32_t slot = slot_of(begin);
+  offsets_[slot] = static_cast<std::uint8_t>(begin - (slot << shift_));
+  begins_[slot_of(end)] = begin;
+  set_length(slot, end - begin);
+}
+
+std::uint32_t FreeRuns::remove(std::uint32_t begin) {
+  const std::uint32_t slot = slot_of(begin);
+  const std::uint32_t end = begin + lengths_[slot];
+  mark_joined(begin);
+  set_length(slot, 0);
+  return end;
+}
+
+std::uint32_t FreeRuns::end_of_run_at(std::uint32_t begin) const {
+  const std::uint32_t slot = slot_of(begin);
+  return lengths_[slot] != 0 && begin_in(slot) == begin ? begin + lengths_[slot] : kNone;
+}
+
+std::uint32_t FreeRuns::begin_of_run_to(std::uint32_t end) const {
+  const std::uint32_t begin = begins_[slot_of(end)];
+  return end_of_run_at(begin) == end ? begin : kNone;
+}
+
+void FreeRuns::set_length(std::uint32_t slot, std::uint32_t length) {
+  std::uint32_t before = lengths_[slot];
+  lengths_[slot] = length;
+  for (int level = 1; level <= top_; ++level) {
+    slot /= kFan;
+    std::uint32_t& largest = levels_[level][slot];
+    const std::uint32_t largest_before = largest;
+    if (length >= largest_before) {
+      largest = length;
+    } else if (before == largest_before) {
+      largest = largest_of(levels_[level - 1] + std::size_t{slot} * kFan);
+    }
+    if (largest == largest_before) {
+      return;
+    }
+    before = largest_before;
+    length = largest;
+  }
+}
+
+std::uint32_t FreeRuns::first_fit(std::uint64_t length) const {
+  std::uint32_t group = 0;
+  for (int level = top_;; --level) {
+    const std::uint32_t* children = levels_[level] + std::size_t{group} * kFan;
+    std::uint32_t child = 0;
+    while (child < kFan && children[child] < length) {
+      ++child;
+    }
+    if (child == kFan) {
+      return kNone;  // Only at the top: below it the maximum promised one.
+    }
+    group = group * kFan + child;
+    if (level == 0) {
+      return begin_in(group);
+    }
+  }
+}
+
+void FreeRuns::mark_unjoined(std::uint32_t begin) {
+  std::uint32_t index = slot_of(begin);
+  for (int level = 0; level <= bit_top_; ++level) {
+    bits_[level][index / kBitFan] |= std::uint64_t{1} << index % kBitFan;
+    index /= kBitFan;
+  }
+}
+
+void FreeRuns::mark_joined(std::uint32_t begin) {
+  std::uint32_t index = slot_of(begin);
+  for (int level = 0; level <= bit_top_; ++level) {
+    std::uint64_t& word = bits_[level][index / kBitFan];
+    word &= ~(std::uint64_t{1} << index % kBitFan);
+    if (word != 0) {
+      return;
+    }
+    index /= kBitFan;
+  }
+}
+
+bool FreeRuns::is_unjoined(std::uint32_t begin) const {
+  const std::uint32_t slot = slot_of(begin);
+  return (bits_[0][slot / kBitFan] >> slot % kBitFan & 1) != 0;
+}
+
+std::uint32_t FreeRuns::first_unjoined() const {
+  std::uint32_t index = 0;
+  for (int level = bit_top_; level >= 0; --level) {
+    const std::uint64_t word = bits_[level][index];
+    if (word == 0) {
+      return kNone;  // Only at the top.
+    }
+    index = index * kBitFan + static_cast<std::uint32_t>(std::countr_zero(word));
+  }
+  return begin_in(index);
+}
+
+}  // namespace orsin

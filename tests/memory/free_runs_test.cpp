@@ -1,0 +1,147 @@
+#include "memory/free_runs.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+
+#include "tests/memory/allocation_refusal.h"
+
+namespace orsin {
+namespace {
+
+constexpr std::uint32_t kNone = FreeRuns::kNone;
+
+class FreeRunsTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(runs_.create(1000000, 12)); }
+  void TearDown() override { runs_.destroy(); }
+
+  FreeRuns runs_;
+};
+
+TEST_F(FreeRunsTest, KnowsARunByItsBeginAndByItsEnd) {
+  runs_.insert(100, 150);
+
+  EXPECT_EQ(runs_.end_of_run_at(100), 150u);
+  EXPECT_EQ(runs_.begin_of_run_to(150), 100u);
+  EXPECT_EQ(runs_.end_of_run_at(101), kNone);
+  EXPECT_EQ(runs_.begin_of_run_to(149), kNone);
+}
+
+TEST_F(FreeRunsTest, ForgetsARun) {
+  runs_.insert(100, 150);
+
+  EXPECT_EQ(runs_.remove(100), 150u);
+
+  EXPECT_EQ(runs_.end_of_run_at(100), kNone);
+  EXPECT_EQ(runs_.begin_of_run_to(150), kNone);
+  EXPECT_EQ(runs_.first_fit(1), kNone);
+}
+
+TEST_F(FreeRunsTest, TakesARunFromTheFirstToTheLastGranule) {
+  runs_.insert(0, 1000000);
+
+  EXPECT_EQ(runs_.first_fit(1000000), 0u);
+  EXPECT_EQ(runs_.begin_of_run_to(1000000), 0u);
+  EXPECT_EQ(runs_.first_fit(1000001), kNone);
+}
+
+TEST_F(FreeRunsTest, FindsTheFirstRunThatIsLongEnough) {
+  runs_.insert(500000, 500030);
+  runs_.insert(100, 110);
+  runs_.insert(2000, 2020);
+
+  EXPECT_EQ(runs_.first_fit(1), 100u);
+  EXPECT_EQ(runs_.first_fit(11), 2000u);
+  EXPECT_EQ(runs_.first_fit(21), 500000u);
+  EXPECT_EQ(runs_.first_fit(31), kNone);
+}
+
+TEST_F(FreeRunsTest, FindsNothingLongerThan32BitsCanCount) {
+  runs_.insert(0, 1000000);
+
+  EXPECT_EQ(runs_.first_fit(std::uint64_t{1} << 40), kNone);
+}
+
+TEST(FreeRunsCreation, NeedsMemory) {
+  const test::AllocationRefusal refusal(1000);
+  FreeRuns runs;
+
+  EXPECT_FALSE(runs.create(1000000, 12));
+
+  EXPECT_FALSE(runs.exists());
+}
+
+TEST(FreeRunsCreation, RefusesAHeapThatItCannotCount) {
+  FreeRuns runs;
+
+  EXPECT_FALSE(runs.create(std::uint64_t{1} << 32, 4));
+
+  EXPECT_FALSE(runs.exists());
+}
+
+TEST(FreeRunsCreation, ServesTheSmallestHeap) {
+  FreeRuns runs;
+  ASSERT_TRUE(runs.create(1, 2));
+
+  runs.insert(0, 1);
+
+  EXPECT_EQ(runs.first_fit(1), 0u);
+  runs.destroy();
+}
+
+// The index against an ordered map, on a line where runs and gaps have at least six granules.
+TEST(FreeRunsModel, AgreesWithAnOrderedMap) {
+  const unsigned seed = std::random_device{}();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 random(seed);
+  constexpr std::uint32_t kGranules = 200000;
+  struct Run {
+    std::uint32_t end;
+    bool is_unjoined;
+  };
+  std::map<std::uint32_t, Run> model;
+  FreeRuns runs;
+  ASSERT_TRUE(runs.create(kGranules, 12));
+
+  for (int step = 0; step < 200000; ++step) {
+    const std::uint32_t begin = random() % (kGranules - 100);
+    const auto next = model.lower_bound(begin);
+    const std::uint32_t what = random() % 8;
+    if (what < 4) {
+      const std::uint32_t end = begin + 6 + random() % 90;
+      const bool clear_behind = next == model.end() || next->first >= end + 6;
+      const bool clear_before = next == model.begin() || std::prev(next)->second.end + 6 <= begin;
+      if (clear_behind && clear_before) {
+        model[begin] = {end, false};
+        runs.insert(begin, end);
+      }
+    } else if (what < 6 && next != model.end()) {
+      ASSERT_EQ(runs.end_of_run_at(next->first), next->second.end);
+      ASSERT_EQ(runs.begin_of_run_to(next->second.end), next->first);
+      ASSERT_EQ(runs.is_unjoined(next->first), next->second.is_unjoined);
+      ASSERT_EQ(runs.remove(next->first), next->second.end);
+      model.erase(next);
+    } else if (next != model.end()) {
+      next->second.is_unjoined = what == 6;
+      what == 6 ? runs.mark_unjoined(next->first) : runs.mark_joined(next->first);
+    }
+
+    const std::uint32_t length = random() % 100 + 1;
+    std::uint32_t fit = kNone;
+    std::uint32_t unjoined = kNone;
+    if (step % 16 == 0) {
+      for (const auto& [run_begin, run] : model) {
+        fit = fit == kNone && run.end - run_begin >= length ? run_begin : fit;
+        unjoined = unjoined == kNone && run.is_unjoined ? run_begin : unjoined;
+      }
+      ASSERT_EQ(runs.first_fit(length), fit);
+      ASSERT_EQ(runs.first_unjoined(), unjoined);
+    }
+  }
+  runs.destroy();
+}
+
+}  // namespace
+}  // namespace orsin
