@@ -1,12 +1,7 @@
-<<<<<<< HEAD
-// Decoding agrees with a slow second version; edits keep the string's length in line with what they
-// report and never leave the buffer.
-=======
 // Decoding, conversion and editing of UTF-8 against a second decoder written from the rules.
 //
 // Input: two bytes that choose a room and an index, then the text up to its first NUL.
 #include <algorithm>
->>>>>>> wt/text2
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -18,41 +13,14 @@
 
 namespace {
 
-<<<<<<< HEAD
-void check(bool condition) {
-  if (!condition) {
-=======
 using orsin::test::naive_code_points;
 
 void expect(bool holds) {
   if (!holds) {
->>>>>>> wt/text2
     std::abort();
   }
 }
 
-<<<<<<< HEAD
-void check_conversion(const std::string& text) {
-  const std::u16string expected = orsin::test::naive_utf16(orsin::test::naive_code_points(text));
-  std::vector<unsigned short> units(expected.size() + 2, 0xAAAA);
-  ov_utf8_to_utf16(text.c_str(), units.data(), units.size());
-  check(std::equal(expected.begin(), expected.end(), units.begin()) && units[expected.size()] == 0);
-  check(ov_utf8_strlen(text.c_str()) == orsin::test::naive_code_points(text).size());
-}
-
-void check_edits(const std::string& text, int index, int count) {
-  std::vector<char> buffer(text.size() + 9);
-  std::memcpy(buffer.data(), text.c_str(), text.size() + 1);
-  const int added = ov_utf8_insert_char(buffer.data(), buffer.size(), index, 0x20AC);
-  check(std::strlen(buffer.data()) == text.size() + static_cast<std::size_t>(added));
-  const std::size_t inserted = ov_utf8_insert(buffer.data(), buffer.size(), index, text.c_str());
-  check(std::strlen(buffer.data()) == text.size() + static_cast<std::size_t>(added) + inserted);
-  const std::size_t before = std::strlen(buffer.data());
-  const std::size_t erased = ov_utf8_erase(buffer.data(), index, count);
-  check(std::strlen(buffer.data()) == before - erased);
-  ov_utf8_validate(buffer.data());
-  check(ov_utf8_is_valid(buffer.data()) == 1);
-=======
 void check_decoding(const std::string& text, const std::vector<unsigned>& expected) {
   expect(ov_utf8_strlen(text.c_str()) == expected.size());
   std::size_t at = 0;
@@ -110,7 +78,6 @@ void check_editing(const std::string& text, std::size_t room, int index) {
 
   ov_utf8_validate(buffer.data());
   expect(ov_utf8_is_valid(buffer.data()) == 1);
->>>>>>> wt/text2
 }
 
 }  // namespace
@@ -119,11 +86,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size < 2) {
     return 0;
   }
-<<<<<<< HEAD
-  const std::string text(std::string(reinterpret_cast<const char*>(data + 2), size - 2).c_str());
-  check_conversion(text);
-  check_edits(text, data[0], data[1]);
-=======
   const std::string text = std::string(reinterpret_cast<const char*>(data + 2), size - 2).c_str();
   const std::size_t room = std::size_t{data[0]} % 64 + 1;
   const std::vector<unsigned> expected = naive_code_points(text);
@@ -131,6 +93,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check_decoding(text, expected);
   check_conversions(text, expected, room);
   check_editing(text, room, data[1] % 64);
->>>>>>> wt/text2
   return 0;
 }
