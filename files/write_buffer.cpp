@@ -401,6 +401,7 @@ bool fWriteBuffer::set_file_position(unsigned long long position) {
     return true;
   }
   flush_buffers();
+  empty_buffer();  // Flushing leaves the cursor alone when nothing was collected.
   buffer_file_position_ = position / alignment_ * alignment_;
   return true;
 }
@@ -411,6 +412,8 @@ int fWriteBuffer::error() {
 
 // Kept on purpose: the room is measured from the high-water mark, not from the cursor, and must
 // exceed the number by one; near the end of the buffer the bytes go through write_file() instead.
+// A cursor that set_file_position() moved past the mark may have less room than that, hence the
+// second test.
 template <typename Number>
 void fWriteBuffer::put(Number value) {
   unsigned char bytes[sizeof(Number)];
@@ -418,7 +421,8 @@ void fWriteBuffer::put(Number value) {
   if (swap_) {
     std::reverse(bytes, bytes + sizeof(bytes));
   }
-  if (static_cast<unsigned long long>(buffer_size_) - used_ < sizeof(bytes) + 1) {
+  const auto capacity = static_cast<unsigned long long>(buffer_size_);
+  if (capacity - used_ < sizeof(bytes) + 1 || capacity - offset_ < sizeof(bytes)) {
     write_file(bytes, sizeof(bytes), 1);
     return;
   }

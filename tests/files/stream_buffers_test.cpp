@@ -253,6 +253,33 @@ TEST_F(StreamBuffers, AFullBufferIsWrittenAtOnce) {
   writer.close_file(true);
 }
 
+TEST_F(StreamBuffers, PutsAfterAStepAheadStayInsideTheBuffer) {
+  fWriteBuffer writer(io_invalid_handle(), false);
+  ASSERT_TRUE(writer.set_buffer(8192, true));
+  ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, false));
+
+  ASSERT_TRUE(writer.set_file_position(8190));
+  writer.put_int(0x04030201);
+  EXPECT_EQ(writer.get_file_position(), 8194U);
+  EXPECT_EQ(writer.get_buffer_used(), 2U);  // The full buffer left; the rest opened the next.
+  writer.close_file(true);
+
+  EXPECT_EQ(writer.error(), 0);
+  EXPECT_EQ(content("out"), std::string(8190, '\0') + "\x01\x02\x03\x04");
+}
+
+TEST_F(StreamBuffers, AStepOutOfTheBufferForgetsAnEarlierStepInsideIt) {
+  fWriteBuffer writer(io_invalid_handle(), false);
+  ASSERT_TRUE(writer.set_buffer(8192, true));
+  ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, false));
+
+  ASSERT_TRUE(writer.set_file_position(100));
+  ASSERT_TRUE(writer.set_file_position(65536));
+
+  EXPECT_EQ(writer.get_file_position(), 65536U);
+  writer.close_file(true);
+}
+
 TEST_F(StreamBuffers, DirectWritesAreRoundedButTheFileIsNot) {
   fWriteBuffer writer(io_invalid_handle(), false);
   ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, false));
