@@ -129,8 +129,30 @@ bool fWriteBuffer::ensure_minimum_buffer_size(int size) {
   if (size <= buffer_size_) {
     return true;
   }
-  return file_ != io_invalid_handle() ? set_buffer(size, spare_ != nullptr)
-                                      : grow_memory(static_cast<unsigned long long>(size));
+  if (file_ == io_invalid_handle()) {
+    return grow_memory(static_cast<unsigned long long>(size));
+  }
+  // Flushing would round the position up and leave a hole: what is collected moves instead.
+  collect_ticket(buffer_ticket_);
+  unsigned char* const old_allocation = allocation_;
+  unsigned char* const old_current = current_;
+  unsigned char* const old_spare = spare_;
+  const unsigned long long used = used_;
+  const unsigned long long offset = offset_;
+  if (!allocate_buffers(size, old_spare != nullptr)) {
+    allocation_ = old_allocation;
+    return false;
+  }
+  if (old_current != nullptr) {
+    std::memcpy(current_, old_current, std::max(used, offset));
+  }
+  used_ = used;
+  offset_ = offset;
+  cursor_ = current_ + offset_;
+  if (old_allocation != nullptr) {
+    os_free(old_allocation);
+  }
+  return true;
 }
 
 void fWriteBuffer::reset_buffers() {

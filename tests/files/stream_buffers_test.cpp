@@ -280,6 +280,20 @@ TEST_F(StreamBuffers, AStepOutOfTheBufferForgetsAnEarlierStepInsideIt) {
   writer.close_file(true);
 }
 
+TEST_F(StreamBuffers, ALargerBufferContinuesWhereTheSmallerOneStood) {
+  fWriteBuffer writer(io_invalid_handle(), false);
+  ASSERT_TRUE(writer.set_buffer(8192, true));
+  ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, false));
+
+  writer.write_file("before", 1, 6);
+  ASSERT_TRUE(writer.ensure_minimum_buffer_size(65536));
+  EXPECT_EQ(writer.get_file_position(), 6U);
+  writer.write_file("after", 1, 5);
+  writer.close_file(true);
+
+  EXPECT_EQ(content("out"), "beforeafter");
+}
+
 TEST_F(StreamBuffers, DirectWritesAreRoundedButTheFileIsNot) {
   fWriteBuffer writer(io_invalid_handle(), false);
   ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, false));
