@@ -13,14 +13,16 @@ The path says what happens on a connection:
   /close?code=N&reason=...  closes at once
   /lastwords?reason=...     a binary message, then closes with 1001
   /abort                    drops the connection without a word as soon as a message arrives
+  /die                      ends the whole server without a word as soon as a message arrives
   /request                  a binary message with the request line's path and all headers
   /farewell                 waits for the client's farewell and notes its code and reason
-  /farewells                a binary message "code reason" for each one noted, oldest first
+  /noted                    a binary message "code reason": the oldest farewell that was noted
   /refuse?status=N          no WebSocket at all
 """
 import asyncio
 import hashlib
 import http
+import os
 import sys
 import urllib.parse
 
@@ -84,6 +86,11 @@ async def abort(socket, _):
     socket.transport.abort()
 
 
+async def die(socket, _):
+    await socket.recv()
+    os._exit(1)
+
+
 async def request(socket, _):
     lines = [socket.path] + [f"{name}: {value}" for name, value in socket.request_headers.raw_items()]
     await socket.send("\n".join(lines).encode())
@@ -95,9 +102,9 @@ async def farewell(socket, _):
     await farewells.put(f"{socket.close_code} {socket.close_reason}")
 
 
-async def show_farewells(socket, _):
-    while True:
-        await socket.send((await farewells.get()).encode())
+async def noted(socket, _):
+    await socket.send((await farewells.get()).encode())
+    await socket.wait_closed()
 
 
 handlers = {
@@ -110,15 +117,16 @@ handlers = {
     "/close": close,
     "/lastwords": lastwords,
     "/abort": abort,
+    "/die": die,
     "/request": request,
     "/farewell": farewell,
-    "/farewells": show_farewells,
+    "/noted": noted,
 }
 
 
 def parse(path):
     url = urllib.parse.urlsplit(path)
-    return url.path, dict(urllib.parse.parse_qsl(url.query))
+    return url.path, dict(urllib.parse.parse_qsl(url.query, keep_blank_values=True))
 
 
 async def handle(socket):
