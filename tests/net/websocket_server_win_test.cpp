@@ -474,6 +474,10 @@ TEST_F(WebSocketServer, LeavesNoHandleBehindIn10000Connections) {
   };
   run(kThreads);  // What the system opens once stays open.
   const int before = open_handles();
+  {
+    const Socket open = connect_to("/echo");
+    EXPECT_GT(open_handles(), before) << "the count does not see connections";
+  }
 
   run(kCycles);
 
