@@ -5,8 +5,6 @@
 // function says so.
 #pragma once
 
-#include <cstddef>
-
 #include "orsincore/base.h"
 
 // ---------------------------------------------------------------------------------------------
@@ -31,11 +29,11 @@ enum ov_http_request_type {
 ///
 /// One thread at a time uses an object; separate objects may be used on separate threads.
 /// Windows: WinINet.
-class ORSIN_API ov_http_socket {
+class ov_http_socket {
  public:
   /// Opens the session: agent "KORVANE", the system's proxy settings, 30 s to connect, 300 s to send
   /// and to receive. A session that cannot be opened is not reported; every later call fails.
-  ov_http_socket();
+  ORSIN_API ov_http_socket();
 
   /// Copies every field as it stands, so both objects refer to the same handles and the same body,
   /// and each destructor would release them: whoever copies lets only one of the two be destroyed.
@@ -44,16 +42,16 @@ class ORSIN_API ov_http_socket {
   ov_http_socket& operator=(const ov_http_socket& other) = default;
 
   /// Frees the body and closes the session, the request and the connection.
-  ~ov_http_socket();
+  ORSIN_API ~ov_http_socket();
 
   /// Sets the session's three time-outs, in milliseconds; all are attempted.
   ///
   /// @return True only if there is a session and all three were accepted.
-  bool SetTimeOut(unsigned int connect_ms, unsigned int send_ms, unsigned int receive_ms);
+  ORSIN_API bool SetTimeOut(unsigned int connect_ms, unsigned int send_ms, unsigned int receive_ms);
 
   /// Whether requests other than GET use TLS on ports other than 80 and 59928; on by default. GET
   /// goes by the URL's scheme.
-  void SetSecureFlag(bool secure);
+  ORSIN_API void SetSecureFlag(bool secure);
 
   /// Sends a request and reads the whole answer. Whatever the status code is, its body is returned.
   ///
@@ -70,8 +68,8 @@ class ORSIN_API ov_http_socket {
   /// @return The body followed by a NUL; the object's, until the next call or its end. Null when no
   ///         answer was received or memory is short.
   /// Windows: InternetOpenUrlA or HttpSendRequestA, InternetReadFile.
-  char* GetHttpData(const char* url, ov_http_request_type type, const char* data, int data_len,
-                    const char* headers, unsigned long long* out_len);
+  ORSIN_API char* GetHttpData(const char* url, ov_http_request_type type, const char* data,
+                              int data_len, const char* headers, unsigned long long* out_len);
 
   /// Sends a request and then writes `payload` on its handle. The answer's body is not read.
   ///
@@ -82,57 +80,50 @@ class ORSIN_API ov_http_socket {
   /// @return What the last write reported: `payload_len` when one write took everything, also 0 or
   ///         -1 when a write failed. 0 without a payload; -1 when the request failed.
   /// Windows: InternetWriteFile. The other arguments are those of GetHttpData().
-  int PutHttpData(const char* url, unsigned char* payload, int payload_len,
-                  ov_http_request_type type, const char* data, int data_len, const char* headers);
+  ORSIN_API int PutHttpData(const char* url, unsigned char* payload, int payload_len,
+                            ov_http_request_type type, const char* data, int data_len,
+                            const char* headers);
 
   /// The HTTP status of the last request; 0 before the first one and when it failed.
-  int GetStatusCode();
+  ORSIN_API int GetStatusCode();
 
   /// The system's text for the last failure's code, with the line end that the system gives it; empty
   /// for codes that the system has no text for, which most of the internet codes (12xxx) are.
   ///
   /// @return In the object; overwritten by the next call.
   /// Windows: FormatMessageA.
-  const char* LastErrorString();
+  ORSIN_API const char* LastErrorString();
 
   /// Downloads a URL into a file, replacing it. Nothing is created unless the status is 200.
   ///
   /// @return True when every byte was written. A failure writes one error line: the status code and
   ///         the system's text for the last error, or the file that cannot be written.
-  static bool ReadFile(const char* url, const char* path);
+  ORSIN_API static bool ReadFile(const char* url, const char* path);
 
   /// Opens a URL as GET does and writes a file's bytes on the open request; for servers and platforms
   /// that take them there.
   ///
   /// @return True when the status was 200 and one write took the whole file. A missing or empty file
   ///         and a lack of memory return false in silence; other failures write one error line.
-  static bool WriteFile(const char* url, const char* path);
+  ORSIN_API static bool WriteFile(const char* url, const char* path);
 
  protected:
   /// Closes the open request and opens a URL. False: the last error is stored.
   /// Windows: InternetOpenUrlA.
-  bool OpenUrl(const char* url);
+  ORSIN_API bool OpenUrl(const char* url);
 
   /// Closes the open connection and request, connects and sends a request with a body. False: the
   /// last error is stored; handles opened so far stay in the object.
   /// Windows: InternetCrackUrlA, InternetConnectA, HttpOpenRequestA, HttpSendRequestA.
-  bool PostUrl(const char* url, ov_http_request_type type, const char* data, int data_len,
-               const char* headers);
+  ORSIN_API bool PostUrl(const char* url, ov_http_request_type type, const char* data, int data_len,
+                         const char* headers);
 
   /// Stores the status of the open request, if there is one and it has answered.
   /// Windows: HttpQueryInfoA.
-  void SetStatusCode();
+  ORSIN_API void SetStatusCode();
 
  private:
   friend struct http_socket_layout;
-
-  bool open_request(const char* url, ov_http_request_type type, const char* data, int data_len,
-                    const char* headers);
-  bool send_request(const char* host, const char* path, unsigned int port,
-                    ov_http_request_type type, const char* data, std::size_t data_bytes,
-                    const char* headers);
-  bool fail_with_system_error();
-  bool upload(const char* url, const void* content, long long size);
 
   void* session_;             // Null when it could not be opened.
   void* request_;             // Null: none.
