@@ -54,7 +54,8 @@ target_compile_definitions(orsin_objects PRIVATE ORSIN_BUILDING)
 target_link_libraries(orsin_objects PUBLIC orsin_options)
 
 if(WIN32)
-  target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version)
+  target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version
+    wininet)
   add_library(orsincore SHARED)
   target_link_libraries(orsincore PRIVATE orsin_objects)
   target_include_directories(orsincore INTERFACE
