@@ -18,9 +18,11 @@ constexpr double kStripPitch = 50;    // From one strip's text to the next one's
 constexpr double kTextRise = 7;       // From a strip's top to the text above it.
 constexpr double kHeapHeadline = 36;  // Above the first strip's text.
 constexpr double kScaleHeight = 48;   // Under the last strip, with the gap to the next heap.
-constexpr double kLegendTop = 96;
-constexpr double kHead = 138;     // Above the first heap.
-constexpr double kSeamWidth = 3;  // Blocks from this width on show where they meet.
+constexpr double kStoryTop = 74;      // The line that says what happened first.
+constexpr double kStoryPitch = 19;    // To the next one.
+constexpr double kLegendGap = 12;     // From the last of them to the legend.
+constexpr double kLegendHeight = 62;  // With the gap to the first heap.
+constexpr double kSeamWidth = 3;      // Blocks from this width on show where they meet.
 
 // Told apart by everybody, and in grey.
 constexpr std::string_view kStyle =
@@ -60,7 +62,7 @@ std::string granule_text(std::uint64_t bytes) {
 std::string sums_text(const HeapSnapshot& heap) {
   std::string text;
   for (const BlockState state : kBlockStates) {
-    text += format("%s %.1f   ", name_of(state), to_mib(heap.total(state)));
+    text += format("%s %.1f, ", name_of(state), to_mib(heap.total(state)));
   }
   return text + format("largest gap %.1f MiB", to_mib(heap.largest_gap()));
 }
@@ -112,6 +114,14 @@ void draw_strip(SvgWriter& svg, const HeapSnapshot& heap, double top) {
   svg.box(kMargin, top, kStripWidth, kStripHeight, "frame");
 }
 
+// The outermost numbers stay within the strip.
+SvgAnchor anchor_of(double mib, double size_mib) {
+  if (mib == 0) {
+    return SvgAnchor::kStart;
+  }
+  return mib == size_mib ? SvgAnchor::kEnd : SvgAnchor::kMiddle;
+}
+
 // About eight ticks at round numbers of MiB.
 void draw_scale(SvgWriter& svg, const HeapSnapshot& heap, double top) {
   constexpr double kTicksMax = 8;
@@ -123,12 +133,11 @@ void draw_scale(SvgWriter& svg, const HeapSnapshot& heap, double top) {
   for (double mib = 0; mib <= size_mib; mib += step) {
     const double x = kMargin + kStripWidth * mib / size_mib;
     svg.line(x, top, x, top + 5, "tick");
-    svg.text(x, top + 17, "scale", format("%.0f", mib),
-             mib == 0 ? SvgAnchor::kStart : SvgAnchor::kMiddle);
+    svg.text(x, top + 17, "scale", format("%.0f", mib), anchor_of(mib, size_mib));
   }
 }
 
-void draw_legend(SvgWriter& svg) {
+void draw_legend(SvgWriter& svg, double top) {
   struct Entry {
     BlockState state;
     const char* meaning;
@@ -142,9 +151,9 @@ void draw_legend(SvgWriter& svg) {
   }};
   double x = kMargin;
   for (const Entry& entry : kEntries) {
-    svg.box(x, kLegendTop, 22, 14, name_of(entry.state));
-    svg.box(x, kLegendTop, 22, 14, "frame");
-    svg.text(x + 30, kLegendTop + 11.5, "plain", entry.meaning);
+    svg.box(x, top, 22, 14, name_of(entry.state));
+    svg.box(x, top, 22, 14, "frame");
+    svg.text(x + 30, top + 11.5, "plain", entry.meaning);
     x += entry.width + 22;
   }
 }
@@ -157,12 +166,16 @@ void draw_heap(SvgWriter& svg, const std::vector<Moment>& moments, std::size_t i
                (first.moves_first ? "moves blocks before it discards any"
                                   : "discards the least recently used block"));
   double text_line = top + kHeapHeadline - kTextRise;
+  const HeapSnapshot* before = nullptr;
   for (const Moment& moment : moments) {
     const HeapSnapshot& heap = moment.heaps[index];
     svg.text(kMargin, text_line, "plain", moment.label);
-    svg.text(kMargin + kStripWidth, text_line, "quiet", sums_text(heap), SvgAnchor::kEnd);
+    const bool is_unchanged = before != nullptr && *before == heap;
+    svg.text(kMargin + kStripWidth, text_line, "quiet",
+             is_unchanged ? "unchanged" : sums_text(heap), SvgAnchor::kEnd);
     draw_strip(svg, heap, text_line + kTextRise);
     text_line += kStripPitch;
+    before = &heap;
   }
   draw_scale(svg, first, text_line - kStripPitch + kTextRise + kStripHeight);
 }
@@ -218,14 +231,22 @@ Moment take_moment(const std::string& label, const std::string& comment) {
 
 std::string draw_chart(const std::vector<Moment>& moments) {
   const std::size_t heaps = moments.front().heaps.size();
-  const double height = kHead + static_cast<double>(heaps) * heap_height(moments.size());
-  SvgWriter svg(kWidth, height, "The standard heaps", kStyle);
+  const double legend_top =
+      kStoryTop + static_cast<double>(moments.size()) * kStoryPitch + kLegendGap - kStoryPitch / 2;
+  const double heaps_top = legend_top + kLegendHeight;
+  const double pitch = heap_height(moments.size());
+  SvgWriter svg(kWidth, heaps_top + static_cast<double>(heaps) * pitch - kHeapHeadline / 2,
+                "The standard heaps of an editor", kStyle);
   svg.text(kMargin, 46, "title", "The standard heaps of an editor");
-  svg.text(kMargin, 70, "quiet",
-           "Each strip is one heap from its first address to its last, in MiB.");
-  draw_legend(svg);
+  double line = kStoryTop;
+  for (const Moment& moment : moments) {
+    svg.text(kMargin, line, "plain", moment.label);
+    svg.text(kMargin + 130, line, "quiet", moment.comment);
+    line += kStoryPitch;
+  }
+  draw_legend(svg, legend_top);
   for (std::size_t i = 0; i < heaps; ++i) {
-    draw_heap(svg, moments, i, kHead + static_cast<double>(i) * heap_height(moments.size()) + 16);
+    draw_heap(svg, moments, i, heaps_top + static_cast<double>(i) * pitch);
   }
   return svg.picture();
 }

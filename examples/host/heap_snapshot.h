@@ -28,6 +28,7 @@ struct Block {
   std::uint64_t offset;  // In the heap; this and all sizes in bytes, headers included.
   std::uint64_t size;
   BlockState state;
+  bool operator==(const Block&) const = default;
 };
 
 struct HeapSnapshot {
@@ -39,6 +40,7 @@ struct HeapSnapshot {
 
   [[nodiscard]] std::uint64_t total(BlockState state) const;
   [[nodiscard]] std::uint64_t largest_gap() const;
+  bool operator==(const HeapSnapshot&) const = default;
 };
 
 /// A stretch of a heap without a locked block: its free bytes, and those that could be freed.
