@@ -17,6 +17,7 @@ namespace {
 constexpr FriBidiFlags kFlags = FRIBIDI_FLAGS_DEFAULT | FRIBIDI_FLAGS_ARABIC;
 static_assert(kFlags == 0x40303);
 static_assert(sizeof(FriBidiChar) == sizeof(unsigned int));
+static_assert(sizeof(FriBidiBracketType) == sizeof(FriBidiChar));
 static_assert(sizeof(FriBidiStrIndex) == sizeof(int));
 static_assert(sizeof(FriBidiLevel) == 1 && sizeof(FriBidiArabicProp) == 1);
 
@@ -147,11 +148,12 @@ bool OvBidiImpl::find_levels() {
       types_[at(i)] = direction;
     }
   }
-  // Kept on purpose: without bracket types, so a bracket is a neutral character like others and
-  // goes where its neighbours go, even apart from its partner. Titles were laid out like this.
+  // The visual order is not made yet, so its array lends itself to the bracket types.
+  FriBidiBracketType* const brackets = visual_.get();
+  fribidi_get_bracket_types(logical_.get(), length_, types_.get(), brackets);
   FriBidiParType resolved = direction;
-  const FriBidiLevel levels =
-      fribidi_get_par_embedding_levels_ex(types_.get(), nullptr, length_, &resolved, levels_.get());
+  const FriBidiLevel levels = fribidi_get_par_embedding_levels_ex(types_.get(), brackets, length_,
+                                                                  &resolved, levels_.get());
   highest_level_ = levels - 1;
   return levels != 0;
 }

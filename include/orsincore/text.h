@@ -138,8 +138,7 @@ ORSIN_API std::FILE* ov_utf8_freopen(const char* name, const char* mode, std::FI
 /// Nothing is logged. The working memory is kept from text to text and only grows.
 ///
 /// One thread at a time; separate objects are independent. The order of the virtual functions is
-/// part of the interface. The algorithm is that of Unicode Annex 9 in GNU FriBidi, without the
-/// pairing of brackets: a bracket goes where its neighbours go.
+/// part of the interface. The algorithm is that of Unicode Annex 9, in GNU FriBidi.
 class ORSIN_API OvBidi {
  public:
   /// A new object without a text, left-to-right; release it by Destroy(). Null when memory is short.
@@ -161,7 +160,7 @@ class ORSIN_API OvBidi {
   /// The text in visual order; the caller's own pointer where nothing had to be reordered. It
   /// belongs to the object and stays valid until the next SetText().
   ///
-  /// A ligature keeps the number of characters: U+FEFF fills the place of its second letter.
+  /// A ligature keeps the number of characters: U+FEFF fills the place of its first letter.
   virtual const char* GetVisualText() = 0;
 
   /// Whether anything in the text runs from right to left, numbers in such text included.
