@@ -108,7 +108,7 @@ function(orsin_discover target label)
     PROPERTIES TIMEOUT 300 LABELS ${label})
 endfunction()
 
-# Copies the run-time libraries of the toolchain beside the DLL: one C++ runtime for the DLL, its
+# Copies the run-time libraries beside the DLL. The toolchain's are shared on purpose: one C++ runtime for the DLL, its
 # host and the plug-ins, or exceptions and locales would not be shared between them.
 if(MINGW)
   set(runtime_libraries)
@@ -124,5 +124,10 @@ if(MINGW)
       COMMAND ${CMAKE_STRIP} --strip-debug -o "${copy}" "${path}")
     list(APPEND runtime_libraries "${copy}")
   endforeach()
+  # Built by cmake/dependencies with its symbols stripped already.
+  set(fribidi "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/libfribidi-0.dll")
+  add_custom_command(OUTPUT "${fribidi}" DEPENDS "${ORSIN_DEPS}/mingw/bin/libfribidi-0.dll" VERBATIM
+    COMMAND ${CMAKE_COMMAND} -E copy "${ORSIN_DEPS}/mingw/bin/libfribidi-0.dll" "${fribidi}")
+  list(APPEND runtime_libraries "${fribidi}")
   add_custom_target(orsin_runtime ALL DEPENDS ${runtime_libraries})
 endif()

@@ -1,8 +1,9 @@
-// Network: an HTTP client.
-//
-// Strings are NUL-terminated UTF-8 or ASCII; URLs go to the platform's narrow-character functions as
-// they are. Nothing throws: a failure is a return value, and the log holds a line only where a
-// function says so.
+/// @file
+/// Network: an HTTP client.
+///
+/// Strings are NUL-terminated UTF-8 or ASCII; URLs go to the platform's narrow-character functions as
+/// they are. Nothing throws: a failure is a return value, and the log holds a line only where a
+/// function says so.
 #pragma once
 
 #include "orsincore/base.h"
