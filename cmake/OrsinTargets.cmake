@@ -55,7 +55,7 @@ target_link_libraries(orsin_objects PUBLIC orsin_options)
 
 if(WIN32)
   target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version
-    wininet)
+    winhttp wininet)
   add_library(orsincore SHARED)
   target_link_libraries(orsincore PRIVATE orsin_objects)
   target_include_directories(orsincore INTERFACE
