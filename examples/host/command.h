@@ -32,6 +32,7 @@ extern const Command kReportCommand;
 extern const Command kCopyCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
+extern const Command kWebSocketCommand;
 extern const Command kHeapsCommand;
 
 /// Says what is wrong with the command line and how to get help; returns kBadUsage.
@@ -56,10 +57,11 @@ class FullLibrary {
   bool started_ = false;
 };
 
-/// The library for small tools: its log goes to standard error, warnings and errors only.
+/// The library for small tools: its log goes to standard error, warnings and errors only. Commands
+/// that need buffers of the standard heaps say so.
 class FastLibrary {
  public:
-  FastLibrary();
+  explicit FastLibrary(bool with_heaps = false);
   ~FastLibrary();
   FastLibrary(const FastLibrary&) = delete;
   FastLibrary& operator=(const FastLibrary&) = delete;
