@@ -15,6 +15,8 @@ The path says what happens on a connection:
   /lastwords?reason=...     a binary message, then closes with 1001
   /abort                    drops the connection without a word as soon as a message arrives
   /die                      ends the whole server without a word as soon as a message arrives
+  /stream?size=N            binary messages of N bytes without end
+  /sink?count=N             takes messages; answers each N-th with a binary message
   /request                  a binary message with the request line's path and all headers
   /farewell                 waits for the client's farewell and notes its code and reason
   /noted                    a binary message "code reason": the oldest farewell that was noted
@@ -92,6 +94,20 @@ async def die(socket, _):
     os._exit(1)
 
 
+async def stream(socket, query):
+    message = payload(int(query["size"]))
+    while True:
+        await socket.send(message)
+
+
+async def sink(socket, query):
+    count = int(query["count"])
+    while True:
+        for _ in range(count):
+            await socket.recv()
+        await socket.send(b"taken")
+
+
 async def request(socket, _):
     lines = [socket.path] + [f"{name}: {value}" for name, value in socket.request_headers.raw_items()]
     await socket.send("\n".join(lines).encode())
@@ -119,6 +135,8 @@ handlers = {
     "/lastwords": lastwords,
     "/abort": abort,
     "/die": die,
+    "/stream": stream,
+    "/sink": sink,
     "/request": request,
     "/farewell": farewell,
     "/noted": noted,

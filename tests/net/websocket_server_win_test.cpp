@@ -33,6 +33,7 @@ class SharedServer : public testing::Environment {
   static int port() {
     if (server_ == nullptr) {
       server_ = std::make_unique<ChildServer>(kScript);
+      EXPECT_NE(server_->port(), 0);
     }
     return server_->port();
   }
