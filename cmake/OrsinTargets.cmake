@@ -54,6 +54,9 @@ target_compile_definitions(orsin_objects PRIVATE ORSIN_BUILDING)
 target_link_libraries(orsin_objects PUBLIC orsin_options)
 
 if(WIN32)
+  # Linked into the DLL, and seen by nobody outside: only text/locale_boost.cpp includes it.
+  find_package(boost_locale 1.81 CONFIG REQUIRED)
+  target_link_libraries(orsin_objects PUBLIC Boost::locale)
   target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version)
   add_library(orsincore SHARED)
   target_link_libraries(orsincore PRIVATE orsin_objects)
