@@ -118,3 +118,21 @@ if(MINGW)
   endforeach()
   add_custom_target(orsin_runtime ALL DEPENDS ${runtime_libraries})
 endif()
+
+# orsin_catalogues(TARGET OUTPUT FILE.po...) compiles gettext catalogues. In OUTPUT, the full path of
+# a catalogue, "@LANGUAGE@" stands for the file's name.
+function(orsin_catalogues target output)
+  find_program(ORSIN_MSGFMT msgfmt REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+  set(catalogues)
+  foreach(source IN LISTS ARGN)
+    get_filename_component(LANGUAGE "${source}" NAME_WLE)
+    string(CONFIGURE "${output}" catalogue @ONLY)
+    get_filename_component(folder "${catalogue}" DIRECTORY)
+    add_custom_command(OUTPUT "${catalogue}" DEPENDS "${source}" VERBATIM
+      COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}"
+      COMMAND "${ORSIN_MSGFMT}" --check-format -o "${catalogue}"
+        "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
+    list(APPEND catalogues "${catalogue}")
+  endforeach()
+  add_custom_target(${target} ALL DEPENDS ${catalogues})
+endfunction()
