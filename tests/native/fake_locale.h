@@ -7,7 +7,7 @@
 namespace orsin::test {
 
 struct FakeLocale {
-  std::string path;    // As last installed.
+  std::string path;  // As last installed.
   std::string domain;
   std::string name;
   int installed_count = 0;

@@ -94,7 +94,9 @@ TEST(LanguageList, ReadsEveryFormOfALine) {
        "# c\r\n\r\n1:English:en_GB\r\n2:D:de_DE\r\n",
        {"en_GB", "de_DE", "(end)"},
        {"-", "en_GB", "de_DE"}},
-      {"a number on the line below blanks", "   \n7:a:x\n", {"x", "(end)"},
+      {"a number on the line below blanks",
+       "   \n7:a:x\n",
+       {"x", "(end)"},
        {"-", "-", "-", "-", "-", "-", "-", "x"}},
   };
   for (const Case& c : cases) {

@@ -87,7 +87,9 @@ TEST_F(RealCatalogues, FindIdentifiersOutsideAscii) {
   install("pl");
   start_with("pl_PL");
 
-  EXPECT_STREQ(ov_pgettext("Gr\xC3\xB6\xC3\x9F" "e"), "Rozmiar");
+  EXPECT_STREQ(ov_pgettext("Gr\xC3\xB6\xC3\x9F"
+                           "e"),
+               "Rozmiar");
 }
 
 TEST_F(RealCatalogues, TranslateIntoRightToLeftText) {
@@ -98,7 +100,8 @@ TEST_F(RealCatalogues, TranslateIntoRightToLeftText) {
   EXPECT_STREQ(ov_pgettext("Open"), "\xD7\xA4\xD7\xAA\xD7\x97");
   EXPECT_STREQ(ov_pgettext("menu", "Render to MOV (1080p)"),
                "\xD7\xA8\xD7\x99\xD7\xA0\xD7\x93\xD7\x95\xD7\xA8 \xD7\x9C-MOV "
-               "(\xE2\x80\x8F" "1080p\xE2\x80\x8F)");
+               "(\xE2\x80\x8F"
+               "1080p\xE2\x80\x8F)");
 }
 
 TEST_F(RealCatalogues, AreChosenByTheModifier) {
@@ -118,8 +121,12 @@ TEST_F(RealCatalogues, AreConvertedFromOtherCharacterSets) {
   install("de_AT");
   start_with("de_AT");
 
-  EXPECT_STREQ(ov_pgettext("Open"), "J\xC3\xA4nner \xC3\xB6" "ffnen");
-  EXPECT_STREQ(ov_pgettext("menu", "Open"), "\xC3\x96" "ffnen");
+  EXPECT_STREQ(ov_pgettext("Open"),
+               "J\xC3\xA4nner \xC3\xB6"
+               "ffnen");
+  EXPECT_STREQ(ov_pgettext("menu", "Open"),
+               "\xC3\x96"
+               "ffnen");
 }
 
 TEST_F(RealCatalogues, FallBackFromCountryToLanguage) {
@@ -292,8 +299,9 @@ TEST_F(DamagedCatalogues, NeverLeadOutsideTheirBytes) {
   SCOPED_TRACE("seed " + std::to_string(kSeed));
   std::mt19937 random(kSeed);
   const std::string whole = compiled("pl");
-  const std::uint32_t values[] = {0,          1,          2,          3, 0x7FFFFFFF, 0x80000000,
-                                  0xFFFFFFFF, 0xFFFFFFF8, 0x01010101, static_cast<std::uint32_t>(whole.size())};
+  const std::uint32_t values[] = {
+      0,          1,          2,          3,          0x7FFFFFFF,
+      0x80000000, 0xFFFFFFFF, 0xFFFFFFF8, 0x01010101, static_cast<std::uint32_t>(whole.size())};
   for (int round = 0; round < kRounds; ++round) {
     const std::size_t offset = random() % (whole.size() / 4) * 4;
     const std::uint32_t value = values[random() % std::size(values)];
@@ -303,7 +311,9 @@ TEST_F(DamagedCatalogues, NeverLeadOutsideTheirBytes) {
     start_with("pl_PL");
 
     EXPECT_STREQ(ov_locale_get(), "pl_PL");
-    for (const char* text : {"Open", "%d frame", "Close", "Gr\xC3\xB6\xC3\x9F" "e"}) {
+    for (const char* text : {"Open", "%d frame", "Close",
+                             "Gr\xC3\xB6\xC3\x9F"
+                             "e"}) {
       EXPECT_NE(ov_pgettext(text), nullptr);
       EXPECT_NE(ov_pgettext("menu", text), nullptr);
     }
