@@ -54,6 +54,9 @@ target_compile_definitions(orsin_objects PRIVATE ORSIN_BUILDING)
 target_link_libraries(orsin_objects PUBLIC orsin_options)
 
 if(WIN32)
+  # Linked into the DLL, and seen by nobody outside: only text/locale_boost.cpp includes it.
+  find_package(boost_locale 1.81 CONFIG REQUIRED)
+  target_link_libraries(orsin_objects PUBLIC Boost::locale)
   target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version
     winhttp wininet)
   add_library(orsincore SHARED)
@@ -131,3 +134,21 @@ if(MINGW)
   list(APPEND runtime_libraries "${fribidi}")
   add_custom_target(orsin_runtime ALL DEPENDS ${runtime_libraries})
 endif()
+
+# orsin_catalogues(TARGET OUTPUT FILE.po...) compiles gettext catalogues. In OUTPUT, the full path of
+# a catalogue, "@LANGUAGE@" stands for the file's name.
+function(orsin_catalogues target output)
+  find_program(ORSIN_MSGFMT msgfmt REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+  set(catalogues)
+  foreach(source IN LISTS ARGN)
+    get_filename_component(LANGUAGE "${source}" NAME_WLE)
+    string(CONFIGURE "${output}" catalogue @ONLY)
+    get_filename_component(folder "${catalogue}" DIRECTORY)
+    add_custom_command(OUTPUT "${catalogue}" DEPENDS "${source}" VERBATIM
+      COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}"
+      COMMAND "${ORSIN_MSGFMT}" --check-format -o "${catalogue}"
+        "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
+    list(APPEND catalogues "${catalogue}")
+  endforeach()
+  add_custom_target(${target} ALL DEPENDS ${catalogues})
+endfunction()
