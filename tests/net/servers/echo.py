@@ -1,10 +1,8 @@
 """Answers that keep the rules: echoes, sizes, status codes, redirects, chunks, delays.
 
-/revoked is the list of revoked certificates in the directory given as argument.
 Prints its port, serves 127.0.0.1, and ends when standard input does.
 """
 import asyncio
-import os
 import sys
 
 from aiohttp import web
@@ -56,13 +54,6 @@ async def silence(request):
     await asyncio.Event().wait()
 
 
-async def revoked(request):
-    return web.FileResponse(
-        os.path.join(sys.argv[1], "revoked.crl"),
-        headers={"Content-Type": "application/pkix-crl"},
-    )
-
-
 async def until_input_ends():
     reader = asyncio.StreamReader()
     loop = asyncio.get_running_loop()
@@ -78,7 +69,6 @@ async def main():
     application.router.add_route("*", "/status/{code}", status)
     application.router.add_route("*", "/redirect/{code}", redirect)
     application.router.add_route("*", "/silence", silence)
-    application.router.add_route("GET", "/revoked", revoked)
     runner = web.AppRunner(application)
     await runner.setup()
     site = web.TCPSite(runner, "127.0.0.1", 0, shutdown_timeout=0)
