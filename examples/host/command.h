@@ -32,6 +32,9 @@ extern const Command kReportCommand;
 extern const Command kCopyCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
+extern const Command kGetCommand;
+extern const Command kPutCommand;
+extern const Command kHttpCommand;
 
 /// Says what is wrong with the command line and how to get help; returns kBadUsage.
 int bad_usage(const Command& command, const std::string& problem);

@@ -77,6 +77,10 @@ bool output_is_console() {
   return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
 }
 
+void use_binary_output() {
+  _setmode(_fileno(stdout), _O_BINARY);
+}
+
 void catch_cancel() {
   SetConsoleCtrlHandler(on_console_event, TRUE);
 }
