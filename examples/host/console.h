@@ -24,6 +24,9 @@ bool output_is_console();
 /// From now on standard output takes bytes as they are, without turning line ends into CR LF.
 void use_binary_output();
 
+/// A number that no other running process has.
+unsigned long process_id();
+
 /// From now on Ctrl-C (and closing the console) only asks: cancel_requested() turns true.
 void catch_cancel();
 bool cancel_requested();

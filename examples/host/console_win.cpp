@@ -81,6 +81,10 @@ void use_binary_output() {
   _setmode(_fileno(stdout), _O_BINARY);
 }
 
+unsigned long process_id() {
+  return GetCurrentProcessId();
+}
+
 void catch_cancel() {
   SetConsoleCtrlHandler(on_console_event, TRUE);
 }
