@@ -35,6 +35,7 @@ extern const Command kHashCommand;
 extern const Command kGetCommand;
 extern const Command kPutCommand;
 extern const Command kHttpCommand;
+extern const Command kWebSocketCommand;
 extern const Command kHeapsCommand;
 extern const Command kTrCommand;
 
@@ -63,10 +64,11 @@ class FullLibrary {
   bool started_ = false;
 };
 
-/// The library for small tools: its log goes to standard error, warnings and errors only.
+/// The library for small tools: its log goes to standard error, warnings and errors only. Commands
+/// that need buffers of the standard heaps say so.
 class FastLibrary {
  public:
-  FastLibrary();
+  explicit FastLibrary(bool with_heaps = false);
   ~FastLibrary();
   FastLibrary(const FastLibrary&) = delete;
   FastLibrary& operator=(const FastLibrary&) = delete;

@@ -18,6 +18,9 @@ char** console_argv();
 /// Standard error as the program found it: start-up turns the process's own into the log.
 std::FILE* console_errors();
 
+/// From now on standard input and output carry bytes, not lines of text.
+void carry_bytes();
+
 /// True when standard output is a console, so that a progress line can be rewritten in place.
 bool output_is_console();
 

@@ -33,6 +33,7 @@ class SharedServer : public testing::Environment {
   static int port() {
     if (server_ == nullptr) {
       server_ = std::make_unique<ChildServer>(kScript);
+      EXPECT_NE(server_->port(), 0);
     }
     return server_->port();
   }
@@ -474,6 +475,10 @@ TEST_F(WebSocketServer, LeavesNoHandleBehindIn10000Connections) {
   };
   run(kThreads);  // What the system opens once stays open.
   const int before = open_handles();
+  {
+    const Socket open = connect_to("/echo");
+    EXPECT_GT(open_handles(), before) << "the count does not see connections";
+  }
 
   run(kCycles);
 
