@@ -57,7 +57,8 @@ if(WIN32)
   # Linked into the DLL, and seen by nobody outside: only text/locale_boost.cpp includes it.
   find_package(boost_locale 1.81 CONFIG REQUIRED)
   target_link_libraries(orsin_objects PUBLIC Boost::locale)
-  target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version)
+  target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version
+    winhttp wininet)
   add_library(orsincore SHARED)
   target_link_libraries(orsincore PRIVATE orsin_objects)
   target_include_directories(orsincore INTERFACE
@@ -110,7 +111,7 @@ function(orsin_discover target label)
     PROPERTIES TIMEOUT 300 LABELS ${label})
 endfunction()
 
-# Copies the run-time libraries of the toolchain beside the DLL: one C++ runtime for the DLL, its
+# Copies the run-time libraries beside the DLL. The toolchain's are shared on purpose: one C++ runtime for the DLL, its
 # host and the plug-ins, or exceptions and locales would not be shared between them.
 if(MINGW)
   set(runtime_libraries)
@@ -126,6 +127,11 @@ if(MINGW)
       COMMAND ${CMAKE_STRIP} --strip-debug -o "${copy}" "${path}")
     list(APPEND runtime_libraries "${copy}")
   endforeach()
+  # Built by cmake/dependencies with its symbols stripped already.
+  set(fribidi "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/libfribidi-0.dll")
+  add_custom_command(OUTPUT "${fribidi}" DEPENDS "${ORSIN_DEPS}/mingw/bin/libfribidi-0.dll" VERBATIM
+    COMMAND ${CMAKE_COMMAND} -E copy "${ORSIN_DEPS}/mingw/bin/libfribidi-0.dll" "${fribidi}")
+  list(APPEND runtime_libraries "${fribidi}")
   add_custom_target(orsin_runtime ALL DEPENDS ${runtime_libraries})
 endif()
 

@@ -32,6 +32,7 @@ extern const Command kReportCommand;
 extern const Command kCopyCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
+extern const Command kHeapsCommand;
 extern const Command kTrCommand;
 
 /// Says what is wrong with the command line and how to get help; returns kBadUsage.

@@ -1,5 +1,5 @@
 /// @file
-/// Text: UTF conversions and editing, localisation, dates, hashes and encodings.
+/// Text: UTF conversions and editing, localisation, bidirectional text, dates, hashes and encodings.
 ///
 /// Strings are NUL-terminated. A character index counts code points, a byte offset counts bytes.
 /// UTF-8 that cannot be decoded is read as Latin-1, one byte a character, so decoding never fails.
@@ -159,6 +159,77 @@ ORSIN_API const char* ov_locale_get();
 /// @return True after writing; false for a null or empty code, or when the folder or the file
 ///         cannot be written. Logs only what making the folder logs. One thread at a time.
 ORSIN_API bool ov_save_language_cfg(const char* code);
+
+// ---------------------------------------------------------------------------------------------
+// Bidirectional text
+// ---------------------------------------------------------------------------------------------
+
+/// A text of left-to-right and right-to-left scripts as it is drawn: its visual order, with Arabic
+/// letters joined and brackets mirrored, and where carets and selections fall in it.
+///
+/// Positions count characters of the text as decoded above, from 0 to its length; a caret position
+/// is the gap before the character of that index. Each line (up to a line feed) is reordered on its
+/// own, and the line feeds stay where they are; all lines share one paragraph direction, which is
+/// never guessed. Visual positions count from the left of each line.
+///
+/// The text is analysed by the first query after SetText(), once. Where that fails, because there
+/// is no text, it is empty or memory is short, every query answers as for plain left-to-right text.
+/// Nothing is logged. The working memory is kept from text to text and only grows.
+///
+/// One thread at a time; separate objects are independent. The order of the virtual functions is
+/// part of the interface. The algorithm is that of Unicode Annex 9, in GNU FriBidi.
+class ORSIN_API OvBidi {
+ public:
+  /// A new object without a text, left-to-right; release it by Destroy(). Null when memory is short.
+  static OvBidi* Create();
+  static OvBidi* Create(const char* text);  ///< The same, with SetText(text).
+
+  /// Releases the object and all of its memory. Does nothing for null.
+  static void Destroy(OvBidi* bidi);
+
+  /// The paragraph direction: 0 left-to-right, otherwise right-to-left. A text that has been
+  /// analysed keeps its direction; the new one counts from the next SetText() on.
+  virtual void SetRightToLeft(int rtl) = 0;
+  virtual int GetRightToLeft() = 0;  ///< What SetRightToLeft() was given; 0 at first.
+
+  /// Sets the text. It is not copied: the caller keeps it alive and unchanged as long as it is
+  /// asked about. Null means no text.
+  virtual void SetText(const char* text) = 0;
+
+  /// The text in visual order; the caller's own pointer where nothing had to be reordered. It
+  /// belongs to the object and stays valid until the next SetText().
+  ///
+  /// A ligature keeps the number of characters: U+FEFF fills the place of its first letter.
+  virtual const char* GetVisualText() = 0;
+
+  /// Whether anything in the text runs from right to left, numbers in such text included.
+  virtual bool HasRightToLeft() = 0;
+
+  /// The visual caret position of a logical one: behind the character before it, or, for position
+  /// 0, in front of the first. Positions outside the text are moved to its ends.
+  virtual int LogicalToVisual(int logical_pos) = 0;
+
+  /// The logical caret position of a visual one: at that edge of the character drawn to its left,
+  /// or to its right in a right-to-left paragraph. Positions outside are moved to the ends.
+  virtual int VisualToLogical(int visual_pos) = 0;
+
+  /// Selects the characters from start up to, not including, end, and restarts NextSelectionRun().
+  /// Nothing is selected where they are equal or either is negative; nor, in reordered text, where
+  /// the end lies before the start.
+  virtual void SetSelection(int start, int end) = 0;
+
+  /// The next run of selected characters that stand side by side, from the left: first position and
+  /// the one behind the last. False, with both untouched, when there are no more.
+  ///
+  /// Text that is not reordered has one run, just as it was given to SetSelection().
+  virtual bool NextSelectionRun(int* start, int* end) = 0;
+
+ protected:
+  OvBidi() = default;
+  OvBidi(const OvBidi&) = default;
+  OvBidi& operator=(const OvBidi&) = default;
+  ~OvBidi() = default;  // Not virtual, and out of reach: objects go through Destroy().
+};
 
 // ---------------------------------------------------------------------------------------------
 // Hashes. Each context belongs to its caller; one thread at a time.
