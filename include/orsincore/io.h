@@ -202,12 +202,8 @@ class ORSIN_API fReadBuffer {
     if (static_cast<std::size_t>(block_end_ - cursor_) >= sizeof(Number)) {
       std::memcpy(&value, cursor_, sizeof(value));
       cursor_ += sizeof(value);
-    } else {
-      unsigned char bytes[sizeof(Number)];
-      for (unsigned char& each : bytes) {
-        each = read_byte();
-      }
-      std::memcpy(&value, bytes, sizeof(value));
+    } else if (!read_across_blocks(&value, sizeof(value))) {
+      return static_cast<Number>(-1);
     }
     return swap_ ? swapped(value) : value;
   }
@@ -220,6 +216,11 @@ class ORSIN_API fReadBuffer {
   }
 
   unsigned char read_byte_from_next_block();
+  bool read_across_blocks(void* number, std::size_t size);
+  [[nodiscard]] int slot_after(int slot) const;
+  void begin_memory(unsigned long long offset);
+  [[nodiscard]] bool reads_memory() const;
+  void end_reading();
   void free_buffers();
   void end_file();
   void drop_reads();
@@ -233,7 +234,7 @@ class ORSIN_API fReadBuffer {
   unsigned long long fetch_now();
   void read_ahead();
   unsigned long long read_split(unsigned char* destination, unsigned long long offset,
-                                unsigned long long size);
+                                unsigned long long size, unsigned long long piece_bytes);
 
   char name_[260];
   void* file_;
@@ -349,7 +350,8 @@ class ORSIN_API fWriteBuffer {
   void write_full_buffer();
   bool start_first_buffer();
   void empty_buffer();
-  bool set_final_size();
+  void finish_file();
+  void cut_by_name();
 
   char name_[260];
   void* file_;
