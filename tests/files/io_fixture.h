@@ -19,7 +19,7 @@ class IoTest : public testing::Test {
   [[nodiscard]] std::string content(const char* name) const {
     return TemporaryDirectory::read(directory_.path(name));
   }
-  [[nodiscard]] std::string write(const char* name, const std::string& bytes) const {
+  std::string write(const char* name, const std::string& bytes) const {
     return directory_.write(name, bytes);
   }
 

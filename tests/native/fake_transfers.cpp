@@ -16,6 +16,7 @@ void forget_script() {
   script.wait_error = script.size_error = script.zeroing_error = 0;
   script.opens.clear();
   script.is_watched = false;
+  script.most_pending = 0;
   script.started.clear();
   script.opened.clear();
   script.sizes.clear();
@@ -59,6 +60,11 @@ void FakeTransfers::ends_by_release_only() {
 int FakeTransfers::pending_count() const {
   const Guard guard(transfer_script().mutex);
   return static_cast<int>(transfer_script().pending.size());
+}
+
+int FakeTransfers::most_pending() const {
+  const Guard guard(transfer_script().mutex);
+  return static_cast<int>(transfer_script().most_pending);
 }
 
 void FakeTransfers::time_out_waits(int count) {

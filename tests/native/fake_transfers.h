@@ -52,6 +52,7 @@ class FakeTransfers {
   void release_all();
   void ends_by_release_only();
   [[nodiscard]] int pending_count() const;
+  [[nodiscard]] int most_pending() const;  ///< At any time since the beginning.
 
   void time_out_waits(int count);   ///< The next waits that last end without result.
   void interrupt_waits(int count);  ///< The next waits are ended by a completion routine.

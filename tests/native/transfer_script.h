@@ -34,6 +34,7 @@ struct TransferScript {
   std::deque<TransferFate> next;
   TransferFate every;
   std::deque<PendingTransfer> pending;
+  std::size_t most_pending = 0;
   bool ends_by_release_only = false;
 
   int time_outs = 0;

@@ -109,6 +109,7 @@ port::TransferStart start(PendingTransfer transfer) {
     }
     if (transfer.fate.pends) {
       script.pending.push_back(transfer);
+      script.most_pending = std::max(script.most_pending, script.pending.size());
       script.changed.notify_all();
       return {false, 0, port::kErrorPending};
     }
