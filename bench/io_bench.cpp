@@ -238,7 +238,6 @@ constexpr std::size_t kIntegers = kBlock * kBlocks / sizeof(int);
 
 std::unique_ptr<fReadBuffer> open_reader() {
   auto reader = std::make_unique<fReadBuffer>();
-  reader->cfg_buffers(4, kBlock, kBlock);
   reader->open_file(files().source().c_str(), true, false, false);
   return reader;
 }
