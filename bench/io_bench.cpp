@@ -1,18 +1,18 @@
 // Copies and typed reads against the system's own copy and bare loops, on files of 256 MiB in the
 // system's cache.
 //
-//   Copy_*           one file to another. Good: Orsin 1.8 times as fast as CopyFileEx, and 0.55 of the
-//                    limit, a loop of 1 MiB reads and writes.
+//   Copy_*           one file to another. Good: Orsin 1.8 times as fast as CopyFileEx, and 0.55 of
+//                    the limit, a loop of 1 MiB reads and writes.
 //   CopyToThree_*    one read pass. Good: 2.5 times three CopyFileEx.
 //   VerifiedCopy_*   copy, hash on the way, read back and compare. Good: 1.35 times CopyFileEx with
 //                    both files hashed after it, and 0.85 of the limit, two MD5 passes in memory.
-//   ReadInt_*        a file as integers. Good: within 2.8 of the floor, ReadFile and an array, and 5
-//                    times std::filebuf.
+//   ReadInt_*        a file as integers. Good: within 2.8 of the floor, ReadFile and an array, and
+//                    5 times std::filebuf.
 //   ReadByte_*       a file as bytes. Good: ahead of sbumpc().
 //
-// Copies go over the last run's destinations (new:0), as a backup's do, or to files that do not exist
-// yet (new:1), where the system's own work is most of the time. Compare the Time column. The files go
-// to the temporary directory, or to ORSIN_BENCH_DIRECTORY (with its closing backslash).
+// Copies go over the last run's destinations (new:0), as a backup's do, or to files that do not
+// exist yet (new:1), where the system's own work is most of the time. Compare the Time column. The
+// files go to the temporary directory, or to ORSIN_BENCH_DIRECTORY (with its closing backslash).
 #include <benchmark/benchmark.h>
 
 #include <cstdio>

@@ -3,12 +3,12 @@
 //   idle --start--> in flight (ticket set) --+--> completed, flushed or closed --> idle
 //                                            +--> overtaken by the round-robin: ticket forgotten
 //
-// `transfers.mutex` guards the slots, the ticket counter and the byte counters. A transfer is issued
-// outside it, so that one that the system runs at once does not hold up the others: the record is
-// armed under the mutex first, so nobody takes the slot for finished before its transfer has begun.
-// While `starting` is set, the slot is its starter's, who notes down without the mutex how the start
-// went; the others wait for that. After it a slot's fields are changed, under the mutex, only by
-// whoever finds its ticket still there.
+// `transfers.mutex` guards the slots, the ticket counter and the byte counters. A transfer is
+// issued outside it, so that one that the system runs at once does not hold up the others: the
+// record is armed under the mutex first, so nobody takes the slot for finished before its transfer
+// has begun. While `starting` is set, the slot is its starter's, who notes down without the mutex
+// how the start went; the others wait for that. After it a slot's fields are changed, under the
+// mutex, only by whoever finds its ticket still there.
 //
 // Lock order: after the readers' direct-transfer mutex, before the log.
 #include "files/transfer_slots.h"
@@ -70,8 +70,8 @@ bool is_in_flight(const Slot& slot) {
   return is_valid(slot.file) && slot.ticket != 0 && slot.done == 0;
 }
 
-// A transfer may have ended before its start has returned. Only then is there something to poll for,
-// and only until the starter has the processor again.
+// A transfer may have ended before its start has returned. Only then is there something to poll
+// for, and only until the starter has the processor again.
 void wait_until_started(const Slot& slot) {
   while (slot.starting) {
     mp_timedwait(kStartPollNs);

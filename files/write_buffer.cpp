@@ -1,8 +1,8 @@
 // The buffered writer.
 //
-// `current_` fills while `spare_` is being written; a full buffer starts its write and the two change
-// places. Writes always cover whole aligned units, so the file is longer than its data until closing
-// cuts it to `data_end_`.
+// `current_` fills while `spare_` is being written; a full buffer starts its write and the two
+// change places. Writes always cover whole aligned units, so the file is longer than its data until
+// closing cuts it to `data_end_`.
 //
 //   file:    | written ........ | current buffer: used_ bytes of data |
 //                               buffer_file_position_
@@ -356,9 +356,9 @@ void fWriteBuffer::flush_buffers() {
   if (used_ == 0) {
     return;
   }
-  // Kept on purpose: whole units are written, whatever stands behind the data. After a step back out
-  // of the buffer that overwrites up to a unit less one byte of what the file holds there; hosts
-  // that patch a file rewrite whole units.
+  // Kept on purpose: whole units are written, whatever stands behind the data. After a step back
+  // out of the buffer that overwrites up to a unit less one byte of what the file holds there;
+  // hosts that patch a file rewrite whole units.
   const unsigned long long bytes = rounded_up(used_, alignment_);
   ++writes_;
   if (!io_write64(file_, current_, static_cast<long long>(buffer_file_position_), bytes)) {
