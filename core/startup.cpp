@@ -20,6 +20,7 @@
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
 #include "orsincore/threads.h"
+#include "text/localisation.h"
 #include "threads/clock.h"
 #include "threads/executor.h"
 #include "threads/scheduling.h"
@@ -80,6 +81,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   schedule_for_startup();
   start_thread_table();
   start_transfers();
+  start_localisation();
 
   // 6. The rest of the report, and the executor.
   write_rule();
@@ -122,6 +124,7 @@ void ov_closedown() {
   } else {
     msgcont("* Closed normally");
   }
+  stop_localisation();
   write_rule();
   msg_close();
   ov_release_autorelease_pool(autorelease_pool);

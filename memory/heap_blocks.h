@@ -133,6 +133,7 @@ class HeapBlocks {
   struct Survey;
 
   [[nodiscard]] std::optional<Space> find_in_index(std::uint64_t needed);
+  void fetch_early(std::uint32_t run, std::uint64_t needed) const;
   [[nodiscard]] Survey survey(std::uint64_t needed);
   [[nodiscard]] std::optional<Space> compact(mheap_mblk* start, std::uint64_t needed,
                                              mheap_mblk*& victim);
@@ -143,7 +144,9 @@ class HeapBlocks {
 
   [[nodiscard]] std::uint32_t granule_of(const mheap_mblk* block) const;
   [[nodiscard]] mheap_mblk* block_at_granule(std::uint32_t granule) const;
-  void index_freed(const mheap_mblk* block);
+  [[nodiscard]] bool join_run_behind(mheap_mblk* block);
+  void index_freed(const mheap_mblk* block, const mheap_mblk* behind);
+  void index_cut_off(const mheap_mblk* rest);
   void index_taken(const mheap_mblk* block);
   void index_joined_all();
 
@@ -163,8 +166,9 @@ inline mheap_mblk* HeapBlocks::header_before(const void* data) const {
 }
 
 inline mheap_mblk* HeapBlocks::block_of(const void* data) const {
-  const std::uint64_t address = address_of(data);
-  const bool is_inside = address >= address_of(heap_.base) && address < address_of(heap_.end_block);
+  const std::uint64_t base = address_of(heap_.base);
+  // Below base the difference wraps and is too large as well.
+  const bool is_inside = address_of(data) - base < address_of(heap_.end_block) - base;
   return is_inside ? header_before(data) : nullptr;
 }
 

@@ -32,12 +32,17 @@ extern const Command kReportCommand;
 extern const Command kCopyCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
+extern const Command kHeapsCommand;
+extern const Command kTrCommand;
 
 /// Says what is wrong with the command line and how to get help; returns kBadUsage.
 int bad_usage(const Command& command, const std::string& problem);
 
 /// Writes one line to standard error; returns kFailed.
 int fail(const std::string& reason);
+
+/// Says that another copy of the host is running; returns kBusy.
+int busy();
 
 /// The whole library, with log file and report, for as long as it lives.
 class FullLibrary {

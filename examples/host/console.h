@@ -21,6 +21,9 @@ std::FILE* console_errors();
 /// True when standard output is a console, so that a progress line can be rewritten in place.
 bool output_is_console();
 
+/// A number that no other running process has.
+unsigned long process_id();
+
 /// From now on Ctrl-C (and closing the console) only asks: cancel_requested() turns true.
 void catch_cancel();
 bool cancel_requested();

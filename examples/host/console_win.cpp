@@ -77,6 +77,10 @@ bool output_is_console() {
   return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
 }
 
+unsigned long process_id() {
+  return GetCurrentProcessId();
+}
+
 void catch_cancel() {
   SetConsoleCtrlHandler(on_console_event, TRUE);
 }

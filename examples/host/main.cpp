@@ -13,7 +13,8 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kReportCommand, &kCopyCommand, &kListCommand, &kHashCommand};
+const Command* const kCommands[] = {&kReportCommand, &kCopyCommand,  &kListCommand,
+                                    &kHashCommand,   &kHeapsCommand, &kTrCommand};
 
 constexpr std::string_view kUsage =
     "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"

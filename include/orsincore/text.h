@@ -1,7 +1,8 @@
-// Text: UTF conversions and editing, bidirectional text, dates, hashes and encodings.
-//
-// Strings are NUL-terminated. A character index counts code points, a byte offset counts bytes.
-// UTF-8 that cannot be decoded is read as Latin-1, one byte a character, so decoding never fails.
+/// @file
+/// Text: UTF conversions and editing, localisation, bidirectional text, dates, hashes and encodings.
+///
+/// Strings are NUL-terminated. A character index counts code points, a byte offset counts bytes.
+/// UTF-8 that cannot be decoded is read as Latin-1, one byte a character, so decoding never fails.
 #pragma once
 
 #include <cstdio>
@@ -120,6 +121,44 @@ ORSIN_API const char* validate_ascii_xml_text(char* dst, std::size_t n, const ch
 /// Windows: _wfopen, _wfreopen.
 ORSIN_API std::FILE* ov_utf8_fopen(const char* name, const char* mode);
 ORSIN_API std::FILE* ov_utf8_freopen(const char* name, const char* mode, std::FILE* stream);
+
+// ---------------------------------------------------------------------------------------------
+// Localisation
+//
+// Start-up looks for the directory "locale" (below the data path, then below the code path), reads
+// the list "languages" there and the user's choice in "language.cfg", and installs one locale for
+// the whole process, whose gettext catalogues of the domain "korvane" answer the calls here.
+// Without that directory, or before start-up, every text reads as its identifier.
+// ---------------------------------------------------------------------------------------------
+
+/// The translation of an identifier, which is usually the English text itself.
+///
+/// @param context  Tells apart equal identifiers (gettext's msgctxt); null for none.
+/// @param msgid    UTF-8.
+/// @return Null for null; msgid itself when it is empty, has no translation, or the lookup fails in
+///         any way. A translation belongs to the catalogue and stays valid until ov_closedown().
+/// Any thread after start-up; takes no lock, allocates nothing, never logs.
+ORSIN_API const char* ov_pgettext(const char* context, const char* msgid);
+
+/// The same without a context.
+ORSIN_API const char* ov_pgettext(const char* msgid);
+
+/// True, whatever the context.
+ORSIN_API bool ov_is_default_context(const char* context);
+
+/// The name of the current locale: language, "_" and country, "@" and variant, the last two only
+/// where there are any ("de_DE", "sr_RS@latin"). Empty until start-up has applied a locale.
+///
+/// @return The library's own text, not to be freed; constant until ov_closedown(). Any thread.
+ORSIN_API const char* ov_locale_get();
+
+/// Writes the language for the next start into "language.cfg" in the folder "Settings" below the
+/// data path. The folder is made if it is missing, even when the code is then refused.
+///
+/// @param code  A locale's code as the list of languages has it, such as "sr_RS@latin".
+/// @return True after writing; false for a null or empty code, or when the folder or the file
+///         cannot be written. Logs only what making the folder logs. One thread at a time.
+ORSIN_API bool ov_save_language_cfg(const char* code);
 
 // ---------------------------------------------------------------------------------------------
 // Bidirectional text
