@@ -114,6 +114,7 @@ void ov_closedown() {
   mem_free_pools();
   stop_memory();
   stop_executor();
+  OV_Thread::Destroy();
   stop_thread_table();
   flist_flushcache();
   end_single_instance();

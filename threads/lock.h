@@ -9,9 +9,11 @@
 //   2. the I/O transfer slots                  files/transfer_slots.cpp
 //   3. a movable-block heap                    memory/movable_heap.cpp
 //   4. the table of system allocations         memory/os_allocation.cpp
-//   5. the thread table                        threads/thread_table.cpp
-//   6. the executor's queue, then its ring     threads/executor.cpp
-//   7. the message log                         core/message_log.cpp
+//   5. which background worker there is        threads/background_worker.cpp
+//   6. the thread table                        threads/thread_table.cpp
+//   7. the worker's state, then its ring       threads/background_worker.cpp
+//   8. the executor's queue, then its ring     threads/executor.cpp
+//   9. the message log                         core/message_log.cpp
 //
 // The log comes last, so code that holds any other lock may log. Nobody waits for another thread
 // while holding the log.

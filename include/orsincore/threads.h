@@ -355,8 +355,7 @@ class ORSIN_API Observable {
   [[nodiscard]] int getNumObservers() const;
 
  private:
-  template <typename Skip>
-  int deliver(Observer::Notification& notification, Skip skip);
+  int deliver(Observer::Notification& notification, bool skip_muted);
 
   ov_vector<Observer*> observers_;
   unsigned int disable_count_ = 0;
