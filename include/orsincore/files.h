@@ -403,7 +403,7 @@ ORSIN_API int ov_eof(ov_stream* stream);
 
 /// Numbers a name: "Take" becomes "Take(1)", "Take(1)" becomes "Take(2)".
 ///
-/// @param name    Has room for the longer suffix, 13 bytes with the terminator.
+/// @param name    Has room for the longer suffix, 13 characters and the terminator.
 /// @param square  Counts in "[1]" instead.
 /// @return True.
 ORSIN_API bool ov_increment_suffix(char* name, bool square);
