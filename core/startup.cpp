@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/instance.h"
+#include "core/library_loader.h"
 #include "core/log_file.h"
 #include "core/processor_info.h"
 #include "core/program_paths.h"
@@ -80,6 +81,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   schedule_for_startup();
   start_thread_table();
   start_transfers();
+  start_library_loader();
 
   // 6. The rest of the report, and the executor.
   write_rule();
@@ -105,6 +107,7 @@ bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
   }
   start_thread_table();
   start_transfers();
+  start_library_loader();
   return true;
 }
 
@@ -123,6 +126,7 @@ void ov_closedown() {
   } else {
     msgcont("* Closed normally");
   }
+  stop_library_loader();
   write_rule();
   msg_close();
   ov_release_autorelease_pool(autorelease_pool);
