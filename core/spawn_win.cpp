@@ -13,9 +13,16 @@
 namespace orsin::port {
 namespace {
 
+// Exactly what another program expects. The library's own conversion has its way with characters
+// beyond 16 bits, which only its own files' names share; it still reads what is no UTF-8.
 std::wstring to_wide(const char* text) {
-  std::wstring wide(std::strlen(text) + 1, L'\0');  // Never more units than bytes.
-  ov_utf8_to_wchar_n(text, wide.data(), wide.size());
+  const std::size_t size = std::strlen(text) + 1;
+  std::wstring wide(size, L'\0');  // Never more units than bytes.
+  const int units = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text, static_cast<int>(size),
+                                        wide.data(), static_cast<int>(size));
+  if (units == 0) {
+    ov_utf8_to_wchar_n(text, wide.data(), size);
+  }
   wide.resize(std::wcslen(wide.c_str()));
   return wide;
 }
