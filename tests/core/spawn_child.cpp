@@ -2,6 +2,7 @@
 //
 //   exit CODE         ends with the code
 //   wait EVENT CODE   ends with the code once the named event is set
+//   number EVENT FILE writes its process identifier to the file, and ends once the event is set
 //   show FILE ...     writes the arguments after FILE, as UTF-8, each with a zero byte
 //
 // Exit code 99: the run-time library's arguments and the system's differ.
@@ -36,6 +37,12 @@ bool is_ascii(const std::string& text) {
   return true;
 }
 
+void write_file(const std::string& path, const std::string& content) {
+  std::FILE* file = std::fopen(path.c_str(), "wb");
+  std::fwrite(content.data(), 1, content.size(), file);
+  std::fclose(file);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -63,11 +70,16 @@ int main(int argc, char** argv) {
     HANDLE event = OpenEventA(SYNCHRONIZE, FALSE, arguments[2].c_str());
     WaitForSingleObject(event, 60000);
     ExitProcess(code_at(3));
+  } else if (arguments[1] == "number") {
+    HANDLE event = OpenEventA(SYNCHRONIZE, FALSE, arguments[2].c_str());
+    write_file(arguments[3], std::to_string(GetCurrentProcessId()));
+    WaitForSingleObject(event, 60000);
+    return 0;
   }
-  std::FILE* file = std::fopen(arguments[2].c_str(), "wb");
+  std::string shown;
   for (std::size_t i = 3; i < arguments.size(); ++i) {
-    std::fwrite(arguments[i].c_str(), 1, arguments[i].size() + 1, file);
+    shown += arguments[i] + '\0';
   }
-  std::fclose(file);
+  write_file(arguments[2], shown);
   return 0;
 }
