@@ -24,6 +24,9 @@ void carry_bytes();
 /// True when standard output is a console, so that a progress line can be rewritten in place.
 bool output_is_console();
 
+/// From now on standard output takes bytes as they are, without turning line ends into CR LF.
+void use_binary_output();
+
 /// A number that no other running process has.
 unsigned long process_id();
 

@@ -82,6 +82,10 @@ bool output_is_console() {
   return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
 }
 
+void use_binary_output() {
+  _setmode(_fileno(stdout), _O_BINARY);
+}
+
 unsigned long process_id() {
   return GetCurrentProcessId();
 }

@@ -13,9 +13,9 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kReportCommand,   &kCopyCommand,  &kListCommand,
-                                    &kHashCommand,     &kHeapsCommand, &kTrCommand,
-                                    &kWebSocketCommand};
+const Command* const kCommands[] = {
+    &kReportCommand, &kCopyCommand, &kListCommand, &kHashCommand, &kHeapsCommand,
+    &kTrCommand,     &kGetCommand,  &kPutCommand,  &kHttpCommand, &kWebSocketCommand};
 
 constexpr std::string_view kUsage =
     "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"
