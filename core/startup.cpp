@@ -21,6 +21,7 @@
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
 #include "orsincore/threads.h"
+#include "text/localisation.h"
 #include "threads/clock.h"
 #include "threads/executor.h"
 #include "threads/scheduling.h"
@@ -82,6 +83,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   start_thread_table();
   start_transfers();
   start_library_loader();
+  start_localisation();
 
   // 6. The rest of the report, and the executor.
   write_rule();
@@ -126,6 +128,7 @@ void ov_closedown() {
   } else {
     msgcont("* Closed normally");
   }
+  stop_localisation();
   stop_library_loader();
   write_rule();
   msg_close();

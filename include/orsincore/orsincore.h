@@ -1,4 +1,5 @@
-// Everything that OrsinCore offers.
+/// @file
+/// Everything that OrsinCore offers.
 #pragma once
 
 #include "orsincore/base.h"
@@ -6,6 +7,7 @@
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
+#include "orsincore/network.h"
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
 #include "orsincore/threads.h"

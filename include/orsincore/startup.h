@@ -1,5 +1,6 @@
-// Start-up and closedown of the process, its paths, restart, what is known of the processors, and
-// the libraries and programs that it brings in.
+/// @file
+/// Start-up and closedown of the process, its paths, restart, what is known of the processors, and
+/// the libraries and programs that it brings in.
 #pragma once
 
 #include "orsincore/base.h"

@@ -1,6 +1,7 @@
-// Threads: mutexes, conditions, thread-local cells, the clock, scheduling, named threads, processor
-// faults as exceptions, the executor that runs one function on every processor, the worker that
-// does things in the background, and observers.
+/// @file
+/// Threads: mutexes, conditions, thread-local cells, the clock, scheduling, named threads, processor
+/// faults as exceptions, the executor that runs one function on every processor, the worker that
+/// does things in the background, and observers.
 #pragma once
 
 #include "orsincore/base.h"
