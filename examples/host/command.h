@@ -26,12 +26,15 @@ struct Command {
   std::string_view summary;
   std::string_view help;
   int (*run)(const Arguments& arguments);
+  bool passes_arguments_on = false;  // To another program: --help is ours as the first one only.
 };
 
 extern const Command kReportCommand;
 extern const Command kCopyCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
+extern const Command kRunCommand;
+extern const Command kRundllCommand;
 extern const Command kGetCommand;
 extern const Command kPutCommand;
 extern const Command kHttpCommand;
