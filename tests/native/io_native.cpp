@@ -8,20 +8,11 @@
 #include <cstdint>
 #include <cstring>
 
-#include "files/buffer_configuration.h"
 #include "files/io_port.h"
-#include "files/volumes.h"
 #include "orsincore/io.h"
 #include "orsincore/text.h"
 
 namespace orsin {
-
-// Names without a drive letter have the default alignment.
-long long drive_sector_size(const char* /*path*/) {
-  return buffer_configuration().default_size;
-}
-
-void forget_sector_sizes() {}
 
 namespace port {
 namespace {
