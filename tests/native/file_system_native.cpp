@@ -18,6 +18,7 @@
 #include "files/directory_enumeration.h"
 #include "files/environment_port.h"
 #include "files/file_system_port.h"
+#include "files/path_buffer.h"
 #include "orsincore/text.h"
 
 namespace orsin::port {
@@ -28,8 +29,9 @@ constexpr std::uint64_t kUnixEpochTicks = 11644473600 * kTicksPerSecond;
 constexpr mode_t kHiddenBit = S_ISVTX;
 constexpr mode_t kSystemBit = S_ISGID;
 
+// Empty for a path that is too long.
 std::string native_path(const char* path) {
-  std::string native = path != nullptr ? path : "";
+  std::string native = path != nullptr && std::strlen(path) < kPathBytes ? path : "";
   std::replace(native.begin(), native.end(), '\\', '/');
   return native;
 }

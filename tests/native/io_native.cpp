@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -11,6 +12,16 @@
 #include "files/io_port.h"
 #include "orsincore/io.h"
 #include "orsincore/text.h"
+#include "tests/native/fake_disk.h"
+
+namespace orsin::test {
+
+FakeDisk& fake_disk() {
+  static FakeDisk disk;
+  return disk;
+}
+
+}  // namespace orsin::test
 
 namespace orsin {
 
@@ -53,6 +64,19 @@ TransferStart finished(TransferRecord& record, std::int64_t bytes, bool is_read,
   return {true, static_cast<std::uint32_t>(bytes), 0};
 }
 
+// Takes a transfer's bytes off what the disk still does; false, with the error, when it does not.
+bool disk_takes(std::uint64_t& left, std::uint32_t size, int error) {
+  if (left == test::FakeDisk::kNoLimit) {
+    return true;
+  }
+  if (size > left) {
+    errno = error;
+    return false;
+  }
+  left -= size;
+  return true;
+}
+
 }  // namespace
 
 void* create_event() noexcept {
@@ -71,12 +95,20 @@ void arm_record(TransferRecord& record) noexcept {
 
 TransferStart start_read(void* file, void* buffer, std::uint64_t offset, std::uint32_t size,
                          TransferRecord& record, void* /*event*/) noexcept {
+  test::FakeDisk& disk = test::fake_disk();
+  if (!disk_takes(disk.readable_bytes, size, disk.read_error)) {
+    return finished(record, -1, true, size);
+  }
   const auto bytes = ::pread(descriptor_of(file), buffer, size, static_cast<off_t>(offset));
   return finished(record, bytes, true, size);
 }
 
 TransferStart start_write(void* file, const void* buffer, std::uint64_t offset, std::uint32_t size,
                           TransferRecord& record, void* /*event*/) noexcept {
+  test::FakeDisk& disk = test::fake_disk();
+  if (!disk_takes(disk.writable_bytes, size, disk.write_error)) {
+    return finished(record, -1, false, size);
+  }
   const auto bytes = ::pwrite(descriptor_of(file), buffer, size, static_cast<off_t>(offset));
   return finished(record, bytes, false, size);
 }
@@ -96,6 +128,7 @@ void cancel_transfers(void* /*file*/) noexcept {}
 void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {
   char path[1024];
   ov_utf16_to_utf8(name, path, sizeof(path));
+  std::replace(path, path + std::strlen(path), '\\', '/');
   const int access = mode.write ? (mode.read ? O_RDWR : O_WRONLY) : O_RDONLY;
   errno = 0;
   const int descriptor = ::open(path, access | (mode.create ? O_CREAT : 0), 0666);
