@@ -57,8 +57,18 @@ if(WIN32)
   target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version)
   add_library(orsincore SHARED)
   target_link_libraries(orsincore PRIVATE orsin_objects)
-  target_include_directories(orsincore INTERFACE "${PROJECT_SOURCE_DIR}/include")
+  target_include_directories(orsincore INTERFACE
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" "${PROJECT_BINARY_DIR}/version.rc" @ONLY)
+  target_sources(orsincore PRIVATE "${PROJECT_BINARY_DIR}/version.rc")
+  target_compile_features(orsincore INTERFACE cxx_std_20)
   set_target_properties(orsincore PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
+endif()
+
+if(ORSIN_COVERAGE)
+  # The library's own lines only; its white-box tests link the same objects.
+  target_compile_options(orsin_objects PRIVATE --coverage)
+  target_link_options(orsin_options INTERFACE --coverage)
 endif()
 
 function(orsin_sources)

@@ -1,10 +1,12 @@
 #include <cstdio>
-#include <cstring>
+#include <cwchar>
+#include <string>
 
 #include "core/compiler.h"
 #include "core/instance.h"
 #include "core/win/windows.h"
 #include "orsincore/startup.h"
+#include "orsincore/text.h"
 
 #if defined(_MSC_VER)
 #pragma section("Instance", read, write, shared)
@@ -18,6 +20,14 @@ namespace {
 ORSIN_SHARED_SECTION("Instance") volatile InstanceRecord instance_record = {};
 
 HANDLE instance_mutex = nullptr;
+
+// The raw command line in UTF-8; the narrow call would give the system's code page.
+std::string command_line() {
+  const wchar_t* wide = GetCommandLineW();
+  std::string line(std::wcslen(wide) * 3 + 1, '\0');
+  ov_wchar_to_utf8(wide, line.data(), line.size());
+  return line;
+}
 
 void leave_arguments(const char* arguments) {
   bool ended = false;
@@ -52,7 +62,7 @@ bool become_single_instance(const char* application_name) {
   if (GetLastError() != ERROR_ALREADY_EXISTS) {
     return true;
   }
-  leave_arguments(arguments_of(GetCommandLineA()));
+  leave_arguments(arguments_of(command_line().c_str()));
   end_single_instance();
   show_first_instance(application_name);
   return false;

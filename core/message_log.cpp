@@ -252,6 +252,13 @@ TimeOfDay split_time_of_day(double seconds_since_midnight) {
   return {hours, minutes, t - (hours * 60 + minutes) * 60};
 }
 
+void forget_repeats() {
+  const ScopedLock guard(log_state.mutex);
+  log_state.repeat_count = 0;
+  log_state.previous_length = 0;
+  log_state.repeat_override.store(false, std::memory_order_relaxed);
+}
+
 }  // namespace orsin
 
 using namespace orsin;

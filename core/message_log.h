@@ -11,4 +11,8 @@ struct TimeOfDay {
 };
 TimeOfDay split_time_of_day(double seconds_since_midnight);
 
+/// Forgets the line before, its count of repeats and the override, as before the first line. For
+/// tests.
+void forget_repeats();
+
 }  // namespace orsin

@@ -56,7 +56,8 @@ std::uint32_t read_fpu_control() noexcept {
 }
 
 void write_fpu_control(std::uint32_t control, std::uint32_t mask) noexcept {
-  _controlfp(control, mask);
+  // Not _controlfp(), which leaves the denormal exception's mask alone whatever is asked.
+  _control87(control, mask);
 }
 
 }  // namespace orsin::port

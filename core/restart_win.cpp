@@ -1,18 +1,19 @@
 #include "core/restart.h"
 
-#include <cstdio>
-#include <cstring>
+#include <cwchar>
 #include <string>
 
 #include "core/win/windows.h"
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
+#include "orsincore/text.h"
 
 namespace orsin {
 namespace {
 
 constexpr char kMutexName[] = "KORVANE_RESTART";
 constexpr DWORD kSuccessorTimeoutMs = 2000;
+constexpr std::size_t kPathUnits = 260;
 
 struct Restart {
   HANDLE mutex = nullptr;
@@ -24,27 +25,40 @@ struct Restart {
 
 constinit Restart restart;
 
-// The program's path, our own arguments from the first " -" on, and the flag.
-std::string successor_command_line(const char* module_path) {
-  std::string line = module_path;
-  const char* arguments = std::strstr(GetCommandLineA(), " -");
+// The program's path, our own arguments from the first " -" on, and the flag. Kept on purpose: the
+// path is not quoted, so a program in a folder with blanks sees the path's first word as its name.
+std::wstring successor_command_line(const char* module_path) {
+  wchar_t path[kPathUnits];
+  ov_utf8_to_wchar_n(module_path, path, kPathUnits);
+  std::wstring line = path;
+  const wchar_t* arguments = std::wcsstr(GetCommandLineW(), L" -");
   if (arguments != nullptr) {
     line += arguments;
   }
-  return line + " -restart";
+  return line + L" -restart";
 }
 
-bool start_process(std::string command_line) {
-  STARTUPINFOA startup = {};
+bool start_process(std::wstring command_line) {
+  STARTUPINFOW startup = {};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION process = {};
-  if (CreateProcessA(nullptr, command_line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+  if (CreateProcessW(nullptr, command_line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                      &startup, &process) == 0) {
     return false;
   }
   CloseHandle(process.hThread);
   CloseHandle(process.hProcess);
   return true;
+}
+
+// A mutex lives as long as a handle to it: without one of our own a successor that looks late would
+// find no predecessor and not wait. The system closes this one when the process ends.
+void keep_until_exit(HANDLE mutex) {
+  HANDLE kept = nullptr;
+  if (DuplicateHandle(GetCurrentProcess(), mutex, GetCurrentProcess(), &kept, 0, FALSE,
+                      DUPLICATE_SAME_ACCESS) == 0) {
+    msg_os_error("Restart(2)");
+  }
 }
 
 }  // namespace
@@ -71,6 +85,7 @@ void restart_program(const char* module_path) {
     msg_os_error("Restart(1)");
     return;
   }
+  keep_until_exit(restart.mutex);
   if (start_process(successor_command_line(module_path))) {
     msgerror(RA_DoRestartProcessFinish() == 1 ? "* Restart failed..." : "* Restarting...");
   }
@@ -93,12 +108,16 @@ int RA_WaitForPreviousProcessFinish() {
   SetLastError(ERROR_SUCCESS);
   HANDLE mutex = CreateMutexA(nullptr, FALSE, kMutexName);
   restart.error = GetLastError();
-  const bool has_predecessor =
-      restart.error == ERROR_ALREADY_EXISTS || restart.error == ERROR_ACCESS_DENIED;
-  if (has_predecessor && mutex != nullptr) {
-    // The predecessor ends while it owns the mutex, which then counts as free.
-    WaitForSingleObject(mutex, INFINITE);
-    ReleaseMutex(mutex);
+  if (restart.error == ERROR_ACCESS_DENIED) {
+    // A predecessor with more rights lets us wait all the same, though not own the mutex in full.
+    mutex = OpenMutexA(SYNCHRONIZE, FALSE, kMutexName);
+  }
+  if (restart.error == ERROR_ALREADY_EXISTS || restart.error == ERROR_ACCESS_DENIED) {
+    if (mutex != nullptr) {
+      // The predecessor ends while it owns the mutex, which then counts as free.
+      WaitForSingleObject(mutex, INFINITE);
+      ReleaseMutex(mutex);
+    }
     restart.has_waited = true;
   }
   if (mutex != nullptr) {

@@ -15,6 +15,7 @@ namespace orsin::port {
 namespace {
 
 constexpr std::size_t kPathUnits = 260;
+constexpr DWORD kLongestVariable = 32768;  // The system's limit for an environment variable.
 
 }  // namespace
 
@@ -26,23 +27,23 @@ void module_file_name(char* path, std::size_t size) noexcept {
 
 bool environment_path(const char* name, char* value, std::size_t size) noexcept {
   wchar_t wide_name[kPathUnits];
-  wchar_t wide_value[kPathUnits] = {};
   ov_utf8_to_wchar_n(name, wide_name, kPathUnits);
-  const DWORD length = GetEnvironmentVariableW(wide_name, wide_value, kPathUnits);
-  if (length == 0 || length >= kPathUnits) {
+  std::vector<wchar_t> wide_value(kLongestVariable);
+  if (GetEnvironmentVariableW(wide_name, wide_value.data(), kLongestVariable) == 0) {
     return false;
   }
-  ov_wchar_to_utf8(wide_value, value, size);
+  ov_wchar_to_utf8(wide_value.data(), value, size);
   return true;
 }
 
 bool common_application_data(char* path, std::size_t size) noexcept {
-  char folder[MAX_PATH];
-  if (FAILED(SHGetFolderPathA(nullptr, CSIDL_COMMON_APPDATA | CSIDL_FLAG_CREATE, nullptr,
+  // The wide form: the other answers in the system's code page, which is no UTF-8.
+  wchar_t folder[MAX_PATH];
+  if (FAILED(SHGetFolderPathW(nullptr, CSIDL_COMMON_APPDATA | CSIDL_FLAG_CREATE, nullptr,
                               SHGFP_TYPE_CURRENT, folder))) {
     return false;
   }
-  std::snprintf(path, size, "%s", folder);
+  ov_wchar_to_utf8(folder, path, size);
   return true;
 }
 
@@ -90,13 +91,19 @@ bool registered(const char* value_name, char* text, std::size_t size) noexcept {
                     KEY_READ, &key) != ERROR_SUCCESS) {
     return false;
   }
+  wchar_t wide_name[kPathUnits];
+  ov_utf8_to_wchar_n(value_name, wide_name, kPathUnits);
+  std::vector<wchar_t> wide(size);  // Zeroed: the stored value need not end with a zero.
   DWORD type = 0;
-  auto bytes = static_cast<DWORD>(size - 1);
-  std::memset(text, 0, size);
-  const LSTATUS status =
-      RegQueryValueExA(key, value_name, nullptr, &type, reinterpret_cast<BYTE*>(text), &bytes);
+  auto bytes = static_cast<DWORD>((size - 1) * sizeof(wchar_t));
+  const LSTATUS status = RegQueryValueExW(key, wide_name, nullptr, &type,
+                                          reinterpret_cast<BYTE*>(wide.data()), &bytes);
   RegCloseKey(key);
-  return status == ERROR_SUCCESS && type == REG_SZ && text[0] != '\0';
+  if (status != ERROR_SUCCESS || type != REG_SZ || wide[0] == L'\0') {
+    return false;
+  }
+  ov_wchar_to_utf8(wide.data(), text, size);
+  return true;
 }
 
 }  // namespace orsin::port

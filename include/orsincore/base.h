@@ -1,12 +1,13 @@
-// What every public header of OrsinCore shares: the export macro, the opaque handles, and the two
-// containers that appear in exported layouts.
-//
-// Conventions of the whole interface
-//   - Strings are NUL-terminated UTF-8; paths are at most 260 bytes with the terminator.
-//   - Nothing throws across the interface. A failure is a return value; its reason is in the log.
-//   - Times given to waits are nanoseconds, used as whole milliseconds.
-//   - Whoever creates a thing through ..._new, ..._create, Create or open releases it through the
-//     matching ..._delete, ..._destroy, Destroy or close.
+/// @file
+/// What every public header of OrsinCore shares: the export macro, the opaque handles, and the two
+/// containers that appear in exported layouts.
+///
+/// Conventions of the whole interface
+///   - Strings are NUL-terminated UTF-8; paths are at most 260 bytes with the terminator.
+///   - Nothing throws across the interface. A failure is a return value; its reason is in the log.
+///   - Times given to waits are nanoseconds, used as whole milliseconds.
+///   - Whoever creates a thing through ..._new, ..._create, Create or open releases it through the
+///     matching ..._delete, ..._destroy, Destroy or close.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +17,9 @@
 #include <new>
 #include <type_traits>
 
-// ORSIN_BUILDING: compiling the library itself. ORSIN_STATIC: linking its objects directly.
+/// @def ORSIN_API
+/// Marks what the DLL exports. ORSIN_BUILDING: compiling the library itself. ORSIN_STATIC: linking
+/// its objects directly.
 #if defined(ORSIN_STATIC) || !defined(_WIN32)
 #define ORSIN_API
 #elif defined(ORSIN_BUILDING)
@@ -25,7 +28,8 @@
 #define ORSIN_API __declspec(dllimport)
 #endif
 
-// Lets the compiler check a printf format against its arguments; positions count from 1.
+/// @def ORSIN_PRINTF
+/// Lets the compiler check a printf format against its arguments; positions count from 1.
 #if defined(__MINGW32__) && !defined(__clang__)
 #define ORSIN_PRINTF(position, first) __attribute__((format(gnu_printf, position, first)))
 #elif defined(__GNUC__)
@@ -38,12 +42,13 @@ struct __mutex_str;    ///< A recursive mutex: mp_new_mutex() and mp_delete_mute
 struct __cond_str;     ///< A condition variable: mp_new_cond_block() and mp_delete_cond_block().
 struct __tls_key_str;  ///< A thread-local cell: mp_key_create() and mp_key_delete().
 
-// The few functions that the containers below call; documented in log.h and threads.h.
+/// @cond the few functions that the containers below call; documented in log.h and threads.h
 ORSIN_API int msgerror(const char* format, ...) ORSIN_PRINTF(1, 2);
 ORSIN_API __mutex_str* mp_new_mutex(int locked, unsigned int reserved);
 ORSIN_API void mp_delete_mutex(__mutex_str* mutex);
 ORSIN_API int mp_get_mutex(__mutex_str* mutex);
 ORSIN_API int mp_release_mutex(__mutex_str* mutex);
+/// @endcond
 
 /// A growable array of trivially copyable elements.
 ///
@@ -56,7 +61,9 @@ class ov_vector {
 
  public:
   ov_vector() = default;
+  /// Copies the elements; empty after an error line when there is no memory for them.
   ov_vector(const ov_vector& other) { assign(other); }
+  /// The same over what it held.
   ov_vector& operator=(const ov_vector& other) {
     if (this != &other) {
       count_ = 0;
@@ -66,16 +73,27 @@ class ov_vector {
   }
   virtual ~ov_vector() { std::free(entries_); }
 
+  /// Elements held.
   [[nodiscard]] int count() const { return static_cast<int>(count_); }
+  /// Elements that fit without growing.
   [[nodiscard]] int capacity() const { return static_cast<int>(capacity_); }
+  /// Whether it holds nothing.
   [[nodiscard]] bool empty() const { return count_ == 0; }
+  /// The first element; null until something was appended. Valid until the array grows.
   [[nodiscard]] T* data() { return entries_; }
+  /// @copydoc data()
   [[nodiscard]] const T* data() const { return entries_; }
+  /// An element by its index, which is not checked.
   T& operator[](int index) { return entries_[index]; }
+  /// @copydoc operator[]()
   const T& operator[](int index) const { return entries_[index]; }
+  /// Iteration in order of the indices.
   T* begin() { return entries_; }
+  /// Behind the last element.
   T* end() { return entries_ + count_; }
+  /// @copydoc begin()
   const T* begin() const { return entries_; }
+  /// @copydoc end()
   const T* end() const { return entries_ + count_; }
 
   /// Makes room for `added` more elements. False, after one error line, when memory is short.
@@ -164,6 +182,7 @@ class ov_queue {
   static_assert(std::is_trivially_copyable_v<T>, "entries are copied by value");
 
  public:
+  /// A ring with room for `capacity` entries; for none when there is no memory for them.
   explicit ov_queue(int capacity)
       : mutex_(mp_new_mutex(0, 0)),
         entries_(new (std::nothrow) T[static_cast<std::size_t>(capacity)]) {
@@ -202,12 +221,14 @@ class ov_queue {
     return has_entry;
   }
 
+  /// Entries that wait.
   [[nodiscard]] int count() const {
     mp_get_mutex(mutex_);
     const int count = count_;
     mp_release_mutex(mutex_);
     return count;
   }
+  /// Entries that have room.
   [[nodiscard]] int capacity() const { return capacity_; }
 
  private:

@@ -1,15 +1,16 @@
-// File utilities and directory lists.
-//
-// Every path is NUL-terminated UTF-8 of at most 260 bytes with its terminator; longer ones are cut
-// where a function says so. The separator that is looked for is the backslash; the slash is seen
-// only where a function says so. Nothing throws: a failure is a return value, and the log holds a
-// line only where a function says so.
-//
-// Volumes are asked for by path, too; those functions hand the path to the system unchanged, in its
-// narrow code page.
-//
-// Times called "ts" are whole seconds since 1970-01-01 00:00:00 UTC. Times in a directory list are
-// the system's own: units of 100 ns since 1601-01-01 00:00:00 UTC.
+/// @file
+/// File utilities and directory lists.
+///
+/// Every path is NUL-terminated UTF-8 of at most 260 bytes with its terminator; longer ones are cut
+/// where a function says so. The separator that is looked for is the backslash; the slash is seen
+/// only where a function says so. Nothing throws: a failure is a return value, and the log holds a
+/// line only where a function says so.
+///
+/// Volumes are asked for by path, too; those functions hand the path to the system unchanged, in its
+/// narrow code page.
+///
+/// Times called "ts" are whole seconds since 1970-01-01 00:00:00 UTC. Times in a directory list are
+/// the system's own: units of 100 ns since 1601-01-01 00:00:00 UTC.
 #pragma once
 
 #include <cstddef>

@@ -1,7 +1,8 @@
-// Large files: positioned asynchronous transfers, and the buffered reader and writer over them.
-//
-// Offsets and sizes are bytes. Handles opened unbuffered need offsets, sizes and addresses that are
-// multiples of the drive's sector size.
+/// @file
+/// Large files: positioned asynchronous transfers, and the buffered reader and writer over them.
+///
+/// Offsets and sizes are bytes. Handles opened unbuffered need offsets, sizes and addresses that are
+/// multiples of the drive's sector size.
 #pragma once
 
 #include "orsincore/base.h"

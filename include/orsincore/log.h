@@ -1,13 +1,14 @@
-// The message log: one diagnostic channel for the library and the application that loads it.
-//
-// Levels: 0 error, 1 warning, 2 information, 3 debug, 4 trace. A line is written when its level is
-// at most the current level, as "hh:mm:ss.ss LEVEL: text". Runs of identical lines (below 256
-// characters) become the line and "Repeated N times"; a line repeated once is dropped silently. The
-// text is cut to 8191 bytes. Every line reaches the file at once.
-//
-// All functions may be called from any thread while the log is open, except where noted; none
-// changes the thread's last system error. Functions that write return 1 when the line was handed to
-// the writer and 0 when it was filtered. The log never reports its own failures.
+/// @file
+/// The message log: one diagnostic channel for the library and the application that loads it.
+///
+/// Levels: 0 error, 1 warning, 2 information, 3 debug, 4 trace. A line is written when its level is
+/// at most the current level, as "hh:mm:ss.ss LEVEL: text". Runs of identical lines (below 256
+/// characters) become the line and "Repeated N times"; a line repeated once is dropped silently. The
+/// text is cut to 8191 bytes. Every line reaches the file at once.
+///
+/// All functions may be called from any thread while the log is open, except where noted; none
+/// changes the thread's last system error. Functions that write return 1 when the line was handed to
+/// the writer and 0 when it was filtered. The log never reports its own failures.
 #pragma once
 
 #include <cstdarg>
@@ -22,16 +23,24 @@
 /// instead, without the lock and with "##:##:##.##" for the time.
 ORSIN_API int msg(int level, const char* format, ...) ORSIN_PRINTF(2, 3);
 
-/// Error, warning and information lines. Continuation lines that follow share their fate.
+/// An error line. Continuation lines that follow share its fate; so it is with all head lines.
 ORSIN_API int msgerror(const char* format, ...) ORSIN_PRINTF(1, 2);
+/// The same with its arguments as a list.
 ORSIN_API int vmsgerror(const char* format, std::va_list arguments) ORSIN_PRINTF(1, 0);
+
+/// A warning line.
 ORSIN_API int msgwarn(const char* format, ...) ORSIN_PRINTF(1, 2);
+/// The same with its arguments as a list.
 ORSIN_API int vmsgwarn(const char* format, std::va_list arguments) ORSIN_PRINTF(1, 0);
+
+/// An information line.
 ORSIN_API int msginfo(const char* format, ...) ORSIN_PRINTF(1, 2);
+/// The same with its arguments as a list.
 ORSIN_API int vmsginfo(const char* format, std::va_list arguments) ORSIN_PRINTF(1, 0);
 
-/// Debug lines. A filtered one leaves the continuation lines after it to the head before it.
+/// A debug line. A filtered one leaves the continuation lines after it to the head before it.
 ORSIN_API int msgdebug(const char* format, ...) ORSIN_PRINTF(1, 2);
+/// The same with its arguments as a list.
 ORSIN_API int vmsgdebug(const char* format, std::va_list arguments) ORSIN_PRINTF(1, 0);
 
 /// Trace lines; they never take over the continuation lines.
@@ -40,6 +49,7 @@ ORSIN_API int msg_trace(const char* format, ...) ORSIN_PRINTF(1, 2);
 /// Continues the head line before it, without time and level; written only if that line's level
 /// passes the current level now.
 ORSIN_API int msgcont(const char* format, ...) ORSIN_PRINTF(1, 2);
+/// The same with its arguments as a list.
 ORSIN_API int vmsgcont(const char* format, std::va_list arguments) ORSIN_PRINTF(1, 0);
 
 /// Writes the text and a line feed as they are: no head, no level test, no folding. Not to be

@@ -1,7 +1,8 @@
-// Memory: pages straight from the system, aligned and small blocks, figures, a parallel copy.
-//
-// Sizes are bytes unless a name says otherwise. Every failure is a null, false or -1 result; where
-// a call has a log line for it, the line is written before the call returns.
+/// @file
+/// Memory: pages straight from the system, aligned and small blocks, figures, a parallel copy.
+///
+/// Sizes are bytes unless a name says otherwise. Every failure is a null, false or -1 result; where
+/// a call has a log line for it, the line is written before the call returns.
 #pragma once
 
 #include "orsincore/base.h"

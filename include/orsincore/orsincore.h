@@ -1,4 +1,5 @@
-// Everything that OrsinCore offers.
+/// @file
+/// Everything that OrsinCore offers.
 #pragma once
 
 #include "orsincore/base.h"

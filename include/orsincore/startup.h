@@ -1,4 +1,5 @@
-// Start-up and closedown of the process, its paths, restart, and what is known of the processors.
+/// @file
+/// Start-up and closedown of the process, its paths, restart, and what is known of the processors.
 #pragma once
 
 #include "orsincore/base.h"

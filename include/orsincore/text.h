@@ -1,7 +1,8 @@
-// Text: UTF conversions and editing, dates, hashes and encodings.
-//
-// Strings are NUL-terminated. A character index counts code points, a byte offset counts bytes.
-// UTF-8 that cannot be decoded is read as Latin-1, one byte a character, so decoding never fails.
+/// @file
+/// Text: UTF conversions and editing, dates, hashes and encodings.
+///
+/// Strings are NUL-terminated. A character index counts code points, a byte offset counts bytes.
+/// UTF-8 that cannot be decoded is read as Latin-1, one byte a character, so decoding never fails.
 #pragma once
 
 #include <cstdio>

@@ -1,5 +1,6 @@
-// Threads: mutexes, conditions, thread-local cells, the clock, scheduling, named threads, processor
-// faults as exceptions, and the executor that runs one function on every processor.
+/// @file
+/// Threads: mutexes, conditions, thread-local cells, the clock, scheduling, named threads, processor
+/// faults as exceptions, and the executor that runs one function on every processor.
 #pragma once
 
 #include "orsincore/base.h"

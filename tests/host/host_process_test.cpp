@@ -1,66 +1,52 @@
 // Start-up as a process of its own meets it: the test host runs as a child, its log is read after.
-#include <gtest/gtest.h>
-
 #include <filesystem>
-#include <string>
 
-#include "core/win/windows.h"
-#include "tests/support/temporary_directory.h"
+#include "tests/host/child_process.h"
 
 namespace orsin {
 namespace {
 
+using test::ChildProcess;
+using test::NamedEvent;
 using test::TemporaryDirectory;
 
-constexpr DWORD kDeadlineMs = 20000;
-
-class HostProcess : public testing::Test {
- protected:
-  // Runs the host to its end; -1 when it did not start or was still running at the deadline.
-  int run(const std::string& command, const std::string& letters = "") {
-    SetEnvironmentVariableA("ORSIN_TEST_DATA", directory_.path().c_str());
-    std::string line =
-        std::string("\"") + ORSIN_TEST_HOST + "\" -x " + command + " " + name() + " " + letters;
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process)) {
-      return -1;
-    }
-    DWORD code = static_cast<DWORD>(-1);
-    if (WaitForSingleObject(process.hProcess, kDeadlineMs) == WAIT_OBJECT_0) {
-      GetExitCodeProcess(process.hProcess, &code);
-    } else {
-      TerminateProcess(process.hProcess, code);
-    }
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return static_cast<int>(code);
-  }
-
-  // The application's name: of this test process only, as there is one instance a name.
-  static std::string name() { return "HostTest" + std::to_string(GetCurrentProcessId()); }
-
-  // The one log below the data path; empty when there is none.
-  [[nodiscard]] std::string log() const {
-    for (const auto& entry :
-         std::filesystem::recursive_directory_iterator(test::to_path(directory_.path()))) {
-      if (entry.path().extension() == ".log") {
-        return TemporaryDirectory::read(test::to_utf8(entry.path()));
-      }
-    }
-    return {};
-  }
-
- private:
-  TemporaryDirectory directory_;
-};
+using HostProcess = test::HostTest;
 
 TEST_F(HostProcess, ReportsAndClosesNormally) {
   EXPECT_EQ(run("close"), 0);
 
   EXPECT_NE(log().find("* Closed normally"), std::string::npos) << log();
+}
+
+TEST_F(HostProcess, WritesItsReportInTheFixedOrder) {
+  EXPECT_EQ(run("close"), 0);
+
+  const char* const lines[] = {"---------------------------------------------------",
+                               " - [Build: ",
+                               "Log started(2): ",
+                               "\\\\",
+                               "---------------------------------------------------",
+                               "Windows Version ",
+                               " CPU's: ",
+                               "       : HyperThreading ",
+                               "Timer frequency : ",
+                               "Timer resolution: 1 ms",
+                               "Physical memory : ",
+                               "Memory setup:",
+                               "---------------------------------------------------",
+                               "Privilege level : ",
+                               "SMP Initialize  : ",
+                               "---------------------------------------------------",
+                               "*---------------------------------------------------",
+                               "* Closed normally",
+                               "---------------------------------------------------"};
+  const std::string text = log();
+  std::size_t position = 0;
+  for (const char* line : lines) {
+    position = text.find(line, position);
+    ASSERT_NE(position, std::string::npos) << line << " is missing or out of order in\n" << text;
+    ++position;
+  }
 }
 
 TEST_F(HostProcess, EachLetterDRaisesTheLevelAndLetterPSetsTheWorkers) {
@@ -69,17 +55,35 @@ TEST_F(HostProcess, EachLetterDRaisesTheLevelAndLetterPSetsTheWorkers) {
     int level;
     int workers;
   };
-  const Case cases[] = {
-      {"-P2", 2, 2}, {"-DP2", 3, 2}, {"-dd -P 3", 4, 3}, {"-P2 -xDD", 2, 2}, {"DD -p2", 2, 2}};
+  const Case cases[] = {{"-P2", 2, 2},      {"-P4", 2, 4},      {"-P 4", 2, 4},   {"-DP2", 3, 2},
+                        {"-dd -P 3", 4, 3}, {"-P2 -xDD", 2, 2}, {"DD -p2", 2, 2}, {"-P0x3", 2, 3}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.letters);
     EXPECT_EQ(run("level", c.letters), 100 + 10 * c.level + c.workers);
   }
 }
 
-TEST_F(HostProcess, AKilledProcessLeavesEveryLineItWrote) {
-  EXPECT_EQ(run("killed"), 9);
+TEST_F(HostProcess, ZeroWorkersMeanOneForEachProcessor) {
+  const int usual = run("level");
 
+  EXPECT_EQ(run("level", "-P0"), usual);
+  EXPECT_EQ(run("level", "-P -3"), usual);
+}
+
+TEST_F(HostProcess, AWordThatOnlyBeginsWithRestartIsNoRestart) {
+  EXPECT_EQ(run("close", "-restarts"), 0);
+
+  EXPECT_NE(log().find("Log started(2): "), std::string::npos) << log();
+}
+
+TEST_F(HostProcess, AKilledProcessLeavesEveryLineItWrote) {
+  NamedEvent ready(name() + "Ready");
+  ChildProcess host_process(host("killed"));
+  ASSERT_TRUE(ready.wait());
+
+  host_process.kill(9);
+
+  EXPECT_EQ(host_process.wait(), 9);
   const std::string text = log();
   std::size_t position = 0;
   for (int i = 0; i < 2000; ++i) {
@@ -95,23 +99,64 @@ TEST_F(HostProcess, TheExceptionFilterNamesTheFaultInTheLog) {
   EXPECT_NE(log().find("Fatal Error: Access violation, Thread: "), std::string::npos) << log();
 }
 
-TEST_F(HostProcess, ARestartedProcessContinuesTheLogOfItsPredecessor) {
-  // Not the name itself: that is the instance mutex's, and kernel objects share their names.
-  HANDLE done = CreateEventA(nullptr, TRUE, FALSE, (name() + "Done").c_str());
-  ASSERT_NE(done, nullptr);
+TEST_F(HostProcess, AFaultInAThreadEndsTheProcessWithABlockThatNamesTheThread) {
+  const std::string asterisks(56, '*');
+  struct Case {
+    const char* command;
+    const char* line;
+  };
+  const Case cases[] = {{"access", "THREAD(Reader): Fatal Error (VM: "},
+                        {"division", "THREAD(Divider): Fatal Error, Exception: 0xc0000094 (VM: "}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.command);
+    EXPECT_EQ(run(c.command), -1);
 
-  EXPECT_EQ(run("restart"), 0);
-  EXPECT_EQ(WaitForSingleObject(done, kDeadlineMs), WAIT_OBJECT_0);
-  CloseHandle(done);
+    const std::string text = log();
+    const std::size_t head = text.find("ERROR: " + asterisks);
+    const std::size_t line = text.find(c.line, head);
+    EXPECT_NE(head, std::string::npos) << text;
+    EXPECT_NE(line, std::string::npos) << text;
+    EXPECT_NE(text.find(asterisks, line), std::string::npos) << text;
+    EXPECT_EQ(text.find("* Closed normally"), std::string::npos) << text;
+  }
+}
 
-  const std::string text = log();
-  const std::size_t started = text.find("Log started(2): ");
-  const std::size_t restarting = text.find("ERROR: * Restarting...", started);
-  const std::size_t continued = text.find("Log continued(2): ", restarting);
-  EXPECT_NE(started, std::string::npos) << text;
-  EXPECT_NE(restarting, std::string::npos) << text;
-  EXPECT_NE(continued, std::string::npos) << text;
-  EXPECT_NE(text.find("* Closed normally", continued), std::string::npos) << text;
+TEST_F(HostProcess, KeepsTenOlderLogsAndDropsTheEleventh) {
+  for (int i = 0; i < 12; ++i) {
+    ASSERT_EQ(run("close", "-P" + std::to_string(i + 1)), 0);
+  }
+
+  int kept = 0;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(test::to_path(directory().path("Settings\\logs")))) {
+    EXPECT_EQ(entry.path().extension(), ".log");
+    ++kept;
+  }
+  EXPECT_EQ(kept, 11);
+  EXPECT_NE(log().find("12-way multi-processing"), std::string::npos) << log();
+  const std::string oldest =
+      TemporaryDirectory::read(directory().path("Settings\\logs\\" + name() + ".10.log"));
+  EXPECT_NE(oldest.find("2-way multi-processing"), std::string::npos) << oldest;
+}
+
+TEST_F(HostProcess, AFastStartLogsWarningsToStandardErrorAndMakesNoFile) {
+  EXPECT_EQ(run("fast"), 0);
+
+  const std::string text = output();
+  EXPECT_NE(text.find("WARN : started fast with 4096 bytes in a heap block"), std::string::npos)
+      << text;
+  EXPECT_EQ(text.find("not at this level"), std::string::npos);
+  EXPECT_EQ(log(), "");
+}
+
+TEST_F(HostProcess, WithoutANameTheLogGoesToStandardErrorAtWarnings) {
+  const std::string command = std::string("\"") + ORSIN_TEST_HOST + "\" -x level - -P2";
+  ChildProcess first(command, directory().path("output"));
+  ChildProcess second(command, directory().path("output"));
+
+  EXPECT_EQ(first.wait(), 100 + 10 * 1 + 2);
+  EXPECT_EQ(second.wait(), 100 + 10 * 1 + 2) << "there is no single instance without a name";
+  EXPECT_FALSE(std::filesystem::exists(test::to_path(directory().path("Settings"))));
 }
 
 }  // namespace

@@ -1,46 +1,161 @@
 // A host that starts the library for real and then does the one thing its second argument names:
 //
-//   level   closes down and exits with 100 + 10 x log level + number of executor workers
-//   close   closes down at once
-//   killed  writes 2000 lines and is terminated where it stands, without any clean-up
-//   restart asks for a restart the first time, then signals the event NAMEDone
-//   filter  hands an access violation to the exception filter, as an outermost handler does
+//   close    closes down at once
+//   level    closes down and exits with 100 + 10 x log level + number of executor workers
+//   paths    prints what the getters of start-up answer
+//   fast     starts with ov_fast_initialize() instead
+//   killed   writes 2000 lines, signals NAMEReady and waits to be ended from outside
+//   filter   hands an access violation to the exception filter, as an outermost handler does
+//   access   starts the thread "Reader", which reads through a null pointer
+//   division starts the thread "Divider", which divides by zero
+//   serve    is a first instance: signals NAMEReady, waits for NAMEAsk, logs the updates
+//   window   the same, with a minimised main window
+//   restart  asks for a restart the first time
 //
-// The first is "-x", as a restart passes on what follows a dash; the third names the application; the data path comes from ORSIN_TEST_DATA. Exit
-// code 2: the library did not start.
+// A second process of "restart" signals NAMEDone. The first argument is "-x", as a restart passes
+// on what follows a dash; the third names the application ("-" gives null); the data path comes from
+// ORSIN_TEST_DATA, and ORSIN_TEST_MODULE stands in for the program's own path. Exit code 2: the
+// library refused to start.
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "core/win/windows.h"
 #include "orsincore/orsincore.h"
 
-int main(int argc, char** argv) {
-  if (argc < 4 || !ov_initialize(argv[3], "ORSIN_TEST_DATA", argc, argv)) {
-    return 2;
+namespace {
+
+class Event {
+ public:
+  Event(const char* application, const char* suffix)
+      : event_(CreateEventA(nullptr, TRUE, FALSE, (std::string(application) + suffix).c_str())) {}
+  ~Event() { CloseHandle(event_); }
+  Event(const Event&) = delete;
+  Event& operator=(const Event&) = delete;
+
+  [[nodiscard]] HANDLE handle() const { return event_; }
+  void set() { SetEvent(event_); }
+
+ private:
+  HANDLE event_;
+};
+
+void print_paths() {
+  char module[260] = {};
+  const bool known = ov_modulename(module, sizeof(module));
+  std::printf("module %d %s\ncode %s\ndata %s\nsettings %s\nlog %s\n", known ? 1 : 0, module,
+              file_get_code(), file_get_data(), file_get_default_settings(), file_get_logfile());
+}
+
+void write_until_killed(const char* application) {
+  for (int i = 0; i < 2000; ++i) {
+    msginfo("line %d before the end", i);
   }
-  const char* command = argv[2];
-  if (std::strcmp(command, "level") == 0) {
-    const int answer = 100 + 10 * msg_getlevel() + smp_numprocs();
-    ov_closedown();
-    return answer;
-  } else if (std::strcmp(command, "killed") == 0) {
-    for (int i = 0; i < 2000; ++i) {
-      msginfo("line %d before the end", i);
+  Event(application, "Ready").set();
+  Sleep(INFINITE);
+}
+
+volatile int faulty_result = 0;  // Volatile, or the faults would be optimised away.
+
+void read_null(void* /*argument*/) {
+  const volatile int* volatile nowhere = nullptr;
+  faulty_result = *nowhere;
+}
+
+void divide_by_zero(void* /*argument*/) {
+  const volatile int zero = 0;
+  faulty_result = 1 / zero;
+}
+
+void run_thread(const char* name, void (*entry)(void*)) {
+  mp_join_thread(mp_start_thread(name, entry, nullptr), INFINITE);
+}
+
+HWND make_main_window(const char* application) {
+  const std::string class_name = std::string(application) + "KORVANE";
+  WNDCLASSA window_class = {};
+  window_class.lpfnWndProc = DefWindowProcA;
+  window_class.lpszClassName = class_name.c_str();
+  RegisterClassA(&window_class);
+  HWND window = CreateWindowA(class_name.c_str(), application, WS_OVERLAPPEDWINDOW, 40, 30, 300,
+                              200, nullptr, nullptr, nullptr, nullptr);
+  ShowWindow(window, SW_SHOWMINIMIZED);
+  return window;
+}
+
+void pump_until(HANDLE event) {
+  while (MsgWaitForMultipleObjects(1, &event, FALSE, INFINITE, QS_ALLINPUT) != WAIT_OBJECT_0) {
+    MSG message;
+    while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE) != 0) {
+      DispatchMessageA(&message);
     }
-    TerminateProcess(GetCurrentProcess(), 9);
-  } else if (std::strcmp(command, "filter") == 0) {
+  }
+}
+
+void serve(const char* application, HWND window) {
+  const Event ask(application, "Ask");
+  Event(application, "Ready").set();
+  pump_until(ask.handle());
+  if (window != nullptr) {
+    msginfo("window is %s", IsIconic(window) != 0 ? "minimised" : "restored");
+  }
+  char line[261] = {};  // A full record has no terminator.
+  const int first = ov_get_instance_update(line);
+  msginfo("update %d [%s] then %d", first, line, ov_get_instance_update(line));
+}
+
+bool start(int argc, char** argv) {
+  if (std::strcmp(argv[2], "fast") == 0) {
+    return ov_fast_initialize(argv[3], true);
+  }
+  char* application = std::strcmp(argv[3], "-") == 0 ? nullptr : argv[3];
+  char* stand_in = std::getenv("ORSIN_TEST_MODULE");
+  if (stand_in != nullptr) {
+    argv[0] = stand_in;
+  }
+  return ov_initialize(application, "ORSIN_TEST_DATA", argc, argv);
+}
+
+int act(const std::string& command, const char* application) {
+  if (command == "level") {
+    return 100 + 10 * msg_getlevel() + smp_numprocs();
+  }
+  if (command == "paths") {
+    print_paths();
+  } else if (command == "fast") {
+    msginfo("not at this level");
+    msgwarn("started fast with %d bytes in a heap block", 4096);
+  } else if (command == "killed") {
+    write_until_killed(application);
+  } else if (command == "filter") {
     return orsinExceptionFilter(static_cast<int>(EXCEPTION_ACCESS_VIOLATION), nullptr);
-  }
-  const bool second_run = RA_CheckProcessWasRestarted() != 0;
-  if (std::strcmp(command, "restart") == 0 && !second_run) {
-    RA_ActivateRestartProcess();
-  }
-  ov_closedown();
-  if (second_run) {
-    const std::string event = std::string(argv[3]) + "Done";
-    HANDLE done = OpenEventA(EVENT_MODIFY_STATE, FALSE, event.c_str());
-    SetEvent(done);
-    CloseHandle(done);
+  } else if (command == "access") {
+    run_thread("Reader", read_null);
+  } else if (command == "division") {
+    run_thread("Divider", divide_by_zero);
+  } else if (command == "serve") {
+    serve(application, nullptr);
+  } else if (command == "window") {
+    serve(application, make_main_window(application));
+  } else if (command == "restart" && RA_CheckProcessWasRestarted() == 0) {
+    return RA_ActivateRestartProcess() - 1;
   }
   return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 4 || !start(argc, argv)) {
+    return 2;
+  }
+  const std::string command = argv[2];
+  const int answer = act(command, argv[3]);
+  const bool second_run = RA_CheckProcessWasRestarted() != 0;
+  ov_closedown();
+  if (second_run) {
+    Event(argv[3], "Done").set();
+  }
+  return answer;
 }

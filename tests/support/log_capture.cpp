@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/message_log.h"
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 
@@ -22,6 +23,7 @@ LogCapture::LogCapture(int level) : path_(directory_.path("captured.log")) {
   std::setvbuf(stream_, nullptr, _IONBF, 0);
   mp_getclockfrequency();  // Starts the clock: or the first line would come after a warning.
   msg_open(stream_);
+  forget_repeats();
   msg_setlevel(level);
 }
 

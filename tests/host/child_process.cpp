@@ -1,0 +1,86 @@
+#include "tests/host/child_process.h"
+
+#include <filesystem>
+
+namespace orsin::test {
+namespace {
+
+HANDLE create_inheritable(const std::string& path) {
+  SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
+  return CreateFileW(to_path(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                     &inherited, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const std::string& command_line, const std::string& output) {
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof(startup);
+  HANDLE file = INVALID_HANDLE_VALUE;
+  if (!output.empty()) {
+    file = create_inheritable(output);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = file;
+    startup.hStdError = file;
+  }
+  std::wstring line = to_path(command_line).wstring();
+  PROCESS_INFORMATION process = {};
+  if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, !output.empty(), 0, nullptr, nullptr,
+                     &startup, &process) != 0) {
+    CloseHandle(process.hThread);
+    process_ = process.hProcess;
+  }
+  if (file != INVALID_HANDLE_VALUE) {
+    CloseHandle(file);
+  }
+}
+
+ChildProcess::~ChildProcess() {
+  if (process_ != nullptr) {
+    TerminateProcess(process_, 1);  // Fails where it has ended by itself, as it should have.
+    CloseHandle(process_);
+  }
+}
+
+int ChildProcess::wait() {
+  DWORD code = static_cast<DWORD>(-2);
+  if (process_ != nullptr && WaitForSingleObject(process_, kDeadlineMs) == WAIT_OBJECT_0) {
+    GetExitCodeProcess(process_, &code);
+  }
+  return static_cast<int>(code);
+}
+
+void ChildProcess::kill(unsigned exit_code) {
+  TerminateProcess(process_, exit_code);
+}
+
+HostTest::HostTest() {
+  static int tests = 0;
+  name_ = "HostTest" + std::to_string(GetCurrentProcessId()) + "x" + std::to_string(++tests);
+  SetEnvironmentVariableW(L"ORSIN_TEST_DATA", to_path(directory_.path()).c_str());
+}
+
+HostTest::~HostTest() {
+  SetEnvironmentVariableW(L"ORSIN_TEST_DATA", nullptr);
+}
+
+std::string HostTest::host(const std::string& command, const std::string& letters) const {
+  return std::string("\"") + ORSIN_TEST_HOST + "\" -x " + command + " " + name() + " " + letters;
+}
+
+int HostTest::run(const std::string& command, const std::string& letters) const {
+  return ChildProcess(host(command, letters), directory_.path("output")).wait();
+}
+
+std::string HostTest::output() const {
+  std::string text = TemporaryDirectory::read(directory_.path("output"));
+  std::erase(text, '\r');
+  return text;
+}
+
+std::string HostTest::log() const {
+  const std::string path = directory_.path("Settings\\logs\\" + name() + ".log");
+  return std::filesystem::exists(to_path(path)) ? TemporaryDirectory::read(path) : std::string();
+}
+
+}  // namespace orsin::test
