@@ -20,6 +20,16 @@
 #include "files/file_system_port.h"
 #include "files/path_buffer.h"
 #include "orsincore/text.h"
+#include "tests/native/fake_access.h"
+
+namespace orsin::test {
+
+FakeAccess& fake_access() {
+  static FakeAccess access;
+  return access;
+}
+
+}  // namespace orsin::test
 
 namespace orsin::port {
 namespace {
@@ -148,6 +158,13 @@ bool rename_path(const char* from, const char* to) noexcept {
   return std::rename(native_path(from).c_str(), native.c_str()) == 0;
 }
 
+AccessGrant grant_everyone(const char* dir, std::uint32_t& merge_error) noexcept {
+  test::FakeAccess& access = test::fake_access();
+  access.directories.emplace_back(dir);
+  merge_error = access.merge_error;
+  return access.grant;
+}
+
 bool read_environment(const char* name, char* value, std::size_t size) noexcept {
   const char* found = std::getenv(name);
   if (found == nullptr) {
@@ -208,10 +225,6 @@ void end_enumeration(void* handle) noexcept {
 }
 
 }  // namespace orsin::port
-
-bool file_grant_everyone_access(const char* /*dir*/) {
-  return true;
-}
 
 const char* file_last_error_text() {
   static char text[256];
