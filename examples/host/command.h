@@ -34,6 +34,8 @@ extern const Command kListCommand;
 extern const Command kHashCommand;
 extern const Command kHeapsCommand;
 extern const Command kTrCommand;
+extern const Command kDateCommand;
+extern const Command kBidiCommand;
 
 /// Says what is wrong with the command line and how to get help; returns kBadUsage.
 int bad_usage(const Command& command, const std::string& problem);

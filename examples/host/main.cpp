@@ -13,8 +13,8 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kReportCommand, &kCopyCommand,  &kListCommand,
-                                    &kHashCommand,   &kHeapsCommand, &kTrCommand};
+const Command* const kCommands[] = {&kReportCommand, &kCopyCommand, &kListCommand, &kHashCommand,
+                                    &kHeapsCommand,  &kTrCommand,   &kDateCommand, &kBidiCommand};
 
 constexpr std::string_view kUsage =
     "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"
