@@ -111,8 +111,8 @@ function(orsin_discover target label)
     PROPERTIES TIMEOUT 300 LABELS ${label})
 endfunction()
 
-# Copies the run-time libraries beside the DLL. The toolchain's are shared on purpose: one C++ runtime for the DLL, its
-# host and the plug-ins, or exceptions and locales would not be shared between them.
+# Copies the run-time libraries beside the DLL. The toolchain's are not linked in: one C++ runtime for
+# the DLL, its host and the plug-ins, or exceptions and locales would not be shared between them.
 if(MINGW)
   set(runtime_libraries)
   foreach(name IN ITEMS libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)

@@ -313,13 +313,14 @@ ORSIN_API const char* ov_create_uuid(char* dst);
 
 /// A calendar date with a time of day, proleptic Gregorian, without a time zone of its own.
 ///
-/// A plain value: no allocation, no shared state.
+/// A plain value: no allocation, no shared state. Numbers and texts convert to it, and it to POSIX
+/// time, wherever one is expected.
 class ORSIN_API date {
  public:
-  date();                          ///< Now, local time.
-  explicit date(long long posix);  ///< The local time of seconds since 1970 UTC.
+  date();                 ///< Now, local time.
+  date(long long posix);  ///< The local time of seconds since 1970 UTC.
   date(int year, int month, int day, char hour, char minute, char second);  ///< Stored unchecked.
-  explicit date(const char* text);  ///< As scan(text, "%c", null); now if empty or null.
+  date(const char* text);  ///< As scan(text, "%c", null); now if empty or null.
   date(const date& other) = default;
   date& operator=(const date& other) = default;
 
@@ -337,9 +338,6 @@ class ORSIN_API date {
   [[nodiscard]] int month() const { return month_; }
   [[nodiscard]] int day() const { return day_; }
   [[nodiscard]] int year_day() const { return year_day_; }
-  [[nodiscard]] int hour() const { return hour_; }
-  [[nodiscard]] int minute() const { return minute_; }
-  [[nodiscard]] int second() const { return second_; }
   [[nodiscard]] long dow() const { return days_; }  ///< The day number; 1 is 1 January of year 1.
   [[nodiscard]] int week_day() const;               ///< 1 is Sunday, 7 Saturday.
 
@@ -363,7 +361,7 @@ class ORSIN_API date {
   void scan_xml(const char* text, bool with_time);
 
   /// Seconds since 1970 UTC of the date read as local standard time.
-  explicit operator long long() const;
+  operator long long() const;
 
   [[nodiscard]] bool operator==(const date& other) const;
   [[nodiscard]] bool operator!=(const date& other) const { return !(*this == other); }
@@ -375,7 +373,7 @@ class ORSIN_API date {
   [[nodiscard]] long cmp(date* other) const;  ///< The difference of the day numbers.
 
  private:
-  friend struct date_layout;
+  friend struct date_fields;
   void init(long long posix);
   void compute_days();
 
