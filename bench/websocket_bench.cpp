@@ -4,7 +4,7 @@
 //             heap each, against WinHttpWebSocketReceive into one buffer that stays.
 //   Send      messages that the server takes, with one small answer after each batch.
 //
-// One iteration is a batch of messages. The server is tests/net/websocket_server.py in a process of
+// One iteration is a batch of messages. The server is tests/net/servers/websocket.py in a process of
 // its own. A good result: at most 1.05 of the bare calls' time in both directions.
 #include <benchmark/benchmark.h>
 
@@ -27,7 +27,7 @@ constexpr const char* kStream = "/stream?size=1048576";
 constexpr const char* kSink = "/sink?count=32";  // kBatch.
 
 int server_port() {
-  static const orsin::test::ChildServer server(ORSIN_NET_TESTS "/websocket_server.py");
+  static const orsin::test::ChildServer server(ORSIN_TEST_SERVERS "/websocket.py");
   return server.port();
 }
 

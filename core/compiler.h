@@ -8,6 +8,7 @@
 //                            only after asking the processor
 //   ORSIN_NOINLINE           keeps a rare path out of a hot function
 //   ORSIN_FSEEK64, _FTELL64  position of a C stream in 64 bits, which `long` does not have on Windows
+//   ORSIN_FLATTEN            inlines everything that a function calls
 //   ORSIN_LINK_NAME(name)    declares a C++ function of the MSVC run-time library by the name that
 //                            MSVC gives it; MSVC itself needs no help
 #pragma once
@@ -31,10 +32,12 @@
 #if defined(__GNUC__)
 #define ORSIN_TARGET(isa) __attribute__((target(isa)))
 #define ORSIN_NOINLINE __attribute__((noinline))
+#define ORSIN_FLATTEN __attribute__((flatten))
 #define ORSIN_ALWAYS_INLINE inline __attribute__((always_inline))
 #else
 #define ORSIN_TARGET(isa)
 #define ORSIN_NOINLINE __declspec(noinline)
+#define ORSIN_FLATTEN
 #define ORSIN_ALWAYS_INLINE __forceinline
 #endif
 

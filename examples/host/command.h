@@ -41,6 +41,8 @@ extern const Command kHttpCommand;
 extern const Command kWebSocketCommand;
 extern const Command kHeapsCommand;
 extern const Command kTrCommand;
+extern const Command kDateCommand;
+extern const Command kBidiCommand;
 
 /// Says what is wrong with the command line and how to get help; returns kBadUsage.
 int bad_usage(const Command& command, const std::string& problem);

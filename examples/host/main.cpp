@@ -13,10 +13,10 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kReportCommand,    &kCopyCommand,  &kListCommand,
-                                    &kHashCommand,      &kHeapsCommand, &kTrCommand,
-                                    &kGetCommand,       &kPutCommand,   &kHttpCommand,
-                                    &kWebSocketCommand, &kRunCommand,   &kRundllCommand};
+const Command* const kCommands[] = {
+    &kReportCommand, &kCopyCommand,      &kListCommand, &kHashCommand,  &kHeapsCommand,
+    &kDateCommand,   &kBidiCommand,      &kTrCommand,   &kGetCommand,   &kPutCommand,
+    &kHttpCommand,   &kWebSocketCommand, &kRunCommand,  &kRundllCommand};
 
 constexpr std::string_view kUsage =
     "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"

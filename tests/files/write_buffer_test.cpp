@@ -321,7 +321,7 @@ TEST_F(WriteBuffer, KeepsRoundingAPositionOutsideTheBufferDown) {
   EXPECT_EQ(writer_.get_file_position(), 4096U);
 }
 
-TEST_F(WriteBuffer, KeepsWritingWholeUnitsAfterAStepBack) {
+TEST_F(WriteBuffer, APatchLeavesTheEndOfTheDataWhereItWas) {
   open(writer_);
   add(writer_, std::string(3 * kBuffer, 'x'));
 
@@ -330,10 +330,9 @@ TEST_F(WriteBuffer, KeepsWritingWholeUnitsAfterAStepBack) {
   writer_.close_file(true);
 
   const std::string found = content("out");
-  ASSERT_EQ(found.size(), 3U * kBuffer);  // The end of the data stays.
+  ASSERT_EQ(found.size(), 3U * kBuffer);
   EXPECT_EQ(found.substr(0, 4096), std::string(4096, 'x'));
   EXPECT_EQ(found.substr(4096, 5), "patch");
-  // The rest of the unit is what the buffer held; here x as well, from the bytes before.
   EXPECT_EQ(found.substr(8192), std::string(2 * kBuffer, 'x'));
 }
 

@@ -3,24 +3,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 
-#include "files/buffer_configuration.h"
 #include "files/io_port.h"
-#include "files/volumes.h"
 #include "orsincore/io.h"
 #include "orsincore/text.h"
 #include "tests/native/transfer_script.h"
 
 namespace orsin {
-
-// Names without a drive letter have the default alignment.
-long long drive_sector_size(const char* /*path*/) {
-  return buffer_configuration().default_size;
-}
-
-void forget_sector_sizes() {}
 
 namespace test {
 
@@ -74,6 +67,7 @@ void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {
   const OpenFate fate = note_open(mode);
   char path[1024];
   ov_utf16_to_utf8(name, path, sizeof(path));
+  std::replace(path, path + std::strlen(path), '\\', '/');
   const int access = mode.write ? (mode.read ? O_RDWR : O_WRONLY) : O_RDONLY;
   const int descriptor =
       fate.is_refused ? -1 : ::open(path, access | (mode.create ? O_CREAT : 0), 0666);

@@ -10,9 +10,15 @@
 #include <optional>
 
 #include "files/io_port.h"
+#include "tests/native/fake_disk.h"
 #include "tests/native/transfer_script.h"
 
 namespace orsin::test {
+
+FakeDisk& fake_disk() {
+  static FakeDisk disk;
+  return disk;
+}
 
 TransferScript& transfer_script() {
   static TransferScript script;
@@ -44,9 +50,24 @@ struct Outcome {
   std::uint32_t bytes;
 };
 
+// Takes a transfer's bytes off what the disk still does. 0, or the error when it does not.
+std::uint32_t disk_error(const PendingTransfer& transfer) {
+  FakeDisk& disk = fake_disk();
+  std::uint64_t& left = transfer.is_read ? disk.readable_bytes : disk.writable_bytes;
+  if (left == FakeDisk::kNoLimit) {
+    return 0;
+  }
+  if (transfer.size > left) {
+    return static_cast<std::uint32_t>(transfer.is_read ? disk.read_error : disk.write_error);
+  }
+  left -= transfer.size;
+  return 0;
+}
+
 Outcome carry_out(const PendingTransfer& transfer) {
-  if (transfer.fate.error != 0) {
-    return {transfer.fate.error, 0};
+  const std::uint32_t error = transfer.fate.error != 0 ? transfer.fate.error : disk_error(transfer);
+  if (error != 0) {
+    return {error, 0};
   }
   const std::uint32_t size = std::min(transfer.size, transfer.fate.bytes.value_or(transfer.size));
   const int descriptor = descriptor_of(transfer.file);

@@ -74,8 +74,8 @@ ChildServer::ChildServer(const std::string& script) {
   const bool has_started = control_port != 0 && start(script, control_port);
   control_ = has_started ? accept_call(listener) : INVALID_SOCKET;
   closesocket(listener);
-  const std::string ready = read_line(control_);
-  if (std::sscanf(ready.c_str(), "READY %d", &port_) != 1) {
+  port_ = std::atoi(read_line(control_).c_str());
+  if (port_ == 0) {
     std::fprintf(stderr, "%s did not come up\n", script.c_str());
   }
 }

@@ -1,9 +1,9 @@
 // A server in a child process, for tests and benchmarks that talk to a real one on 127.0.0.1.
 //
 // The server is a Python script. It gets the port of a control connection as its argument, connects
-// there, says "READY port" with the port that it serves on, and ends when the control connection
-// does: with this object, or with the test's process, however that ends. (Wine hands no pipes to a
-// Unix process, so standard input and output cannot do this.)
+// there, says in a line which port it serves on, and ends when the control connection does: with
+// this object, or with the test's process, however that ends. (Wine hands no pipes to a Unix
+// process, so standard input and output cannot do this.)
 #pragma once
 
 #include <cstdint>

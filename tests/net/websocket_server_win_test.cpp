@@ -1,4 +1,4 @@
-// The WebSocket client against a real server on 127.0.0.1; websocket_server.py says what each path
+// The WebSocket client against a real server on 127.0.0.1; servers/websocket.py says what each path
 // does. Where Wine's WinHTTP differs from Windows', the test says how.
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ using test::FrameHeap;
 using test::Lines;
 using test::LogCapture;
 
-constexpr const char* kScript = ORSIN_NET_TESTS "/websocket_server.py";
+constexpr const char* kScript = ORSIN_TEST_SERVERS "/websocket.py";
 
 // One server for all tests of a run; started by the first that needs it.
 class SharedServer : public testing::Environment {
@@ -464,7 +464,7 @@ void connect_and_close(int cycles, std::atomic<int>& failures) {
 }
 
 TEST_F(WebSocketServer, LeavesNoHandleBehindIn10000Connections) {
-  constexpr int kThreads = 4;
+  constexpr int kThreads = 16;  // A connection mostly waits.
   constexpr int kCycles = 10000;
   std::atomic<int> failures = 0;
   const auto run = [&](int cycles) {

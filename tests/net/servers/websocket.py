@@ -1,7 +1,7 @@
-"""A WebSocket server for the tests: websocket_server.py [CONTROL-PORT]
+"""A WebSocket server for the tests: websocket.py [CONTROL-PORT]
 
-Connects to the control port, says "READY port" there, serves, and ends with that connection; without
-a control port it does so on standard output and ends with standard input.
+Connects to the control port, says there in a line which port it serves on, and ends with that
+connection; without a control port it does so on standard output and ends with standard input.
 
 The path says what happens on a connection:
 
@@ -166,13 +166,13 @@ async def refuse(path, _):
 async def main():
     async with websockets.serve(handle, "127.0.0.1", 0, process_request=refuse, max_size=None,
                                 ping_interval=None, compression=None) as server:
-        ready = f"READY {server.sockets[0].getsockname()[1]}\n"
+        port = f"{server.sockets[0].getsockname()[1]}\n"
         if len(sys.argv) > 1:
             reader, writer = await asyncio.open_connection("127.0.0.1", int(sys.argv[1]))
-            writer.write(ready.encode())
+            writer.write(port.encode())
             await reader.read()
         else:
-            print(ready, end="", flush=True)
+            print(port, end="", flush=True)
             await asyncio.get_running_loop().run_in_executor(None, sys.stdin.read)
 
 
