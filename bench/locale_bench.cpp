@@ -22,15 +22,21 @@
 #include <string>
 #include <vector>
 
-#if defined(ORSIN_BENCH_LIBINTL)
-#include <libintl/libintl.h>
-#endif
-
 #include "core/program_paths.h"
 #include "orsincore/text.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/text/catalogue_builder.h"
 #include "text/localisation.h"
+
+#if defined(ORSIN_BENCH_LIBINTL)
+// GNU gettext's header would redirect printf() and its like, and setlocale().
+extern "C" {
+char* libintl_gettext(const char* msgid);
+char* libintl_textdomain(const char* domain);
+char* libintl_bindtextdomain(const char* domain, const char* path);
+char* libintl_bind_textdomain_codeset(const char* domain, const char* codeset);
+}
+#endif
 
 namespace {
 
@@ -107,9 +113,9 @@ struct Installed {
 #if defined(ORSIN_BENCH_LIBINTL)
     _putenv("LC_ALL=de_DE");
     _putenv("LANGUAGE=de");
-    bindtextdomain("korvane", directory.path("locale").c_str());
-    bind_textdomain_codeset("korvane", "UTF-8");
-    textdomain("korvane");
+    libintl_bindtextdomain("korvane", directory.path("locale").c_str());
+    libintl_bind_textdomain_codeset("korvane", "UTF-8");
+    libintl_textdomain("korvane");
 #endif
   }
   ~Installed() {
@@ -174,12 +180,12 @@ int main(int argc, char** argv) {
 #if defined(ORSIN_BENCH_LIBINTL)
   enter("gettext", [](const char* context, const char* text) -> const char* {
     if (context == nullptr) {
-      return gettext(text);
+      return libintl_gettext(text);
     }
     // As gettext.h does it: the key is put together for each call.
     char key[256];
     std::snprintf(key, sizeof(key), "%s\x04%s", context, text);
-    const char* found = gettext(key);
+    const char* found = libintl_gettext(key);
     return found != key ? found : text;
   });
 #endif

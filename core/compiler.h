@@ -5,9 +5,10 @@
 //
 //   ORSIN_GUARDED_BY ...     lock annotations; Clang checks them in the native builds
 //   ORSIN_TARGET(isa)        compiles one function for a newer instruction set ("avx2"); call it
-//   only
-//                            after asking the processor
+//                            only after asking the processor
 //   ORSIN_NOINLINE           keeps a rare path out of a hot function
+//   ORSIN_FSEEK64, _FTELL64  position of a C stream in 64 bits, which `long` does not have on Windows
+//   ORSIN_FLATTEN            inlines everything that a function calls
 //   ORSIN_LINK_NAME(name)    declares a C++ function of the MSVC run-time library by the name that
 //                            MSVC gives it; MSVC itself needs no help
 #pragma once
@@ -31,10 +32,12 @@
 #if defined(__GNUC__)
 #define ORSIN_TARGET(isa) __attribute__((target(isa)))
 #define ORSIN_NOINLINE __attribute__((noinline))
+#define ORSIN_FLATTEN __attribute__((flatten))
 #define ORSIN_ALWAYS_INLINE inline __attribute__((always_inline))
 #else
 #define ORSIN_TARGET(isa)
 #define ORSIN_NOINLINE __declspec(noinline)
+#define ORSIN_FLATTEN
 #define ORSIN_ALWAYS_INLINE __forceinline
 #endif
 
@@ -49,6 +52,15 @@
 #define ORSIN_READS_BEHIND_OBJECT __attribute__((no_sanitize("address", "thread")))
 #else
 #define ORSIN_READS_BEHIND_OBJECT
+#endif
+
+// Positions of C streams in 64 bits; the standard's own functions use `long`.
+#if defined(_WIN32)
+#define ORSIN_FSEEK64 _fseeki64
+#define ORSIN_FTELL64 _ftelli64
+#else
+#define ORSIN_FSEEK64 fseeko
+#define ORSIN_FTELL64 ftello
 #endif
 
 // The processor's identification instruction; MSVC and GCC spell it differently.

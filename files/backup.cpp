@@ -78,7 +78,8 @@ int file_backup(const char* path, int generations) {
     if (file_exists(from.c_str()) == 0) {
       continue;
     }
-    if (file_exists(to.c_str()) != 0) {
+    // A number that had no room in the path leaves both names the same.
+    if (from.view() != to.view() && file_exists(to.c_str()) != 0) {
       remove_last_generation(to.c_str());
     }
     // Kept on purpose: a step that failed counts as well. The result says how many generations

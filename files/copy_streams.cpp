@@ -1,9 +1,11 @@
 // What all copies share; see copy_streams.h.
 #include "files/copy_streams.h"
 
+#include <cstring>
 #include <new>
 
 #include "files/file_system_port.h"
+#include "files/path_buffer.h"
 #include "orsincore/log.h"
 
 namespace orsin {
@@ -12,6 +14,25 @@ namespace {
 constexpr int kReaderBuffers = 8;
 constexpr unsigned long long kReaderBufferBytes = 0x100000;
 constexpr int kWriterBufferBytes = 0x1000000;
+
+// Every writer made here is one of these.
+class CopyWriter final : public fWriteBuffer {
+ public:
+  CopyWriter() : fWriteBuffer(io_invalid_handle(), true) {}
+
+  void abandon() {
+    if (file_ != io_invalid_handle()) {
+      io_close64(file_);
+    }
+    file_ = io_invalid_handle();
+    opened_ = false;
+  }
+};
+
+// Below the streams a longer path would be cut, and name another file.
+bool fits_path(const char* path) {
+  return std::strlen(path) < kPathBytes;
+}
 
 void copy_write_time(const char* source, const char* destination, bool share_source, bool verbose) {
   std::uint64_t time = 0;
@@ -58,7 +79,7 @@ BorrowedWriter writer_for_copy(fWriteBuffer* writer) {
   if (writer != nullptr) {
     return BorrowedWriter(writer);
   }
-  std::unique_ptr<fWriteBuffer> own(new (std::nothrow) fWriteBuffer(io_invalid_handle(), true));
+  std::unique_ptr<fWriteBuffer> own(new (std::nothrow) CopyWriter);
   if (own && !own->set_buffer(kWriterBufferBytes, true)) {
     own.reset();
   }
@@ -66,7 +87,23 @@ BorrowedWriter writer_for_copy(fWriteBuffer* writer) {
 }
 
 bool open_source(fReadBuffer& reader, const char* path) {
-  return reader.open_file(path, true, false, true);
+  return fits_path(path) && reader.open_file(path, true, false, true);
+}
+
+bool create_destination(fWriteBuffer& writer, const char* path) {
+  // Some systems let an administrator write to read-only files; the mark is meant for all.
+  std::uint32_t attributes = 0;
+  if (!fits_path(path) ||
+      (port::read_attributes(path, attributes) && (attributes & port::kReadOnly) != 0)) {
+    return false;
+  }
+  return writer.open_file(path, 0, true);
+}
+
+void abandon_destination(const BorrowedWriter& writer) {
+  if (writer.is_own()) {
+    static_cast<CopyWriter*>(writer.get())->abandon();
+  }
 }
 
 Block current_block(fReadBuffer& reader) {

@@ -1,4 +1,4 @@
-// Drives as the system knows them; see drive_list.h.
+// Drives and volumes as the system knows them; see drive_list.h and volume_port.h.
 #include <algorithm>
 #include <atomic>
 #include <cstring>
@@ -6,6 +6,9 @@
 
 #include "core/win/windows.h"
 #include "files/drive_list.h"
+#include "files/volume_port.h"
+
+#include <winioctl.h>
 
 namespace orsin::port {
 namespace {
@@ -30,18 +33,8 @@ using GetUniversalName = DWORD(WINAPI*)(const wchar_t*, DWORD, void*, DWORD*);
 
 std::atomic<GetUniversalName> get_universal_name = nullptr;
 
-}  // namespace
-
-std::uint32_t read_drive_roots(unsigned short* roots, std::uint32_t units) noexcept {
-  return GetLogicalDriveStringsW(units, wide(roots));
-}
-
-std::uint32_t read_drive_mask() noexcept {
-  return GetLogicalDrives();
-}
-
-DriveKind read_drive_kind(const unsigned short* root) noexcept {
-  switch (GetDriveTypeW(wide(root))) {
+DriveKind kind_of(UINT type) {
+  switch (type) {
     case DRIVE_NO_ROOT_DIR:
       return DriveKind::kMissing;
     case DRIVE_REMOVABLE:
@@ -57,6 +50,43 @@ DriveKind read_drive_kind(const unsigned short* root) noexcept {
     default:
       return DriveKind::kUnknown;
   }
+}
+
+// The query for a device's access alignment and its answer; toolchains disagree on whether they
+// declare them.
+struct PropertyQuery {
+  DWORD property = 6;
+  DWORD query_type = 0;
+  DWORD additional = 0;
+};
+static_assert(sizeof(PropertyQuery) == 12);
+
+struct AccessAlignment {
+  DWORD version;
+  DWORD size;
+  DWORD bytes_per_cache_line;
+  DWORD bytes_offset_for_cache_alignment;
+  DWORD bytes_per_logical_sector;
+  DWORD bytes_per_physical_sector;
+  DWORD bytes_offset_for_sector_alignment;
+};
+static_assert(sizeof(AccessAlignment) == 28);
+
+constexpr DWORD kGetVolumeDiskExtents = 0x560000;
+char extents_answer[4096];
+
+}  // namespace
+
+std::uint32_t read_drive_roots(unsigned short* roots, std::uint32_t units) noexcept {
+  return GetLogicalDriveStringsW(units, wide(roots));
+}
+
+std::uint32_t read_drive_mask() noexcept {
+  return GetLogicalDrives();
+}
+
+DriveKind read_drive_kind(const unsigned short* root) noexcept {
+  return kind_of(GetDriveTypeW(wide(root)));
 }
 
 bool read_volume_name(const unsigned short* root, unsigned short* name) noexcept {
@@ -90,6 +120,71 @@ bool read_remote_name(const unsigned short* root, unsigned short* name) noexcept
   const std::size_t length = std::min(std::wcslen(remote.connection_name), kDriveTextUnits - 1);
   std::memcpy(name, remote.connection_name, length * sizeof(wchar_t));
   name[length] = 0;
+  return true;
+}
+
+bool read_mount_point(const char* path, char* mount_point, std::size_t size) noexcept {
+  return GetVolumePathNameA(path, mount_point, static_cast<DWORD>(size)) != 0;
+}
+
+DriveKind read_path_kind(const char* path) noexcept {
+  return kind_of(GetDriveTypeA(path));
+}
+
+bool read_free_space(const char* path, std::uint64_t& bytes) noexcept {
+  ULARGE_INTEGER available;
+  ULARGE_INTEGER total;
+  ULARGE_INTEGER free_bytes;
+  if (GetDiskFreeSpaceExA(path, &available, &total, &free_bytes) == 0) {
+    return false;
+  }
+  bytes = free_bytes.QuadPart;
+  return true;
+}
+
+bool read_cluster_facts(const char* root, ClusterFacts& facts) noexcept {
+  DWORD sectors = 0;
+  DWORD bytes = 0;
+  DWORD free_clusters = 0;
+  DWORD clusters = 0;
+  if (GetDiskFreeSpaceA(root, &sectors, &bytes, &free_clusters, &clusters) == 0) {
+    return false;
+  }
+  facts = {sectors, bytes};
+  return true;
+}
+
+void* open_volume_device(const char* name) noexcept {
+  const HANDLE device =
+      CreateFileA(name, 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+  return device != INVALID_HANDLE_VALUE ? device : nullptr;
+}
+
+void close_volume_device(void* device) noexcept {
+  const DWORD error = GetLastError();
+  CloseHandle(device);
+  SetLastError(error);
+}
+
+bool read_sector_sizes(void* device, SectorSizes& sizes) noexcept {
+  PropertyQuery query;
+  AccessAlignment answer = {};
+  DWORD bytes = 0;
+  if (DeviceIoControl(device, IOCTL_STORAGE_QUERY_PROPERTY, &query, sizeof(query), &answer,
+                      sizeof(answer), &bytes, nullptr) == 0) {
+    return false;
+  }
+  sizes = {answer.bytes_per_logical_sector, answer.bytes_per_physical_sector};
+  return true;
+}
+
+bool read_extent_count(void* device, std::uint32_t& count) noexcept {
+  DWORD bytes = 0;
+  if (DeviceIoControl(device, kGetVolumeDiskExtents, nullptr, 0, extents_answer,
+                      sizeof(extents_answer), &bytes, nullptr) == 0) {
+    return false;
+  }
+  std::memcpy(&count, extents_answer, sizeof(count));
   return true;
 }
 

@@ -1,7 +1,4 @@
-// New directories are for everybody on the machine; see file_system_port.h.
-//
-// The application is used by several accounts that share one data directory: what one of them
-// creates, the others must be able to write to.
+// The world group's entry in a directory's access list; see file_system_port.h.
 #include <aclapi.h>
 
 #include <memory>
@@ -9,8 +6,8 @@
 #include "core/win/windows.h"
 #include "files/file_system_port.h"
 #include "files/wide_path_win.h"
-#include "orsincore/log.h"
 
+namespace orsin::port {
 namespace {
 
 struct LocalFreeBlock {
@@ -36,44 +33,31 @@ UniqueSid world_sid() {
   return UniqueSid(sid);
 }
 
-// Merges the world group's entry into a list; null after an error line.
-UniqueLocal with_everyone(ACL* list) {
+// The list with the world group's entry in it.
+DWORD merge_everyone(ACL* list, UniqueLocal& merged) {
   char name[] = "EVERYONE";
   const UniqueSid sid = world_sid();
   EXPLICIT_ACCESSA access = {};
   access.grfAccessPermissions = GENERIC_ALL;
   access.grfAccessMode = GRANT_ACCESS;
   access.grfInheritance = SUB_CONTAINERS_AND_OBJECTS_INHERIT;
-  if (sid) {
-    access.Trustee.TrusteeForm = TRUSTEE_IS_SID;
-    access.Trustee.TrusteeType = TRUSTEE_IS_WELL_KNOWN_GROUP;
-    access.Trustee.ptstrName = static_cast<char*>(sid.get());
-  } else {
-    access.Trustee.TrusteeForm = TRUSTEE_IS_NAME;
-    access.Trustee.TrusteeType = TRUSTEE_IS_WELL_KNOWN_GROUP;
-    access.Trustee.ptstrName = name;
-  }
+  access.Trustee.TrusteeForm = sid ? TRUSTEE_IS_SID : TRUSTEE_IS_NAME;
+  access.Trustee.TrusteeType = TRUSTEE_IS_WELL_KNOWN_GROUP;
+  access.Trustee.ptstrName = sid ? static_cast<char*>(sid.get()) : name;
 
-  ACL* merged = nullptr;
-  const DWORD result = SetEntriesInAclA(1, &access, list, &merged);
-  if (result == ERROR_NONE_MAPPED) {
-    msgerror("Directory access: Group 'Everyone' not mapped");
-    return nullptr;
-  }
-  if (result != ERROR_SUCCESS) {
-    msgerror("Directory access: Error %d", static_cast<int>(result));
-    return nullptr;
-  }
-  return UniqueLocal(merged);
+  ACL* result = nullptr;
+  const DWORD error = SetEntriesInAclA(1, &access, list, &result);
+  merged.reset(result);
+  return error;
 }
 
 }  // namespace
 
-bool file_grant_everyone_access(const char* dir) {
-  const HANDLE handle = CreateFileW(orsin::WidePath(dir), GENERIC_READ | WRITE_DAC, 0, nullptr,
+AccessGrant grant_everyone(const char* dir, std::uint32_t& merge_error) noexcept {
+  const HANDLE handle = CreateFileW(WidePath(dir), GENERIC_READ | WRITE_DAC, 0, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
-    return true;
+    return AccessGrant::kNotOpened;
   }
   const UniqueFile directory(handle);
 
@@ -81,13 +65,17 @@ bool file_grant_everyone_access(const char* dir) {
   PSECURITY_DESCRIPTOR descriptor = nullptr;
   if (GetSecurityInfo(handle, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
                       nullptr, &descriptor) != ERROR_SUCCESS) {
-    return false;
+    return AccessGrant::kNotRead;
   }
   const UniqueLocal owner_of_list(descriptor);
-  const UniqueLocal merged = with_everyone(list);
-  if (!merged) {
-    return false;
+  UniqueLocal merged;
+  merge_error = merge_everyone(list, merged);
+  if (merge_error != ERROR_SUCCESS) {
+    return AccessGrant::kNotMerged;
   }
-  return SetSecurityInfo(handle, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
-                         static_cast<ACL*>(merged.get()), nullptr) == ERROR_SUCCESS;
+  const DWORD error = SetSecurityInfo(handle, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
+                                      nullptr, static_cast<ACL*>(merged.get()), nullptr);
+  return error == ERROR_SUCCESS ? AccessGrant::kGranted : AccessGrant::kNotWritten;
 }
+
+}  // namespace orsin::port

@@ -5,7 +5,8 @@
 //
 // What was there before is safe: the source stays open and shared for reading only until the last
 // byte is written, and destinations are opened unshared. So a destination that is the source under
-// another spelling of its name, or the same file twice in the list, cannot be opened: result -2.
+// another spelling of its name, or the same file twice in the list, cannot be opened: result -2. The
+// destinations opened before it then still hold what they held.
 #include <cstring>
 #include <optional>
 
@@ -107,10 +108,11 @@ class Writers {
   // The index of the first destination that cannot be created; the count when all were.
   int open(const char** destinations) {
     for (int i = 0; i < count_; ++i) {
-      if (!at(i)->open_file(destinations[i], 0, true)) {
+      if (!create_destination(*at(i), destinations[i])) {
         // Kept on purpose: the writer that failed is closed once for each one opened before it, and
         // those stay open. Derived writers of hosts count these calls.
         close_repeatedly(i, i);
+        abandon_before(i);
         return i;
       }
     }
@@ -142,6 +144,13 @@ class Writers {
  private:
   fWriteBuffer* at(int index) { return slots_[index]->get(); }
 
+  // Closed in the ordinary way, files that nothing was written to would lose what they held.
+  void abandon_before(int end) {
+    for (int i = 0; i < end; ++i) {
+      abandon_destination(*slots_[i]);
+    }
+  }
+
   void close_repeatedly(int index, int times) {
     for (int i = 0; i < times; ++i) {
       at(index)->close_file(true);
@@ -161,6 +170,8 @@ bool copy_blocks(const Copy& copy, fReadBuffer& reader, Writers& writers) {
                     block.is_end() ? 0 : block.length);
     }
     if (block.is_end()) {
+      // Kept on purpose: a source that cannot be read on ends here as if it were complete. Callers
+      // see what is missing in `bytes`, and rescue what can be read off a damaged disk.
       return true;
     }
     if (!writers.write(block)) {

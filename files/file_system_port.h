@@ -2,7 +2,7 @@
 // everyone_access_win.cpp answer.
 //
 // Paths are UTF-8 with backslashes, converted to at most 260 units right before the system call; a
-// null path fails like an empty one. A call that fails leaves the thread's last error, and errno
+// null path, or one of 260 bytes or more, fails like an empty one. A call that fails leaves the thread's last error, and errno
 // where it says so. Nothing is logged, nothing is tried twice.
 #pragma once
 
@@ -53,13 +53,21 @@ struct FileFacts {
 [[nodiscard]] bool remove_directory(const char* path) noexcept;
 [[nodiscard]] bool rename_path(const char* from, const char* to) noexcept;
 
+/// How far granting came.
+enum class AccessGrant { kNotOpened, kNotRead, kNotMerged, kNotWritten, kGranted };
+
+/// Adds the world group's entry to a directory's access list. kNotMerged comes with the error code
+/// of the merge. GetSecurityInfo, SetEntriesInAclA, SetSecurityInfo.
+[[nodiscard]] AccessGrant grant_everyone(const char* dir, std::uint32_t& merge_error) noexcept;
+
+constexpr std::uint32_t kErrorNoneMapped = 1332;
+
 }  // namespace orsin::port
 
 /// Adds an inheritable entry to a directory's access list that lets the world group do everything.
 ///
 /// @return False when the list could not be read, merged (one error line) or written; true also
 ///         when the directory cannot be opened.
-/// Windows: GetSecurityInfo, SetEntriesInAclA, SetSecurityInfo.
 bool file_grant_everyone_access(const char* dir);
 
 /// The system's text for the thread's last error, without line ends and blanks at its end; empty

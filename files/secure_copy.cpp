@@ -99,7 +99,7 @@ Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, fWriteBuffer& wr
     std::snprintf(error_text, kTextBytes, "File Copy: failed to read '%s'\n", copy.source);
     return kNotRead;
   }
-  if (!writer.open_file(copy.destination, 0, true)) {
+  if (!create_destination(writer, copy.destination)) {
     return not_opened(copy.source);  // The source is named in this case as well.
   }
   return copy_blocks(copy, reader, writer);

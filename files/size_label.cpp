@@ -1,4 +1,4 @@
-// Short texts for sizes: "1.5 KB".
+// Short texts for sizes: "1.5 KB" of files, "1.5 Gb" of volumes.
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -39,4 +39,23 @@ bool file_size_label(const char* text, char* out, int size) {
     return false;
   }
   return file_size_label(static_cast<float>(std::atof(text)), out, size);
+}
+
+bool ov_byte_size_designation(unsigned long long bytes, char* out) {
+  constexpr std::size_t kTextBytes = 32;
+  constexpr double kFactor = 1024;
+  const double kilobytes = static_cast<double>(bytes) / kFactor;
+  const double megabytes = kilobytes / kFactor;
+  const double gigabytes = megabytes / kFactor;
+  // Each unit reaches up to 1024 of it, so that a whole one of the next still reads "1024 Kb".
+  if (kilobytes <= kFactor) {
+    std::snprintf(out, kTextBytes, "%.0f Kb", kilobytes);
+  } else if (megabytes <= kFactor) {
+    std::snprintf(out, kTextBytes, "%.0f Mb", megabytes);
+  } else if (gigabytes <= kFactor) {
+    std::snprintf(out, kTextBytes, "%.1f Gb", gigabytes);
+  } else {
+    std::snprintf(out, kTextBytes, "%.2f Tb", gigabytes / kFactor);
+  }
+  return true;
 }

@@ -96,7 +96,7 @@ Result copy_opened(const char* destination, unsigned long long& bytes) {
   if (streams.reader->getNextBlock() == 0) {
     return kDataNotCopied;
   }
-  if (!streams.writer->open_file(destination, 0, true)) {
+  if (!create_destination(*streams.writer, destination)) {
     return kDestinationNotCreated;
   }
   const bool all_taken = copy_blocks(bytes);

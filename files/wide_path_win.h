@@ -1,6 +1,12 @@
 // A UTF-8 path as the system's wide calls take it. For *_win.cpp files only.
+//
+// A path that is too long becomes an empty one, which no call accepts: cut, it would name another
+// file, and that one would be deleted or replaced.
 #pragma once
 
+#include <cstring>
+
+#include "files/path_buffer.h"
 #include "orsincore/text.h"
 
 namespace orsin {
@@ -8,7 +14,7 @@ namespace orsin {
 class WidePath {
  public:
   explicit WidePath(const char* path) {
-    if (path != nullptr) {
+    if (path != nullptr && std::strlen(path) < kPathBytes) {
       ov_utf8_to_wchar_n(path, units_, kUnits);
     }
   }

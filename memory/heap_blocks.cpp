@@ -332,7 +332,7 @@ mheap_mblk* HeapBlocks::block_around(const void* address) const {
   // Most addresses lie close behind the beginning of their block's data.
   std::uint64_t data = target - target % heap_.alignment;
   for (int tried = 0; tried < kPositionsTried && data > base; ++tried) {
-    mheap_mblk* block = header_before(reinterpret_cast<const void*>(data));
+    mheap_mblk* block = block_of(reinterpret_cast<const void*>(data));
     if (block != nullptr && block->state != kBlockFree && address_of(block->data) == data) {
       return block;
     }

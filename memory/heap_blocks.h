@@ -140,7 +140,6 @@ class HeapBlocks {
   void add_last_block(mheap_mblk* block, std::uint64_t room);
   mheap_mblk* slide_down(mheap_mblk* gap, mheap_mblk* block);
   [[nodiscard]] bool join_free(mheap_mblk* block);
-  [[nodiscard]] mheap_mblk* header_before(const void* data) const;
 
   [[nodiscard]] std::uint32_t granule_of(const mheap_mblk* block) const;
   [[nodiscard]] mheap_mblk* block_at_granule(std::uint32_t granule) const;
@@ -156,20 +155,14 @@ class HeapBlocks {
 
 // Here because locking a block is little more than this.
 
-// Null where the header would begin before the first block: those bytes are not ours to read.
-inline mheap_mblk* HeapBlocks::header_before(const void* data) const {
+// Null too where the header would begin before the first block: those bytes are not ours to read.
+inline mheap_mblk* HeapBlocks::block_of(const void* data) const {
   const std::uint64_t address = address_of(data);
-  if (address - address_of(heap_.first_block) < heap_.header_size) {
+  const std::uint64_t first_data = address_of(heap_.first_block) + heap_.header_size;
+  if (address < first_data || address >= address_of(heap_.end_block)) {
     return nullptr;
   }
   return reinterpret_cast<mheap_mblk*>(static_cast<std::uintptr_t>(address - heap_.header_size));
-}
-
-inline mheap_mblk* HeapBlocks::block_of(const void* data) const {
-  const std::uint64_t base = address_of(heap_.base);
-  // Below base the difference wraps and is too large as well.
-  const bool is_inside = address_of(data) - base < address_of(heap_.end_block) - base;
-  return is_inside ? header_before(data) : nullptr;
 }
 
 inline mheap_mblk* HeapBlocks::inner_block_of(const void* data) const {

@@ -89,7 +89,7 @@ ov_http_socket::ov_http_socket()
 }
 
 ov_http_socket::~ov_http_socket() {
-  std::free(response_);
+  ResponseBody::free(response_);
   close_handle(session_);
   close_handle(request_);
   close_handle(connection_);
@@ -124,8 +124,8 @@ char* ov_http_socket::GetHttpData(const char* url, ov_http_request_type type, co
   }
   SetStatusCode();
 
-  std::free(std::exchange(response_, nullptr));
-  ResponseBody body;
+  // The earlier body ends here; its memory takes the next one.
+  ResponseBody body(std::exchange(response_, nullptr));
   if (!body.is_valid() || !read_answer(request_, body)) {
     last_error_ = kNotEnoughMemory;
     return nullptr;

@@ -2,14 +2,17 @@
 //
 // A string's end is not known beforehand, so a block may be read only if it stays within one page
 // of memory; what lies behind the terminator is then readable, if meaningless. Each function
-// converts whole blocks that hold neither a terminator nor anything above 0x7F and returns how many
-// units it took; the caller goes on one by one from there.
+// converts until a terminator or anything above 0x7F, or until a block would not stay within its
+// page or does not fit into the room, and returns how many units it took; the caller goes on one by
+// one from there. Nothing is written behind what was taken.
 #pragma once
 
 #include <emmintrin.h>
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "core/compiler.h"
 
@@ -23,6 +26,33 @@ constexpr std::size_t kAsciiBlockBytes = 16;
          kPageBytes - kAsciiBlockBytes;
 }
 
+/// Widens the first `count` bytes of a block, at most 16: two stores that overlap cover any count.
+inline void widen_part(const char* from, char* to, std::size_t count) {
+  const __m128i zero = _mm_setzero_si128();
+  if (count >= 8) {
+    const auto widen_8 = [zero](const char* source, char* target) {
+      const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(source));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(target), _mm_unpacklo_epi8(bytes, zero));
+    };
+    widen_8(from, to);
+    widen_8(from + count - 8, to + (count - 8) * 2);
+  } else if (count >= 4) {
+    const auto widen_4 = [zero](const char* source, char* target) {
+      std::int32_t four = 0;
+      std::memcpy(&four, source, sizeof(four));
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(target),
+                       _mm_unpacklo_epi8(_mm_cvtsi32_si128(four), zero));
+    };
+    widen_4(from, to);
+    widen_4(from + count - 4, to + (count - 4) * 2);
+  } else {
+    for (std::size_t i = 0; i < count; ++i) {
+      to[i * 2] = from[i];
+      to[i * 2 + 1] = 0;
+    }
+  }
+}
+
 /// Bytes to 16-bit units; `room` counts units at `to`.
 ORSIN_READS_BEHIND_OBJECT inline std::size_t widen_ascii_run(const char* from, void* to,
                                                              std::size_t room) {
@@ -32,8 +62,12 @@ ORSIN_READS_BEHIND_OBJECT inline std::size_t widen_ascii_run(const char* from, v
   while (room - done >= kAsciiBlockBytes && block_stays_in_page(from + done)) {
     const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done));
     // A byte above 0x7F is negative and a terminator is zero: both fail "greater than zero".
-    if (_mm_movemask_epi8(_mm_cmpgt_epi8(block, zero)) != 0xFFFF) {
-      break;
+    const auto others =
+        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(block, zero))) ^ 0xFFFFU;
+    if (others != 0) {
+      const auto count = static_cast<std::size_t>(std::countr_zero(others));
+      widen_part(from + done, target + done * 2, count);
+      return done + count;
     }
     auto* pair = reinterpret_cast<__m128i*>(target + done * 2);
     _mm_storeu_si128(pair, _mm_unpacklo_epi8(block, zero));

@@ -56,6 +56,32 @@ void decode_part(void* source, void* source_size, void* target, void* target_siz
       static_cast<unsigned char*>(target) + span.target_begin, span.target_end - span.target_begin);
 }
 
+// From so many decoded bytes on the target will not fit into the caches anyway.
+constexpr std::size_t kStreamedBytesMin = 4U << 20;
+
+bool is_streamed(std::size_t count, const unsigned char* target) {
+  return count >= kStreamedBytesMin / kBase64BlockBytes &&
+         reinterpret_cast<std::uintptr_t>(target) % kBase64StreamAlignment == 0;
+}
+
+// Decodes groups one by one until the target is aligned for streaming, where that will pay. The
+// three bytes of a group reach any alignment. Returns the groups decoded.
+std::size_t align_target(const char* source, std::size_t source_size, unsigned char* target,
+                         std::size_t target_size) {
+  if (std::min(source_size / 4 * 3, target_size) < kStreamedBytesMin + kBase64BlockBytes) {
+    return 0;
+  }
+  std::size_t groups = 0;
+  while (reinterpret_cast<std::uintptr_t>(target + groups * 3) % kBase64StreamAlignment != 0) {
+    if (std::memchr(source + groups * 4, '=', 4) != nullptr) {
+      break;
+    }
+    emit(group_of(source + groups * 4), 3, target + groups * 3, 3);
+    ++groups;
+  }
+  return groups;
+}
+
 }  // namespace
 
 std::size_t decode_base64_span_plain(const char* source, std::size_t source_size,
@@ -80,12 +106,17 @@ std::size_t decode_base64_span_plain(const char* source, std::size_t source_size
 // which is also where the text ends: there, or at the last block that is whole and fits.
 std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
                                std::size_t target_size) {
-  std::size_t read = 0;
-  std::size_t written = 0;
-  while (has_base64_instructions()) {
+  const bool has_blocks = has_base64_instructions();
+  const std::size_t groups =
+      has_blocks ? align_target(source, source_size, target, target_size) : 0;
+  std::size_t read = groups * 4;
+  std::size_t written = groups * 3;
+  while (has_blocks) {
     const std::size_t count = std::min((source_size - read) / kBase64BlockCharacters,
                                        (target_size - written) / kBase64BlockBytes);
-    const std::size_t done = decode_base64_blocks(source + read, count, target + written);
+    const std::size_t done = is_streamed(count, target + written)
+                                 ? stream_base64_blocks(source + read, count, target + written)
+                                 : decode_base64_blocks(source + read, count, target + written);
     read += done * kBase64BlockCharacters;
     written += done * kBase64BlockBytes;
     if (done == count) {

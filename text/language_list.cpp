@@ -52,7 +52,7 @@ LanguageList::LanguageList(std::string_view file) {
   text_.push_back('\0');
 
   std::size_t count = 0;
-  int largest_id = -1;
+  std::size_t table_length = 0;
   for_each_line([&](const char* line, const char* end) {
     const int id = leading_number(line, end);
     if (id > kLargestId) {
@@ -60,10 +60,12 @@ LanguageList::LanguageList(std::string_view file) {
       return;
     }
     ++count;
-    largest_id = std::max(largest_id, id);
+    if (id >= 0) {
+      table_length = std::max(table_length, static_cast<std::size_t>(id) + 1);
+    }
   });
   records_.reserve(count + 1);
-  table_.assign(static_cast<std::size_t>(largest_id + 1), nullptr);
+  table_.assign(table_length, nullptr);
 
   for_each_line([&](char* line, char* end) {
     const int id = leading_number(line, end);

@@ -153,6 +153,8 @@ const char* ov_pgettext(const char* msgid) {
   return ov_pgettext(nullptr, msgid);
 }
 
+// Kept on purpose: there is one domain of messages, and every context is at home in it. Programs
+// that were written for several still ask.
 bool ov_is_default_context(const char* /*context*/) {
   return true;
 }
@@ -162,7 +164,8 @@ const char* ov_locale_get() {
 }
 
 bool ov_save_language_cfg(const char* code) {
-  // First, and even for a code that is then refused: a settings window may rely on the folder.
+  // Kept on purpose: the folder comes first, even for a code that is then refused. A settings window
+  // that saves nothing yet still finds a place for its other files.
   char path[kPathBytes];
   if (file_ensure_directory("Settings", kConfigurationName, path) == nullptr || code == nullptr ||
       *code == '\0') {

@@ -5,6 +5,10 @@
 //
 // Kept on purpose: when the characters fill the destination exactly, that last 0 cuts the final
 // character, in UTF-8 possibly in half. Callers size their buffers by it.
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
 #include "orsincore/text.h"
 #include "text/ascii_run.h"
 #include "text/code_points.h"
@@ -12,34 +16,86 @@
 namespace orsin {
 namespace {
 
+// Characters converted one by one before the next look for a run of ASCII: in text with accents,
+// looking after each of them costs more than it gains.
+constexpr std::size_t kStretch = 32;
+
+// Converts up to `count` units below the surrogates, as far as there are any, and moves both
+// positions. Three bytes are followed by a fourth of 0 for a moment: whatever comes next, if only the
+// terminator, takes its place. Needs room for three bytes a unit and four more.
+void convert_plain_units(const char*& from, char*& to, std::size_t count) {
+  constexpr unsigned kSurrogates = 0xD800;
+  for (; count > 0; --count) {
+    const unsigned unit = load_unit(from, 0);
+    if (unit - 1 < 0x7F) {
+      *to++ = static_cast<char>(unit);
+    } else if (unit - 1 < 0x7FF) {
+      store_unit(to, 0, 0x80C0 | unit >> 6 | (unit & 0x3F) << 8);
+      to += 2;
+    } else if (unit - 1 < kSurrogates - 1 || unit > 0xDFFF) {
+      const std::uint32_t triple =
+          0x8080E0 | unit >> 12 | (unit >> 6 & 0x3F) << 8 | (unit & 0x3F) << 16;
+      std::memcpy(to, &triple, sizeof(triple));
+      to += 3;
+    } else {
+      return;  // The terminator, or half of a pair.
+    }
+    from += sizeof(std::uint16_t);
+  }
+}
+
 char* convert_utf16_to_utf8(const void* src, char* dst, std::size_t n) {
   if (n == 0) {
     return dst;
   }
-  std::size_t read = 0;
-  std::size_t written = 0;
+  constexpr std::size_t kSpareBytes = 4;
+  const char* from = static_cast<const char*>(src);
+  char* to = dst;
+  const char* const end = dst + n;
   for (;;) {
-    const std::size_t run =
-        narrow_ascii_run(static_cast<const char*>(src) + read * 2, dst + written, n - written);
-    read += run;
-    written += run;
-    // One by one as far as a block reaches: looking for a run after each accent costs more than it
-    // gains.
-    for (std::size_t i = 0; i < kAsciiBlockBytes / 2; ++i) {
-      const CodePoint cp = decode_utf16(src, read);
-      const int length = utf8_length(cp.value);
-      if (static_cast<std::size_t>(length) > n - written) {
-        dst[n - 1] = '\0';
-        return dst;
-      }
-      write_utf8(cp.value, length, dst + written);
-      if (cp.value == 0) {
-        dst[n - 1] = '\0';
-        return dst;
-      }
-      read += static_cast<std::size_t>(cp.length);
-      written += static_cast<std::size_t>(length);
+    const std::size_t run = narrow_ascii_run(from, to, static_cast<std::size_t>(end - to));
+    from += run * sizeof(std::uint16_t);
+    to += run;
+    const auto room = static_cast<std::size_t>(end - to);
+    if (room > kSpareBytes) {
+      convert_plain_units(from, to, std::min(kStretch, (room - kSpareBytes) / 3));
     }
+    // One more by the full rule, which also ends the text or the room.
+    const CodePoint cp = decode_utf16(from, 0);
+    const int length = utf8_length(cp.value);
+    const bool fits = length <= end - to;
+    if (fits) {
+      write_utf8(cp.value, length, to);
+    }
+    if (!fits || cp.value == 0) {
+      dst[n - 1] = '\0';
+      return dst;
+    }
+    from += static_cast<std::size_t>(cp.length) * sizeof(std::uint16_t);
+    to += length;
+  }
+}
+
+// Converts up to `count` characters of one to three bytes, as far as there are any, and moves both
+// positions. Each becomes one unit.
+void convert_plain_bytes(const char*& from, char*& to, std::size_t count) {
+  for (; count > 0; --count) {
+    const auto byte = [from](int i) { return static_cast<unsigned char>(from[i]); };
+    const unsigned b0 = byte(0);
+    if (b0 - 1 < 0x7F) {
+      store_unit(to, 0, b0);
+      from += 1;
+    } else if (b0 - 0xC2 < 0x1E && is_continuation(byte(1))) {
+      store_unit(to, 0, (b0 & 0x1F) << 6 | (byte(1) & 0x3FU));
+      from += 2;
+    } else if ((b0 & 0xF0) == 0xE0 && is_continuation(byte(1)) && is_continuation(byte(2)) &&
+               (b0 > 0xE0 || byte(1) >= 0xA0)) {
+      store_unit(to, 0, (b0 & 0x0F) << 12 | (byte(1) & 0x3FU) << 6 | (byte(2) & 0x3FU));
+      from += 3;
+    } else {
+      return;  // The terminator, four bytes, or a byte that cannot be decoded.
+    }
+    to += sizeof(std::uint16_t);
   }
 }
 
@@ -48,27 +104,29 @@ void* convert_utf8_to_utf16(const char* src, void* dst, std::size_t n) {
     return dst;
   }
   const char* from = src;
-  std::size_t written = 0;
+  char* to = static_cast<char*>(dst);
+  const char* const end = to + n * sizeof(std::uint16_t);
+  const auto room = [&to, end] {
+    return static_cast<std::size_t>(end - to) / sizeof(std::uint16_t);
+  };
   for (;;) {
-    const std::size_t run =
-        widen_ascii_run(from, static_cast<char*>(dst) + written * 2, n - written);
+    const std::size_t run = widen_ascii_run(from, to, room());
     from += run;
-    written += run;
-    for (std::size_t i = 0; i < kAsciiBlockBytes; ++i) {
-      const CodePoint cp = decode_utf8(from);
-      const int length = utf16_length(cp.value);
-      if (static_cast<std::size_t>(length) > n - written) {
-        store_unit(dst, n - 1, 0);
-        return dst;
-      }
-      write_utf16(cp.value, length, dst, written);
-      if (cp.value == 0) {
-        store_unit(dst, n - 1, 0);
-        return dst;
-      }
-      from += cp.length;
-      written += static_cast<std::size_t>(length);
+    to += run * sizeof(std::uint16_t);
+    convert_plain_bytes(from, to, std::min(kStretch, room()));
+    // One more by the full rule, which also ends the text or the room.
+    const CodePoint cp = decode_utf8(from);
+    const int length = utf16_length(cp.value);
+    const bool fits = static_cast<std::size_t>(length) <= room();
+    if (fits) {
+      write_utf16(cp.value, length, to, 0);
     }
+    if (!fits || cp.value == 0) {
+      store_unit(dst, n - 1, 0);
+      return dst;
+    }
+    from += cp.length;
+    to += static_cast<std::size_t>(length) * sizeof(std::uint16_t);
   }
 }
 

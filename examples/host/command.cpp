@@ -46,8 +46,8 @@ FullLibrary::~FullLibrary() {
   }
 }
 
-FastLibrary::FastLibrary() {
-  ov_fast_initialize(application_name, false);
+FastLibrary::FastLibrary(bool with_heaps) {
+  ov_fast_initialize(application_name, with_heaps);
 }
 
 FastLibrary::~FastLibrary() {

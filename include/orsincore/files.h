@@ -1,5 +1,5 @@
 /// @file
-/// File utilities and directory lists.
+/// File utilities, directory lists, volumes, and the small whole-file stream.
 ///
 /// Every path is NUL-terminated UTF-8 of at most 260 bytes with its terminator; longer ones are cut
 /// where a function says so. The separator that is looked for is the backslash; the slash is seen
@@ -352,3 +352,59 @@ ORSIN_API bool ov_localpath(const char* path);
 /// @param out  At least 32 bytes.
 /// @return True. Any thread.
 ORSIN_API bool ov_byte_size_designation(unsigned long long bytes, char* out);
+
+// ---------------------------------------------------------------------------------------------
+// A small file as a stream
+// ---------------------------------------------------------------------------------------------
+
+/// A whole file in memory, read front to back. ov_open() makes it, ov_close() frees it; the fields
+/// may be read. One thread at a time.
+struct ov_stream {
+  unsigned char* data;          ///< The contents; null when the file is empty.
+  unsigned long long size;      ///< Bytes.
+  unsigned long long position;  ///< Where the next read starts; may lie beyond the end.
+  int end;                      ///< 1 once a read wanted more than was left, else 0.
+};
+
+/// Reads a whole file into memory and closes it again.
+///
+/// @param mode  As for ov_utf8_fopen(); "rb" gives the bytes as they are, "r" the text.
+/// @return The caller's, until ov_close(); null when the file cannot be opened, has no length, or
+///         memory is exhausted. Logs nothing.
+ORSIN_API ov_stream* ov_open(const char* path, const char* mode);
+
+/// Frees a stream. 0; -1 for null.
+ORSIN_API int ov_close(ov_stream* stream);
+
+/// Moves the position, to anywhere: nothing is clamped, and the end flag stays.
+///
+/// @param whence  0: to `offset`. 1: by `offset`. 2: to `offset` bytes before the end, so that a
+///                positive offset goes backwards.
+/// @return The new position, cut to a long; -1 for any other `whence`.
+ORSIN_API long ov_seek(ov_stream* stream, long offset, int whence);
+
+/// The position, cut to a long.
+ORSIN_API long ov_tell(ov_stream* stream);
+
+/// Copies size x count bytes, or what is left; the latter sets the end flag.
+///
+/// @return Bytes, not elements; (size_t)-1 at the end, and for elements of size 0.
+ORSIN_API std::size_t ov_read(void* out, std::size_t size, std::size_t count, ov_stream* stream);
+
+/// Copies one line with its line feed, or up to a zero byte, and a terminator behind it. A line
+/// that the end of the data cuts short sets the end flag.
+///
+/// @param out  Must hold the longest line and its terminator.
+/// @param n    Below 2 gives null. Does not bound the line.
+/// @return A pointer just past the terminator; null at the end.
+ORSIN_API char* ov_gets(char* out, int n, ov_stream* stream);
+
+/// The end flag.
+ORSIN_API int ov_eof(ov_stream* stream);
+
+/// Numbers a name: "Take" becomes "Take(1)", "Take(1)" becomes "Take(2)".
+///
+/// @param name    Has room for the longer suffix, 13 characters and the terminator.
+/// @param square  Counts in "[1]" instead.
+/// @return True.
+ORSIN_API bool ov_increment_suffix(char* name, bool square);

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -9,6 +8,7 @@
 #include "orsincore/files.h"
 #include "orsincore/io.h"
 #include "tests/files/backslash_path.h"
+#include "tests/files/copy_calls.h"
 #include "tests/files/failing_writer.h"
 #include "tests/files/io_start.h"
 #include "tests/support/log_capture.h"
@@ -20,19 +20,11 @@ using test::backslashed;
 using test::below;
 using test::FailingWriter;
 using test::Lines;
+using test::random_content;
 using test::TemporaryDirectory;
 
 constexpr auto kNoProgress =
     static_cast<void (*)(void*, unsigned char*, unsigned long long)>(nullptr);
-
-std::string random_content(std::size_t size) {
-  std::mt19937_64 random(size);
-  std::string content(size, '\0');
-  for (char& byte : content) {
-    byte = static_cast<char>(random());
-  }
-  return content;
-}
 
 class FileCopy : public testing::Test {
  protected:
@@ -207,8 +199,7 @@ TEST_F(FileCopy, Gives1WhenTheSourceCannotBeOpened) {
 
   EXPECT_EQ(copy(source, below(directory_, "copy.bin")), -1);
 
-  ASSERT_FALSE(log_.lines().empty());
-  EXPECT_EQ(log_.lines().back(), "ERROR: File Copy: failed to open '" + source + "'");
+  EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to open '" + source + "'");
   EXPECT_EQ(file_exists(below(directory_, "copy.bin").c_str()), 0);
 }
 
@@ -219,8 +210,7 @@ TEST_F(FileCopy, Gives2WhenADestinationCannotBeCreated) {
 
   EXPECT_EQ(copy(below(directory_, "source.bin"), destination, true), -2);
 
-  ASSERT_FALSE(log_.lines().empty());
-  EXPECT_EQ(log_.lines().back(), "ERROR: File Copy: failed to create '" + destination + "'");
+  EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to create '" + destination + "'");
 }
 
 TEST_F(FileCopy, Gives4ForAPathThatIsNotAllowed) {
@@ -381,7 +371,7 @@ TEST_F(FileCopy, KeepsClosingTheWriterThatDidNotOpenOnceForEachEarlierOne) {
   EXPECT_EQ(second.closings(), 0);
   EXPECT_EQ(bad.closings(), 2);
   EXPECT_EQ(file_exists(below(directory_, "1").c_str()), 1);
-  EXPECT_EQ(log_.lines().back(),
+  EXPECT_EQ(log_.last_line(),
             "ERROR: File Copy: failed to create '" + below(directory_, "3") + "'");
 }
 

@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <random>
 #include <string>
 
 #include "orsincore/files.h"
 #include "orsincore/io.h"
 #include "orsincore/text.h"
 #include "tests/files/backslash_path.h"
+#include "tests/files/copy_calls.h"
 #include "tests/files/failing_writer.h"
 #include "tests/files/io_start.h"
 #include "tests/support/log_capture.h"
@@ -17,19 +17,11 @@ namespace {
 
 using test::below;
 using test::Lines;
+using test::random_content;
 using test::TemporaryDirectory;
 
 constexpr unsigned kMd5 = 1;
 constexpr unsigned kMd5AndVerify = 3;
-
-std::string random_content(std::size_t size) {
-  std::mt19937_64 random(size);
-  std::string content(size, '\0');
-  for (char& byte : content) {
-    byte = static_cast<char>(random());
-  }
-  return content;
-}
 
 md5_state_s digest_of(const std::string& content) {
   md5_state_s state;
@@ -206,7 +198,7 @@ TEST_F(SecureCopy, TakesAPerCentSignInANameForWhatItIs) {
 
   get_error_file_copy_secure(-2, true);
 
-  EXPECT_EQ(log_.lines().back(), "ERROR: File Copy: failed to open '" + source + "'");
+  EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to open '" + source + "'");
 }
 
 TEST_F(SecureCopy, AccumulatesTheBytes) {

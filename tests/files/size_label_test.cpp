@@ -73,5 +73,38 @@ TEST(SizeLabel, ReadsANumberFromText) {
   EXPECT_STREQ(text, "0 B");
 }
 
+std::string designation(unsigned long long bytes) {
+  char text[32] = {};
+  EXPECT_TRUE(ov_byte_size_designation(bytes, text));
+  return text;
+}
+
+TEST(SizeDesignation, NamesEachUnitUpTo1024OfIt) {
+  struct Case {
+    unsigned long long bytes;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {0, "0 Kb"},
+      {511, "0 Kb"},
+      {1024, "1 Kb"},
+      {1048576, "1024 Kb"},
+      {1048577, "1 Mb"},
+      {2097152, "2 Mb"},
+      {1073741824, "1024 Mb"},
+      {1073741825, "1.0 Gb"},
+      {1610612736, "1.5 Gb"},
+      {1099511627776, "1024.0 Gb"},
+      {1099511627777, "1.00 Tb"},
+      {1649267441664, "1.50 Tb"},
+      {std::numeric_limits<unsigned long long>::max(), "16777216.00 Tb"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.bytes);
+
+    EXPECT_EQ(designation(c.bytes), c.expected);
+  }
+}
+
 }  // namespace
 }  // namespace orsin

@@ -18,7 +18,18 @@
 #include "files/directory_enumeration.h"
 #include "files/environment_port.h"
 #include "files/file_system_port.h"
+#include "files/path_buffer.h"
 #include "orsincore/text.h"
+#include "tests/native/fake_access.h"
+
+namespace orsin::test {
+
+FakeAccess& fake_access() {
+  static FakeAccess access;
+  return access;
+}
+
+}  // namespace orsin::test
 
 namespace orsin::port {
 namespace {
@@ -28,8 +39,9 @@ constexpr std::uint64_t kUnixEpochTicks = 11644473600 * kTicksPerSecond;
 constexpr mode_t kHiddenBit = S_ISVTX;
 constexpr mode_t kSystemBit = S_ISGID;
 
+// Empty for a path that is too long.
 std::string native_path(const char* path) {
-  std::string native = path != nullptr ? path : "";
+  std::string native = path != nullptr && std::strlen(path) < kPathBytes ? path : "";
   std::replace(native.begin(), native.end(), '\\', '/');
   return native;
 }
@@ -146,6 +158,13 @@ bool rename_path(const char* from, const char* to) noexcept {
   return std::rename(native_path(from).c_str(), native.c_str()) == 0;
 }
 
+AccessGrant grant_everyone(const char* dir, std::uint32_t& merge_error) noexcept {
+  test::FakeAccess& access = test::fake_access();
+  access.directories.emplace_back(dir);
+  merge_error = access.merge_error;
+  return access.grant;
+}
+
 bool read_environment(const char* name, char* value, std::size_t size) noexcept {
   const char* found = std::getenv(name);
   if (found == nullptr) {
@@ -206,10 +225,6 @@ void end_enumeration(void* handle) noexcept {
 }
 
 }  // namespace orsin::port
-
-bool file_grant_everyone_access(const char* /*dir*/) {
-  return true;
-}
 
 const char* file_last_error_text() {
   static char text[256];

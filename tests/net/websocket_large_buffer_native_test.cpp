@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint64_t kGib = std::uint64_t{1} << 30;
 
-TEST(WebSocketReceiving, KeepsCountingTheRoomIn32Bits) {
+TEST(WebSocketLargeBuffers, KeepsCountingTheRoomIn32Bits) {
   struct Case {
     std::size_t buffer_bytes;
     const char* call;  // Null: none is made.

@@ -1,4 +1,4 @@
-// The WebSocket client against a real server on 127.0.0.1; websocket_server.py says what each path
+// The WebSocket client against a real server on 127.0.0.1; servers/websocket.py says what each path
 // does. Where Wine's WinHTTP differs from Windows', the test says how.
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ using test::FrameHeap;
 using test::Lines;
 using test::LogCapture;
 
-constexpr const char* kScript = ORSIN_NET_TESTS "/websocket_server.py";
+constexpr const char* kScript = ORSIN_TEST_SERVERS "/websocket.py";
 
 // One server for all tests of a run; started by the first that needs it.
 class SharedServer : public testing::Environment {
@@ -33,6 +33,7 @@ class SharedServer : public testing::Environment {
   static int port() {
     if (server_ == nullptr) {
       server_ = std::make_unique<ChildServer>(kScript);
+      EXPECT_NE(server_->port(), 0);
     }
     return server_->port();
   }
@@ -463,7 +464,7 @@ void connect_and_close(int cycles, std::atomic<int>& failures) {
 }
 
 TEST_F(WebSocketServer, LeavesNoHandleBehindIn10000Connections) {
-  constexpr int kThreads = 4;
+  constexpr int kThreads = 16;  // A connection mostly waits.
   constexpr int kCycles = 10000;
   std::atomic<int> failures = 0;
   const auto run = [&](int cycles) {
@@ -474,6 +475,10 @@ TEST_F(WebSocketServer, LeavesNoHandleBehindIn10000Connections) {
   };
   run(kThreads);  // What the system opens once stays open.
   const int before = open_handles();
+  {
+    const Socket open = connect_to("/echo");
+    EXPECT_GT(open_handles(), before) << "the count does not see connections";
+  }
 
   run(kCycles);
 

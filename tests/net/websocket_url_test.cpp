@@ -1,10 +1,14 @@
 // The three characters by which the WebSocket client reads a URL.
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "net/websocket_url.h"
+#include "tests/net/naive_websocket_url.h"
 
 namespace orsin {
 namespace {
@@ -90,6 +94,30 @@ TEST(WebSocketUrl, EndsTheHostAtTheFirstColonWhateverItIs) {
       {"IPv6", u"ws://[::1]:9000/live", u"[", 0, u"/live"},
       {"behind the path", u"ws://server/live:9000/x", u"server/live", 9000, u"/x"},
   });
+}
+
+TEST(WebSocketUrl, AgreesWithASecondReadingOfRandomText) {
+  constexpr int kRounds = 20000;
+  constexpr std::u16string_view kPieces[] = {u":", u"/", u"://", u"?",  u"80",     u"-1",
+                                             u" ", u"+", u"x",   u"ws", u"\uFF1A", u"99999999999"};
+  const unsigned seed = std::random_device()();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  for (int round = 0; round < kRounds; ++round) {
+    std::u16string url;
+    for (unsigned pieces = random() % 10; pieces > 0; --pieces) {
+      url += kPieces[random() % std::size(kPieces)];
+    }
+    SCOPED_TRACE(testing::PrintToString(url));
+    std::u16string text = url;
+
+    const WebSocketAddress address = split_websocket_url(text.data());
+
+    const test::NaiveAddress expected = test::naive_websocket_url(url);
+    ASSERT_EQ(address.host, expected.host);
+    ASSERT_EQ(address.port, expected.port);
+    ASSERT_EQ(address.path, expected.path);
+  }
 }
 
 TEST(WebSocketUrl, MayBeEmpty) {

@@ -36,6 +36,11 @@ std::string LogCapture::text() const {
   return TemporaryDirectory::read(path_);
 }
 
+std::string LogCapture::last_line() const {
+  const Lines all = lines();
+  return all.empty() ? std::string() : all.back();
+}
+
 Lines LogCapture::lines() const {
   Lines result;
   const std::string all = text();

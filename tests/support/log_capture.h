@@ -27,6 +27,9 @@ class LogCapture {
   /// Every line so far, heads without the time of day.
   [[nodiscard]] Lines lines() const;
 
+  /// The last line so far; empty for an empty log.
+  [[nodiscard]] std::string last_line() const;
+
   /// Every byte so far, as it stands in the file.
   [[nodiscard]] std::string text() const;
 

@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "orsincore/text.h"
+#include "text/base64_blocks.h"
 
 namespace orsin {
 namespace {
@@ -113,6 +115,63 @@ TEST(Base64, RefusesEveryStrangerAtEveryPlaceOfABlock) {
       std::string text(256, 'B');
       text[place] = static_cast<char>(c);
       ASSERT_EQ(decode(text, 200), naive_decode(text, 200)) << c << " at " << place;
+    }
+  }
+}
+
+std::string random_text(std::size_t characters, unsigned seed) {
+  std::mt19937 random(seed);
+  std::string text(characters, '\0');
+  for (char& c : text) {
+    c = kAlphabet[random() % 64];
+  }
+  return text;
+}
+
+TEST(Base64, StreamsBlocksAsItStoresThem) {
+  if (!has_base64_instructions()) {
+    GTEST_SKIP() << "The processor has no vector instructions for it.";
+  }
+  constexpr std::size_t kBlocks = 20;
+  for (std::size_t stranger = 0; stranger <= kBlocks; ++stranger) {
+    SCOPED_TRACE(stranger);
+    std::string text = random_text(kBlocks * kBase64BlockCharacters, 5);
+    if (stranger < kBlocks) {
+      text[stranger * kBase64BlockCharacters + 77] = '.';
+    }
+    alignas(kBase64StreamAlignment) unsigned char streamed[kBlocks * kBase64BlockBytes] = {};
+    unsigned char stored[kBlocks * kBase64BlockBytes] = {};
+
+    EXPECT_EQ(stream_base64_blocks(text.data(), kBlocks, streamed), stranger);
+    EXPECT_EQ(decode_base64_blocks(text.data(), kBlocks, stored), stranger);
+
+    EXPECT_EQ(std::memcmp(streamed, stored, sizeof(stored)), 0);
+  }
+}
+
+TEST(Base64, DecodesLargeTextsToAnyAddress) {
+  constexpr std::size_t kCharacters = (6U << 20) + 3;
+  constexpr std::size_t kBytes = kCharacters / 4 * 3 + 2;
+  const std::string clean = random_text(kCharacters, 6);
+  for (std::size_t offset = 0; offset < 32; offset += 5) {
+    for (const std::size_t stranger : {kCharacters, std::size_t{9}, std::size_t{5000}}) {
+      for (const char kind : {'.', '='}) {
+        SCOPED_TRACE(testing::Message() << offset << " " << stranger << " " << kind);
+        std::string text = clean;
+        if (stranger < kCharacters) {
+          text[stranger] = kind;
+        }
+        std::vector<unsigned char> fast(kBytes + 64, 'x');
+        std::vector<unsigned char> plain(kBytes + 64, 'x');
+
+        const std::size_t fast_size =
+            decode_base64_span(text.data(), text.size(), fast.data() + offset, kBytes - 1);
+        const std::size_t plain_size =
+            decode_base64_span_plain(text.data(), text.size(), plain.data() + offset, kBytes - 1);
+
+        ASSERT_EQ(fast_size, plain_size);
+        ASSERT_TRUE(fast == plain);
+      }
     }
   }
 }

@@ -177,7 +177,7 @@ TEST(Pgettext, GivesTheIdentifierBeforeStartUp) {
   EXPECT_STREQ(ov_locale_get(), "");
 }
 
-TEST(DefaultContext, IsEveryContext) {
+TEST(DefaultContext, KeepsBeingEveryContext) {
   EXPECT_TRUE(ov_is_default_context(nullptr));
   EXPECT_TRUE(ov_is_default_context(""));
   EXPECT_TRUE(ov_is_default_context("menu"));
@@ -207,7 +207,7 @@ TEST_F(Localisation, TakesASavedLanguageAtTheNextStart) {
   EXPECT_STREQ(ov_locale_get(), "sr_RS@latin");
 }
 
-TEST_F(Localisation, SavesNoEmptyCodeButMakesItsFolder) {
+TEST_F(Localisation, KeepsMakingTheFolderForACodeThatItRefuses) {
   paths_.set_data(directory_.path() + "\\fresh");
 
   EXPECT_FALSE(ov_save_language_cfg(""));

@@ -129,6 +129,39 @@ TEST(Utf8ToUtf16, FillsEveryDestinationSizeByTheSameRule) {
   }
 }
 
+TEST(Utf16ToUtf8, FillsEveryDestinationSizeByTheSameRule) {
+  std::u16string text = u"abcdefghijklmnopqrstuvwxyz\u00E9\u20AC";
+  text += u"\u00E9\u65E5\u672C\u00DF-\xD87D\xDE00-\u20AC\u65E5\u672C\u20ACz\u00E9\u20AC";
+  std::string whole;
+  std::vector<std::string> characters;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool is_pair = text[i] >= 0xD800 && text[i] < 0xDC00;
+    characters.push_back(is_pair ? naive_encode(0x1F600) : naive_encode(text[i]));
+    whole += characters.back();
+    i += is_pair ? 1 : 0;
+  }
+  for (std::size_t n = 1; n <= whole.size() + 40; ++n) {
+    std::string bytes(n + 1, '\xAA');
+    ov_utf16_to_utf8(reinterpret_cast<const unsigned short*>(text.c_str()), bytes.data(), n);
+
+    // Whole characters while they fit, the terminator by the same rule, 0 in the last byte.
+    std::string expected(n + 1, '\xAA');
+    std::size_t written = 0;
+    for (const std::string& one : characters) {
+      if (written + one.size() > n) {
+        break;
+      }
+      expected.replace(written, one.size(), one);
+      written += one.size();
+    }
+    if (written == whole.size() && written < n) {
+      expected[written] = '\0';
+    }
+    expected[n - 1] = '\0';
+    ASSERT_EQ(bytes, expected) << n;
+  }
+}
+
 TEST(Utf8ToUtf16, CutsAndTerminates) {
   unsigned short three[3] = {9, 9, 9};
   ov_utf8_to_utf16("abc", three, 3);

@@ -1,6 +1,7 @@
-"""A WebSocket server for the tests: websocket_server.py CONTROL-PORT
+"""A WebSocket server for the tests: websocket.py [CONTROL-PORT]
 
-Connects to the control port, says "READY port" there, serves, and ends with that connection.
+Connects to the control port, says there in a line which port it serves on, and ends with that
+connection; without a control port it does so on standard output and ends with standard input.
 
 The path says what happens on a connection:
 
@@ -14,6 +15,8 @@ The path says what happens on a connection:
   /lastwords?reason=...     a binary message, then closes with 1001
   /abort                    drops the connection without a word as soon as a message arrives
   /die                      ends the whole server without a word as soon as a message arrives
+  /stream?size=N            binary messages of N bytes without end
+  /sink?count=N             takes messages; answers each N-th with a binary message
   /request                  a binary message with the request line's path and all headers
   /farewell                 waits for the client's farewell and notes its code and reason
   /noted                    a binary message "code reason": the oldest farewell that was noted
@@ -91,6 +94,20 @@ async def die(socket, _):
     os._exit(1)
 
 
+async def stream(socket, query):
+    message = payload(int(query["size"]))
+    while True:
+        await socket.send(message)
+
+
+async def sink(socket, query):
+    count = int(query["count"])
+    while True:
+        for _ in range(count):
+            await socket.recv()
+        await socket.send(b"taken")
+
+
 async def request(socket, _):
     lines = [socket.path] + [f"{name}: {value}" for name, value in socket.request_headers.raw_items()]
     await socket.send("\n".join(lines).encode())
@@ -118,6 +135,8 @@ handlers = {
     "/lastwords": lastwords,
     "/abort": abort,
     "/die": die,
+    "/stream": stream,
+    "/sink": sink,
     "/request": request,
     "/farewell": farewell,
     "/noted": noted,
@@ -147,9 +166,14 @@ async def refuse(path, _):
 async def main():
     async with websockets.serve(handle, "127.0.0.1", 0, process_request=refuse, max_size=None,
                                 ping_interval=None, compression=None) as server:
-        reader, writer = await asyncio.open_connection("127.0.0.1", int(sys.argv[1]))
-        writer.write(b"READY %d\n" % server.sockets[0].getsockname()[1])
-        await reader.read()
+        port = f"{server.sockets[0].getsockname()[1]}\n"
+        if len(sys.argv) > 1:
+            reader, writer = await asyncio.open_connection("127.0.0.1", int(sys.argv[1]))
+            writer.write(port.encode())
+            await reader.read()
+        else:
+            print(port, end="", flush=True)
+            await asyncio.get_running_loop().run_in_executor(None, sys.stdin.read)
 
 
 asyncio.run(main())

@@ -1,0 +1,226 @@
+// Copies whose disk fills up, vanishes, cannot be read or changes meanwhile; the disk is a fake.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "orsincore/files.h"
+#include "orsincore/text.h"
+#include "tests/files/backslash_path.h"
+#include "tests/files/copy_calls.h"
+#include "tests/files/io_start.h"
+#include "tests/native/fake_disk.h"
+#include "tests/support/log_capture.h"
+
+namespace orsin {
+namespace {
+
+using test::below;
+using test::CopyCall;
+using test::fake_disk;
+using test::Lines;
+using test::random_content;
+using test::TemporaryDirectory;
+
+constexpr std::size_t kMebibyte = 1U << 20;
+
+class CopyFailures : public testing::Test {
+ protected:
+  CopyFailures() : content_(long_content()) { directory_.write("source.bin", content_); }
+
+  // Two whole buffers of the writer and some. Made once.
+  static const std::string& long_content() {
+    static const std::string content = random_content(40 * kMebibyte + 12345);
+    return content;
+  }
+
+  std::string source() const { return below(directory_, "source.bin"); }
+  std::string destination() const { return below(directory_, "copy.bin"); }
+  std::string read_source() const {
+    return TemporaryDirectory::read(directory_.path("source.bin"));
+  }
+  CopyCall call() const { return {.source = source(), .destinations = {destination()}}; }
+
+  int copy_secure(unsigned flags = 3) {
+    return file_copy_secure(source().c_str(), destination().c_str(), true, bytes_, md5_, flags,
+                            nullptr, nullptr);
+  }
+
+  const std::string& content_;
+  TemporaryDirectory directory_;
+  test::FakeDiskScope disk_;
+  test::IoStart io_;
+  test::LogCapture log_;
+  unsigned long long bytes_ = 0;
+  md5_state_s md5_ = {};
+};
+
+TEST_F(CopyFailures, Gives8OnAFullDisk) {
+  fake_disk().writable_bytes = 16 * kMebibyte;
+  CopyCall copy = call();
+
+  EXPECT_EQ(copy.run(), -8);
+
+  EXPECT_LT(copy.bytes, content_.size());
+  ASSERT_FALSE(log_.lines().empty());
+  EXPECT_EQ(log_.lines()[0], "ERROR: IO write error(1) : 'error 112'");
+  EXPECT_TRUE(read_source() == content_);
+}
+
+TEST_F(CopyFailures, Gives8WhenOnlyTheEndDoesNotFit) {
+  fake_disk().writable_bytes = 32 * kMebibyte;  // Two buffers; the third is written at closing.
+  CopyCall copy = call();
+
+  EXPECT_EQ(copy.run(), -8);
+
+  EXPECT_TRUE(read_source() == content_);
+}
+
+TEST_F(CopyFailures, Gives8ForASmallFileOnAFullDisk) {
+  directory_.write("source.bin", "content");
+  fake_disk().writable_bytes = 0;
+  CopyCall copy = call();
+
+  EXPECT_EQ(copy.run(), -8);
+}
+
+TEST_F(CopyFailures, KeepsWhatWasWrittenToEveryDestination) {
+  fake_disk().writable_bytes = 48 * kMebibyte;  // One buffer each, none for the next round.
+  CopyCall copy{
+      .source = source(),
+      .destinations = {below(directory_, "1"), below(directory_, "2"), below(directory_, "3")}};
+
+  EXPECT_EQ(copy.run(), -8);
+
+  for (const char* name : {"1", "2", "3"}) {
+    SCOPED_TRACE(name);
+    const std::string written = TemporaryDirectory::read(directory_.path(name));
+    ASSERT_GE(written.size(), 16 * kMebibyte);
+    EXPECT_TRUE(written.compare(0, 16 * kMebibyte, content_, 0, 16 * kMebibyte) == 0);
+  }
+}
+
+TEST_F(CopyFailures, GiveASecureCopysRangeOnAFullDisk) {
+  fake_disk().writable_bytes = 0;
+  bytes_ = 1000;
+
+  EXPECT_EQ(copy_secure(), -4);
+
+  // The 16th block fills the writer's buffer, and its write fails.
+  const std::string text = get_error_file_copy_secure(-4, false);
+  EXPECT_EQ(text, "File Copy: write error of " + source() + " between " +
+                      std::to_string(1000 + 15 * kMebibyte) + " and " +
+                      std::to_string(1000 + 16 * kMebibyte) + " \n");
+  EXPECT_EQ(bytes_, 1000 + 15 * kMebibyte);
+  EXPECT_TRUE(read_source() == content_);
+}
+
+TEST_F(CopyFailures, EndATreeCopyOnAFullDisk) {
+  fake_disk().writable_bytes = 16 * kMebibyte;
+
+  EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), false, bytes_), -3);
+
+  EXPECT_TRUE(read_source() == content_);
+}
+
+TEST_F(CopyFailures, Give3WhenTheFirstBlockCannotBeRead) {
+  directory_.write("copy.bin", "old");
+  fake_disk().readable_bytes = 0;
+  CopyCall copy = call();
+
+  EXPECT_EQ(copy.run(), -3);
+
+  EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to read '" + source() + "'");
+  EXPECT_EQ(copy.bytes, 0U);
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
+}
+
+TEST_F(CopyFailures, Give3ForASecureCopyThatCannotBeRead) {
+  directory_.write("copy.bin", "old");
+  fake_disk().readable_bytes = 0;
+
+  EXPECT_EQ(copy_secure(), -3);
+
+  EXPECT_EQ(get_error_file_copy_secure(-3, false),
+            "File Copy: failed to read '" + source() + "'\n");
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
+}
+
+TEST_F(CopyFailures, Give3ForAFileThatCannotBeReadBack) {
+  fake_disk().readable_bytes = 0;
+
+  EXPECT_EQ(file_read_secure(source().c_str(), md5_, nullptr, nullptr), -3);
+
+  EXPECT_EQ(get_error_file_copy_secure(-3, false),
+            "File Copy: unable to read '" + source() + "'\n");
+}
+
+TEST_F(CopyFailures, Give3ForATreeCopyThatCannotBeRead) {
+  directory_.write("copy.bin", "old");
+  fake_disk().readable_bytes = 0;
+
+  EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), false, bytes_), -3);
+
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
+}
+
+TEST_F(CopyFailures, KeepEndingWhereTheSourceCannotBeReadOn) {
+  fake_disk().readable_bytes = 20 * kMebibyte;
+  CopyCall copy = call();
+
+  EXPECT_EQ(copy.run(), 0);
+
+  // The caller sees the shortage in `bytes`, the log in the reader's line.
+  EXPECT_EQ(copy.bytes, 20 * kMebibyte);
+  EXPECT_TRUE(TemporaryDirectory::read(directory_.path("copy.bin")) ==
+              content_.substr(0, 20 * kMebibyte));
+  EXPECT_NE(log_.text().find("IO read error(1)"), std::string::npos);
+}
+
+TEST_F(CopyFailures, KeepEndingWhereTheSourceWasTruncated) {
+  CopyCall copy = call();
+  copy.on_block = [this](bool /*is_end*/) {
+    std::filesystem::resize_file(test::to_path(directory_.path("source.bin")), 12 * kMebibyte);
+  };
+
+  EXPECT_EQ(copy.run(), 0);
+
+  EXPECT_LT(copy.bytes, content_.size());
+  const std::string written = TemporaryDirectory::read(directory_.path("copy.bin"));
+  EXPECT_EQ(written.size(), copy.bytes);
+  EXPECT_TRUE(written == content_.substr(0, written.size()));
+  EXPECT_NE(log_.text().find("IO read beyond EOF.."), std::string::npos) << log_.text();
+}
+
+TEST_F(CopyFailures, WarnAboutASourceThatVanished) {
+  directory_.write("source.bin", "content");
+  CopyCall copy = call();
+  copy.on_block = [this](bool is_end) {
+    if (is_end) {
+      EXPECT_EQ(file_delete(source().c_str()), 0);
+    }
+  };
+
+  EXPECT_EQ(copy.run(), 0);
+
+  EXPECT_EQ(log_.lines(),
+            (Lines{"WARN : File Copy: failed to retrieve the file times '" + source() + "'",
+                   "WARN : File Copy: failed to retrieve the file attributes '" + source() + "'"}));
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "content");
+}
+
+TEST_F(CopyFailures, LeaveADestinationThatWasThereWhenALaterOneCannotBeCreated) {
+  directory_.write("copy.bin", "old");
+  directory_.write("there/inside", "x");
+  CopyCall copy = call();
+  copy.destinations.push_back(below(directory_, "there"));
+
+  EXPECT_EQ(copy.run(), -2);
+
+  EXPECT_EQ(log_.last_line(),
+            "ERROR: File Copy: failed to create '" + below(directory_, "there") + "'");
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
+}
+
+}  // namespace
+}  // namespace orsin
