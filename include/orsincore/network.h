@@ -45,7 +45,7 @@ class ov_http_socket {
   // Kept on purpose: callers that assign clients go on with one session through both. Counting its
   // users would take a field that the layout does not have.
   ov_http_socket(const ov_http_socket& other) = default;
-  ov_http_socket& operator=(const ov_http_socket& other) = default;
+  ov_http_socket& operator=(const ov_http_socket& other) = default;  ///< The same.
 
   /// Frees the body and closes the session, the request and the connection.
   ORSIN_API ~ov_http_socket();
@@ -234,6 +234,7 @@ class OvWebSocket {
   /// for it (see mem_alloc_locked_buffer()). Windows: WinHttpWebSocketReceive.
   virtual bool Receive(OvWebSocketData** out) = 0;
 
+  /// @cond only Create() and Destroy() begin and end an object
  protected:
   OvWebSocket() = default;
   OvWebSocket(const OvWebSocket&) = default;
@@ -241,4 +242,5 @@ class OvWebSocket {
   OvWebSocket& operator=(const OvWebSocket&) = default;
   OvWebSocket& operator=(OvWebSocket&&) = default;
   ~OvWebSocket() = default;  // Not virtual, and only Destroy() ends an object.
+  /// @endcond
 };
