@@ -1,5 +1,5 @@
-// Payloads behind a request, against the recording library: what the writes were, and which of their
-// counts is the result.
+// Payloads behind a request, against the recording library: what the writes were, and which of
+// their counts is the result.
 #include <gtest/gtest.h>
 
 #include <string>
