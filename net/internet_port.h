@@ -1,9 +1,9 @@
 // What the HTTP client asks of the platform's internet library. internet_win.cpp answers.
 //
-// One system call a function: no logging, no retry, no policy. A call that fails leaves the thread's
-// last error. Strings are in the narrow form that the library takes. A handle is null or open; calls
-// on a null handle fail, but for internet_set_option(), where the library's answer is not to be
-// trusted. Handles may be used by one thread at a time.
+// One system call a function: no logging, no retry, no policy. A call that fails leaves the
+// thread's last error. Strings are in the narrow form that the library takes. A handle is null or
+// open; calls on a null handle fail, but for internet_set_option(), where the library's answer is
+// not to be trusted. Handles may be used by one thread at a time.
 #pragma once
 
 #include <cstddef>
