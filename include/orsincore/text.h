@@ -190,6 +190,10 @@ ORSIN_API bool ov_save_language_cfg(const char* code);
 /// part of the interface. The algorithm is that of Unicode Annex 9, in GNU FriBidi.
 class ORSIN_API OvBidi {
  public:
+  OvBidi() = default;
+  OvBidi(const OvBidi&) = default;  // Copying the interface copies nothing of the text.
+  OvBidi& operator=(const OvBidi&) = default;
+
   /// A new object without a text, left-to-right; release it by Destroy(). Null when memory is short.
   static OvBidi* Create();
   static OvBidi* Create(const char* text);  ///< The same, with SetText(text).
@@ -236,9 +240,6 @@ class ORSIN_API OvBidi {
 
   /// @cond only Create() and Destroy() begin and end an object
  protected:
-  OvBidi() = default;
-  OvBidi(const OvBidi&) = default;
-  OvBidi& operator=(const OvBidi&) = default;
   ~OvBidi() = default;  // Not virtual, and out of reach: objects go through Destroy().
   /// @endcond
 };
