@@ -28,20 +28,39 @@ void count_down(unsigned int& count) {
   count -= count > 0 ? 1 : 0;
 }
 
-// Ends a delivery even when a handler throws: an observable that stays silent ever after would be
-// hard to find.
-class DeliveryScope {
+}  // namespace
+
+// One walk over the list. It ends even when a handler throws: an observable that stays silent ever
+// after would be hard to find.
+class Delivery {
  public:
-  explicit DeliveryScope(unsigned int& depth) : depth_(depth) { ++depth_; }
-  ~DeliveryScope() { count_down(depth_); }  // A handler may have assigned the observable anew.
-  DeliveryScope(const DeliveryScope&) = delete;
-  DeliveryScope& operator=(const DeliveryScope&) = delete;
+  explicit Delivery(Observable& observable) : observable_(observable) {
+    ++observable_.update_depth_;
+  }
+  ~Delivery() { count_down(observable_.update_depth_); }  // A handler may have assigned it anew.
+  Delivery(const Delivery&) = delete;
+  Delivery& operator=(const Delivery&) = delete;
+
+  /// How many observers answered true.
+  int run(Observer::Notification& notification, bool skip_muted) {
+    const ov_vector<Observer*>& observers = observable_.observers_;
+    notification.sender_ = &observable_;
+    int handled = 0;
+    for (int i = observers.count() - 1; i >= 0; --i) {
+      Observer* observer = i < observers.count() ? observers[i] : nullptr;
+      const bool is_left_out =
+          observer == nullptr || (skip_muted && !observer->getObserverNotificationsEnabled());
+      if (!is_left_out && observer->notify(notification)) {
+        ++handled;
+      }
+    }
+    return handled;
+  }
 
  private:
-  unsigned int& depth_;
+  Observable& observable_;
 };
 
-}  // namespace
 }  // namespace orsin
 
 using namespace orsin;
@@ -145,39 +164,21 @@ void Observable::trim_observer_list() {
   }
 }
 
-int Observable::deliver(Observer::Notification& notification, bool skip_muted) {
-  if (update_depth_ > 0) {
-    return 0;
-  }
-  const DeliveryScope scope(update_depth_);
-  notification.sender_ = this;
-  int handled = 0;
-  for (int i = observers_.count() - 1; i >= 0; --i) {
-    Observer* observer = i < observers_.count() ? observers_[i] : nullptr;
-    const bool is_left_out =
-        observer == nullptr || (skip_muted && !observer->getObserverNotificationsEnabled());
-    if (!is_left_out && observer->notify(notification)) {
-      ++handled;
-    }
-  }
-  return handled;
-}
-
 int Observable::update_observers(unsigned int type) {
-  if (disable_count_ > 0 && type != kDying) {
+  if ((disable_count_ > 0 && type != kDying) || update_depth_ > 0) {
     return 0;
   }
   Observer::Notification notification(type);
-  return deliver(notification, true);
+  return Delivery(*this).run(notification, true);
 }
 
 // Kept on purpose: unlike the call by type, this one lets no "Dying" through a muted observable and
 // calls muted observers too. Who builds a notification means everybody who is registered.
 int Observable::update_observers(Observer::Notification& notification) {
-  if (disable_count_ > 0) {
+  if (disable_count_ > 0 || update_depth_ > 0) {
     return 0;
   }
-  return deliver(notification, false);
+  return Delivery(*this).run(notification, false);
 }
 
 void Observable::disableNotifications() {

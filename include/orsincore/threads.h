@@ -223,7 +223,7 @@ class ORSIN_API OV_Thread {
 
   /// Copies nothing, and never starts the worker.
   OV_Thread(const OV_Thread& other);
-  OV_Thread& operator=(const OV_Thread& other);
+  OV_Thread& operator=(const OV_Thread& other);  ///< Copies nothing.
   virtual ~OV_Thread();
 
   /// Queues this object for one Run(); again for another one. At most 64 may be waiting: what is
@@ -251,6 +251,10 @@ class ORSIN_API OV_Thread {
 
 class Observable;
 
+namespace orsin {
+class Delivery;
+}
+
 /// Who is told about changes of an Observable. Derive and override notify().
 ///
 /// An observer does not know its observables: it must be deregistered before it is destroyed, from
@@ -264,11 +268,11 @@ class ORSIN_API Observer {
     /// @param type  Bits: 0x20000000 "Attach", 0x40000000 "Detach", 0x80000000 "Dying"; the others
     ///        are the application's.
     explicit Notification(unsigned int type);
-    Notification(const Notification& other);
-    Notification& operator=(const Notification& other);
+    Notification(const Notification& other);             ///< Type and sender.
+    Notification& operator=(const Notification& other);  ///< Type and sender.
     virtual ~Notification();
 
-    [[nodiscard]] unsigned int type() const;
+    [[nodiscard]] unsigned int type() const;  ///< As given.
 
     /// Who delivered it; null before.
     [[nodiscard]] Observable* sender() const;
@@ -281,15 +285,15 @@ class ORSIN_API Observer {
     char* type_name(char* buffer) const;
 
    private:
-    friend class Observable;
+    friend class orsin::Delivery;
 
     unsigned int type_;
     Observable* sender_ = nullptr;
   };
 
   Observer();
-  Observer(const Observer& other);  ///< A copy is as muted as its source.
-  Observer& operator=(const Observer& other);
+  Observer(const Observer& other);             ///< A copy is as muted as its source.
+  Observer& operator=(const Observer& other);  ///< Takes the muting over.
   virtual ~Observer();
 
   /// Called for every delivery, on the observable's thread.
@@ -304,6 +308,8 @@ class ORSIN_API Observer {
 
   /// Undoes one disable; without one it does nothing.
   void enableObserverNotifications();
+
+  /// Whether it is not muted.
   [[nodiscard]] bool getObserverNotificationsEnabled() const;
 
  private:
@@ -320,7 +326,7 @@ class ORSIN_API Observable {
 
   /// Copies the list, the disable count and whether a delivery is running.
   Observable(const Observable& other);
-  Observable& operator=(const Observable& other);
+  Observable& operator=(const Observable& other);  ///< As the copy constructor.
 
   /// Delivers "Dying" (0x80000000), muted or not.
   virtual ~Observable();
@@ -343,6 +349,8 @@ class ORSIN_API Observable {
   /// out; with a notification of the caller's, which receives its sender, neither is the case.
   /// @return How many observers answered true.
   int update_observers(unsigned int type);
+
+  /// The same with a notification of the caller's, muted observers included.
   int update_observers(Observer::Notification& notification);
 
   /// Mutes this observable; each call needs an enable of its own.
@@ -350,13 +358,15 @@ class ORSIN_API Observable {
 
   /// Undoes one disable; without one it does nothing.
   void enableNotifications();
+
+  /// Whether it is not muted.
   [[nodiscard]] bool getNotificationsEnabled() const;
 
   /// The list's length, empty places included.
   [[nodiscard]] int getNumObservers() const;
 
  private:
-  int deliver(Observer::Notification& notification, bool skip_muted);
+  friend class orsin::Delivery;
 
   ov_vector<Observer*> observers_;
   unsigned int disable_count_ = 0;
