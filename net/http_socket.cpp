@@ -164,6 +164,9 @@ int ov_http_socket::GetStatusCode() {
 
 const char* ov_http_socket::LastErrorString() {
   port::system_error_text(last_error_, error_text_, sizeof(error_text_));
+  if (error_text_[0] == '\0') {
+    port::internet_error_text(last_error_, error_text_, sizeof(error_text_));
+  }
   return error_text_;
 }
 

@@ -69,6 +69,10 @@ struct UrlParts {
 [[nodiscard]] bool internet_write(void* request, const void* data, std::uint32_t size,
                                   std::uint32_t& bytes) noexcept;
 
+/// The library's own text for one of its error codes, terminated; empty when it has none or it does
+/// not fit. FormatMessageA with the library's message table.
+void internet_error_text(std::uint32_t code, char* text, std::uint32_t size) noexcept;
+
 /// InternetCloseHandle.
 void internet_close(void* handle) noexcept;
 

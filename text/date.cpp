@@ -36,6 +36,15 @@ bool is_month(int month) {
   return month >= 1 && month <= 12;
 }
 
+std::int32_t days_before_year(std::int32_t year) {
+  if (year < 2) {
+    return 0;
+  }
+  const auto before = static_cast<std::uint32_t>(year - 1);
+  // Unsigned: years from the sixth million on wrap instead of overflowing.
+  return static_cast<std::int32_t>(before * 365 + before / 4 - before / 100 + before / 400);
+}
+
 int weekday_of(long days) {
   return static_cast<int>((days % 7 + 7) % 7);
 }
@@ -79,15 +88,16 @@ void date::init(long long posix) {
   year_ = local.year;
   month_ = local.month;
   day_ = local.day;
-  hour_ = static_cast<signed char>(local.hour);
-  minute_ = static_cast<signed char>(local.minute);
-  second_ = static_cast<signed char>(local.second);
-  compute_days();
+  hour_ = local.hour;
+  minute_ = local.minute;
+  second_ = local.second;
+  year_day_ = local.year_day;
+  days_ = days_before_year(year_) + year_day_;
 }
 
 void date::compute_days() {
   year_day_ = julian(year_, month_, day_);
-  days_ = static_cast<std::int32_t>(year2days(year_)) + year_day_;
+  days_ = days_before_year(year_) + year_day_;
 }
 
 bool date::leapyear(int y) {
@@ -102,11 +112,7 @@ int date::max_month_day(int y, int m) {
 }
 
 long date::year2days(long y) {
-  if (y < 2) {
-    return 0;
-  }
-  const long before = y - 1;
-  return before * 365 + before / 4 - before / 100 + before / 400;
+  return days_before_year(static_cast<std::int32_t>(y));
 }
 
 int date::max_year_day() const {
@@ -144,9 +150,9 @@ int date::add_days(long n) {
     year_ = moved.year;
     month_ = moved.month;
     day_ = moved.day;
-    hour_ = static_cast<signed char>(moved.hour);
-    minute_ = static_cast<signed char>(moved.minute);
-    second_ = static_cast<signed char>(moved.second);
+    hour_ = moved.hour;
+    minute_ = moved.minute;
+    second_ = moved.second;
   }
   compute_days();
   return 0;

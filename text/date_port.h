@@ -10,9 +10,10 @@ struct LocalTime {
   int year = 0;
   int month = 0;
   int day = 0;
-  int hour = 0;
-  int minute = 0;
-  int second = 0;
+  signed char hour = 0;
+  signed char minute = 0;
+  signed char second = 0;
+  int year_day = -1;  // From 1; only to_local_time() says it, where there is such a day.
 };
 
 /// Seconds since 1970 UTC, now.

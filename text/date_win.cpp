@@ -31,12 +31,17 @@ std::int64_t posix_now() noexcept {
 
 LocalTime to_local_time(std::int64_t posix) noexcept {
   const __time64_t seconds = posix;
-  struct tm local = {};
+  struct tm local;  // Filled in any case.
   if (_localtime64_s(&local, &seconds) != 0) {
     return {};
   }
-  return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-          local.tm_hour,        local.tm_min,     local.tm_sec};
+  return {local.tm_year + 1900,
+          local.tm_mon + 1,
+          local.tm_mday,
+          static_cast<signed char>(local.tm_hour),
+          static_cast<signed char>(local.tm_min),
+          static_cast<signed char>(local.tm_sec),
+          local.tm_yday + 1};
 }
 
 std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
@@ -84,7 +89,12 @@ bool move_time(LocalTime& time, std::int64_t units) noexcept {
   if (FileTimeToSystemTime(&file_time, &system) == 0) {
     return false;
   }
-  time = {system.wYear, system.wMonth, system.wDay, system.wHour, system.wMinute, system.wSecond};
+  time = {system.wYear,
+          system.wMonth,
+          system.wDay,
+          static_cast<signed char>(system.wHour),
+          static_cast<signed char>(system.wMinute),
+          static_cast<signed char>(system.wSecond)};
   return true;
 }
 

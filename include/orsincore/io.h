@@ -7,6 +7,12 @@
 
 #include "orsincore/base.h"
 
+namespace orsin {
+struct ReadSteps;  // The library's own: what the classes below are made of.
+struct WriteSteps;
+struct MemorySteps;
+}  // namespace orsin
+
 // ---------------------------------------------------------------------------------------------
 // Positioned transfers
 //
@@ -265,7 +271,7 @@ class ORSIN_API fReadBuffer {
   [[nodiscard]] const char* name() const { return name_; }
 
  private:
-  friend struct read_buffer_layout;
+  friend struct orsin::ReadSteps;
 
   struct Slot {
     unsigned char* buffer;
@@ -294,24 +300,6 @@ class ORSIN_API fReadBuffer {
 
   unsigned char read_byte_from_next_block();
   bool read_across_blocks(void* number, std::size_t size);
-  [[nodiscard]] int slot_after(int slot) const;
-  void begin_memory(unsigned long long offset);
-  [[nodiscard]] bool reads_memory() const;
-  void end_reading();
-  void free_buffers();
-  void end_file();
-  void drop_reads();
-  void take_configuration(const fReadBuffer& other);
-  unsigned long long request_size(unsigned long long offset, unsigned long long wanted,
-                                  unsigned long long& expected) const;
-  bool issue_read(int slot);
-  unsigned long long complete_slot(int slot);
-  unsigned long long fetch_in_flight();
-  bool issue_first_reads();
-  unsigned long long fetch_now();
-  void read_ahead();
-  unsigned long long read_split(unsigned char* destination, unsigned long long offset,
-                                unsigned long long size, unsigned long long piece_bytes);
 
   char name_[260];
   void* file_;
@@ -456,9 +444,9 @@ class ORSIN_API fWriteBuffer {
   virtual int error();
 
   /// Numbers in the byte order of set_endian(), through write_file() where the buffer ends.
-  void put_byte(unsigned char value) { put(value); }
-  void put_short(short value) { put(static_cast<unsigned short>(value)); }
-  void put_int(int value) { put(static_cast<unsigned int>(value)); }
+  void put_byte(unsigned char value);
+  void put_short(short value);
+  void put_int(int value);
   void put_float(float value);
 
   /// Byte orders: 1 is the machine's own; any other swaps.
@@ -468,18 +456,7 @@ class ORSIN_API fWriteBuffer {
   [[nodiscard]] const char* name() const { return name_; }
 
  protected:
-  friend struct write_buffer_layout;
-
-  template <typename Number>
-  void put(Number value);
-  bool allocate_buffers(int size, bool double_buffer);
-  bool grow_memory(unsigned long long size);
-  void collect_ticket(int& ticket);
-  void write_full_buffer();
-  bool start_first_buffer();
-  void empty_buffer();
-  void finish_file();
-  void cut_by_name();
+  friend struct orsin::WriteSteps;
 
   char name_[260];
   void* file_;
@@ -556,7 +533,7 @@ class ORSIN_API fMemBuffer : public fWriteBuffer {
   bool set_file_position(unsigned long long position) override;
 
  private:
-  bool grow(unsigned long long size);
+  friend struct orsin::MemorySteps;
 
   unsigned char* target_;
   unsigned long long target_size_;

@@ -41,6 +41,9 @@ class ov_http_socket {
   /// Copies every field as it stands, so both objects refer to the same handles and the same body,
   /// and each destructor would release them: whoever copies lets only one of the two be destroyed.
   /// What the assigned object held before is neither closed nor freed.
+  //
+  // Kept on purpose: callers that assign clients go on with one session through both. Counting its
+  // users would take a field that the layout does not have.
   ov_http_socket(const ov_http_socket& other) = default;
   ov_http_socket& operator=(const ov_http_socket& other) = default;
 
@@ -90,8 +93,9 @@ class ov_http_socket {
   /// The HTTP status of the last request; 0 before the first one and when it failed.
   ORSIN_API int GetStatusCode();
 
-  /// The system's text for the last failure's code, with the line end that the system gives it; empty
-  /// for codes that the system has no text for, which most of the internet codes (12xxx) are.
+  /// The system's text for the last failure's code, with the line end that the system gives it. For
+  /// the internet codes (12xxx), which the system has no texts for, that of the internet library. An
+  /// unknown code gives an empty text; so does a text of 256 bytes or more.
   ///
   /// @return In the object; overwritten by the next call.
   /// Windows: FormatMessageA.

@@ -28,8 +28,13 @@ LocalTime to_local_time(std::int64_t posix) noexcept {
   const std::time_t seconds = posix;
   std::tm local = {};
   localtime_r(&seconds, &local);
-  return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-          local.tm_hour,        local.tm_min,     local.tm_sec};
+  return {local.tm_year + 1900,
+          local.tm_mon + 1,
+          local.tm_mday,
+          static_cast<signed char>(local.tm_hour),
+          static_cast<signed char>(local.tm_min),
+          static_cast<signed char>(local.tm_sec),
+          local.tm_yday + 1};
 }
 
 std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
@@ -62,7 +67,12 @@ bool move_time(LocalTime& time, std::int64_t units) noexcept {
   if (utc.tm_year + 1900 < 1601 || utc.tm_year + 1900 > 30827) {
     return false;
   }
-  time = {utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec};
+  time = {utc.tm_year + 1900,
+          utc.tm_mon + 1,
+          utc.tm_mday,
+          static_cast<signed char>(utc.tm_hour),
+          static_cast<signed char>(utc.tm_min),
+          static_cast<signed char>(utc.tm_sec)};
   return true;
 }
 

@@ -230,6 +230,16 @@ TEST_F(HttpSocket, FailsWithMinusOneWithoutAUrl) {
   EXPECT_TRUE(internet_->calls.empty());
 }
 
+#if defined(_WIN32)
+TEST_F(HttpSocket, HasNoTextForAnUnknownCode) {
+  Client client;
+
+  client.get(nullptr);
+
+  EXPECT_STREQ(client.LastErrorString(), "");
+}
+#endif
+
 TEST_F(HttpSocket, StoresTheErrorOfAUrlThatCannotBeOpened) {
   Client client;
   client.get("http://example.org/");
