@@ -50,6 +50,7 @@ UniqueProgram start(const char* program, char* const* argv) {
   try {
     const std::vector<std::string> arguments = quoted(argv);
     std::vector<const char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments) {
       pointers.push_back(argument.c_str());
     }

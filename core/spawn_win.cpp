@@ -35,6 +35,7 @@ void* start_program(const char* program, const char* const* argv) {
     arguments.push_back(to_wide(argv[i]));
   }
   std::vector<const wchar_t*> pointers;
+  pointers.reserve(arguments.size() + 1);
   for (const std::wstring& argument : arguments) {
     pointers.push_back(argument.c_str());
   }

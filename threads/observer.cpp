@@ -28,33 +28,26 @@ void count_down(unsigned int& count) {
   count -= count > 0 ? 1 : 0;
 }
 
-// Ends a delivery even when a handler throws: an observable that stays silent ever after would be
-// hard to find.
-class DeliveryScope {
- public:
-  explicit DeliveryScope(unsigned int& depth) : depth_(depth) { ++depth_; }
-  ~DeliveryScope() { count_down(depth_); }  // A handler may have assigned the observable anew.
-  DeliveryScope(const DeliveryScope&) = delete;
-  DeliveryScope& operator=(const DeliveryScope&) = delete;
-
- private:
-  unsigned int& depth_;
-};
-
 }  // namespace
 
-// What the two deliveries of an observable share; a friend, so that the DLL does not export it.
-struct ObserverDelivery {
-  static int run(Observable& sender, Observer::Notification& notification, bool skip_muted) {
-    if (sender.update_depth_ > 0) {
-      return 0;
-    }
-    const DeliveryScope scope(sender.update_depth_);
-    notification.sender_ = &sender;
+// One walk over the list. It ends even when a handler throws: an observable that stays silent ever
+// after would be hard to find.
+class Delivery {
+ public:
+  explicit Delivery(Observable& observable) : observable_(observable) {
+    ++observable_.update_depth_;
+  }
+  ~Delivery() { count_down(observable_.update_depth_); }  // A handler may have assigned it anew.
+  Delivery(const Delivery&) = delete;
+  Delivery& operator=(const Delivery&) = delete;
+
+  /// How many observers answered true.
+  int run(Observer::Notification& notification, bool skip_muted) {
+    const ov_vector<Observer*>& observers = observable_.observers_;
+    notification.sender_ = &observable_;
     int handled = 0;
-    const ov_vector<Observer*>& places = sender.observers_;
-    for (int i = places.count() - 1; i >= 0; --i) {
-      Observer* observer = i < places.count() ? places[i] : nullptr;
+    for (int i = observers.count() - 1; i >= 0; --i) {
+      Observer* observer = i < observers.count() ? observers[i] : nullptr;
       const bool is_left_out =
           observer == nullptr || (skip_muted && !observer->getObserverNotificationsEnabled());
       if (!is_left_out && observer->notify(notification)) {
@@ -63,6 +56,9 @@ struct ObserverDelivery {
     }
     return handled;
   }
+
+ private:
+  Observable& observable_;
 };
 
 }  // namespace orsin
@@ -169,20 +165,20 @@ void Observable::trim_observer_list() {
 }
 
 int Observable::update_observers(unsigned int type) {
-  if (disable_count_ > 0 && type != kDying) {
+  if ((disable_count_ > 0 && type != kDying) || update_depth_ > 0) {
     return 0;
   }
   Observer::Notification notification(type);
-  return ObserverDelivery::run(*this, notification, true);
+  return Delivery(*this).run(notification, true);
 }
 
 // Kept on purpose: unlike the call by type, this one lets no "Dying" through a muted observable and
 // calls muted observers too. Who builds a notification means everybody who is registered.
 int Observable::update_observers(Observer::Notification& notification) {
-  if (disable_count_ > 0) {
+  if (disable_count_ > 0 || update_depth_ > 0) {
     return 0;
   }
-  return ObserverDelivery::run(*this, notification, false);
+  return Delivery(*this).run(notification, false);
 }
 
 void Observable::disableNotifications() {

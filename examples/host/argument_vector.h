@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace host {
@@ -10,6 +11,7 @@ namespace host {
 class ArgumentVector {
  public:
   explicit ArgumentVector(std::vector<std::string> arguments) : arguments_(std::move(arguments)) {
+    pointers_.reserve(arguments_.size() + 1);
     for (std::string& argument : arguments_) {
       pointers_.push_back(argument.data());
     }

@@ -161,10 +161,9 @@ struct _EXCEPTION_POINTERS;  ///< The platform's record of a fault (see <excpt.h
 /// until the next fault of the same thread.
 class ORSIN_API SE_Exception {
  public:
-  /// For the library; a host catches what the system threw.
   SE_Exception(unsigned int code, _EXCEPTION_POINTERS* information);
-  SE_Exception(const SE_Exception& other);             ///< The same code and information.
-  SE_Exception& operator=(const SE_Exception& other);  ///< The same code and information.
+  SE_Exception(const SE_Exception& other);
+  SE_Exception& operator=(const SE_Exception& other);
   ~SE_Exception();
 
   /// The fault's code: 0xC0000005 for an access violation, 0xC0000094 for a division by zero.
@@ -224,7 +223,7 @@ class ORSIN_API OV_Thread {
 
   /// Copies nothing, and never starts the worker.
   OV_Thread(const OV_Thread& other);
-  OV_Thread& operator=(const OV_Thread& other);  ///< Changes nothing.
+  OV_Thread& operator=(const OV_Thread& other);  ///< Copies nothing.
   virtual ~OV_Thread();
 
   /// Queues this object for one Run(); again for another one. At most 64 may be waiting: what is
@@ -253,7 +252,7 @@ class ORSIN_API OV_Thread {
 class Observable;
 
 namespace orsin {
-struct ObserverDelivery;
+class Delivery;
 }
 
 /// Who is told about changes of an Observable. Derive and override notify().
@@ -269,12 +268,11 @@ class ORSIN_API Observer {
     /// @param type  Bits: 0x20000000 "Attach", 0x40000000 "Detach", 0x80000000 "Dying"; the others
     ///        are the application's.
     explicit Notification(unsigned int type);
-    Notification(const Notification& other);             ///< As it is, sender included.
-    Notification& operator=(const Notification& other);  ///< As it is, sender included.
+    Notification(const Notification& other);             ///< Type and sender.
+    Notification& operator=(const Notification& other);  ///< Type and sender.
     virtual ~Notification();
 
-    /// What it was made with.
-    [[nodiscard]] unsigned int type() const;
+    [[nodiscard]] unsigned int type() const;  ///< As given.
 
     /// Who delivered it; null before.
     [[nodiscard]] Observable* sender() const;
@@ -287,7 +285,7 @@ class ORSIN_API Observer {
     char* type_name(char* buffer) const;
 
    private:
-    friend struct orsin::ObserverDelivery;
+    friend class orsin::Delivery;
 
     unsigned int type_;
     Observable* sender_ = nullptr;
@@ -295,7 +293,7 @@ class ORSIN_API Observer {
 
   Observer();
   Observer(const Observer& other);             ///< A copy is as muted as its source.
-  Observer& operator=(const Observer& other);  ///< As muted as its source.
+  Observer& operator=(const Observer& other);  ///< Takes the muting over.
   virtual ~Observer();
 
   /// Called for every delivery, on the observable's thread.
@@ -310,7 +308,8 @@ class ORSIN_API Observer {
 
   /// Undoes one disable; without one it does nothing.
   void enableObserverNotifications();
-  /// Whether nothing mutes it.
+
+  /// Whether it is not muted.
   [[nodiscard]] bool getObserverNotificationsEnabled() const;
 
  private:
@@ -327,7 +326,7 @@ class ORSIN_API Observable {
 
   /// Copies the list, the disable count and whether a delivery is running.
   Observable(const Observable& other);
-  Observable& operator=(const Observable& other);  ///< The same.
+  Observable& operator=(const Observable& other);  ///< As the copy constructor.
 
   /// Delivers "Dying" (0x80000000), muted or not.
   virtual ~Observable();
@@ -350,7 +349,8 @@ class ORSIN_API Observable {
   /// out; with a notification of the caller's, which receives its sender, neither is the case.
   /// @return How many observers answered true.
   int update_observers(unsigned int type);
-  /// @copydoc update_observers(unsigned int)
+
+  /// The same with a notification of the caller's, muted observers included.
   int update_observers(Observer::Notification& notification);
 
   /// Mutes this observable; each call needs an enable of its own.
@@ -358,14 +358,15 @@ class ORSIN_API Observable {
 
   /// Undoes one disable; without one it does nothing.
   void enableNotifications();
-  /// Whether nothing mutes it.
+
+  /// Whether it is not muted.
   [[nodiscard]] bool getNotificationsEnabled() const;
 
   /// The list's length, empty places included.
   [[nodiscard]] int getNumObservers() const;
 
  private:
-  friend struct orsin::ObserverDelivery;
+  friend class orsin::Delivery;
 
   ov_vector<Observer*> observers_;
   unsigned int disable_count_ = 0;
