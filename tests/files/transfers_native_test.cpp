@@ -443,19 +443,18 @@ TEST_F(ScriptedTransfers, SixteenThreadsShareTheSlotsOfASlowDisk) {
 
 // A flush among starts that fail: each failure is told once, by its start.
 TEST_F(ScriptedTransfers, AFlushSaysNothingAboutStartsThatFailMeanwhile) {
-  constexpr int kRounds = 2000;
+  constexpr int kFlushes = 2000;
   transfers_.every({.error = 6});
-  std::atomic<bool> is_over = false;
+  std::atomic<int> flushes = 0;
   std::thread flusher([&] {
-    while (!is_over) {
+    for (; flushes < kFlushes; ++flushes) {
       io_flush64(nullptr);
     }
   });
 
-  for (int i = 0; i < kRounds; ++i) {
+  while (flushes < kFlushes) {
     EXPECT_FALSE(read());
   }
-  is_over = true;
   flusher.join();
 
   EXPECT_EQ(log_.text().find("flush"), std::string::npos);
