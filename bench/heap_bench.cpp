@@ -110,14 +110,14 @@ void replace(benchmark::State& state) {
   const auto live = static_cast<std::size_t>(state.range(0));
   Allocator allocator(live);
   std::vector<void*> blocks(live);
-  std::mt19937 random(1);
+  std::minstd_rand random(1);
   for (void*& block : blocks) {
     allocator.take(block);
     *static_cast<int*>(block) = 1;
   }
   std::vector<std::uint32_t> numbers(1 << 16);
   for (std::uint32_t& number : numbers) {
-    number = random();
+    number = static_cast<std::uint32_t>(random());
   }
 
   std::size_t step = 0;

@@ -54,7 +54,11 @@ target_compile_definitions(orsin_objects PRIVATE ORSIN_BUILDING)
 target_link_libraries(orsin_objects PUBLIC orsin_options)
 
 if(WIN32)
-  target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version)
+  # Linked into the DLL, and seen by nobody outside: only text/locale_boost.cpp includes it.
+  find_package(boost_locale 1.81 CONFIG REQUIRED)
+  target_link_libraries(orsin_objects PUBLIC Boost::locale)
+  target_link_libraries(orsin_objects PUBLIC advapi32 ole32 rpcrt4 shell32 synchronization user32 version
+    winhttp wininet)
   add_library(orsincore SHARED)
   target_link_libraries(orsincore PRIVATE orsin_objects)
   target_include_directories(orsincore INTERFACE
@@ -107,8 +111,8 @@ function(orsin_discover target label)
     PROPERTIES TIMEOUT 300 LABELS ${label})
 endfunction()
 
-# Copies the run-time libraries of the toolchain beside the DLL: one C++ runtime for the DLL, its
-# host and the plug-ins, or exceptions and locales would not be shared between them.
+# Copies the run-time libraries beside the DLL. The toolchain's are not linked in: one C++ runtime for
+# the DLL, its host and the plug-ins, or exceptions and locales would not be shared between them.
 if(MINGW)
   set(runtime_libraries)
   foreach(name IN ITEMS libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
@@ -123,5 +127,28 @@ if(MINGW)
       COMMAND ${CMAKE_STRIP} --strip-debug -o "${copy}" "${path}")
     list(APPEND runtime_libraries "${copy}")
   endforeach()
+  # Built by cmake/dependencies with its symbols stripped already.
+  set(fribidi "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/libfribidi-0.dll")
+  add_custom_command(OUTPUT "${fribidi}" DEPENDS "${ORSIN_DEPS}/mingw/bin/libfribidi-0.dll" VERBATIM
+    COMMAND ${CMAKE_COMMAND} -E copy "${ORSIN_DEPS}/mingw/bin/libfribidi-0.dll" "${fribidi}")
+  list(APPEND runtime_libraries "${fribidi}")
   add_custom_target(orsin_runtime ALL DEPENDS ${runtime_libraries})
 endif()
+
+# orsin_catalogues(TARGET OUTPUT FILE.po...) compiles gettext catalogues. In OUTPUT, the full path of
+# a catalogue, "@LANGUAGE@" stands for the file's name.
+function(orsin_catalogues target output)
+  find_program(ORSIN_MSGFMT msgfmt REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+  set(catalogues)
+  foreach(source IN LISTS ARGN)
+    get_filename_component(LANGUAGE "${source}" NAME_WLE)
+    string(CONFIGURE "${output}" catalogue @ONLY)
+    get_filename_component(folder "${catalogue}" DIRECTORY)
+    add_custom_command(OUTPUT "${catalogue}" DEPENDS "${source}" VERBATIM
+      COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}"
+      COMMAND "${ORSIN_MSGFMT}" --check-format -o "${catalogue}"
+        "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
+    list(APPEND catalogues "${catalogue}")
+  endforeach()
+  add_custom_target(${target} ALL DEPENDS ${catalogues})
+endfunction()

@@ -5,10 +5,10 @@
 //
 //   ORSIN_GUARDED_BY ...     lock annotations; Clang checks them in the native builds
 //   ORSIN_TARGET(isa)        compiles one function for a newer instruction set ("avx2"); call it
-//   only
-//                            after asking the processor
+//                            only after asking the processor
 //   ORSIN_NOINLINE           keeps a rare path out of a hot function
 //   ORSIN_FLATTEN            inlines everything that a function calls
+//   ORSIN_FSEEK64, _FTELL64  position of a C stream in 64 bits, which `long` does not have on Windows
 //   ORSIN_LINK_NAME(name)    declares a C++ function of the MSVC run-time library by the name that
 //                            MSVC gives it; MSVC itself needs no help
 #pragma once
@@ -52,6 +52,15 @@
 #define ORSIN_READS_BEHIND_OBJECT __attribute__((no_sanitize("address", "thread")))
 #else
 #define ORSIN_READS_BEHIND_OBJECT
+#endif
+
+// Positions of C streams in 64 bits; the standard's own functions use `long`.
+#if defined(_WIN32)
+#define ORSIN_FSEEK64 _fseeki64
+#define ORSIN_FTELL64 _ftelli64
+#else
+#define ORSIN_FSEEK64 fseeko
+#define ORSIN_FTELL64 ftello
 #endif
 
 // The processor's identification instruction; MSVC and GCC spell it differently.

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/instance.h"
+#include "core/library_loader.h"
 #include "core/log_file.h"
 #include "core/processor_info.h"
 #include "core/program_paths.h"
@@ -20,6 +21,7 @@
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
 #include "orsincore/threads.h"
+#include "text/localisation.h"
 #include "threads/clock.h"
 #include "threads/executor.h"
 #include "threads/scheduling.h"
@@ -80,6 +82,8 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   schedule_for_startup();
   start_thread_table();
   start_transfers();
+  start_library_loader();
+  start_localisation();
 
   // 6. The rest of the report, and the executor.
   write_rule();
@@ -105,6 +109,7 @@ bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
   }
   start_thread_table();
   start_transfers();
+  start_library_loader();
   return true;
 }
 
@@ -114,6 +119,7 @@ void ov_closedown() {
   mem_free_pools();
   stop_memory();
   stop_executor();
+  OV_Thread::Destroy();
   stop_thread_table();
   flist_flushcache();
   end_single_instance();
@@ -122,6 +128,8 @@ void ov_closedown() {
   } else {
     msgcont("* Closed normally");
   }
+  stop_localisation();
+  stop_library_loader();
   write_rule();
   msg_close();
   ov_release_autorelease_pool(autorelease_pool);

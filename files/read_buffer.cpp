@@ -7,17 +7,21 @@
 //   consumed ... | current block | in flight | in flight | ... not read yet
 //                block_start_    position_               read_ahead_offset_
 //
-// A file of size 0 is empty: nothing is asked of the system for it.
+// A file of size 0 is empty: nothing is asked of the system for it. A read that fails ends the
+// file: what is in flight behind it is dropped and the position is the end, until another one is
+// set.
+//
+// A reader is one thread's. Reads past the ring stand in direct_reads.cpp.
 #include <algorithm>
 #include <cstring>
 
 #include "files/buffer_configuration.h"
+#include "files/direct_reads.h"
 #include "files/transfer_slots.h"
 #include "files/volumes.h"
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
-#include "threads/lock.h"
 
 struct read_buffer_layout {
   static_assert(offsetof(fReadBuffer, name_) == 8);
@@ -51,27 +55,6 @@ namespace {
 constexpr int kBuffersMax = 8;
 constexpr unsigned long long kBufferBytesDefault = 0x100000;
 constexpr unsigned char kHostOrder = 1;
-constexpr int kPiecesInFlight = 10;
-constexpr unsigned long long kBreakMin = 65537;  // Below it splitting is off.
-
-// Shared by all readers: only one of them runs split raw reads at a time.
-struct DirectReads {
-  Mutex mutex;
-  int readers = 0;
-  bool split = false;
-  unsigned long long break_bytes = 0x180000;
-};
-
-constinit DirectReads direct_reads;
-
-void count_reader(int change) {
-  direct_reads.readers += change;
-  if (direct_reads.readers == 0) {
-    direct_reads.mutex.destroy();
-  } else {
-    direct_reads.mutex.create();
-  }
-}
 
 unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
   return (value + unit - 1) / unit * unit;
@@ -162,7 +145,7 @@ bool fReadBuffer::open_file(const char* name, bool share, bool preload, bool unb
   alignment_ = static_cast<unsigned long long>(bypass ? drive_sector_size(name) : mem_pagesize());
   position_ = read_ahead_offset_ = block_start_ = skip_ = 0;
   current_ = 0;
-  next_ = buffer_count_ > 1 ? 1 : 0;
+  next_ = slot_after(0);
   end_file();
   if (preload && ensure_buffers()) {
     next_ = 0;
@@ -199,10 +182,16 @@ void fReadBuffer::cfg_buffers(int count, unsigned long long buffer_size,
   if (owns_buffers_ && wanted != buffer_count_) {
     return;
   }
-  buffer_count_ = wanted;
+  if (!owns_buffers_) {
+    buffer_count_ = wanted;
+    next_ = slot_after(current_);
+  }
   buffer_size_ = std::max(buffer_size, alignment_);
   first_read_size_ = std::max(first_read_size, alignment_);
-  next_ = buffer_count_ > 1 ? (current_ + 1) % buffer_count_ : 0;
+}
+
+int fReadBuffer::slot_after(int slot) const {
+  return buffer_count_ > 1 ? (slot + 1) % buffer_count_ : 0;
 }
 
 void fReadBuffer::set_memory_buffer(void* memory, unsigned long long size) {
@@ -212,9 +201,19 @@ void fReadBuffer::set_memory_buffer(void* memory, unsigned long long size) {
   slots_[0].buffer = static_cast<unsigned char*>(memory);
   current_ = 0;
   block_start_ = skip_ = 0;
-  file_size_ = position_ = read_ahead_offset_ = block_bytes_ = size;
-  cursor_ = slots_[0].buffer;
-  block_end_ = cursor_ + size;
+  file_size_ = position_ = read_ahead_offset_ = size;
+  begin_memory(0);
+}
+
+// The caller's bytes are one block, from which reading goes on at an offset.
+void fReadBuffer::begin_memory(unsigned long long offset) {
+  block_bytes_ = file_size_;
+  block_end_ = slots_[0].buffer + block_bytes_;
+  cursor_ = slots_[0].buffer + std::min(offset, block_bytes_);
+}
+
+bool fReadBuffer::reads_memory() const {
+  return file_ == io_invalid_handle() && !owns_buffers_ && slots_[0].buffer != nullptr;
 }
 
 void fReadBuffer::free_buffers() {
@@ -230,10 +229,12 @@ void fReadBuffer::free_buffers() {
 }
 
 bool fReadBuffer::ensure_buffers() {
-  if (owns_buffers_ && allocated_size_ != 0 && allocated_size_ >= buffer_size_) {
+  if (reads_memory() ||
+      (owns_buffers_ && allocated_size_ != 0 && allocated_size_ >= buffer_size_)) {
     return true;
   }
   drop_reads();
+  read_ahead_offset_ = position_;
   free_buffers();
   buffer_size_ = rounded_up(buffer_size_, alignment_);
   for (int i = 0; i < buffer_count_; ++i) {
@@ -246,11 +247,11 @@ bool fReadBuffer::ensure_buffers() {
       return false;
     }
   }
-  owns_buffers_ = true;
+  owns_buffers_ = buffer_count_ > 0;  // None after a failure: the next cfg_buffers() may ask again.
   allocated_size_ = buffer_size_;
   current_ = 0;
-  next_ = buffer_count_ > 1 ? 1 : 0;
-  return true;
+  next_ = slot_after(0);
+  return owns_buffers_;
 }
 
 // Bytes to ask for, a multiple of the alignment, and the bytes of the file in them.
@@ -292,8 +293,15 @@ void fReadBuffer::end_file() {
   cursor_ = block_end_ = nullptr;
 }
 
+// The blocks behind a failed one must not pass for it.
+void fReadBuffer::end_reading() {
+  drop_reads();
+  position_ = read_ahead_offset_ = file_size_;
+  end_file();
+}
+
 unsigned long long fReadBuffer::fetch_in_flight() {
-  const int after_next = (next_ + 1) % buffer_count_;
+  const int after_next = slot_after(next_);
   if (read_ahead_ && after_next != next_ && slots_[after_next].pending == 0) {
     static_cast<void>(issue_read(after_next));
   }
@@ -312,8 +320,11 @@ bool fReadBuffer::issue_first_reads() {
   while (issued < buffer_count_ && issue_read(issued)) {
     ++issued;
   }
+  if (issued == 0) {
+    return false;
+  }
   next_ = 0;
-  return issued > 0;
+  return true;
 }
 
 unsigned long long fReadBuffer::fetch_now() {
@@ -330,6 +341,7 @@ unsigned long long fReadBuffer::fetch_now() {
     return 0;
   }
   read_ahead_offset_ = position_ + size;
+  next_ = slot_after(current_);
   return complete_slot(current_);
 }
 
@@ -357,7 +369,7 @@ unsigned long long fReadBuffer::getNextBlock() {
     bytes = fetch_now();
   }
   if (bytes == 0) {
-    end_file();
+    end_reading();
     return 0;
   }
   block_start_ = position_;
@@ -418,7 +430,9 @@ void fReadBuffer::set_position(unsigned long long offset) {
     return;
   }
   if (file_ == io_invalid_handle()) {
-    cursor_ = block_end_;  // Memory holds nothing further.
+    if (reads_memory()) {
+      begin_memory(offset);
+    }
     return;
   }
   drop_reads();
@@ -427,92 +441,26 @@ void fReadBuffer::set_position(unsigned long long offset) {
   read_ahead_offset_ = position_;
   skip_ = offset - position_;
   current_ = 0;
-  next_ = buffer_count_ > 1 ? 1 : 0;
-}
-
-void fReadBuffer::set_xfer_breakvalue(unsigned long long bytes) {
-  direct_reads.split = bytes >= kBreakMin;
-  if (direct_reads.split) {
-    direct_reads.break_bytes = bytes;
-  }
-}
-
-unsigned long long fReadBuffer::read_raw_bytes(void* destination, unsigned long long offset,
-                                               unsigned long long size,
-                                               unsigned long long capacity) {
-  auto* to = static_cast<unsigned char*>(destination);
-  const unsigned long long block_limit = block_start_ + block_bytes_;
-  const bool inside = block_bytes_ > 0 && offset >= block_start_ && offset < block_limit;
-  const unsigned char* from = inside ? slots_[current_].buffer + (offset - block_start_) : nullptr;
-  if (inside && size <= block_limit - offset) {
-    if (size > capacity) {
-      return 0;
-    }
-    std::memcpy(to, from, size);
-    return size;
-  }
-
-  unsigned long long head = 0;
-  if (inside) {
-    const unsigned long long boundary = block_limit / alignment_ * alignment_;
-    head = boundary > offset ? boundary - offset : 0;
-  }
-  const unsigned long long transfer = rounded_up(size - head, alignment_);
-  if (head + transfer > capacity) {
-    return 0;
-  }
-  if (head > 0) {
-    std::memcpy(to, from, head);
-  }
-  if ((offset + head) % alignment_ != 0) {
-    return head;
-  }
-  if (!direct_reads.split || transfer <= 2 * direct_reads.break_bytes) {
-    const bool read = io_read64(file_, to + head, static_cast<long long>(offset + head), transfer);
-    return read ? head + transfer : head;
-  }
-  return head + read_split(to + head, offset + head, transfer);
-}
-
-// Pieces that run together, the oldest collected before an eleventh starts.
-unsigned long long fReadBuffer::read_split(unsigned char* destination, unsigned long long offset,
-                                           unsigned long long size) {
-  const ScopedLock guard(direct_reads.mutex);
-  int tickets[kPiecesInFlight];
-  int oldest = 0;
-  int in_flight = 0;
-  const auto collect = [&](bool wait) {
-    if (io_complete64(file_, &tickets[oldest], wait) == 0 && !wait) {
-      return false;
-    }
-    oldest = (oldest + 1) % kPiecesInFlight;
-    --in_flight;
-    return true;
-  };
-
-  unsigned long long issued = 0;
-  while (issued < size) {
-    if (in_flight == kPiecesInFlight) {
-      collect(true);
-      while (in_flight > 0 && collect(false)) {
-      }
-    }
-    const unsigned long long piece = std::min(direct_reads.break_bytes, size - issued);
-    if (!io_read_async64(file_, destination + issued, static_cast<long long>(offset + issued),
-                         piece, &tickets[(oldest + in_flight) % kPiecesInFlight])) {
-      break;
-    }
-    ++in_flight;
-    issued += piece;
-  }
-  while (in_flight > 0) {
-    collect(true);
-  }
-  return issued;
+  next_ = slot_after(0);
 }
 
 unsigned char fReadBuffer::read_byte_from_next_block() {
   constexpr unsigned char kEndOfFile = 255;
   getNextBlock();
   return cursor_ != block_end_ ? *cursor_++ : kEndOfFile;
+}
+
+// A number that lies in two blocks, or that the file's end cuts off: then false.
+bool fReadBuffer::read_across_blocks(void* number, std::size_t size) {
+  auto* to = static_cast<unsigned char*>(number);
+  for (std::size_t i = 0; i < size; ++i) {
+    if (cursor_ == block_end_) {
+      getNextBlock();
+    }
+    if (cursor_ == block_end_) {
+      return false;
+    }
+    to[i] = *cursor_++;
+  }
+  return true;
 }

@@ -3,14 +3,17 @@
 //   idle --start--> in flight (ticket set) --+--> completed, flushed or closed --> idle
 //                                            +--> overtaken by the round-robin: ticket forgotten
 //
-// `transfers.mutex` guards the slots, the ticket counter and the byte counters. A transfer is issued
-// outside it, so that one that the system runs at once does not hold up the others: the record is
-// armed under the mutex first, so nobody takes the slot for finished before its transfer has begun.
-// A slot's fields are changed after that only by whoever finds its ticket still there.
+// `transfers.mutex` guards the slots, the ticket counter and the byte counters. A transfer is
+// issued outside it, so that one that the system runs at once does not hold up the others: the
+// record is armed under the mutex first, so nobody takes the slot for finished before its transfer
+// has begun. While `starting` is set, the slot is its starter's, who notes down without the mutex
+// how the start went; the others wait for that. After it a slot's fields are changed, under the
+// mutex, only by whoever finds its ticket still there.
 //
 // Lock order: after the readers' direct-transfer mutex, before the log.
 #include "files/transfer_slots.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -19,6 +22,7 @@
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "orsincore/text.h"
+#include "orsincore/threads.h"
 #include "threads/lock.h"
 
 namespace orsin {
@@ -26,15 +30,17 @@ namespace {
 
 constexpr int kSlotCount = 96;  // Transfers in flight in the whole process.
 constexpr std::uint32_t kSlotWaitMs = 1000;
+constexpr long long kStartPollNs = 1000000;
 constexpr std::size_t kPathUnits = 260;
 
 struct Slot {
-  void* file;            // Invalid when idle.
-  std::uint32_t ticket;  // 0: none.
-  std::uint64_t size;    // Bytes requested.
-  std::uint8_t done;     // 1: completed at once, or collected.
-  void* event;           // For the life of the process.
+  void* file;                             // Invalid when idle.
+  std::atomic<std::uint32_t> ticket = 0;  // 0: none.
+  std::uint64_t size;                     // Bytes requested.
+  std::atomic<std::uint8_t> done = 0;     // 1: completed at once, or collected.
+  void* event;                            // For the life of the process.
   port::TransferRecord record;
+  std::atomic<bool> starting = false;
 };
 
 struct Transfers {
@@ -64,6 +70,14 @@ bool is_in_flight(const Slot& slot) {
   return is_valid(slot.file) && slot.ticket != 0 && slot.done == 0;
 }
 
+// A transfer may have ended before its start has returned. Only then is there something to poll
+// for, and only until the starter has the processor again.
+void wait_until_started(const Slot& slot) {
+  while (slot.starting) {
+    mp_timedwait(kStartPollNs);
+  }
+}
+
 // Waits until the slot's transfer has ended; false when waiting is impossible.
 bool wait_until_ended(Slot& slot, std::uint32_t step_ms) {
   while (!port::is_complete(slot.record)) {
@@ -72,12 +86,14 @@ bool wait_until_ended(Slot& slot, std::uint32_t step_ms) {
         msgwarn("IO64: Slot timeout...");
         break;
       case port::EventWait::kFailed:
+        wait_until_started(slot);
         return false;
       case port::EventWait::kSignalled:
       case port::EventWait::kCompletionRoutine:
         break;  // The record decides: the event may still be the transfer's before.
     }
   }
+  wait_until_started(slot);
   return true;
 }
 
@@ -88,6 +104,7 @@ Slot& take_slot_locked() {
   if (is_in_flight(slot)) {
     static_cast<void>(wait_until_ended(slot, kSlotWaitMs));
   }
+  wait_until_started(slot);
   slot.ticket = 0;
   transfers.next_slot = (transfers.next_slot + 1) % kSlotCount;
   return slot;
@@ -103,7 +120,7 @@ std::uint32_t next_ticket_locked() {
 
 Slot* find_ticket_locked(std::uint32_t ticket) {
   for (Slot& slot : transfers.slots) {
-    if (slot.ticket == ticket && ticket != 0) {
+    if (slot.ticket == ticket && ticket != 0 && !slot.starting) {
       return &slot;
     }
   }
@@ -168,6 +185,7 @@ bool start_transfer(Direction direction, void* file, void* buffer, std::uint64_t
     const ScopedLock guard(transfers.mutex);
     slot = &take_slot_locked();
     ticket = next_ticket_locked();
+    slot->starting = true;
     slot->file = file;
     slot->done = 0;
     slot->size = size;
@@ -176,6 +194,8 @@ bool start_transfer(Direction direction, void* file, void* buffer, std::uint64_t
     (direction == Direction::kRead ? transfers.bytes_read : transfers.bytes_written) += size;
   }
 
+  // Kept on purpose: the system takes 32 bits. Nobody transfers 4 GiB at once, and a write that is
+  // cut so fails for its short count.
   const auto count = static_cast<std::uint32_t>(size);
   const port::TransferStart start =
       direction == Direction::kRead
@@ -183,13 +203,12 @@ bool start_transfer(Direction direction, void* file, void* buffer, std::uint64_t
           : port::start_write(file, buffer, offset, count, slot->record, slot->event);
   const bool accepted = is_accepted(direction, start, offset, size, buffer);
 
-  if (!accepted || start.is_complete) {
-    const ScopedLock guard(transfers.mutex);
-    if (slot->ticket == ticket) {
-      slot->ticket = accepted ? ticket : 0;
-      slot->done = accepted ? 1 : 0;
-    }
+  if (!accepted) {
+    slot->ticket = 0;
+  } else if (start.is_complete) {
+    slot->done = 1;
   }
+  slot->starting = false;
   if (accepted && ticket_result != nullptr) {
     *ticket_result = static_cast<int>(ticket);
   }
@@ -225,8 +244,9 @@ int collect_locked(void* file, Slot& slot, std::uint64_t& bytes) {
 
 }  // namespace
 
-void start_transfers() {
+void start_transfers(std::int32_t last_ticket) {
   transfers.mutex.create();
+  transfers.last_ticket = last_ticket;
   for (Slot& slot : transfers.slots) {
     make_idle(slot);
     slot.event = port::create_event();
@@ -312,6 +332,7 @@ void* io_create64(const char* name, bool write_only, long long initial_size) {
   open.overlapped = true;
   open.read = open.unbuffered = open.write_through = !write_only;
   void* file = port::open_file(wide, open);
+  // Kept on purpose: an error is reported also beside a good handle; some drivers leave one.
   const unsigned error = port::last_system_error();
   if (error != 0 && error != port::kErrorAlreadyExists && error != port::kErrorPathNotFound) {
     msg_os_error("IO Create File", static_cast<int>(error));
@@ -385,8 +406,11 @@ bool io_write64(void* file, const void* buffer, long long offset, unsigned long 
 void io_flush64(void* /*file*/) {
   const ScopedLock guard(transfers.mutex);
   for (Slot& slot : transfers.slots) {
-    if (slot.ticket != 0 && slot.done == 0) {
+    if (is_in_flight(slot)) {
       static_cast<void>(wait_until_ended(slot, port::kWaitForever));
+    }
+    // What its start found wrong is known to its starter.
+    if (is_in_flight(slot)) {
       std::uint32_t bytes = 0;
       if (!port::transfer_result(slot.file, slot.record, bytes)) {
         msg_os_error("IO flush error (1)");

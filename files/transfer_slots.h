@@ -5,8 +5,9 @@
 
 namespace orsin {
 
-/// Creates the slots' events and the mutex. Start-up, before any transfer.
-void start_transfers();
+/// Creates the slots' events and the mutex. Start-up, before any transfer. The tickets follow
+/// `last_ticket`.
+void start_transfers(std::int32_t last_ticket = 0);
 
 /// Closes the events and the mutex. Closedown, when nothing is in flight.
 void stop_transfers();

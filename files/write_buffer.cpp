@@ -1,8 +1,8 @@
 // The buffered writer.
 //
-// `current_` fills while `spare_` is being written; a full buffer starts its write and the two change
-// places. Writes always cover whole aligned units, so the file is longer than its data until closing
-// cuts it to `data_end_`.
+// `current_` fills while `spare_` is being written; a full buffer starts its write and the two
+// change places. Writes always cover whole aligned units, so the file is longer than its data until
+// closing cuts it to `data_end_`.
 //
 //   file:    | written ........ | current buffer: used_ bytes of data |
 //                               buffer_file_position_
@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/log_port.h"
 #include "files/buffer_configuration.h"
 #include "files/io_port.h"
 #include "files/volumes.h"
@@ -55,6 +54,11 @@ constexpr unsigned long long kBufferBytesMax = 0x7FFFFFFF;
 
 unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
   return (value + unit - 1) / unit * unit;
+}
+
+// Before anything is closed: the reason is the last error.
+void log_not_cut() {
+  msg_os_error("Writebuffer set FileSize");
 }
 
 }  // namespace
@@ -260,7 +264,7 @@ unsigned long long fWriteBuffer::write_file(const void* data, unsigned long long
       left -= bytes;
     }
     const bool is_full = offset_ == static_cast<unsigned long long>(buffer_size_);
-    if (!is_full || (left == 0 && file_ == io_invalid_handle())) {
+    if (!is_full) {
       return taken;
     }
     if (file_ == io_invalid_handle()) {
@@ -297,7 +301,10 @@ void fWriteBuffer::write_full_buffer() {
   empty_buffer();
 }
 
-// Starts the write of a first, partly filled buffer at the start of the file.
+// Starts the write of a first, partly filled buffer.
+//
+// Kept on purpose: it goes to the start of the file, wherever set_file_position() has moved the
+// buffer. What comes first in a file is its header, and writers that go elsewhere flush before.
 bool fWriteBuffer::start_first_buffer() {
   const unsigned long long bytes = rounded_up(used_, alignment_);
   data_end_ = std::max(data_end_, used_);
@@ -349,6 +356,9 @@ void fWriteBuffer::flush_buffers() {
   if (used_ == 0) {
     return;
   }
+  // Kept on purpose: whole units are written, whatever stands behind the data. After a step back
+  // out of the buffer that overwrites up to a unit less one byte of what the file holds there;
+  // hosts that patch a file rewrite whole units.
   const unsigned long long bytes = rounded_up(used_, alignment_);
   ++writes_;
   if (!io_write64(file_, current_, static_cast<long long>(buffer_file_position_), bytes)) {
@@ -359,15 +369,26 @@ void fWriteBuffer::flush_buffers() {
   empty_buffer();
 }
 
+// Cuts the file to its data and closes it, if it was opened here.
+//
+// Kept on purpose: a surplus that cannot be cut off is an error line, not a failed write. All the
+// data is in the file; if it counted, the next open_file() would delete it.
+void fWriteBuffer::finish_file() {
+  const bool is_cut = io_set_filesize64(file_, data_end_);
+  if (!opened_) {
+    if (!is_cut) {
+      log_not_cut();
+    }
+    return;
+  }
+  io_close64(file_);
+  if (!is_cut) {
+    cut_by_name();
+  }
+}
+
 // An unbuffered handle of some file systems refuses sizes off the sector: a plain one does it.
-bool fWriteBuffer::set_final_size() {
-  const bool done = io_set_filesize64(file_, data_end_);
-  if (opened_) {
-    io_close64(file_);
-  }
-  if (done || !opened_) {
-    return done;
-  }
+void fWriteBuffer::cut_by_name() {
   constexpr std::size_t kPathUnits = 260;
   unsigned short wide[kPathUnits];
   ov_utf8_to_utf16(name_, wide, kPathUnits);
@@ -375,11 +396,13 @@ bool fWriteBuffer::set_final_size() {
   plain.write = true;
   void* again = port::open_file(wide, plain);
   if (again == io_invalid_handle()) {
-    return false;
+    log_not_cut();
+    return;
   }
-  const bool done_now = port::set_file_size(again, data_end_);
+  if (!port::set_file_size(again, data_end_)) {
+    log_not_cut();
+  }
   port::close_file(again);
-  return done_now;
 }
 
 int fWriteBuffer::close_file(bool force) {
@@ -393,10 +416,7 @@ int fWriteBuffer::close_file(bool force) {
     result = start_first_buffer() ? 1 : 0;
   } else {
     flush_buffers();
-    if (!set_final_size()) {
-      msg_os_error("Writebuffer set FileSize");
-      ++errors_;  // The file holds more than its data.
-    }
+    finish_file();
     file_ = io_invalid_handle();
     opened_ = false;
   }
@@ -423,7 +443,11 @@ bool fWriteBuffer::set_file_position(unsigned long long position) {
     return true;
   }
   flush_buffers();
-  empty_buffer();  // Flushing leaves the cursor alone when nothing was collected.
+  if (file_ != io_invalid_handle()) {
+    empty_buffer();  // Flushing leaves the cursor alone when nothing was collected.
+  }
+  // Kept on purpose: the bytes from the unit's start to the position are the caller's to write, as
+  // only whole units can be.
   buffer_file_position_ = position / alignment_ * alignment_;
   return true;
 }

@@ -5,6 +5,8 @@
 // claim() puts back what it cuts off.
 #include <bit>
 
+#include <xmmintrin.h>
+
 #include "memory/heap_blocks.h"
 
 namespace orsin {
@@ -26,6 +28,7 @@ std::optional<Space> HeapBlocks::find_in_index(std::uint64_t needed) {
   if (fit == FreeRuns::kNone) {
     return std::nullopt;
   }
+  fetch_early(fit, needed);
   for (std::uint32_t run = runs_.first_unjoined(); run <= fit; run = runs_.first_unjoined()) {
     if (run == FreeRuns::kNone) {
       break;
@@ -43,6 +46,18 @@ std::optional<Space> HeapBlocks::find_in_index(std::uint64_t needed) {
   return Space{SpaceResult::kFound, block};
 }
 
+// Headers lie in pages of their own, so each costs a trip to memory: the three that an allocation is
+// about to touch are asked for at once. The owner's data is the third.
+void HeapBlocks::fetch_early(std::uint32_t run, std::uint64_t needed) const {
+  const auto fetch = [](const mheap_mblk* block, std::uint64_t offset) {
+    _mm_prefetch(reinterpret_cast<const char*>(block) + offset, _MM_HINT_T0);
+  };
+  const mheap_mblk* block = block_at_granule(run);
+  fetch(block, 0);
+  fetch(block, heap_.header_size);
+  fetch(block, needed);
+}
+
 std::uint32_t HeapBlocks::granule_of(const mheap_mblk* block) const {
   const std::uint64_t offset = address_of(block) - address_of(heap_.first_block);
   return static_cast<std::uint32_t>(offset >> std::countr_zero(heap_.alignment));
@@ -53,16 +68,28 @@ mheap_mblk* HeapBlocks::block_at_granule(std::uint32_t granule) const {
   return block_at(address_of(heap_.first_block) + offset);
 }
 
-// A block has become free and has taken in the free blocks behind it.
-void HeapBlocks::index_freed(const mheap_mblk* block) {
+// Takes in the free blocks behind a block that becomes free, as join_free() does, but without a look
+// at their headers: those lie in pages that nobody has touched for long. False without an index.
+bool HeapBlocks::join_run_behind(mheap_mblk* block) {
+  if (!runs_.exists()) {
+    return false;
+  }
+  const std::uint32_t end = runs_.end_of_run_at(granule_of(next_block(block)));
+  if (end != FreeRuns::kNone) {
+    block->size = address_of(block_at_granule(end)) - address_of(block);
+  }
+  return true;
+}
+
+// A block has become free and has taken in the free blocks behind it, which began at `behind`.
+void HeapBlocks::index_freed(const mheap_mblk* block, const mheap_mblk* behind) {
   if (!runs_.exists()) {
     return;
   }
   const std::uint32_t begin = granule_of(block);
   const std::uint32_t end = granule_of(next_block(block));
-  // The run behind it, now part of it, ended where the block ends.
-  if (const std::uint32_t behind = runs_.begin_of_run_to(end); behind != FreeRuns::kNone) {
-    runs_.remove(behind);
+  if (const std::uint32_t absorbed = granule_of(behind); absorbed != end) {
+    runs_.remove(absorbed);
   }
   const std::uint32_t before = runs_.begin_of_run_to(begin);
   if (before == FreeRuns::kNone) {
@@ -72,6 +99,13 @@ void HeapBlocks::index_freed(const mheap_mblk* block) {
   runs_.remove(before);
   runs_.insert(before, end);
   runs_.mark_unjoined(before);
+}
+
+// The rest of a free block whose first part is used now. No run is known there any more.
+void HeapBlocks::index_cut_off(const mheap_mblk* rest) {
+  if (runs_.exists()) {
+    runs_.insert(granule_of(rest), granule_of(next_block(rest)));
+  }
 }
 
 // A free block at the end of its run is about to be used. What lies before it has just been joined.

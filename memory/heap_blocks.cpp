@@ -173,10 +173,11 @@ std::optional<Space> HeapBlocks::compact(mheap_mblk* start, std::uint64_t needed
     }
     index_taken(block);
     block = slide_down(block, next);
+    const mheap_mblk* behind = next_block(block);
     if (!join_free(block)) {
       return Space{SpaceResult::kCorrupted, nullptr};
     }
-    index_freed(block);
+    index_freed(block, behind);
     if (block->size >= needed) {
       index_taken(block);
       return Space{SpaceResult::kFound, block};
@@ -212,7 +213,7 @@ void HeapBlocks::claim(mheap_mblk* block, std::uint64_t needed, void** owner) {
     const std::uint64_t rest = block->size - needed;
     block->size = needed;
     write_free_header(next_block(block), rest);
-    index_freed(next_block(block));
+    index_cut_off(next_block(block));
   }
   block->state = kBlockUsed;
   block->owner = owner;
@@ -226,9 +227,12 @@ void HeapBlocks::claim(mheap_mblk* block, std::uint64_t needed, void** owner) {
 
 void HeapBlocks::release(mheap_mblk* block) {
   empty_block(*block);
-  // A block of size 0 behind it stops the joining; the next search reports it.
-  static_cast<void>(join_free(block));
-  index_freed(block);
+  const mheap_mblk* behind = next_block(block);
+  if (!join_run_behind(block)) {
+    // A block of size 0 behind it stops the joining; the next search reports it.
+    static_cast<void>(join_free(block));
+  }
+  index_freed(block, behind);
 }
 
 // Takes in the free blocks that follow. False: the block after them has size 0.
@@ -328,7 +332,7 @@ mheap_mblk* HeapBlocks::block_around(const void* address) const {
   // Most addresses lie close behind the beginning of their block's data.
   std::uint64_t data = target - target % heap_.alignment;
   for (int tried = 0; tried < kPositionsTried && data > base; ++tried) {
-    mheap_mblk* block = header_before(reinterpret_cast<const void*>(data));
+    mheap_mblk* block = block_of(reinterpret_cast<const void*>(data));
     if (block != nullptr && block->state != kBlockFree && address_of(block->data) == data) {
       return block;
     }

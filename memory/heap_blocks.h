@@ -133,17 +133,19 @@ class HeapBlocks {
   struct Survey;
 
   [[nodiscard]] std::optional<Space> find_in_index(std::uint64_t needed);
+  void fetch_early(std::uint32_t run, std::uint64_t needed) const;
   [[nodiscard]] Survey survey(std::uint64_t needed);
   [[nodiscard]] std::optional<Space> compact(mheap_mblk* start, std::uint64_t needed,
                                              mheap_mblk*& victim);
   void add_last_block(mheap_mblk* block, std::uint64_t room);
   mheap_mblk* slide_down(mheap_mblk* gap, mheap_mblk* block);
   [[nodiscard]] bool join_free(mheap_mblk* block);
-  [[nodiscard]] mheap_mblk* header_before(const void* data) const;
 
   [[nodiscard]] std::uint32_t granule_of(const mheap_mblk* block) const;
   [[nodiscard]] mheap_mblk* block_at_granule(std::uint32_t granule) const;
-  void index_freed(const mheap_mblk* block);
+  [[nodiscard]] bool join_run_behind(mheap_mblk* block);
+  void index_freed(const mheap_mblk* block, const mheap_mblk* behind);
+  void index_cut_off(const mheap_mblk* rest);
   void index_taken(const mheap_mblk* block);
   void index_joined_all();
 
@@ -153,19 +155,14 @@ class HeapBlocks {
 
 // Here because locking a block is little more than this.
 
-// Null where the header would begin before the first block: those bytes are not ours to read.
-inline mheap_mblk* HeapBlocks::header_before(const void* data) const {
+// Null too where the header would begin before the first block: those bytes are not ours to read.
+inline mheap_mblk* HeapBlocks::block_of(const void* data) const {
   const std::uint64_t address = address_of(data);
-  if (address - address_of(heap_.first_block) < heap_.header_size) {
+  const std::uint64_t first_data = address_of(heap_.first_block) + heap_.header_size;
+  if (address < first_data || address >= address_of(heap_.end_block)) {
     return nullptr;
   }
   return reinterpret_cast<mheap_mblk*>(static_cast<std::uintptr_t>(address - heap_.header_size));
-}
-
-inline mheap_mblk* HeapBlocks::block_of(const void* data) const {
-  const std::uint64_t address = address_of(data);
-  const bool is_inside = address >= address_of(heap_.base) && address < address_of(heap_.end_block);
-  return is_inside ? header_before(data) : nullptr;
 }
 
 inline mheap_mblk* HeapBlocks::inner_block_of(const void* data) const {

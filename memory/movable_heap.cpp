@@ -225,13 +225,13 @@ int mheap_unlock(_mheap* heap, void** handle) {
       return -1;
     }
     if (block->lock_count > 0) {
-      --block->lock_count;
+      const std::uint32_t left = --block->lock_count;
       blocks.stamp(*block);
       // Waking nobody is not free, and nearly always there is nobody.
       if (record_of(heap).waiting > 0) {
         mp_cond_signal(heap->cond);
       }
-      return static_cast<int>(block->lock_count);
+      return static_cast<int>(left);
     }
   }
   msgdebug("MHeap: Unlocking a non locked block");

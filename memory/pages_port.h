@@ -33,6 +33,14 @@ struct AddressSpace {
 [[nodiscard]] void* commit_pages_top_down(std::uint64_t size) noexcept;
 [[nodiscard]] bool release_pages(void* address) noexcept;
 
+/// Address space that nothing else will use, for commit_pages(); null on failure. release_pages()
+/// gives all of it back.
+[[nodiscard]] void* reserve_pages(std::uint64_t size) noexcept;
+
+/// Zeroed read/write pages in a reservation, and back again. Address and size: whole pages.
+[[nodiscard]] bool commit_pages(void* address, std::uint64_t size) noexcept;
+void decommit_pages(void* address, std::uint64_t size) noexcept;
+
 [[nodiscard]] bool pin_pages(void* address, std::uint64_t size) noexcept;
 [[nodiscard]] bool unpin_pages(void* address, std::uint64_t size) noexcept;
 

@@ -23,6 +23,18 @@ bool release_pages(void* address) noexcept {
   return ::VirtualFree(address, 0, MEM_RELEASE) != FALSE;
 }
 
+void* reserve_pages(std::uint64_t size) noexcept {
+  return ::VirtualAlloc(nullptr, size, MEM_RESERVE, PAGE_READWRITE);
+}
+
+bool commit_pages(void* address, std::uint64_t size) noexcept {
+  return ::VirtualAlloc(address, size, MEM_COMMIT, PAGE_READWRITE) != nullptr;
+}
+
+void decommit_pages(void* address, std::uint64_t size) noexcept {
+  ::VirtualFree(address, size, MEM_DECOMMIT);
+}
+
 bool pin_pages(void* address, std::uint64_t size) noexcept {
   return ::VirtualLock(address, size) != FALSE;
 }

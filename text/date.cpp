@@ -9,7 +9,8 @@
 #include "text/date_names.h"
 #include "text/date_port.h"
 
-struct date_layout {
+// The fields: their layout is part of the interface, their values are what the system is given.
+struct date_fields {
   static_assert(offsetof(date, days_) == 0);
   static_assert(offsetof(date, year_day_) == 4);
   static_assert(offsetof(date, year_) == 8);
@@ -18,6 +19,10 @@ struct date_layout {
   static_assert(offsetof(date, hour_) == 20);
   static_assert(offsetof(date, minute_) == 21);
   static_assert(offsetof(date, second_) == 22);
+
+  static orsin::port::LocalTime of(const date& d) {
+    return {d.year_, d.month_, d.day_, d.hour_, d.minute_, d.second_};
+  }
 };
 
 namespace orsin {
@@ -29,10 +34,6 @@ constexpr std::size_t kFormatBytes = 260;
 
 bool is_month(int month) {
   return month >= 1 && month <= 12;
-}
-
-port::LocalTime fields_of(const date& d) {
-  return {d.year(), d.month(), d.day(), d.hour(), d.minute(), d.second()};
 }
 
 int weekday_of(long days) {
@@ -138,7 +139,7 @@ int date::add_days(long n) {
   constexpr std::int64_t kUnitsPerSecond = 10'000'000;
   const auto seconds = static_cast<std::int32_t>(static_cast<std::uint32_t>(n) * kSecondsPerDay);
 
-  port::LocalTime moved = fields_of(*this);
+  port::LocalTime moved = date_fields::of(*this);
   if (port::move_time(moved, seconds * kUnitsPerSecond)) {
     year_ = moved.year;
     month_ = moved.month;
@@ -152,7 +153,7 @@ int date::add_days(long n) {
 }
 
 void date::format(char* out, bool with_time) const {
-  const port::LocalTime fields = fields_of(*this);
+  const port::LocalTime fields = date_fields::of(*this);
   char text[kFormatBytes];
   if (!port::format_user_date(fields, text, sizeof(text))) {
     if (with_time) {
@@ -192,7 +193,7 @@ void date::scan_xml(const char* text, bool with_time) {
 // Kept on purpose: daylight saving is not considered, so in summer the result is one hour later
 // than the wall clock's reading. Stored times were computed like this all year round.
 date::operator long long() const {
-  return port::from_local_standard_time(fields_of(*this));
+  return port::from_local_standard_time(date_fields::of(*this));
 }
 
 bool date::operator==(const date& other) const {

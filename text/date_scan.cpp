@@ -68,7 +68,7 @@ int default_digits(char letter) {
 
 class Scanner {
  public:
-  Scanner(const char* text, int current_year, ScannedDate& fields, int* extra)
+  Scanner(const char* text, int (*current_year)(), ScannedDate& fields, int* extra)
       : text_(text), current_year_(current_year), fields_(fields), extra_(extra) {}
 
   const char* scan(const char* pattern);
@@ -93,7 +93,7 @@ class Scanner {
   }
 
   const char* text_;
-  int current_year_;
+  int (*current_year_)();
   ScannedDate& fields_;
   int* extra_;
 };
@@ -267,7 +267,7 @@ Scanner::Result Scanner::year(int digits) {
     return Result::kMismatch;
   }
   const bool has_century = text_ - start > 2;
-  fields_.year = has_century ? value : current_year_ / 100 * 100 + value;
+  fields_.year = has_century ? value : current_year_() / 100 * 100 + value;
   return Result::kReadNumber;
 }
 
@@ -302,8 +302,8 @@ bool Scanner::number(int digits, int low, int high, int& value) {
 
 }  // namespace
 
-const char* scan_date(const char* text, const char* pattern, int current_year, ScannedDate& fields,
-                      int* extra) {
+const char* scan_date(const char* text, const char* pattern, int (*current_year)(),
+                      ScannedDate& fields, int* extra) {
   return Scanner(text, current_year, fields, extra).scan(pattern);
 }
 
@@ -316,7 +316,7 @@ char* date::scan(const char* text, const char* pattern, int* extra) {
     return nullptr;
   }
   ScannedDate fields = {year_, month_, day_, hour_, minute_, second_};
-  const int current_year = port::to_local_time(port::posix_now()).year;
+  const auto current_year = [] { return port::to_local_time(port::posix_now()).year; };
   const char* rest =
       scan_date(text, pattern != nullptr ? pattern : "%c", current_year, fields, extra);
   year_ = fields.year;

@@ -18,9 +18,10 @@ struct ScannedDate {
 /// Reads `text` by `pattern`. Returns the rest of the text, or null at a mismatch with the fields
 /// read so far changed.
 ///
-/// @param current_year  Gives the century of years with at most two digits.
+/// @param current_year  Asked for the century of a year with at most two digits, and only then: the
+///                      system's clock and time zone cost more than the whole scan.
 /// @param extra         Receives what %G and %O add; may be null.
-const char* scan_date(const char* text, const char* pattern, int current_year, ScannedDate& fields,
-                      int* extra);
+const char* scan_date(const char* text, const char* pattern, int (*current_year)(),
+                      ScannedDate& fields, int* extra);
 
 }  // namespace orsin

@@ -18,6 +18,11 @@ SYSTEMTIME system_time(const LocalTime& time) {
   return result;
 }
 
+// The years of a system time; others would be cut to 16 bits and name a different year.
+bool is_system_year(int year) {
+  return year >= 1601 && year <= 30827;
+}
+
 }  // namespace
 
 std::int64_t posix_now() noexcept {
@@ -47,6 +52,9 @@ std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
 }
 
 bool format_user_date(const LocalTime& time, char* text, std::size_t size) noexcept {
+  if (!is_system_year(time.year)) {
+    return false;
+  }
   const SYSTEMTIME system = system_time(time);
   return GetDateFormatA(LOCALE_USER_DEFAULT, 0, &system, nullptr, text, static_cast<int>(size)) !=
          0;
@@ -59,6 +67,9 @@ bool format_user_time(const LocalTime& time, char* text, std::size_t size) noexc
 }
 
 bool move_time(LocalTime& time, std::int64_t units) noexcept {
+  if (!is_system_year(time.year)) {
+    return false;
+  }
   SYSTEMTIME system = system_time(time);
   FILETIME file_time;
   if (SystemTimeToFileTime(&system, &file_time) == 0) {

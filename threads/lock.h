@@ -5,13 +5,16 @@
 //
 // Lock order. Whoever holds a lock may take one further down, never one further up:
 //
-//   1. the readers' direct-transfer mutex      files/read_buffer.cpp
-//   2. the I/O transfer slots                  files/transfer_slots.cpp
-//   3. a movable-block heap                    memory/movable_heap.cpp
-//   4. the table of system allocations         memory/os_allocation.cpp
-//   5. the thread table                        threads/thread_table.cpp
-//   6. the executor's queue, then its ring     threads/executor.cpp
-//   7. the message log                         core/message_log.cpp
+//   1. the library loader                      core/library_loader.cpp
+//   2. the readers' direct-transfer mutex      files/read_buffer.cpp
+//   3. the I/O transfer slots                  files/transfer_slots.cpp
+//   4. a movable-block heap                    memory/movable_heap.cpp
+//   5. the table of system allocations         memory/os_allocation.cpp
+//   6. which background worker there is        threads/background_worker.cpp
+//   7. the thread table                        threads/thread_table.cpp
+//   8. the worker's state, then its ring       threads/background_worker.cpp
+//   9. the executor's queue, then its ring     threads/executor.cpp
+//  10. the message log                         core/message_log.cpp
 //
 // The log comes last, so code that holds any other lock may log. Nobody waits for another thread
 // while holding the log.

@@ -26,6 +26,11 @@ int fail(const std::string& reason) {
   return kFailed;
 }
 
+int busy() {
+  std::fputs("host: another copy is running\n", console_errors());
+  return kBusy;
+}
+
 FullLibrary::FullLibrary() {
   started_ = ov_initialize(application_name, "ORSIN_HOST_DATA", console_argc(), console_argv());
   if (started_) {
@@ -41,8 +46,8 @@ FullLibrary::~FullLibrary() {
   }
 }
 
-FastLibrary::FastLibrary() {
-  ov_fast_initialize(application_name, false);
+FastLibrary::FastLibrary(bool with_heaps) {
+  ov_fast_initialize(application_name, with_heaps);
 }
 
 FastLibrary::~FastLibrary() {

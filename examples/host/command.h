@@ -26,18 +26,30 @@ struct Command {
   std::string_view summary;
   std::string_view help;
   int (*run)(const Arguments& arguments);
+  bool passes_arguments_on = false;  // To another program: --help is ours as the first one only.
 };
 
 extern const Command kReportCommand;
 extern const Command kCopyCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
+extern const Command kRunCommand;
+extern const Command kRundllCommand;
+extern const Command kGetCommand;
+extern const Command kPutCommand;
+extern const Command kHttpCommand;
+extern const Command kWebSocketCommand;
+extern const Command kHeapsCommand;
+extern const Command kTrCommand;
 
 /// Says what is wrong with the command line and how to get help; returns kBadUsage.
 int bad_usage(const Command& command, const std::string& problem);
 
 /// Writes one line to standard error; returns kFailed.
 int fail(const std::string& reason);
+
+/// Says that another copy of the host is running; returns kBusy.
+int busy();
 
 /// The whole library, with log file and report, for as long as it lives.
 class FullLibrary {
@@ -55,10 +67,11 @@ class FullLibrary {
   bool started_ = false;
 };
 
-/// The library for small tools: its log goes to standard error, warnings and errors only.
+/// The library for small tools: its log goes to standard error, warnings and errors only. Commands
+/// that need buffers of the standard heaps say so.
 class FastLibrary {
  public:
-  FastLibrary();
+  explicit FastLibrary(bool with_heaps = false);
   ~FastLibrary();
   FastLibrary(const FastLibrary&) = delete;
   FastLibrary& operator=(const FastLibrary&) = delete;

@@ -18,8 +18,17 @@ char** console_argv();
 /// Standard error as the program found it: start-up turns the process's own into the log.
 std::FILE* console_errors();
 
+/// From now on standard input and output carry bytes, not lines of text.
+void carry_bytes();
+
 /// True when standard output is a console, so that a progress line can be rewritten in place.
 bool output_is_console();
+
+/// From now on standard output takes bytes as they are, without turning line ends into CR LF.
+void use_binary_output();
+
+/// A number that no other running process has.
+unsigned long process_id();
 
 /// From now on Ctrl-C (and closing the console) only asks: cancel_requested() turns true.
 void catch_cancel();

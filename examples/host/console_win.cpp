@@ -72,9 +72,22 @@ char** console_argv() {
   return argument_pointers.data();
 }
 
+void carry_bytes() {
+  _setmode(_fileno(stdin), _O_BINARY);
+  _setmode(_fileno(stdout), _O_BINARY);
+}
+
 bool output_is_console() {
   DWORD mode = 0;
   return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+}
+
+void use_binary_output() {
+  _setmode(_fileno(stdout), _O_BINARY);
+}
+
+unsigned long process_id() {
+  return GetCurrentProcessId();
 }
 
 void catch_cancel() {

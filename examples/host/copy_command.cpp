@@ -193,8 +193,7 @@ int copy_command(const Arguments& arguments) {
   }
   const FullLibrary library;
   if (!library.started()) {
-    std::fputs("host: another copy is running\n", console_errors());
-    return kBusy;
+    return busy();
   }
   if (const int code = resolve(options); code != kDone) {
     return code;

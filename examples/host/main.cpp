@@ -13,7 +13,10 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kReportCommand, &kCopyCommand, &kListCommand, &kHashCommand};
+const Command* const kCommands[] = {&kReportCommand,    &kCopyCommand,  &kListCommand,
+                                    &kHashCommand,      &kHeapsCommand, &kTrCommand,
+                                    &kGetCommand,       &kPutCommand,   &kHttpCommand,
+                                    &kWebSocketCommand, &kRunCommand,   &kRundllCommand};
 
 constexpr std::string_view kUsage =
     "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"
@@ -61,6 +64,9 @@ int run_command(const Command& command, const Arguments& arguments) {
     if (is_help(argument)) {
       print(command.help);
       return kDone;
+    }
+    if (command.passes_arguments_on) {
+      break;
     }
   }
   return command.run(arguments);

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "examples/host/command.h"
-#include "examples/host/console.h"
 #include "orsincore/files.h"
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
@@ -34,8 +33,7 @@ int report(const Arguments& arguments) {
   {
     const FullLibrary library;
     if (!library.started()) {
-      std::fputs("host: another copy is running\n", console_errors());
-      return kBusy;
+      return busy();
     }
     log = file_get_logfile();
   }

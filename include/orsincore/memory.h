@@ -68,9 +68,12 @@ ORSIN_API void* a_alloc(std::uint64_t size, int alignment);
 
 /// Makes a new aligned block with the old block's first bytes, as many as both have.
 ///
-/// The old block is released through the word that lies where its heap block begins, one step
-/// further back than a_free() goes: see the note in memory/aligned_block.h before using this.
-/// @param data  A block from a_alloc(), or null for a new one.
+/// Do not use it on a live block unless you know why: kept as it always was, it releases the old
+/// block one step further back than a_free() does, through the word that lies where the heap block
+/// begins, which frees a wild address. With null it is an a_alloc(). See docs/memory.md.
+/// @param data       A block from a_alloc(), or null for a new one.
+/// @param size       Bytes of the new block.
+/// @param alignment  As for a_alloc().
 /// @return The new block; null on failure, after a warning, with the old block untouched.
 /// Any thread.
 ORSIN_API void* a_realloc(void* data, std::uint64_t size, int alignment);
@@ -146,7 +149,7 @@ struct mheap_mblk {
   std::uint32_t lock_count;    ///< Locks by the handle.
   std::uint32_t lockex_count;  ///< Locks by an address inside the block.
   std::uint64_t last_use;      ///< The heap's clock at the last allocation, lock, keep or unlock.
-  mheap_discard_callback discard_callback;
+  mheap_discard_callback discard_callback;  ///< Null for none.
   std::uint32_t flags;  ///< Bit 0: to be released by the next mheap_unlock_ex().
 };
 
@@ -156,21 +159,21 @@ struct _mheap {
   std::uint64_t total_size;   ///< Bytes of the region.
   std::uint64_t alignment;    ///< What block sizes are multiples of.
   std::uint64_t header_size;  ///< Bytes of header in front of each block's data.
-  mheap_mode mode;
-  mheap_mblk* first_block;
-  mheap_mblk* end_block;  ///< Where every walk over the blocks stops.
-  std::uint8_t* base;     ///< The region.
-  __mutex_str* mutex;
-  __cond_str* cond;
-  std::uint64_t clock;  ///< Every use stamps its block with this and counts on.
+  mheap_mode mode;            ///< What the heap may do to make room.
+  mheap_mblk* first_block;    ///< At `base`.
+  mheap_mblk* end_block;      ///< Where every walk over the blocks stops.
+  std::uint8_t* base;         ///< The region.
+  __mutex_str* mutex;         ///< Guards everything in the heap.
+  __cond_str* cond;           ///< Where allocations wait for an unlock.
+  std::uint64_t clock;        ///< Every use stamps its block with this and counts on.
 };
 
 /// Makes a heap over a new region.
 ///
 /// @param name       For the log; the first 32 bytes are kept.
 /// @param size       Bytes, rounded down to a multiple of `alignment`.
-/// @param alignment  The granularity of blocks, above 0: a power of two from 8 on keeps data
-/// aligned.
+/// @param alignment  The granularity of blocks, above 0; with a power of two from 8 on, data lies at
+///                   multiples of it.
 /// @param mode       What the heap may do to make room.
 /// @param os_flags   Non-zero pins the region in physical memory; see os_alloc().
 /// @return The heap, the caller's until mheap_destroy(); null when memory is short or the region
@@ -203,8 +206,7 @@ ORSIN_API int mheap_keep(_mheap* heap, void** handle);
 
 /// Takes one lock off and wakes an allocation that waits for room.
 ///
-/// @return The new lock count; 0 with a debug line when there was no lock; -1 with a debug line
-/// when
+/// @return The new lock count; 0 with a debug line when there was no lock; -1 with a debug line when
 ///         `*handle` is no address of this heap.
 /// Any thread.
 ORSIN_API int mheap_unlock(_mheap* heap, void** handle);

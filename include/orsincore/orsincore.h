@@ -7,6 +7,7 @@
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
+#include "orsincore/network.h"
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
 #include "orsincore/threads.h"

@@ -1,5 +1,6 @@
 /// @file
-/// Text: UTF conversions and editing, dates, hashes and encodings.
+/// Text: UTF conversions and editing, localisation, bidirectional text, dates, hashes and
+/// encodings.
 ///
 /// Strings are NUL-terminated. A character index counts code points, a byte offset counts bytes.
 /// UTF-8 that cannot be decoded is read as Latin-1, one byte a character, so decoding never fails.
@@ -24,10 +25,13 @@ ORSIN_API std::size_t ov_utf8_strlen(const char* s);
 /// is 0 and *pos stays.
 ORSIN_API int ov_utf8_get_code_point(const char* s, std::size_t* pos);
 
-/// Steps back one character from byte *pos and decodes it; 0 at the beginning.
+/// Steps back one character from byte *pos and decodes it; 0, with *pos left alone, at the
+/// beginning. Looks for a lead byte up to four bytes back; without one the byte before *pos is the
+/// character.
 ORSIN_API int ov_utf8_get_code_point_rev(const char* s, std::size_t* pos);
 
-/// Bytes of the next `count` characters from byte `start`, or up to the end of the string.
+/// Bytes of the next `count` characters from byte `start`, or up to the end of the string; 0 for a
+/// count below 1.
 ORSIN_API std::size_t ov_utf8_get_num_bytes(const char* s, std::size_t start, int count);
 
 /// 1 to 4; 0 for a value of 0x200000 or more. Negative values take 1.
@@ -45,10 +49,12 @@ ORSIN_API int ov_utf8_encode(int cp, char* dst, std::size_t n);
 /// @return The bytes inserted; 0, with nothing changed, if they do not fit.
 ORSIN_API int ov_utf8_insert_char(char* s, std::size_t n, int index, int cp);
 
-/// Removes up to `count` characters from a character index on. Returns the bytes removed.
+/// Removes up to `count` characters from a character index on. Returns the bytes removed; 0 when
+/// the index lies at or past the end.
 ORSIN_API std::size_t ov_utf8_erase(char* s, int index, int count);
 
-/// Inserts as many whole characters of `ins` as fit. Returns the bytes inserted.
+/// Inserts as many whole characters of `ins` as fit at a character index; past the end they are
+/// appended. Returns the bytes inserted.
 ///
 /// @param n  Bytes of the whole buffer.
 ORSIN_API std::size_t ov_utf8_insert(char* s, std::size_t n, int index, const char* ins);
@@ -67,7 +73,7 @@ ORSIN_API char* ov_utf8_validate(char* s);
 // pointers take the same data and measure it in bytes.
 // ---------------------------------------------------------------------------------------------
 
-/// The number of characters.
+/// The number of characters; a high surrogate and a low one behind it are one.
 ORSIN_API std::size_t ov_utf16_strlen(const unsigned short* s);
 ORSIN_API std::size_t ov_utf16_strlen(const char* s);
 
@@ -86,8 +92,10 @@ ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);
 // ---------------------------------------------------------------------------------------------
 // Conversions. Each returns dst, which is always terminated.
 //
-// Whole characters are written while they fit. Then the last element of dst becomes 0 in any case:
-// when the characters fill dst to the end, that cuts the last one. With n = 0 nothing is written.
+// Whole characters are written while they fit, the terminator by the same rule; what lies between
+// stays as it was. Then the last element of dst becomes 0 in any case: when the characters fill dst
+// to the end, that cuts the last one. With n = 0 nothing is written. Source and destination must
+// not overlap. Any thread.
 // ---------------------------------------------------------------------------------------------
 
 /// @param n  Bytes of dst.
@@ -123,6 +131,116 @@ ORSIN_API std::FILE* ov_utf8_fopen(const char* name, const char* mode);
 ORSIN_API std::FILE* ov_utf8_freopen(const char* name, const char* mode, std::FILE* stream);
 
 // ---------------------------------------------------------------------------------------------
+// Localisation
+//
+// Start-up looks for the directory "locale" (below the data path, then below the code path), reads
+// the list "languages" there and the user's choice in "language.cfg", and installs one locale for
+// the whole process, whose gettext catalogues of the domain "korvane" answer the calls here.
+// Without that directory, or before start-up, every text reads as its identifier.
+// ---------------------------------------------------------------------------------------------
+
+/// The translation of an identifier, which is usually the English text itself.
+///
+/// @param context  Tells apart equal identifiers (gettext's msgctxt); null for none.
+/// @param msgid    UTF-8.
+/// @return Null for null; msgid itself when it is empty, has no translation, or the lookup fails in
+///         any way. A translation belongs to the catalogue and stays valid until ov_closedown().
+/// Any thread after start-up; takes no lock, allocates nothing, never logs.
+ORSIN_API const char* ov_pgettext(const char* context, const char* msgid);
+
+/// The same without a context.
+ORSIN_API const char* ov_pgettext(const char* msgid);
+
+/// True, whatever the context.
+ORSIN_API bool ov_is_default_context(const char* context);
+
+/// The name of the current locale: language, "_" and country, "@" and variant, the last two only
+/// where there are any ("de_DE", "sr_RS@latin"). Empty until start-up has applied a locale.
+///
+/// @return The library's own text, not to be freed; constant until ov_closedown(). Any thread.
+ORSIN_API const char* ov_locale_get();
+
+/// Writes the language for the next start into "language.cfg" in the folder "Settings" below the
+/// data path. The folder is made if it is missing, even when the code is then refused.
+///
+/// @param code  A locale's code as the list of languages has it, such as "sr_RS@latin".
+/// @return True after writing; false for a null or empty code, or when the folder or the file
+///         cannot be written. Logs only what making the folder logs. One thread at a time.
+ORSIN_API bool ov_save_language_cfg(const char* code);
+
+// ---------------------------------------------------------------------------------------------
+// Bidirectional text
+// ---------------------------------------------------------------------------------------------
+
+/// A text of left-to-right and right-to-left scripts as it is drawn: its visual order, with Arabic
+/// letters joined and brackets mirrored, and where carets and selections fall in it.
+///
+/// Positions count characters of the text as decoded above, from 0 to its length; a caret position
+/// is the gap before the character of that index. Each line (up to a line feed) is reordered on its
+/// own, and the line feeds stay where they are; all lines share one paragraph direction, which is
+/// never guessed. Visual positions count from the left of each line.
+///
+/// The text is analysed by the first query after SetText(), once. Where that fails, because there
+/// is no text, it is empty or memory is short, every query answers as for plain left-to-right text.
+/// Nothing is logged. The working memory is kept from text to text and only grows.
+///
+/// One thread at a time; separate objects are independent. The order of the virtual functions is
+/// part of the interface. The algorithm is that of Unicode Annex 9, in GNU FriBidi.
+class ORSIN_API OvBidi {
+ public:
+  /// A new object without a text, left-to-right; release it by Destroy(). Null when memory is
+  /// short.
+  static OvBidi* Create();
+  static OvBidi* Create(const char* text);  ///< The same, with SetText(text).
+
+  /// Releases the object and all of its memory. Does nothing for null.
+  static void Destroy(OvBidi* bidi);
+
+  /// The paragraph direction: 0 left-to-right, otherwise right-to-left. A text that has been
+  /// analysed keeps its direction; the new one counts from the next SetText() on.
+  virtual void SetRightToLeft(int rtl) = 0;
+  virtual int GetRightToLeft() = 0;  ///< What SetRightToLeft() was given; 0 at first.
+
+  /// Sets the text. It is not copied: the caller keeps it alive and unchanged as long as it is
+  /// asked about. Null means no text.
+  virtual void SetText(const char* text) = 0;
+
+  /// The text in visual order; the caller's own pointer where nothing had to be reordered. It
+  /// belongs to the object and stays valid until the next SetText().
+  ///
+  /// A ligature keeps the number of characters: U+FEFF fills the place of its first letter.
+  virtual const char* GetVisualText() = 0;
+
+  /// Whether anything in the text runs from right to left, numbers in such text included.
+  virtual bool HasRightToLeft() = 0;
+
+  /// The visual caret position of a logical one: behind the character before it, or, for position
+  /// 0, in front of the first. Positions outside the text are moved to its ends.
+  virtual int LogicalToVisual(int logical_pos) = 0;
+
+  /// The logical caret position of a visual one: at that edge of the character drawn to its left,
+  /// or to its right in a right-to-left paragraph. Positions outside are moved to the ends.
+  virtual int VisualToLogical(int visual_pos) = 0;
+
+  /// Selects the characters from start up to, not including, end, and restarts NextSelectionRun().
+  /// Nothing is selected where they are equal or either is negative; nor, in reordered text, where
+  /// the end lies before the start.
+  virtual void SetSelection(int start, int end) = 0;
+
+  /// The next run of selected characters that stand side by side, from the left: first position and
+  /// the one behind the last. False, with both untouched, when there are no more.
+  ///
+  /// Text that is not reordered has one run, just as it was given to SetSelection().
+  virtual bool NextSelectionRun(int* start, int* end) = 0;
+
+ protected:
+  OvBidi() = default;
+  OvBidi(const OvBidi&) = default;
+  OvBidi& operator=(const OvBidi&) = default;
+  ~OvBidi() = default;  // Not virtual, and out of reach: objects go through Destroy().
+};
+
+// ---------------------------------------------------------------------------------------------
 // Hashes. Each context belongs to its caller; one thread at a time.
 // ---------------------------------------------------------------------------------------------
 
@@ -133,12 +251,13 @@ struct md5_state_s {
   unsigned char buf[64];  ///< The partial block.
 };
 
+/// Begins a message. Every function here needs it first.
 ORSIN_API void ov_md5_init(md5_state_s* state);
 
 /// Adds n bytes; n of 0 or less does nothing.
 ORSIN_API void ov_md5_append(md5_state_s* state, const unsigned char* data, int n);
 
-/// Ends the message and stores its digest.
+/// Ends the message and stores its digest, which the state's words then hold as well.
 ORSIN_API void ov_md5_finish(md5_state_s* state, unsigned char digest[16]);
 
 /// SHA-1 (FIPS 180-1).
@@ -152,13 +271,15 @@ struct SHA1Context {
   int Corrupted;                    ///< 1 after a misuse or a length overflow.
 };
 
+/// Begins a message, also after a misuse.
 ORSIN_API void ov_SHA1Reset(SHA1Context* context);
 
 /// Adds n bytes. Adding to a finished message marks the context corrupted, as does a message of
 /// 2^61 bytes or more.
 ORSIN_API void ov_SHA1Input(SHA1Context* context, const unsigned char* data, unsigned int n);
 
-/// Ends the message. 1, or 0 for a corrupted context.
+/// Ends the message; its digest is in Message_Digest. 1, also when it was ended before, or 0 for a
+/// corrupted context.
 ORSIN_API int ov_SHA1Result(SHA1Context* context);
 
 /// XXH64 (the xxHash library), 88 bytes of state.
@@ -166,12 +287,21 @@ struct XXH64_state_s;
 
 /// A state with undefined contents, to reset first; null when memory is exhausted.
 ORSIN_API XXH64_state_s* ov_XXH64_createState();
-ORSIN_API int ov_XXH64_freeState(XXH64_state_s* state);  ///< Returns 0.
+/// Returns 0. Null does nothing.
+ORSIN_API int ov_XXH64_freeState(XXH64_state_s* state);
+/// Copies all 88 bytes.
 ORSIN_API void ov_XXH64_copyState(XXH64_state_s* dst, const XXH64_state_s* src);
-ORSIN_API int ov_XXH64_compareState(const XXH64_state_s* a,
-                                    const XXH64_state_s* b);  ///< As memcmp.
+
+/// Compares all 88 bytes: 0 when equal, else signed as memcmp().
+ORSIN_API int ov_XXH64_compareState(const XXH64_state_s* a, const XXH64_state_s* b);
+
+/// Begins a message. Returns 0.
 ORSIN_API int ov_XXH64_reset(XXH64_state_s* state, unsigned long long seed);
+
+/// Adds n bytes. Returns 0.
 ORSIN_API int ov_XXH64_update(XXH64_state_s* state, const void* data, std::size_t n);
+
+/// The hash of what was added so far; more may be added after it.
 ORSIN_API unsigned long long ov_XXH64_digest(const XXH64_state_s* state);
 
 // ---------------------------------------------------------------------------------------------
@@ -204,13 +334,14 @@ ORSIN_API const char* ov_create_uuid(char* dst);
 
 /// A calendar date with a time of day, proleptic Gregorian, without a time zone of its own.
 ///
-/// A plain value: no allocation, no shared state.
+/// A plain value: no allocation, no shared state. Numbers and texts convert to it, and it to POSIX
+/// time, wherever one is expected.
 class ORSIN_API date {
  public:
-  date();                          ///< Now, local time.
-  explicit date(long long posix);  ///< The local time of seconds since 1970 UTC.
+  date();                 ///< Now, local time.
+  date(long long posix);  ///< The local time of seconds since 1970 UTC.
   date(int year, int month, int day, char hour, char minute, char second);  ///< Stored unchecked.
-  explicit date(const char* text);  ///< As scan(text, "%c", null); now if empty or null.
+  date(const char* text);  ///< As scan(text, "%c", null); now if empty or null.
   date(const date& other) = default;
   date& operator=(const date& other) = default;
 
@@ -228,9 +359,6 @@ class ORSIN_API date {
   [[nodiscard]] int month() const { return month_; }
   [[nodiscard]] int day() const { return day_; }
   [[nodiscard]] int year_day() const { return year_day_; }
-  [[nodiscard]] int hour() const { return hour_; }
-  [[nodiscard]] int minute() const { return minute_; }
-  [[nodiscard]] int second() const { return second_; }
   [[nodiscard]] long dow() const { return days_; }  ///< The day number; 1 is 1 January of year 1.
   [[nodiscard]] int week_day() const;               ///< 1 is Sunday, 7 Saturday.
 
@@ -254,7 +382,7 @@ class ORSIN_API date {
   void scan_xml(const char* text, bool with_time);
 
   /// Seconds since 1970 UTC of the date read as local standard time.
-  explicit operator long long() const;
+  operator long long() const;
 
   [[nodiscard]] bool operator==(const date& other) const;
   [[nodiscard]] bool operator!=(const date& other) const { return !(*this == other); }
@@ -266,7 +394,7 @@ class ORSIN_API date {
   [[nodiscard]] long cmp(date* other) const;  ///< The difference of the day numbers.
 
  private:
-  friend struct date_layout;
+  friend struct date_fields;
   void init(long long posix);
   void compute_days();
 

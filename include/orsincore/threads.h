@@ -1,6 +1,7 @@
 /// @file
 /// Threads: mutexes, conditions, thread-local cells, the clock, scheduling, named threads, processor
-/// faults as exceptions, and the executor that runs one function on every processor.
+/// faults as exceptions, the executor that runs one function on every processor, the worker that
+/// does things in the background, and observers.
 #pragma once
 
 #include "orsincore/base.h"
@@ -203,3 +204,161 @@ ORSIN_API int smp_numprocs();
 
 /// 1 inside a job, else 0.
 ORSIN_API int smp_is_spawned();
+
+// ---------------------------------------------------------------------------------------------
+// Background work
+// ---------------------------------------------------------------------------------------------
+
+/// A unit of work that one shared thread, "OV_Worker", does in the background, in the order of the
+/// Start() calls.
+///
+/// Derive, override Run(), construct, Start(). The first object that is constructed starts the
+/// worker; the library never owns the objects: each must live until its Run() has returned.
+/// A processor fault that leaves Run() ends the process, as in every named thread.
+class ORSIN_API OV_Thread {
+ public:
+  /// Starts the worker if there is none. When the system refuses a thread, an error line says so,
+  /// and Start() does nothing until a later object gets one.
+  OV_Thread();
+
+  /// Copies nothing, and never starts the worker.
+  OV_Thread(const OV_Thread& other);
+  OV_Thread& operator=(const OV_Thread& other);
+  virtual ~OV_Thread();
+
+  /// Queues this object for one Run(); again for another one. At most 64 may be waiting: what is
+  /// started beyond that, or without a worker, is dropped without a word. Any thread, Run()
+  /// included.
+  virtual void Start();
+
+  /// The work, on the worker's thread. This one does nothing.
+  virtual void Run();
+
+  /// Returns when everything queued before the call has run; at once without a worker. Any thread,
+  /// but never from Run(): the worker would wait for itself.
+  static void Flush();
+
+  /// Lets what is queued run, then ends the worker; an object constructed later starts a new one.
+  ///
+  /// Waits up to 30 seconds. A worker still busy then is left alone, after a warning: it drops
+  /// what is queued and ends with the Run() it is in. Closedown calls this. Never from Run().
+  static void Destroy();
+};
+
+// ---------------------------------------------------------------------------------------------
+// Notifications
+// ---------------------------------------------------------------------------------------------
+
+class Observable;
+
+/// Who is told about changes of an Observable. Derive and override notify().
+///
+/// An observer does not know its observables: it must be deregistered before it is destroyed, from
+/// its own destructor at the latest. Nothing here locks: an observable and its observers belong to
+/// one thread at a time.
+class ORSIN_API Observer {
+ public:
+  /// What happened: a type and who says so.
+  class ORSIN_API Notification {
+   public:
+    /// @param type  Bits: 0x20000000 "Attach", 0x40000000 "Detach", 0x80000000 "Dying"; the others
+    ///        are the application's.
+    explicit Notification(unsigned int type);
+    Notification(const Notification& other);
+    Notification& operator=(const Notification& other);
+    virtual ~Notification();
+
+    [[nodiscard]] unsigned int type() const;
+
+    /// Who delivered it; null before.
+    [[nodiscard]] Observable* sender() const;
+
+    /// Writes the names of the three named bits that are set, one after the other ("AttachDying"),
+    /// or "Unknown".
+    ///
+    /// @param buffer  At least 18 bytes.
+    /// @return `buffer`.
+    char* type_name(char* buffer) const;
+
+   private:
+    friend class Observable;
+
+    unsigned int type_;
+    Observable* sender_ = nullptr;
+  };
+
+  Observer();
+  Observer(const Observer& other);  ///< A copy is as muted as its source.
+  Observer& operator=(const Observer& other);
+  virtual ~Observer();
+
+  /// Called for every delivery, on the observable's thread.
+  ///
+  /// May register and deregister any observer, this one included, and then even destroy it; must
+  /// not destroy the sender. An update_observers() of the sender from here reaches nobody.
+  /// @return True when it dealt with the notification; the sender counts that.
+  virtual bool notify(Notification& notification) = 0;
+
+  /// Mutes this observer, for deliveries by type only; each call needs an enable of its own.
+  void disableObserverNotifications();
+
+  /// Undoes one disable; without one it does nothing.
+  void enableObserverNotifications();
+  [[nodiscard]] bool getObserverNotificationsEnabled() const;
+
+ private:
+  unsigned int disable_count_ = 0;
+};
+
+/// What others watch. Derive, let watchers register, and call update_observers() after a change.
+///
+/// Places in the list never move while observers come and go: one that leaves makes room for the
+/// next that comes. Owns no observer. One thread at a time.
+class ORSIN_API Observable {
+ public:
+  Observable();
+
+  /// Copies the list, the disable count and whether a delivery is running.
+  Observable(const Observable& other);
+  Observable& operator=(const Observable& other);
+
+  /// Delivers "Dying" (0x80000000), muted or not.
+  virtual ~Observable();
+
+  /// Adds an observer that is not in the list yet, in the last empty place or else at the end.
+  /// Memory shortage is one error line, and the observer is not added.
+  void register_observer(Observer* observer);
+
+  /// Takes an observer out; one that is not in the list does nothing.
+  void deregister_observer(Observer* observer);
+
+  /// Drops the empty places at the end of the list, and its memory when nothing is left.
+  void trim_observer_list();
+
+  /// Calls the observers from the last place to the first. An observer taken out meanwhile is not
+  /// called any more; one added meanwhile is called if its place is still to come.
+  ///
+  /// Delivers nothing while a delivery of this observable is running, or while it is muted. By
+  /// type, "Dying" (exactly 0x80000000) passes a muted observable, and muted observers are left
+  /// out; with a notification of the caller's, which receives its sender, neither is the case.
+  /// @return How many observers answered true.
+  int update_observers(unsigned int type);
+  int update_observers(Observer::Notification& notification);
+
+  /// Mutes this observable; each call needs an enable of its own.
+  void disableNotifications();
+
+  /// Undoes one disable; without one it does nothing.
+  void enableNotifications();
+  [[nodiscard]] bool getNotificationsEnabled() const;
+
+  /// The list's length, empty places included.
+  [[nodiscard]] int getNumObservers() const;
+
+ private:
+  int deliver(Observer::Notification& notification, bool skip_muted);
+
+  ov_vector<Observer*> observers_;
+  unsigned int disable_count_ = 0;
+  unsigned int update_depth_ = 0;
+};

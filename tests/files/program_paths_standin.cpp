@@ -8,8 +8,13 @@
 namespace orsin::test {
 
 ProgramPaths::~ProgramPaths() {
+  program_paths().code[0] = '\0';
   program_paths().data[0] = '\0';
   program_paths().search_list[0] = '\0';
+}
+
+void ProgramPaths::set_code(const std::string& path) {
+  std::snprintf(program_paths().code, sizeof(program_paths().code), "%s", path.c_str());
 }
 
 void ProgramPaths::set_data(const std::string& path) {

@@ -1,4 +1,4 @@
-// Sets the data path and the search list for one test.
+// Sets the code path, the data path and the search list for one test.
 #pragma once
 
 #include <string>
@@ -12,6 +12,7 @@ class ProgramPaths {
   ProgramPaths(const ProgramPaths&) = delete;
   ProgramPaths& operator=(const ProgramPaths&) = delete;
 
+  static void set_code(const std::string& path);
   static void set_data(const std::string& path);
   static void set_search_list(const std::string& list);
 };

@@ -3,6 +3,7 @@
 //   close    closes down at once
 //   level    closes down and exits with 100 + 10 x log level + number of executor workers
 //   paths    prints what the getters of start-up answer
+//   locale   logs the locale and a translated text
 //   fast     starts with ov_fast_initialize() instead
 //   killed   writes 2000 lines, signals NAMEReady and waits to be ended from outside
 //   filter   hands an access violation to the exception filter, as an outermost handler does
@@ -123,6 +124,8 @@ int act(const std::string& command, const char* application) {
   }
   if (command == "paths") {
     print_paths();
+  } else if (command == "locale") {
+    msginfo("locale '%s', text '%s'", ov_locale_get(), ov_pgettext("state", "Open"));
   } else if (command == "fast") {
     msginfo("not at this level");
     msgwarn("started fast with %d bytes in a heap block", 4096);

@@ -8,9 +8,15 @@ namespace {
 
 // Plain atomics: anything that allocates would come back here.
 constinit std::atomic<std::size_t> refused_bytes_min = SIZE_MAX;
+constinit std::atomic<long> live = 0;
 constinit std::atomic<bool> is_watching = false;
 constinit std::array<std::atomic<std::uintptr_t>, 64> freed = {};
 constinit std::atomic<std::size_t> freed_count = 0;
+
+void* counted(void* block) {
+  live += block != nullptr ? 1 : 0;
+  return block;
+}
 
 }  // namespace
 
@@ -22,21 +28,26 @@ void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 
 void* __wrap_malloc(std::size_t size) {
-  return size >= refused_bytes_min ? nullptr : __real_malloc(size);
+  return size >= refused_bytes_min ? nullptr : counted(__real_malloc(size));
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return count * size >= refused_bytes_min ? nullptr : __real_calloc(count, size);
+  return count * size >= refused_bytes_min ? nullptr : counted(__real_calloc(count, size));
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
-  return size >= refused_bytes_min ? nullptr : __real_realloc(block, size);
+  if (size >= refused_bytes_min) {
+    return nullptr;
+  }
+  void* moved = __real_realloc(block, size);
+  return block == nullptr ? counted(moved) : moved;
 }
 
 void __wrap_free(void* block) {
   if (is_watching) {
     freed[freed_count++ % freed.size()] = reinterpret_cast<std::uintptr_t>(block);
   }
+  live -= block != nullptr ? 1 : 0;
   __real_free(block);
 }
 
@@ -50,6 +61,10 @@ AllocationRefusal::AllocationRefusal(std::size_t bytes_min) {
 
 AllocationRefusal::~AllocationRefusal() {
   refused_bytes_min = SIZE_MAX;
+}
+
+long live_blocks() {
+  return live;
 }
 
 FreeWatch::FreeWatch() {

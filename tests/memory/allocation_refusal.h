@@ -17,6 +17,9 @@ class AllocationRefusal {
   AllocationRefusal& operator=(const AllocationRefusal&) = delete;
 };
 
+/// Blocks that were allocated through these doors and not freed through them.
+[[nodiscard]] long live_blocks();
+
 class FreeWatch {
  public:
   FreeWatch();

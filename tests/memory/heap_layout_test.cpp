@@ -121,6 +121,29 @@ TEST(HeapCreation, GivesItsRegionBack) {
   EXPECT_FALSE(os_allocation::is_live(region));
 }
 
+TEST(HeapCreation, RefusesANegativeAlignment) {
+  EXPECT_EQ(mheap_initialize("Negative", 4096, -16, MHEAP_DISCARD, 0), nullptr);
+}
+
+TEST(HeapDestruction, LooksAtNoBlock) {
+  Heap heap = make_heap(4096);
+  void* locked = nullptr;
+  void* unlocked = nullptr;
+  mheap_alloc_lock(heap.get(), 1, &locked);
+  mheap_alloc_lock(heap.get(), 1, &unlocked);
+  mheap_unlock(heap.get(), &unlocked);
+  mheap_set_discard_callback(heap.get(), unlocked, note_discard);
+  test::discarded.clear();
+  const LogCapture log(4);
+
+  heap.reset();
+
+  EXPECT_NE(locked, nullptr);
+  EXPECT_NE(unlocked, nullptr);
+  EXPECT_TRUE(test::discarded.empty());
+  EXPECT_EQ(log.lines(), test::Lines{});
+}
+
 TEST(HeapCreation, AllowsAHeapThatIsAllHeader) {
   const Heap heap = make_heap(512, 512);
   std::uint64_t free = 1;

@@ -3,6 +3,7 @@
 // Set ORSIN_HEAP_SEED to repeat a run.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -334,7 +335,7 @@ TEST_P(MovableHeapModel, AgreesWithTheHeap) {
   const auto& [shape, mode, search] = GetParam();
   const unsigned seed = chosen_seed();
   SCOPED_TRACE(testing::Message() << "ORSIN_HEAP_SEED=" << seed);
-  RecordProperty("seed", static_cast<int>(seed));
+  std::printf("ORSIN_HEAP_SEED=%u\n", seed);
 
   SideBySide(shape, mode, search, seed).run(kOperationsEach);
 }

@@ -1,17 +1,24 @@
 // Many threads on one heap: nobody waits for ever, nobody loses a block or what stands in it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <latch>
 #include <random>
+#include <string>
 #include <thread>
 #include <vector>
 
+#include "memory/movable_heap.h"
 #include "orsincore/memory.h"
+#include "tests/support/log_capture.h"
 
 namespace orsin {
 namespace {
+
+using test::Lines;
+using test::LogCapture;
 
 constexpr int kThreads = 8;
 constexpr int kRounds = 1500;
@@ -119,6 +126,119 @@ TEST_P(MovableHeapWaiting, EndsWhenABlockIsUnlocked) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, MovableHeapWaiting, testing::Values(MHEAP_DISCARD, MHEAP_COMPACT));
+
+// A heap whose one block takes everything, locked, and a thread that wants some of it. What the
+// thread does is seen in the log.
+class FullHeap {
+ public:
+  explicit FullHeap(mheap_mode mode, int log_level)
+      : log_(log_level), heap_(mheap_initialize("Full", 65536, 16, mode, 0)) {
+    EXPECT_EQ(mheap_alloc_lock(heap_, 65536 - 400, &all_), 1);
+  }
+  ~FullHeap() { mheap_destroy(heap_); }
+  FullHeap(const FullHeap&) = delete;
+  FullHeap& operator=(const FullHeap&) = delete;
+
+  void start_allocating() {
+    allocator_ = std::thread([this] { result_ = mheap_alloc_lock(heap_, 30000, &wanted_); });
+  }
+
+  /// Returns when the log has at least `lines` lines that contain `text`.
+  void wait_for(const char* text, int lines) const {
+    while (count(text) < lines) {
+      std::this_thread::yield();
+    }
+  }
+  [[nodiscard]] int count(const char* text) const {
+    const Lines lines = log_.lines();
+    return static_cast<int>(std::count_if(lines.begin(), lines.end(), [text](const auto& line) {
+      return line.find(text) != std::string::npos;
+    }));
+  }
+
+  void unlock_all() { EXPECT_EQ(mheap_unlock(heap_, &all_), 0); }
+  void free_all() {
+    const HeapLock lock(heap_);  // Nobody sees the block unlocked but not yet free.
+    EXPECT_EQ(mheap_unlock(heap_, &all_), 0);
+    EXPECT_EQ(mheap_free(heap_, &all_), 1);
+  }
+  /// As another owner would free it who had unlocked it long ago: without a signal.
+  void free_in_silence() {
+    const HeapLock lock(heap_);
+    movable_heap::blocks_of(heap_).block_of(all_)->lock_count = 0;
+    EXPECT_EQ(mheap_free(heap_, &all_), 1);
+  }
+  /// Of the allocation, when it has returned. To be called once.
+  [[nodiscard]] int result() {
+    allocator_.join();
+    return result_;
+  }
+
+ private:
+  LogCapture log_;
+  _mheap* heap_;
+  void* all_ = nullptr;
+  void* wanted_ = nullptr;
+  int result_ = 0;
+  std::thread allocator_;
+};
+
+constexpr char kWaiting[] = "Waiting for free space in Full heap: 30080";
+constexpr char kTimeout[] = "Timeout while waiting for free space in Full heap";
+constexpr char kTotallyLocked[] = "TOTALLY LOCKED !!";
+
+// On a machine that is busy the unlock may come just as the wait times out, so one wake-up in many
+// tries must do; if unlocking woke nobody there would be none.
+TEST(MovableHeapWaiters, AreWokenByAnUnlock) {
+  constexpr int kTriesMax = 50;
+  bool is_woken = false;
+  for (int attempt = 0; attempt < kTriesMax && !is_woken; ++attempt) {
+    FullHeap full(MHEAP_DISCARD, 1);
+    full.start_allocating();
+    full.wait_for(kWaiting, 1);
+
+    full.unlock_all();
+
+    ASSERT_EQ(full.result(), 1);
+    is_woken = full.count(kTimeout) < full.count(kWaiting);
+  }
+
+  EXPECT_TRUE(is_woken);
+}
+
+// Kept on purpose in mheap_free(): only an unlock signals. Every wait ends by its time.
+TEST(MovableHeapWaiters, KeepSleepingWhenABlockIsFreed) {
+  FullHeap full(MHEAP_DISCARD, 1);
+  full.start_allocating();
+  full.wait_for(kWaiting, 1);
+
+  full.free_in_silence();
+
+  EXPECT_EQ(full.result(), 1);
+  EXPECT_EQ(full.count(kTimeout), full.count(kWaiting));
+}
+
+TEST(MovableHeapWaiters, GiveUpAfterTenWaitsForALockedHeap) {
+  FullHeap full(MHEAP_DISCARD, 1);
+  full.start_allocating();
+
+  EXPECT_EQ(full.result(), -1);
+
+  EXPECT_EQ(full.count(kWaiting), 10);
+  EXPECT_EQ(full.count(kTimeout), 10);
+}
+
+TEST(MovableHeapWaiters, KeepTryingWithoutEndInACompactingHeap) {
+  constexpr int kMoreThanTenWaits = 30;
+  FullHeap full(MHEAP_COMPACT, 3);
+  full.start_allocating();
+  full.wait_for(kTotallyLocked, kMoreThanTenWaits);
+
+  full.free_all();
+
+  EXPECT_EQ(full.result(), 1);
+  EXPECT_EQ(full.count(kWaiting), 0);
+}
 
 }  // namespace
 }  // namespace orsin

@@ -25,6 +25,16 @@ TEST(OsAllocation, PinsItsPagesWhenAskedTo) {
   EXPECT_TRUE(machine->pinned.empty());
 }
 
+TEST(HeapCreation, PinsItsRegionWhenAskedTo) {
+  const PagesScript machine;
+
+  _mheap* heap = mheap_initialize("Pinned", 65536, 16, MHEAP_DISCARD, 1);
+
+  EXPECT_EQ(machine->pinned.at(reinterpret_cast<std::uintptr_t>(heap->base)), 65536u);
+  mheap_destroy(heap);
+  EXPECT_TRUE(machine->pinned.empty());
+}
+
 TEST(OsAllocation, LeavesNothingBehindWhenPagesCannotBePinned) {
   const PagesScript machine;
   const LogCapture log(3);

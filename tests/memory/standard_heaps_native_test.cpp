@@ -149,6 +149,60 @@ TEST_F(StandardHeaps, FollowTheConfiguration) {
              "     : Frame_heap_size=9999", "     : ", "     : no key here"}));
 }
 
+TEST_F(StandardHeaps, SurviveAbsurdConfigurations) {
+  struct Case {
+    const char* what;
+    std::string text;
+    std::uint64_t frame_mib;
+  };
+  constexpr char kBinary[] = "\x01\xFF\xFE\n\0frame\nframe_heap_size=300\n";
+  const Case kCases[] = {
+      {"an empty file", "", 256},
+      {"nothing but line ends", "\r\n\n\r\n", 256},
+      {"zero", "frame_heap_size=0\n", 256},
+      {"negative", "frame_heap_size=-300\n", 256},
+      {"text", "frame_heap_size=plenty\n", 256},
+      {"2^63", "frame_heap_size=9223372036854775808\n", 256},
+      {"2^64", "frame_heap_size=18446744073709551616\n", 256},
+      {"the last line counts", "frame_heap_size=400\nframe_heap_size=300\n", 300},
+      {"CR LF and no final line feed", "proxy_heap_size=128\r\nframe_heap_size=300", 300},
+      {"a line of 200 characters", "frame_heap_size=300" + std::string(181, ' ') + "\n", 300},
+      {"digits cut after 127 characters", "frame_heap_size=" + std::string(111, '0') + "300\n",
+       256},
+      {"bytes that are no text", std::string(kBinary, sizeof kBinary - 1), 300},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.what);
+    standard_heaps::reset();
+    configure(c.text);
+
+    EXPECT_NE(mem_alloc_pools(), 0u);
+
+    EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), c.frame_mib * kMib);
+    EXPECT_EQ(mem_heapsize(MEM_HEAP_IMAGE), 32 * kMib);
+  }
+}
+
+// More than the machine has, and more than any machine has.
+TEST_F(StandardHeaps, EndInAReducedFrameHeapForAnAbsurdSize) {
+  for (const char* size : {"100000", "8796093022207", "17592186044415"}) {
+    SCOPED_TRACE(size);
+    standard_heaps::reset();
+    configure("frame_heap_size=" + std::string(size));
+    machine_->largest_commit_bytes = 300 * kMib;
+    const LogCapture log(1);
+
+    EXPECT_NE(mem_alloc_pools(), 0u);
+
+    const Lines lines = log.lines();
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(lines[lines.size() - 2], "WARN : ** MEMORY ALLOCATION FAILED:");
+    EXPECT_NE(lines.back().find("** REDUCED Frame heap size from "), std::string::npos);
+    EXPECT_LE(mem_heapsize(MEM_HEAP_FRAME), 300 * kMib);
+    EXPECT_GE(mem_heapsize(MEM_HEAP_FRAME), 128 * kMib);
+  }
+}
+
 TEST_F(StandardHeaps, ReadALongLineAsSeveral) {
   const LogCapture log;
   configure(std::string(127, 'x') + "frame_heap_size=300" + std::string(54, 'y') + "\n");

@@ -39,7 +39,7 @@ std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
 
 bool format_user_date(const LocalTime& time, char* text, std::size_t size) noexcept {
   std::snprintf(text, size, "%d/%d/%d", time.month, time.day, time.year);
-  return time.year >= 1601;
+  return time.year >= 1601 && time.year <= 30827;
 }
 
 bool format_user_time(const LocalTime& time, char* text, std::size_t size) noexcept {
@@ -50,7 +50,8 @@ bool format_user_time(const LocalTime& time, char* text, std::size_t size) noexc
 // The bounds are those of the Windows call.
 bool move_time(LocalTime& time, std::int64_t units) noexcept {
   std::tm utc = broken_down(time);
-  const bool is_valid = time.year >= 1601 && time.month >= 1 && time.month <= 12 && time.day >= 1;
+  const bool is_valid = time.year >= 1601 && time.year <= 30827 && time.month >= 1 &&
+                        time.month <= 12 && time.day >= 1;
   const int day = time.day;
   std::time_t seconds = timegm(&utc);
   if (!is_valid || utc.tm_mday != day) {
@@ -58,7 +59,7 @@ bool move_time(LocalTime& time, std::int64_t units) noexcept {
   }
   seconds += units / 10'000'000;
   gmtime_r(&seconds, &utc);
-  if (utc.tm_year + 1900 < 1601) {
+  if (utc.tm_year + 1900 < 1601 || utc.tm_year + 1900 > 30827) {
     return false;
   }
   time = {utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec};

@@ -11,6 +11,7 @@ struct FakeClock {
   bool refuse_frequency = false;
   bool refuse_count = false;
   bool stands_still = false;
+  std::int64_t still_count = 0;  // What it shows while it stands.
 };
 
 /// The one instance; tests reset it with `fake_clock() = {}`.

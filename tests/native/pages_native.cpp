@@ -72,6 +72,34 @@ bool release_pages(void* address) noexcept {
   return !native_pages().refuses_release || fail_with(EACCES);
 }
 
+void* reserve_pages(std::uint64_t size) noexcept {
+  const std::lock_guard guard(book_mutex);
+  void* pages =
+      ::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (pages == MAP_FAILED) {
+    return nullptr;
+  }
+  committed[pages] = size;
+  return pages;
+}
+
+bool commit_pages(void* address, std::uint64_t size) noexcept {
+  const std::lock_guard guard(book_mutex);
+  NativePages& machine = native_pages();
+  machine.commits.push_back(size);
+  if (size > machine.largest_commit_bytes || machine.commits.size() > machine.commits_granted) {
+    return fail_with(ENOMEM);
+  }
+  return ::mprotect(address, size, PROT_READ | PROT_WRITE) == 0;
+}
+
+void decommit_pages(void* address, std::uint64_t size) noexcept {
+  const std::lock_guard guard(book_mutex);
+  native_pages().decommits.push_back(size);
+  ::madvise(address, size, MADV_DONTNEED);
+  ::mprotect(address, size, PROT_NONE);
+}
+
 bool pin_pages(void* address, std::uint64_t size) noexcept {
   const std::lock_guard guard(book_mutex);
   if (native_pages().refuses_pin) {

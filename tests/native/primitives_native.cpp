@@ -139,7 +139,7 @@ bool query_counter(std::int64_t& count) noexcept {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   count = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
   if (test::fake_clock().stands_still) {
-    count = 0;
+    count = test::fake_clock().still_count;
   }
   return !test::fake_clock().refuse_count;
 }

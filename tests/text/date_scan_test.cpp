@@ -14,9 +14,13 @@ struct Scanned {
   int extra;
 };
 
+int current_year() {
+  return 2026;
+}
+
 Scanned scan(const char* text, const char* pattern) {
   Scanned result = {false, "", {2001, 2, 3, 4, 5, 6}, 100};
-  const char* rest = scan_date(text, pattern, 2026, result.fields, &result.extra);
+  const char* rest = scan_date(text, pattern, current_year, result.fields, &result.extra);
   result.matched = rest != nullptr;
   result.rest = rest != nullptr ? rest : "";
   return result;
@@ -66,6 +70,41 @@ TEST(DateScan, ReadsDirectiveByDirective) {
       {"text ends first", "7", "%d-%m-%Y", "2001-2-7 4:5:6", ""},
       {"a number before a blank ends its group", "5 March", "%d-%m %B", "2001-3-5 4:5:6", ""},
       {"nothing", "", "%d", "2001-2-3 4:5:6", ""},
+      {"per cent at the pattern's end", "%x", "%", "2001-2-3 4:5:6", "x"},
+      {"per cent behind a digit", "%x", "%3", "2001-2-3 4:5:6", "x"},
+      {"day name in full where it could be short", "Sunday", "%a", "2001-2-3 4:5:6", ""},
+      {"day name that goes on", "Mondays", "%A", "2001-2-3 4:5:6", "s"},
+      {"month name in full by its short letter", "AUGUST", "%b", "2001-8-3 4:5:6", ""},
+      {"month name that goes on", "maybe", "%B", "2001-5-3 4:5:6", "be"},
+      {"composite X", "13:14:15", "%X", "2001-2-3 13:14:15", ""},
+      {"composite x", "05-03-2024", "%x", "2024-3-5 4:5:6", ""},
+      {"composite without its end", "05-03", "%x", "2001-3-5 4:5:6", ""},
+      {"composites in a row", "01/02/03 04:05:06", "%D %T", "2003-1-2 4:5:6", ""},
+      {"day by e", " 31", "%e", "2001-2-31 4:5:6", ""},
+      {"at most two digits of a day", "317", "%d", "2001-2-31 4:5:6", "7"},
+      {"one digit of a day", "31", "%1d", "2001-2-3 4:5:6", "1"},
+      {"nine digits of a day", "0000031", "%9d", "2001-2-31 4:5:6", ""},
+      {"at most three digits of the year's day", "3651", "%j", "2001-2-3 4:5:6", "1"},
+      {"hour by k", "0", "%k", "2001-2-3 0:5:6", ""},
+      {"hour by I", "11", "%I", "2001-2-3 11:5:6", ""},
+      {"hour by l", "0", "%l", "2001-2-3 0:5:6", ""},
+      {"hour 23 in G", "23", "%G", "2001-2-3 23:5:6", ""},
+      {"minute", "59", "%M", "2001-2-3 4:59:6", ""},
+      {"second", "00", "%S", "2001-2-3 4:5:0", ""},
+      {"second skipped at a blank", " x", "%S", "2001-2-3 4:5:6", " x"},
+      {"noon PM", "12 pm", "%H %p", "2001-2-3 12:5:6", ""},
+      {"afternoon", "PMx", "%p", "2001-2-3 16:5:6", "x"},
+      {"year skipped at a blank", "   ", "%Y", "2001-2-3 4:5:6", ""},
+      {"year behind blanks", "  2024", "%Y", "2024-2-3 4:5:6", ""},
+      {"short year of the current century", "24", "%Y", "2024-2-3 4:5:6", ""},
+      {"year of three digits", "007", "%3y", "7-2-3 4:5:6", ""},
+      {"at most two digits of y", "2024", "%y", "2020-2-3 4:5:6", "24"},
+      {"year of nine digits", "123456789", "%9Y", "123456789-2-3 4:5:6", ""},
+      {"zone", "7x", "%Z", "2001-2-3 4:5:6", "x"},
+      {"letters behind y", "7", "%z%{%d", "2001-2-7 4:5:6", ""},
+      {"a blank in the pattern may stand for none", "7", " %d", "2001-2-7 4:5:6", ""},
+      {"a number before a blank ends the pattern", "5 7", "%d%m", "2001-2-5 4:5:6", " 7"},
+      {"a name before a blank ends nothing", "Mar 7", "%b%d", "2001-3-7 4:5:6", ""},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -81,9 +120,45 @@ TEST(DateScan, RefusesWhatDoesNotMatch) {
     const char* text;
     const char* pattern;
   } cases[] = {
-      {"x", "%d"},  {"32", "%d"}, {"0", "%m"},  {"13", "%m"},     {"367", "%j"},     {"24", "%H"},
-      {"25", "%G"}, {"60", "%M"}, {"60", "%S"}, {"nonday", "%A"}, {"nomonth", "%B"}, {"XM", "%p"},
-      {"a", "b"},   {"x", "%Y"},  {"x", "%%"},  {"1/2", "%c"},    {"x", "%o"},
+      {"x", "%d"},
+      {"32", "%d"},
+      {"0", "%m"},
+      {"13", "%m"},
+      {"367", "%j"},
+      {"24", "%H"},
+      {"25", "%G"},
+      {"60", "%M"},
+      {"60", "%S"},
+      {"nonday", "%A"},
+      {"nomonth", "%B"},
+      {"XM", "%p"},
+      {"a", "b"},
+      {"x", "%Y"},
+      {"x", "%%"},
+      {"1/2", "%c"},
+      {"x", "%o"},
+      {"x", "%"},
+      {"x", "%j"},
+      {"x", "%H"},
+      {"x", "%k"},
+      {"x", "%M"},
+      {"x", "%S"},
+      {"x", "%G"},
+      {"x", "%Z"},
+      {" 7", "%H"},
+      {" 7", "%j"},
+      {"12", "%l"},
+      {"32", "%e"},
+      {"A", "%p"},
+      {"Su", "%a"},
+      {"Ja", "%b"},
+      {"13/01/24", "%D"},
+      {"24:00", "%R"},
+      {"Xday, March", "%C"},
+      {"01-13-2024 00:00:00", "%c"},
+      {"12:00:00 AM", "%r"},
+      {"-5", "%d"},
+      {"+5", "%Y"},
   };
   for (const auto& c : cases) {
     EXPECT_FALSE(scan(c.text, c.pattern).matched) << c.text << " by " << c.pattern;
@@ -105,7 +180,38 @@ TEST(DateScan, AddsToTheExtra) {
   EXPECT_EQ(scan("24", "%G").extra, 124);
   EXPECT_EQ(scan("07", "%o").extra, 107);
   ScannedDate fields;
-  EXPECT_NE(scan_date("24", "%G", 2026, fields, nullptr), nullptr);
+  EXPECT_NE(scan_date("24", "%G", current_year, fields, nullptr), nullptr);
+}
+
+TEST(DateScan, FindsEveryName) {
+  const char* const days[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                              "Thursday", "Friday", "Saturday"};
+  const char* const months[] = {"January",   "February", "March",    "April",
+                                "May",       "June",     "July",     "August",
+                                "September", "October",  "November", "December"};
+  for (const char* day : days) {
+    EXPECT_EQ(scan(day, "%a").rest, "") << day;
+    EXPECT_EQ(scan(std::string(day, 3).c_str(), "%A").rest, "") << day;
+    EXPECT_TRUE(scan(day, "%A").matched) << day;
+  }
+  int number = 0;
+  for (const char* month : months) {
+    ++number;
+    EXPECT_EQ(scan(month, "%h").fields.month, number);
+    EXPECT_EQ(scan(std::string(month, 3).c_str(), "%B").fields.month, number);
+  }
+}
+
+TEST(DateScan, LeavesTheExtraToTheOutermostPattern) {
+  EXPECT_EQ(scan("24:00", "%G:%M").extra, 124);
+  EXPECT_EQ(scan("05 05", "%o %O").extra, 110);
+  EXPECT_EQ(scan("23", "%G").extra, 100);
+}
+
+TEST(DateScan, AsksForTheCurrentYearOnlyWhereItMatters) {
+  ScannedDate fields;
+  EXPECT_NE(scan_date("05-03-2024 14:30:00", "%c", nullptr, fields, nullptr), nullptr);
+  EXPECT_EQ(fields.year, 2024);
 }
 
 TEST(DateScan, KeepsFieldsReadBeforeAMismatch) {

@@ -47,6 +47,34 @@ TEST(Date, BeginsOnAMonday) {
   EXPECT_STREQ(first.day_name(true), "Mon");
 }
 
+TEST(Date, NumbersDaysBeforeEachYear) {
+  EXPECT_EQ(date::year2days(-5), 0);
+  EXPECT_EQ(date::year2days(1), 0);
+  EXPECT_EQ(date::year2days(2), 365);
+  EXPECT_EQ(date::year2days(2024), 738885);
+  EXPECT_EQ(day_of(2024, 12, 31).max_year_day(), 366);
+  EXPECT_EQ(day_of(1900, 12, 31).max_year_day(), 365);
+}
+
+TEST(Date, CountsOnlyTheYearDayBelowYear2) {
+  EXPECT_EQ(day_of(0, 3, 1).dow(), 61);  // Year 0 is a leap year.
+  EXPECT_EQ(day_of(1, 3, 1).dow(), 60);
+}
+
+TEST(Date, KnowsTheLengthOfEachMonth) {
+  EXPECT_EQ(date::max_month_day(2024, 2), 29);
+  EXPECT_EQ(date::max_month_day(2100, 2), 28);
+  EXPECT_EQ(date::max_month_day(2024, 0), 0);
+  EXPECT_EQ(date::max_month_day(2024, 13), 0);
+}
+
+TEST(Date, StoresWhatItIsGivenUnchecked) {
+  const date d(2024, 14, 99, 25, 61, 62);
+  EXPECT_EQ(d.month(), 14);
+  EXPECT_EQ(d.day(), 99);
+  EXPECT_EQ(numeric(d), "20241499_256162");
+}
+
 TEST(Date, HasNoYearDayWhereThereIsNoSuchDay) {
   EXPECT_EQ(date(2024, 2, 30, 0, 0, 0).year_day(), -1);
   EXPECT_EQ(date(2023, 2, 29, 0, 0, 0).year_day(), -1);
@@ -115,6 +143,54 @@ TEST(Date, KeepsTheWrapOfMovesBeyond24855Days) {
   EXPECT_LT(far.dow(), day_of(2000, 1, 1).dow());
 }
 
+TEST(Date, KeepsTheWrapAtEveryEdge) {
+  const struct {
+    long days;
+    const char* expected;
+  } cases[] = {
+      // Up to here n x 86400 fits 31 bits.
+      {24855, "20680119_080709"},
+      {-24855, "19311214_080709"},
+      // One more and 2^32 seconds are missing, which is no whole number of days.
+      {24856, "19311215_013853"},
+      {-24856, "20680118_143525"},
+      {49710, "20000101_013853"},
+      {49711, "20000102_013853"},
+      {-49710, "20000101_143525"},
+      {99420, "19991231_191037"},
+      {1048576, "20121004_161333"},
+      {2147483647, "19991231_080709"},
+      {-2147483647L - 1, "20000101_080709"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.days);
+    date d = day_of(2000, 1, 1);
+    EXPECT_EQ(d.add_days(c.days), 0);
+    EXPECT_EQ(numeric(d), c.expected);
+  }
+}
+
+TEST(Date, MovesThroughEveryDayFrom1601To9999) {
+  date d = day_of(1601, 1, 1);
+  long number = d.dow();
+  while (d.year() <= 9999) {
+    const date before = d;
+    d.add_days(1);
+    ASSERT_EQ(d.dow(), ++number) << numeric(before);
+    ASSERT_EQ(d.year_day(), before.year_day() == before.max_year_day() ? 1 : before.year_day() + 1);
+  }
+  EXPECT_EQ(numeric(d), "100000101_080709");
+}
+
+TEST(Date, MovesWithinTheYearsOfTheSystem) {
+  date first = day_of(1601, 1, 1);
+  first.add_days(-1);
+  EXPECT_EQ(numeric(first), "16010101_080709");
+  date late = day_of(70000, 1, 1);
+  late.add_days(1);
+  EXPECT_EQ(late.year(), 70000);
+}
+
 TEST(Date, LeavesADateThatCannotMove) {
   date d(2024, 2, 30, 1, 2, 3);
   d.add_days(1);
@@ -157,6 +233,36 @@ TEST(Date, RecomputesNothingAfterAMismatch) {
   EXPECT_EQ(d.day(), 7);
   EXPECT_EQ(d.dow(), before);
   EXPECT_EQ(d.scan(nullptr, "%d", nullptr), nullptr);
+}
+
+TEST(Date, ConvertsWhereANumberOrATextIsExpected) {
+  const date from_text = "05-03-2024 14:30:00";
+  const date from_number = 1704110400LL;
+  const long long posix = from_number;
+
+  EXPECT_EQ(numeric(from_text), "20240305_143000");
+  EXPECT_EQ(posix, 1704110400);
+}
+
+TEST(Date, ComparesDayNumbersForItsHeirs) {
+  struct Heir : date {
+    using date::date;
+    [[nodiscard]] long after(date* other) const { return cmp(other); }
+  };
+  date other = day_of(2024, 2, 28);
+  EXPECT_EQ(Heir(2024, 3, 1, 0, 0, 0).after(&other), 2);
+}
+
+TEST(Date, LeavesMonthsThatDoNotExistOutOfDifferences) {
+  EXPECT_EQ(date(2024, 0, 9, 0, 0, 0) - date(2024, 13, 4, 0, 0, 0), 5);
+}
+
+TEST(Date, KeepsTheDayNumberOfAMismatch) {
+  date d = day_of(2024, 3, 5);
+  d.scan_xml("2025-12-XX", false);
+  EXPECT_EQ(d.year(), 2025);
+  EXPECT_EQ(d.month(), 12);
+  EXPECT_EQ(d.dow(), day_of(2024, 3, 5).dow());
 }
 
 TEST(Date, TurnsPosixTimeIntoLocalTimeAndBack) {

@@ -87,6 +87,23 @@ TEST(FaultInAThreadDeathTest, BlockStandsBetweenLinesOf56Asterisks) {
               kBlock);
 }
 
+class FaultingWork : public OV_Thread {
+ public:
+  void Run() override { read_null(); }
+};
+
+void fault_in_the_background() {
+  msg_open(nullptr);
+  FaultingWork work;
+  work.Start();
+  OV_Thread::Flush();
+}
+
+TEST(FaultInAThreadDeathTest, AFaultInBackgroundWorkNamesTheWorker) {
+  EXPECT_EXIT(fault_in_the_background(), testing::ExitedWithCode(-1),
+              "THREAD\\(OV_Worker\\): Fatal Error \\(VM: ");
+}
+
 // What a thread that catches its own faults saw.
 struct Caught {
   unsigned int code = 0;

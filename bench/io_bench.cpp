@@ -1,0 +1,354 @@
+// Copies and typed reads against the system's own copy and bare loops, on files of 256 MiB in the
+// system's cache.
+//
+//   Copy_*           one file to another. Good: Orsin 1.8 times as fast as CopyFileEx, and 0.55 of
+//                    the limit, a loop of 1 MiB reads and writes.
+//   CopyToThree_*    one read pass. Good: 2.5 times three CopyFileEx.
+//   VerifiedCopy_*   copy, hash on the way, read back and compare. Good: 1.35 times CopyFileEx with
+//                    both files hashed after it, and 0.85 of the limit, two MD5 passes in memory.
+//   ReadInt_*        a file as integers. Good: within 2.8 of the floor, ReadFile and an array, and
+//                    5 times std::filebuf.
+//   ReadByte_*       a file as bytes. Good: ahead of sbumpc().
+//
+// Copies go over the last run's destinations (new:0), as a backup's do, or to files that do not
+// exist yet (new:1), where the system's own work is most of the time. Compare the Time column. The
+// files go to the temporary directory, or to ORSIN_BENCH_DIRECTORY (with its closing backslash).
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/win/windows.h"
+#include "files/transfer_slots.h"
+#include "orsincore/files.h"
+#include "orsincore/io.h"
+#include "orsincore/text.h"
+#include "threads/thread_table.h"
+
+namespace {
+
+constexpr std::size_t kBlock = std::size_t{1} << 20;
+constexpr std::size_t kBlocks = 256;
+
+class Handle {
+ public:
+  explicit Handle(HANDLE handle) : handle_(handle) {}
+  ~Handle() { CloseHandle(handle_); }
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+  [[nodiscard]] HANDLE get() const { return handle_; }
+
+  static Handle reading(const std::string& path) {
+    return Handle(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                              FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  }
+  static Handle writing(const std::string& path) {
+    return Handle(CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr));
+  }
+
+ private:
+  HANDLE handle_;
+};
+
+// The source and what is copied from it, in a directory that goes when the program ends.
+class Files {
+ public:
+  Files() {
+    char directory[MAX_PATH];
+    if (GetEnvironmentVariableA("ORSIN_BENCH_DIRECTORY", directory, MAX_PATH) == 0) {
+      GetTempPathA(MAX_PATH, directory);
+    }
+    directory_ = std::string(directory) + "orsin-io-" + std::to_string(GetCurrentProcessId());
+    CreateDirectoryA(directory_.c_str(), nullptr);
+    std::vector<unsigned char> block(kBlock);
+    unsigned random = 1;
+    const Handle file = Handle::writing(source());
+    for (std::size_t i = 0; i < kBlocks; ++i) {
+      for (unsigned char& byte : block) {
+        random = random * 1664525U + 1013904223U;
+        byte = static_cast<unsigned char>(random >> 24);
+      }
+      DWORD written = 0;
+      WriteFile(file.get(), block.data(), kBlock, &written, nullptr);
+    }
+    orsin::start_thread_table();
+    orsin::start_transfers();
+  }
+  ~Files() {
+    orsin::stop_transfers();
+    orsin::stop_thread_table();
+    delete_copies();
+    DeleteFileA(source().c_str());
+    RemoveDirectoryA(directory_.c_str());
+  }
+  Files(const Files&) = delete;
+  Files& operator=(const Files&) = delete;
+
+  [[nodiscard]] std::string source() const { return directory_ + "\\source"; }
+  [[nodiscard]] std::string copy(int index) const {
+    return directory_ + "\\copy" + std::to_string(index);
+  }
+  void delete_copies() const {
+    for (int i = 0; i < 3; ++i) {
+      DeleteFileA(copy(i).c_str());
+    }
+  }
+
+ private:
+  std::string directory_;
+};
+
+const Files& files() {
+  static const Files instance;
+  return instance;
+}
+
+template <typename Job>
+void run_copies(benchmark::State& state, const Job& job) {
+  files();
+  const bool is_new = state.range(0) != 0;
+  if (!is_new && !job()) {
+    state.SkipWithError("failed");
+  }
+  for (auto _ : state) {
+    if (is_new) {
+      state.PauseTiming();
+      files().delete_copies();
+      state.ResumeTiming();
+    }
+    if (!job()) {
+      state.SkipWithError("failed");
+      break;
+    }
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kBlock * kBlocks));
+}
+
+bool copy_by_system(const std::string& to) {
+  const std::string from = files().source();
+  const std::wstring wide_from(from.begin(), from.end());
+  const std::wstring wide_to(to.begin(), to.end());
+  return CopyFileExW(wide_from.c_str(), wide_to.c_str(), nullptr, nullptr, nullptr, 0) != 0;
+}
+
+bool copy_by_loop(const std::string& to) {
+  std::vector<unsigned char> block(kBlock);
+  const Handle source = Handle::reading(files().source());
+  const Handle destination = Handle::writing(to);
+  DWORD bytes = 0;
+  while (ReadFile(source.get(), block.data(), kBlock, &bytes, nullptr) != 0 && bytes > 0) {
+    DWORD written = 0;
+    if (WriteFile(destination.get(), block.data(), bytes, &written, nullptr) == 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool hash_file(const std::string& path, unsigned char* digest) {
+  std::vector<unsigned char> block(kBlock);
+  const Handle file = Handle::reading(path);
+  md5_state_s md5;
+  ov_md5_init(&md5);
+  DWORD bytes = 0;
+  while (ReadFile(file.get(), block.data(), kBlock, &bytes, nullptr) != 0 && bytes > 0) {
+    ov_md5_append(&md5, block.data(), static_cast<int>(bytes));
+  }
+  ov_md5_finish(&md5, digest);
+  return true;
+}
+
+// ---- Copies
+
+void Copy_Orsin(benchmark::State& state) {
+  run_copies(state, [] {
+    unsigned long long bytes = 0;
+    return file_copy(files().source().c_str(), files().copy(0).c_str(), true, bytes, nullptr,
+                     static_cast<fWriteBuffer*>(nullptr), nullptr, nullptr, false) == 0;
+  });
+}
+
+void Copy_CopyFileEx(benchmark::State& state) {
+  run_copies(state, [] { return copy_by_system(files().copy(0)); });
+}
+
+void Copy_Loop(benchmark::State& state) {
+  run_copies(state, [] { return copy_by_loop(files().copy(0)); });
+}
+
+void CopyToThree_Orsin(benchmark::State& state) {
+  run_copies(state, [] {
+    const std::string names[] = {files().copy(0), files().copy(1), files().copy(2)};
+    const char* destinations[] = {names[0].c_str(), names[1].c_str(), names[2].c_str(), nullptr};
+    unsigned long long bytes = 0;
+    return file_copy(files().source().c_str(), destinations, true, bytes, nullptr,
+                     static_cast<fWriteBuffer**>(nullptr), nullptr, nullptr, false) == 0;
+  });
+}
+
+void CopyToThree_CopyFileEx(benchmark::State& state) {
+  run_copies(state, [] {
+    return copy_by_system(files().copy(0)) && copy_by_system(files().copy(1)) &&
+           copy_by_system(files().copy(2));
+  });
+}
+
+void VerifiedCopy_Orsin(benchmark::State& state) {
+  run_copies(state, [] {
+    unsigned long long bytes = 0;
+    md5_state_s md5;
+    return file_copy_secure(files().source().c_str(), files().copy(0).c_str(), true, bytes, md5, 3,
+                            nullptr, nullptr) == 0;
+  });
+}
+
+void VerifiedCopy_CopyFileExAndHashes(benchmark::State& state) {
+  run_copies(state, [] {
+    unsigned char source[16];
+    unsigned char copy[16];
+    return copy_by_system(files().copy(0)) && hash_file(files().source(), source) &&
+           hash_file(files().copy(0), copy) && std::memcmp(source, copy, 16) == 0;
+  });
+}
+
+void VerifiedCopy_TwoMd5Passes(benchmark::State& state) {
+  const std::vector<unsigned char> block(kBlock, 7);
+  run_copies(state, [&] {
+    for (int pass = 0; pass < 2; ++pass) {
+      md5_state_s md5;
+      unsigned char digest[16];
+      ov_md5_init(&md5);
+      for (std::size_t i = 0; i < kBlocks; ++i) {
+        ov_md5_append(&md5, block.data(), static_cast<int>(kBlock));
+      }
+      ov_md5_finish(&md5, digest);
+      benchmark::DoNotOptimize(digest);
+    }
+    return true;
+  });
+}
+
+// ---- Typed reads
+
+constexpr std::size_t kIntegers = kBlock * kBlocks / sizeof(int);
+
+std::unique_ptr<fReadBuffer> open_reader() {
+  auto reader = std::make_unique<fReadBuffer>();
+  reader->open_file(files().source().c_str(), true, false, false);
+  return reader;
+}
+
+void ReadInt_Orsin(benchmark::State& state) {
+  run_copies(state, [] {
+    const auto reader = open_reader();
+    unsigned sum = 0;
+    for (std::size_t i = 0; i < kIntegers; ++i) {
+      sum += static_cast<unsigned>(reader->read_int());
+    }
+    benchmark::DoNotOptimize(sum);
+    return true;
+  });
+}
+
+void ReadInt_Floor(benchmark::State& state) {
+  run_copies(state, [] {
+    std::vector<unsigned> block(kBlock / sizeof(unsigned));
+    const Handle file = Handle::reading(files().source());
+    unsigned sum = 0;
+    DWORD bytes = 0;
+    while (ReadFile(file.get(), block.data(), kBlock, &bytes, nullptr) != 0 && bytes > 0) {
+      for (std::size_t i = 0; i < bytes / sizeof(unsigned); ++i) {
+        sum += block[i];
+        benchmark::DoNotOptimize(sum);
+      }
+    }
+    return true;
+  });
+}
+
+void ReadInt_Filebuf(benchmark::State& state) {
+  run_copies(state, [] {
+    std::filebuf file;
+    file.open(files().source(), std::ios::in | std::ios::binary);
+    unsigned sum = 0;
+    for (std::size_t i = 0; i < kIntegers; ++i) {
+      unsigned number = 0;
+      file.sgetn(reinterpret_cast<char*>(&number), sizeof(number));
+      sum += number;
+    }
+    benchmark::DoNotOptimize(sum);
+    return true;
+  });
+}
+
+void ReadByte_Orsin(benchmark::State& state) {
+  run_copies(state, [] {
+    const auto reader = open_reader();
+    unsigned sum = 0;
+    for (std::size_t i = 0; i < kBlock * kBlocks; ++i) {
+      sum += reader->read_byte();
+    }
+    benchmark::DoNotOptimize(sum);
+    return true;
+  });
+}
+
+void ReadByte_Floor(benchmark::State& state) {
+  run_copies(state, [] {
+    std::vector<unsigned char> block(kBlock);
+    const Handle file = Handle::reading(files().source());
+    unsigned sum = 0;
+    DWORD bytes = 0;
+    while (ReadFile(file.get(), block.data(), kBlock, &bytes, nullptr) != 0 && bytes > 0) {
+      for (std::size_t i = 0; i < bytes; ++i) {
+        sum += block[i];
+        benchmark::DoNotOptimize(sum);
+      }
+    }
+    return true;
+  });
+}
+
+void ReadByte_Sbumpc(benchmark::State& state) {
+  run_copies(state, [] {
+    std::filebuf file;
+    file.open(files().source(), std::ios::in | std::ios::binary);
+    unsigned sum = 0;
+    for (std::size_t i = 0; i < kBlock * kBlocks; ++i) {
+      sum += static_cast<unsigned char>(file.sbumpc());
+    }
+    benchmark::DoNotOptimize(sum);
+    return true;
+  });
+}
+
+// One iteration takes long enough; the repetitions give the median.
+void once(benchmark::internal::Benchmark* job) {
+  job->ArgName("new")->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+}
+
+void over_old_and_to_new_files(benchmark::internal::Benchmark* job) {
+  once(job);
+  job->Arg(1);
+}
+
+BENCHMARK(Copy_Orsin)->Apply(over_old_and_to_new_files);
+BENCHMARK(Copy_CopyFileEx)->Apply(over_old_and_to_new_files);
+BENCHMARK(Copy_Loop)->Apply(over_old_and_to_new_files);
+BENCHMARK(CopyToThree_Orsin)->Apply(over_old_and_to_new_files);
+BENCHMARK(CopyToThree_CopyFileEx)->Apply(over_old_and_to_new_files);
+BENCHMARK(VerifiedCopy_Orsin)->Apply(over_old_and_to_new_files);
+BENCHMARK(VerifiedCopy_CopyFileExAndHashes)->Apply(over_old_and_to_new_files);
+BENCHMARK(VerifiedCopy_TwoMd5Passes)->Apply(once);
+BENCHMARK(ReadInt_Orsin)->Apply(once);
+BENCHMARK(ReadInt_Floor)->Apply(once);
+BENCHMARK(ReadInt_Filebuf)->Apply(once);
+BENCHMARK(ReadByte_Orsin)->Apply(once);
+BENCHMARK(ReadByte_Floor)->Apply(once);
+BENCHMARK(ReadByte_Sbumpc)->Apply(once);
+
+}  // namespace

@@ -1,0 +1,29 @@
+// A sign of life for work of unknown length: "| tool 12 s", the bar turning.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/// The line after `seconds`, in the bar's position number `turn`.
+std::string spinner_text(const std::string& what, unsigned int turn, double seconds);
+
+/// Rewrites the line on a console, and takes it away in the end; silent anywhere else.
+class Spinner {
+ public:
+  explicit Spinner(std::string what);
+  ~Spinner();
+  Spinner(const Spinner&) = delete;
+  Spinner& operator=(const Spinner&) = delete;
+
+  void turn();
+
+ private:
+  std::string what_;
+  unsigned int turns_ = 0;
+  double started_;
+  std::size_t shown_width_ = 0;
+  bool visible_;
+};
+
+}  // namespace host

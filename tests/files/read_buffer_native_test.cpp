@@ -1,0 +1,388 @@
+// What the buffered reader asks of a scripted platform, and what it makes of failures.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "orsincore/io.h"
+#include "tests/files/io_fixture.h"
+#include "tests/native/fake_transfers.h"
+#include "tests/native/pages_native.h"
+
+namespace orsin {
+namespace {
+
+using test::Lines;
+using test::StartedTransfer;
+
+using Started = std::vector<StartedTransfer>;
+
+constexpr unsigned long long kBlock = 8192;
+
+class ScriptedReader : public test::IoTest {
+ protected:
+  // The bytes of block i are the letter i.
+  std::string lettered_file(std::size_t size) const {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+      bytes[i] = static_cast<char>('A' + i / kBlock);
+    }
+    return write("lettered", bytes);
+  }
+
+  bool open(fReadBuffer& reader, int buffers, std::size_t size, bool preload = false) {
+    reader.cfg_buffers(buffers, kBlock, kBlock);
+    return reader.open_file(lettered_file(size).c_str(), true, preload, false);
+  }
+
+  test::FakeTransfers transfers_;
+};
+
+// The letter of the next block; '-' at the end.
+char next_letter(fReadBuffer& reader) {
+  return reader.getNextBlock() > 0 ? static_cast<char>(*reader.get_buffer()) : '-';
+}
+
+std::string rest_of(fReadBuffer& reader) {
+  std::string letters;
+  for (char letter = next_letter(reader); letter != '-'; letter = next_letter(reader)) {
+    letters += letter;
+  }
+  return letters;
+}
+
+// ---- What is asked for
+
+TEST_F(ScriptedReader, StartsAllBuffersAtOnceAndThenOneForEachBlock) {
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 4, 8 * kBlock));
+
+  ASSERT_EQ(next_letter(reader), 'A');
+  EXPECT_EQ(transfers_.started().size(), 4U);
+  EXPECT_EQ(transfers_.pending_count(), 3);
+
+  ASSERT_EQ(next_letter(reader), 'B');
+  EXPECT_EQ(transfers_.started().back(), (StartedTransfer{true, 4 * kBlock, kBlock}));
+  EXPECT_EQ(transfers_.pending_count(), 3);
+  EXPECT_EQ(rest_of(reader), "CDEFGH");
+}
+
+TEST_F(ScriptedReader, HasEightBuffersAtMost) {
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 12, 12 * kBlock));
+
+  ASSERT_EQ(next_letter(reader), 'A');
+
+  EXPECT_EQ(transfers_.started().size(), 8U);
+}
+
+TEST_F(ScriptedReader, ReadsTheFirstBlockAloneWhenItsSizeDiffers) {
+  fReadBuffer reader;
+  reader.cfg_buffers(2, kBlock, kBlock / 2);
+  ASSERT_TRUE(reader.open_file(lettered_file(3 * kBlock).c_str(), true, false, false));
+
+  ASSERT_EQ(reader.getNextBlock(), kBlock / 2);
+
+  EXPECT_EQ(transfers_.started(), (Started{{true, 0, kBlock / 2}, {true, kBlock / 2, kBlock}}));
+}
+
+TEST_F(ScriptedReader, ReadsOneBlockAtATimeWithoutReadAhead) {
+  fReadBuffer reader;
+  reader.cfg_buffers(4, kBlock, kBlock / 2);
+  reader.disable_read_ahead();
+  ASSERT_TRUE(reader.open_file(lettered_file(4 * kBlock).c_str(), true, false, false));
+
+  for (std::size_t count = 1; count < 4; ++count) {
+    ASSERT_GT(reader.getNextBlock(), 0U);
+    EXPECT_EQ(transfers_.started().size(), count);
+  }
+  reader.enable_read_ahead();
+  ASSERT_GT(reader.getNextBlock(), 0U);
+
+  EXPECT_EQ(transfers_.started().size(), 5U);  // And what is left of the file, ahead.
+}
+
+TEST_F(ScriptedReader, RoundsTheLastReadUpButNotWhatItGives) {
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 2, kBlock + 100));
+  ASSERT_EQ(reader.getNextBlock(), kBlock);
+
+  EXPECT_EQ(reader.getNextBlock(), 100U);
+
+  EXPECT_EQ(transfers_.started(), (Started{{true, 0, kBlock}, {true, kBlock, 4096}}));
+  EXPECT_EQ(reader.getNextBlock(), 0U);
+  EXPECT_EQ(transfers_.started().size(), 2U);
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(ScriptedReader, PreloadsTheFirstBuffer) {
+  transfers_.every({.pends = true});
+  for (const int buffers : {1, 3}) {
+    SCOPED_TRACE(buffers);
+    fReadBuffer reader;
+    const std::size_t before = transfers_.started().size();
+
+    ASSERT_TRUE(open(reader, buffers, 3 * kBlock, true));
+
+    EXPECT_EQ(transfers_.started().size(), before + 1);
+    EXPECT_EQ(transfers_.started().back(), (StartedTransfer{true, 0, kBlock}));
+    EXPECT_EQ(rest_of(reader), "ABC");
+  }
+}
+
+TEST_F(ScriptedReader, PreloadsAShortFileRoundedUp) {
+  fReadBuffer reader;
+
+  ASSERT_TRUE(open(reader, 2, 100, true));
+
+  EXPECT_EQ(transfers_.started(), (Started{{true, 0, 4096}}));
+  EXPECT_EQ(reader.getNextBlock(), 100U);
+}
+
+TEST_F(ScriptedReader, UsesTheFlagsThatTheConfigurationAllows) {
+  const std::string name = lettered_file(100);
+  fReadBuffer reader;
+
+  ASSERT_TRUE(reader.open_file(name.c_str(), true, false, true));
+  EXPECT_TRUE(transfers_.opened().back().unbuffered);
+  EXPECT_TRUE(transfers_.opened().back().overlapped);
+  EXPECT_TRUE(transfers_.opened().back().share_read);
+
+  rwBufferConfigure(0, false, true, true);
+  ASSERT_TRUE(reader.open_file(name.c_str(), false, false, true));
+  rwBufferConfigure(0, false, false, false);
+  EXPECT_FALSE(transfers_.opened().back().unbuffered);
+  EXPECT_FALSE(transfers_.opened().back().overlapped);
+  EXPECT_FALSE(transfers_.opened().back().share_read);
+}
+
+// ---- Failures
+
+TEST_F(ScriptedReader, AFailedReadEndsTheFile) {
+  transfers_.next({.pends = true});
+  transfers_.next({.pends = true, .error = 23});
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 4, 8 * kBlock));
+  ASSERT_EQ(next_letter(reader), 'A');
+
+  EXPECT_EQ(reader.getNextBlock(), 0U);
+
+  EXPECT_EQ(log_.lines(), Lines{"ERROR: IO completion error(3) - (0 8192) : 'error 23'"});
+  unsigned long long available = 1;
+  EXPECT_EQ(reader.get_bufptr(&available), nullptr);
+  EXPECT_EQ(available, 0U);
+}
+
+TEST_F(ScriptedReader, BlocksBehindAFailedOneDoNotPassForIt) {
+  transfers_.next({.pends = true});
+  transfers_.next({.pends = true, .error = 23});
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 4, 8 * kBlock));
+  ASSERT_EQ(reader.skip_file(kBlock - 2, 1), kBlock - 2);
+
+  EXPECT_EQ(reader.read_int(), -1);
+
+  EXPECT_EQ(reader.read_byte(), 255);
+  EXPECT_EQ(next_letter(reader), '-');
+  EXPECT_EQ(transfers_.pending_count(), 0);
+}
+
+TEST_F(ScriptedReader, ReadsOnFromAPositionAfterAFailure) {
+  transfers_.next({.error = 23});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 1, 4 * kBlock));
+  ASSERT_EQ(next_letter(reader), '-');
+  ASSERT_EQ(next_letter(reader), '-');
+
+  reader.set_position(kBlock);
+
+  EXPECT_EQ(rest_of(reader), "BCD");
+}
+
+TEST_F(ScriptedReader, AFirstStartThatFailsIsTriedAgainAlone) {
+  transfers_.next({.error = 1450});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 3, 6 * kBlock));
+
+  EXPECT_EQ(rest_of(reader), "ABCDEF");
+
+  EXPECT_EQ(log_.lines(), Lines{"ERROR: IO read error(1) : 'error 1450'"});
+}
+
+TEST_F(ScriptedReader, APreloadThatFailsLeavesAReaderThatReads) {
+  for (const int buffers : {1, 3}) {
+    SCOPED_TRACE(buffers);
+    transfers_.next({.error = 1450});
+    fReadBuffer reader;
+
+    ASSERT_TRUE(open(reader, buffers, 6 * kBlock, true));
+
+    EXPECT_EQ(rest_of(reader), "ABCDEF");
+  }
+}
+
+TEST_F(ScriptedReader, ReadAheadThatCannotStartIsMadeUpFor) {
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 2, 6 * kBlock));
+  ASSERT_EQ(next_letter(reader), 'A');
+  transfers_.next({.error = 1450});  // What would be read ahead when B is taken.
+
+  EXPECT_EQ(rest_of(reader), "BCDEF");
+}
+
+TEST_F(ScriptedReader, AFileCutMeanwhileGivesWhatIsThere) {
+  transfers_.next({.pends = true, .bytes = 100});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 1, kBlock));
+
+  EXPECT_EQ(reader.getNextBlock(), 100U);
+}
+
+TEST_F(ScriptedReader, ClosingWaitsForWhatIsInFlight) {
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 4, 8 * kBlock));
+  ASSERT_EQ(next_letter(reader), 'A');
+  ASSERT_EQ(transfers_.pending_count(), 3);
+
+  reader.close_file();
+
+  EXPECT_EQ(transfers_.pending_count(), 0);
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(ScriptedReader, SaysWhichBufferCouldNotBeAllocated) {
+  const test::PagesScript machine;
+  machine->commits_granted = 2;
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 4, 8 * kBlock));
+
+  EXPECT_FALSE(reader.ensure_buffers());
+
+  ASSERT_EQ(errors().size(), 1U);
+  EXPECT_EQ(errors()[0], "ERROR: FileBuffer: Failed to allocate buffer space (8.00Kb/2)");
+}
+
+TEST_F(ScriptedReader, GoesOnWithTheBuffersThatCouldBeHad) {
+  const test::PagesScript machine;
+  machine->commits_granted = 2;
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 4, 8 * kBlock));
+  ASSERT_FALSE(reader.ensure_buffers());
+  machine->commits_granted = machine->commits.size() + 2;
+
+  ASSERT_EQ(next_letter(reader), 'A');
+
+  EXPECT_EQ(transfers_.started().size(), 2U);
+  EXPECT_EQ(rest_of(reader), "BCDEFGH");
+}
+
+TEST_F(ScriptedReader, WithoutAnyBufferReadsNothingUntilConfiguredAgain) {
+  const test::PagesScript machine;
+  machine->commits_granted = 0;
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 4, 2 * kBlock));
+
+  EXPECT_EQ(next_letter(reader), '-');
+  EXPECT_EQ(next_letter(reader), '-');
+  EXPECT_TRUE(transfers_.started().empty());
+  EXPECT_EQ(errors()[0], "ERROR: FileBuffer: Failed to allocate buffer space (8.00Kb/0)");
+
+  machine->commits_granted = machine->commits.size() + 2;
+  reader.cfg_buffers(2, kBlock, kBlock);
+  reader.set_position(0);
+  EXPECT_EQ(rest_of(reader), "AB");
+}
+
+// ---- Raw reads
+
+class ScriptedRawReads : public ScriptedReader {
+ protected:
+  static constexpr unsigned long long kPiece = 65537;
+
+  void TearDown() override { fReadBuffer::set_xfer_breakvalue(0); }
+
+  unsigned long long read_raw(unsigned long long size) {
+    fReadBuffer reader;
+    EXPECT_TRUE(reader.open_file(lettered_file(40 * kBlock).c_str(), true, false, false));
+    bytes_.assign(100 * kBlock, 'x');
+    return reader.read_raw_bytes(bytes_.data(), 0, size, bytes_.size());
+  }
+
+  std::string bytes_;
+};
+
+TEST_F(ScriptedRawReads, AreSplitFromABreakValueOf65537On) {
+  fReadBuffer::set_xfer_breakvalue(65536);
+  EXPECT_EQ(read_raw(40 * kBlock), 40 * kBlock);
+  EXPECT_EQ(transfers_.started().size(), 1U);
+
+  fReadBuffer::set_xfer_breakvalue(65537);
+  EXPECT_EQ(read_raw(40 * kBlock), 40 * kBlock);
+  EXPECT_EQ(transfers_.started().size(), 1U + 5U);
+  EXPECT_EQ(transfers_.started()[1], (StartedTransfer{true, 0, kPiece}));
+  EXPECT_EQ(transfers_.started()[2], (StartedTransfer{true, kPiece, kPiece}));
+}
+
+TEST_F(ScriptedRawReads, AreWholeUpToTwiceTheBreakValue) {
+  fReadBuffer::set_xfer_breakvalue(10 * kBlock);
+
+  EXPECT_EQ(read_raw(20 * kBlock), 20 * kBlock);
+  EXPECT_EQ(transfers_.started().size(), 1U);
+  EXPECT_EQ(read_raw(20 * kBlock + 1), 20 * kBlock + 4096);
+  EXPECT_EQ(transfers_.started().size(), 1U + 3U);
+}
+
+TEST_F(ScriptedRawReads, HaveTenPiecesInFlightAtMost) {
+  fReadBuffer::set_xfer_breakvalue(kPiece);
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  const std::string name = write("long", std::string(25 * kPiece, 'l'));
+  ASSERT_TRUE(reader.open_file(name.c_str(), true, false, false));
+  bytes_.assign(26 * kPiece, 'x');
+
+  EXPECT_GE(reader.read_raw_bytes(bytes_.data(), 0, 25 * kPiece, bytes_.size()), 25 * kPiece);
+
+  EXPECT_EQ(transfers_.most_pending(), 10);
+  EXPECT_EQ(transfers_.pending_count(), 0);
+  EXPECT_EQ(bytes_.substr(0, 25 * kPiece), std::string(25 * kPiece, 'l'));
+}
+
+TEST_F(ScriptedRawReads, TellHowFarTheyCameWhenAPieceCannotStart) {
+  fReadBuffer::set_xfer_breakvalue(kPiece);
+  transfers_.next({.pends = true});
+  transfers_.next({.pends = true});
+  transfers_.next({.error = 1450});
+
+  EXPECT_EQ(read_raw(40 * kBlock), 2 * kPiece);
+
+  EXPECT_EQ(transfers_.pending_count(), 0);
+}
+
+TEST_F(ScriptedRawReads, KeepsCountingAPieceThatFailsWhileItRuns) {
+  fReadBuffer::set_xfer_breakvalue(kPiece);
+  transfers_.next({.pends = true, .error = 23});
+
+  EXPECT_EQ(read_raw(40 * kBlock), 40 * kBlock);
+
+  EXPECT_EQ(log_.lines(), Lines{"ERROR: IO completion error(3) - (0 65537) : 'error 23'"});
+}
+
+TEST_F(ScriptedRawReads, AWholeReadThatFailsGivesOnlyTheHead) {
+  fReadBuffer reader;
+  reader.cfg_buffers(1, kBlock, kBlock);
+  ASSERT_TRUE(reader.open_file(lettered_file(40 * kBlock).c_str(), true, false, false));
+  ASSERT_EQ(next_letter(reader), 'A');
+  bytes_.assign(100 * kBlock, 'x');
+  transfers_.next({.error = 23});
+
+  EXPECT_EQ(reader.read_raw_bytes(bytes_.data(), 8000, 10000, bytes_.size()), 192U);
+}
+
+}  // namespace
+}  // namespace orsin

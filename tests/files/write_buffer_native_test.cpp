@@ -1,0 +1,360 @@
+// What the buffered writer asks of a scripted platform, and what it makes of failures.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "orsincore/files.h"
+#include "orsincore/io.h"
+#include "tests/files/io_fixture.h"
+#include "tests/native/fake_transfers.h"
+#include "tests/native/pages_native.h"
+
+namespace orsin {
+namespace {
+
+using test::Lines;
+using test::OpenFile;
+using test::StartedTransfer;
+
+using Started = std::vector<StartedTransfer>;
+
+constexpr int kBuffer = 8192;
+constexpr std::uint32_t kUnit = 4096;
+constexpr std::uint32_t kDiskFull = 112;
+
+class ScriptedWriter : public test::IoTest {
+ protected:
+  void SetUp() override { open(true); }
+  // A writer that outlived the script would meet another platform.
+  void TearDown() override { writer_.close_file(true); }
+
+  void open(bool double_buffer) {
+    ASSERT_TRUE(writer_.set_buffer(kBuffer, double_buffer));
+    ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
+  }
+  void add(const std::string& bytes) {
+    ASSERT_EQ(writer_.write_file(bytes.data(), 1, bytes.size()), bytes.size());
+  }
+  void add_full() { add(std::string(kBuffer, 'f')); }
+
+  test::FakeTransfers transfers_;
+  const std::string frame_ = std::string(kBuffer, 'd');
+  fWriteBuffer writer_{io_invalid_handle(), false};
+};
+
+// ---- What is asked for
+
+TEST_F(ScriptedWriter, OneBufferIsWrittenWhileTheOtherFills) {
+  transfers_.every({.pends = true});
+  add_full();
+  EXPECT_EQ(transfers_.pending_count(), 1);
+  add(std::string(kBuffer - 1, 'g'));
+  EXPECT_EQ(transfers_.pending_count(), 1);
+
+  add("g");
+
+  EXPECT_EQ(transfers_.started(), (Started{{false, 0, kBuffer}, {false, kBuffer, kBuffer}}));
+  EXPECT_EQ(transfers_.most_pending(), 1);  // The first was waited for.
+}
+
+TEST_F(ScriptedWriter, ASingleBufferIsWrittenBeforeItFillsAgain) {
+  open(false);
+  transfers_.every({.pends = true});
+
+  add_full();
+
+  EXPECT_EQ(transfers_.pending_count(), 0);
+  EXPECT_FALSE(writer_.data_pending());
+}
+
+TEST_F(ScriptedWriter, ADirectWriteRunsBesideTheBuffers) {
+  transfers_.every({.pends = true});
+  add_full();
+
+  EXPECT_EQ(writer_.add_write_buffer(frame_.data(), frame_.size()), frame_.size());
+
+  EXPECT_EQ(transfers_.pending_count(), 2);
+  EXPECT_EQ(writer_.add_write_buffer(frame_.data(), frame_.size()), frame_.size());
+  EXPECT_EQ(transfers_.most_pending(), 2);
+  writer_.flush_buffers();
+  EXPECT_EQ(transfers_.pending_count(), 0);
+}
+
+TEST_F(ScriptedWriter, TheLastBlockIsWrittenWholeAndCutOff) {
+  add("0123456789");
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(transfers_.started(), (Started{{false, 0, kUnit}}));
+  EXPECT_EQ(transfers_.sizes(), (std::vector<std::uint64_t>{10}));
+}
+
+TEST_F(ScriptedWriter, AnUnalignedDirectWriteAsksForWholeUnits) {
+  writer_.add_write_buffer(frame_.data(), 5000);
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(transfers_.started(), (Started{{false, 0, 2 * kUnit}}));
+  EXPECT_EQ(transfers_.sizes(), (std::vector<std::uint64_t>{5000}));
+}
+
+TEST_F(ScriptedWriter, ClosesOnlyByForceWhileTwoWritesRun) {
+  transfers_.every({.pends = true});
+  add_full();
+  writer_.add_write_buffer(frame_.data(), frame_.size());
+
+  EXPECT_EQ(writer_.close_file(false), 0);
+  EXPECT_EQ(transfers_.pending_count(), 2);
+
+  EXPECT_EQ(writer_.close_file(true), 1);
+  EXPECT_EQ(transfers_.pending_count(), 0);
+  EXPECT_EQ(content("out").size(), 2U * kBuffer);
+}
+
+TEST_F(ScriptedWriter, ClosesWithoutForceOnceOnlyOneWriteRuns) {
+  transfers_.every({.pends = true});
+  add_full();
+  add("tail");
+
+  EXPECT_EQ(writer_.close_file(false), 1);
+
+  EXPECT_EQ(content("out"), std::string(kBuffer, 'f') + "tail");
+}
+
+TEST_F(ScriptedWriter, WithoutForceAFirstWriteThatCannotStartIsZero) {
+  add("0123");
+  transfers_.next({.error = kDiskFull});
+
+  EXPECT_EQ(writer_.close_file(false), 0);
+
+  EXPECT_EQ(writer_.error(), 1);
+}
+
+TEST_F(ScriptedWriter, OpensUnbufferedWhereTheConfigurationAllowsIt) {
+  ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, true));
+  EXPECT_TRUE(transfers_.opened().back().unbuffered);
+
+  rwBufferConfigure(0, true, false, false);
+  ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, true));
+  rwBufferConfigure(0, false, false, false);
+  EXPECT_FALSE(transfers_.opened().back().unbuffered);
+
+  ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
+  EXPECT_FALSE(transfers_.opened().back().unbuffered);
+}
+
+TEST_F(ScriptedWriter, ReservesTheInitialSize) {
+  ASSERT_TRUE(writer_.open_file(path("out").c_str(), 123456, false));
+
+  EXPECT_EQ(transfers_.sizes().back(), 123456U);
+}
+
+// ---- Failures
+
+TEST_F(ScriptedWriter, EveryFailedWriteCounts) {
+  struct Case {
+    const char* what;
+    bool double_buffer;
+    bool pends;
+  };
+  const Case cases[] = {{"start", true, false},
+                        {"end", true, true},
+                        {"start, one buffer", false, false},
+                        {"end, one buffer", false, true}};
+
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    open(c.double_buffer);
+    ASSERT_EQ(writer_.error(), 0);
+    transfers_.next({.pends = c.pends, .error = kDiskFull});
+    transfers_.next({.pends = c.pends, .error = kDiskFull});
+
+    add_full();
+    add_full();
+    writer_.flush_buffers();
+
+    EXPECT_EQ(writer_.error(), 2);
+  }
+}
+
+TEST_F(ScriptedWriter, AFlushThatFailsCounts) {
+  add("0123");
+  transfers_.next({.error = kDiskFull});
+
+  writer_.flush_buffers();
+
+  EXPECT_EQ(writer_.error(), 1);
+  EXPECT_EQ(writer_.get_buffer_used(), 0U);
+}
+
+TEST_F(ScriptedWriter, ADirectWriteThatCannotStartIsZero) {
+  transfers_.next({.error = kDiskFull});
+
+  EXPECT_EQ(writer_.add_write_buffer(frame_.data(), frame_.size()), 0U);
+
+  EXPECT_EQ(writer_.error(), 1);
+  EXPECT_EQ(writer_.get_file_position(), 0U);
+}
+
+TEST_F(ScriptedWriter, ADirectWriteThatEndsBadlyCountsWhenItIsCollected) {
+  transfers_.next({.pends = true, .error = kDiskFull});
+  EXPECT_EQ(writer_.add_write_buffer(frame_.data(), frame_.size()), frame_.size());
+  EXPECT_EQ(writer_.error(), 0);
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+}
+
+TEST_F(ScriptedWriter, ATransferThatFailedIsNotWaitedForAgain) {
+  transfers_.next({.error = kDiskFull});
+  add_full();
+  EXPECT_EQ(writer_.error(), 1);
+  EXPECT_FALSE(writer_.data_pending());
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+}
+
+TEST_F(ScriptedWriter, AFileWithErrorsIsDeletedBeforeTheNextOneOpens) {
+  add("0123");
+  transfers_.next({.error = kDiskFull});
+
+  ASSERT_TRUE(writer_.open_file(path("next").c_str(), 0, false));
+
+  EXPECT_EQ(log_.lines().back(), "ERROR: Failed to write file '" + path("out") + "'.");
+  EXPECT_EQ(file_exists(path("out").c_str()), 0);
+  EXPECT_EQ(writer_.error(), 0);
+}
+
+TEST_F(ScriptedWriter, AFileWithoutErrorsStaysWhenTheNextOneOpens) {
+  add("0123");
+
+  ASSERT_TRUE(writer_.open_file(path("next").c_str(), 0, false));
+
+  EXPECT_EQ(content("out"), "0123");
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+// ---- The final size
+
+TEST_F(ScriptedWriter, ASizeThatTheHandleRefusesIsSetByName) {
+  add("0123");
+  transfers_.refuse_sizes(1, 87);
+  const std::size_t opened = transfers_.opened().size();
+
+  EXPECT_EQ(writer_.close_file(true), 1);
+
+  EXPECT_EQ(content("out"), "0123");
+  EXPECT_EQ(log_.lines(), Lines{});
+  ASSERT_EQ(transfers_.opened().size(), opened + 1);
+  const port::OpenMode again = transfers_.opened().back();
+  EXPECT_TRUE(again.write);
+  EXPECT_FALSE(again.read || again.share_read || again.create || again.unbuffered ||
+               again.overlapped || again.write_through);
+}
+
+TEST_F(ScriptedWriter, ASizeThatIsRefusedTwiceIsAnErrorLine) {
+  add("0123");
+  transfers_.refuse_sizes(2, 1224);
+
+  EXPECT_EQ(writer_.close_file(true), 1);
+
+  EXPECT_EQ(log_.lines(), Lines{"ERROR: Writebuffer set FileSize : 'error 1224'"});
+  EXPECT_EQ(content("out").size(), kUnit);
+  EXPECT_FALSE(writer_.data_pending());
+}
+
+TEST_F(ScriptedWriter, AFileThatCannotBeOpenedAgainIsTheSameLineWithItsOwnReason) {
+  add("0123");
+  transfers_.refuse_sizes(1, 87);
+  transfers_.next_open({.is_refused = true, .error = 32});
+
+  EXPECT_EQ(writer_.close_file(true), 1);
+
+  EXPECT_EQ(log_.lines(), Lines{"ERROR: Writebuffer set FileSize : 'error 32'"});
+}
+
+TEST_F(ScriptedWriter, AHandleOfItsOwnersIsNotOpenedAgain) {
+  const OpenFile file(io_create64(path("theirs").c_str(), true, 0));
+  fWriteBuffer writer(file.get(), true);
+  ASSERT_EQ(writer.write_file("0123", 1, 4), 4U);
+  transfers_.refuse_sizes(1, 87);
+  const std::size_t opened = transfers_.opened().size();
+
+  EXPECT_EQ(writer.close_file(true), 1);
+
+  EXPECT_EQ(log_.lines(), Lines{"ERROR: Writebuffer set FileSize : 'error 87'"});
+  EXPECT_EQ(transfers_.opened().size(), opened);
+}
+
+TEST_F(ScriptedWriter, KeepsAFileThatCouldNotBeCutOutOfTheErrors) {
+  add("0123");
+  transfers_.refuse_sizes(2, 1224);
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 0);
+  ASSERT_TRUE(writer_.open_file(path("next").c_str(), 0, false));
+  EXPECT_EQ(content("out").substr(0, 4), "0123");
+}
+
+// ---- Memory
+
+TEST_F(ScriptedWriter, SaysHowMuchMemoryABufferLacked) {
+  const test::PagesScript machine;
+  machine->commits_granted = 0;
+  fWriteBuffer writer(io_invalid_handle(), false);
+
+  EXPECT_FALSE(writer.set_buffer(65536, true));
+  EXPECT_FALSE(writer.set_buffer(65536, false));
+
+  Lines lines;
+  for (const std::string& line : log_.lines()) {
+    if (line.find("WRITE BUFFER") != std::string::npos) {
+      lines.push_back(line);
+    }
+  }
+  EXPECT_EQ(lines, (Lines{"WARN : WRITE BUFFER: Allocation failed (size = 147456)",
+                          "WARN : WRITE BUFFER: Allocation failed (size = 73728)"}));
+}
+
+TEST_F(ScriptedWriter, AHandlesBuffersAreTwoOfAMebibyteAndWhatAlignmentTakes) {
+  const test::PagesScript machine;
+  machine->commits_granted = 0;
+  const OpenFile file(io_create64(path("theirs").c_str(), true, 0));
+
+  const fWriteBuffer writer(file.get(), true);
+
+  EXPECT_EQ(machine->commits, (std::vector<std::uint64_t>{2 * (8192 + 0x100000)}));
+  EXPECT_EQ(log_.lines().back(), "WARN : WRITE BUFFER: Allocation failed (size = 2113536)");
+}
+
+TEST_F(ScriptedWriter, WithoutABufferNothingIsTaken) {
+  const test::PagesScript machine;
+  machine->commits_granted = 0;
+  fWriteBuffer writer(io_invalid_handle(), false);
+  ASSERT_TRUE(writer.open_file(path("other").c_str(), 0, false));
+
+  EXPECT_EQ(writer.write_file("0123", 1, 4), 0U);
+  writer.put_int(7);
+
+  EXPECT_EQ(writer.close_file(true), 1);
+  EXPECT_EQ(content("other"), "");
+}
+
+TEST_F(ScriptedWriter, ALargerBufferThatCannotBeHadLeavesTheSmallerOne) {
+  add("before");
+  const test::PagesScript machine;
+  machine->commits_granted = 0;
+
+  EXPECT_FALSE(writer_.ensure_minimum_buffer_size(1 << 20));
+
+  add("after");
+  writer_.close_file(true);
+  EXPECT_EQ(content("out"), "beforeafter");
+}
+
+}  // namespace
+}  // namespace orsin

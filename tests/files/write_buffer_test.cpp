@@ -1,0 +1,547 @@
+// The buffered writer on real files and in memory.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "orsincore/io.h"
+#include "orsincore/memory.h"
+#include "tests/files/io_fixture.h"
+
+namespace orsin {
+namespace {
+
+using test::Lines;
+using test::OpenFile;
+
+constexpr int kBuffer = 8192;
+
+// Sees what goes through write_file().
+class WatchedWriter : public fWriteBuffer {
+ public:
+  WatchedWriter() : fWriteBuffer(io_invalid_handle(), false) {}
+
+  unsigned long long write_file(const void* data, unsigned long long size,
+                                unsigned long long count) override {
+    ++calls_;
+    return fWriteBuffer::write_file(data, size, count);
+  }
+  [[nodiscard]] int calls() const { return calls_; }
+
+ private:
+  int calls_ = 0;
+};
+
+class WriteBuffer : public test::IoTest {
+ protected:
+  void open(fWriteBuffer& writer, const char* name = "out", int size = kBuffer) {
+    ASSERT_TRUE(writer.set_buffer(size, true));
+    ASSERT_TRUE(writer.open_file(path(name).c_str(), 0, false));
+  }
+  static void add(fWriteBuffer& writer, const std::string& bytes) {
+    ASSERT_EQ(writer.write_file(bytes.data(), 1, bytes.size()), bytes.size());
+  }
+  static std::string as_text(fWriteBuffer& memory_writer) {
+    return std::string(reinterpret_cast<const char*>(memory_writer.get_current_buffer()),
+                       memory_writer.get_buffer_used());
+  }
+
+  fWriteBuffer writer_{io_invalid_handle(), false};
+};
+
+// ---- Writing
+
+TEST_F(WriteBuffer, AFullBufferIsWrittenAtOnce) {
+  for (const bool double_buffer : {true, false}) {
+    SCOPED_TRACE(double_buffer);
+    fWriteBuffer writer(io_invalid_handle(), false);
+    ASSERT_TRUE(writer.set_buffer(kBuffer, double_buffer));
+    ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, false));
+
+    add(writer, std::string(kBuffer, 'w'));
+
+    EXPECT_EQ(writer.get_buffer_used(), 0U);
+    EXPECT_EQ(writer.get_file_position(), 8192U);
+    EXPECT_EQ(writer.data_pending(), double_buffer);  // Its write may still be running.
+    EXPECT_EQ(writer.close_file(true), 1);
+    EXPECT_EQ(content("out"), std::string(kBuffer, 'w'));
+  }
+}
+
+TEST_F(WriteBuffer, AnAlmostFullBufferIsNot) {
+  open(writer_);
+
+  add(writer_, std::string(kBuffer - 1, 'w'));
+
+  EXPECT_EQ(writer_.get_buffer_used(), 8191U);
+}
+
+TEST_F(WriteBuffer, TakesMoreThanManyBuffersInOneCall) {
+  std::mt19937 random(3);
+  const std::string bytes = test::random_bytes(random, 10 * kBuffer + 77);
+  open(writer_);
+
+  EXPECT_EQ(writer_.write_file(bytes.data(), bytes.size(), 1), bytes.size());
+  EXPECT_EQ(writer_.get_file_position(), bytes.size());
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), bytes);
+  EXPECT_EQ(writer_.error(), 0);
+}
+
+TEST_F(WriteBuffer, ClosingLeavesTheBytesThatWereWrittenAndNoMore) {
+  open(writer_);
+  add(writer_, "0123456789");
+
+  EXPECT_EQ(writer_.close_file(true), 1);
+
+  EXPECT_EQ(content("out"), "0123456789");
+}
+
+TEST_F(WriteBuffer, ClosingReplacesWhatALongerFileHeld) {
+  write("out", std::string(50000, 'o'));
+  open(writer_);
+  add(writer_, "new");
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), "new");
+}
+
+TEST_F(WriteBuffer, ClosingTwiceOrWithoutAFileDoesNothing) {
+  EXPECT_EQ(writer_.close_file(true), 1);
+  EXPECT_EQ(writer_.close_file(false), 1);
+  open(writer_);
+  add(writer_, "x");
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.close_file(true), 1);
+
+  EXPECT_EQ(content("out"), "x");
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(WriteBuffer, WritesOneFileAfterAnother) {
+  open(writer_, "first");
+  add(writer_, "first file");
+
+  ASSERT_TRUE(writer_.open_file(path("second").c_str(), 0, false));
+  EXPECT_STREQ(writer_.name(), path("second").c_str());
+  add(writer_, "second");
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("first"), "first file");
+  EXPECT_EQ(content("second"), "second");
+}
+
+TEST_F(WriteBuffer, AFileThatCannotBeCreatedIsFalse) {
+  EXPECT_FALSE(writer_.open_file(path("no directory/out").c_str(), 0, false));
+
+  EXPECT_FALSE(writer_.data_pending());
+}
+
+TEST_F(WriteBuffer, DestructionFinishesTheFile) {
+  {
+    fWriteBuffer writer(io_invalid_handle(), false);
+    open(writer);
+    add(writer, "finished");
+  }
+
+  EXPECT_EQ(content("out"), "finished");
+}
+
+TEST_F(WriteBuffer, WritesToAHandleThatStaysItsOwners) {
+  const std::string name = path("out");
+  OpenFile file(io_create64(name.c_str(), true, 0));
+  {
+    fWriteBuffer writer(file.get(), true);
+    EXPECT_NE(writer.get_current_buffer(), nullptr);
+    add(writer, "0123456789");
+    EXPECT_EQ(writer.close_file(true), 1);
+  }
+
+  EXPECT_EQ(io_get_filesize64(file.get(), name.c_str()), 10);
+  EXPECT_TRUE(io_write64(file.get(), "ab", 0, 2));
+  file.close();
+  EXPECT_EQ(content("out"), "ab23456789");
+}
+
+TEST_F(WriteBuffer, WithoutForceTheFirstWriteOnlyStarts) {
+  open(writer_);
+  add(writer_, "0123456789");
+
+  EXPECT_EQ(writer_.close_file(false), 1);
+
+  EXPECT_TRUE(writer_.data_pending());  // The file is still open.
+  EXPECT_EQ(writer_.get_buffer_used(), 0U);
+  EXPECT_EQ(writer_.close_file(true), 1);
+  EXPECT_EQ(content("out"), "0123456789");
+}
+
+TEST_F(WriteBuffer, FlushingWritesWholeUnitsAndMovesOn) {
+  open(writer_);
+  const auto page = static_cast<unsigned long long>(mem_pagesize());
+  add(writer_, "0123456789");
+  EXPECT_TRUE(writer_.data_pending());
+
+  writer_.flush_buffers();
+
+  EXPECT_FALSE(writer_.data_pending());
+  EXPECT_EQ(writer_.get_buffer_used(), 0U);
+  EXPECT_EQ(writer_.get_file_position(), page);
+  writer_.close_file(true);
+  EXPECT_EQ(content("out"), "0123456789");
+}
+
+// ---- Direct writes
+
+TEST_F(WriteBuffer, DirectWritesAreRoundedButTheFileIsNot) {
+  open(writer_);
+  const std::string bytes(8192, 'd');
+
+  EXPECT_EQ(writer_.add_write_buffer(bytes.data(), 5000), 5000U);
+
+  EXPECT_EQ(writer_.get_file_position(), 8192U);
+  writer_.close_file(true);
+  EXPECT_EQ(log_.lines(), Lines{"WARN : fWriteBuffer: Write buffer not aligned"});
+  EXPECT_EQ(content("out"), std::string(5000, 'd'));
+}
+
+TEST_F(WriteBuffer, AlignedDirectWritesFollowEachOther) {
+  open(writer_);
+  const std::string first(8192, '1');
+  const std::string second(4096, '2');
+
+  EXPECT_EQ(writer_.add_write_buffer(first.data(), first.size()), first.size());
+  EXPECT_EQ(writer_.add_write_buffer(second.data(), second.size()), second.size());
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), first + second);
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(WriteBuffer, ADirectWriteFollowsTheHeaderThatWasCollected) {
+  for (const bool double_buffer : {true, false}) {
+    SCOPED_TRACE(double_buffer);
+    fWriteBuffer writer(io_invalid_handle(), false);
+    ASSERT_TRUE(writer.set_buffer(kBuffer, double_buffer));
+    ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, false));
+    add(writer, std::string(4096, 'h'));
+    const std::string frame(8192, 'f');
+
+    EXPECT_EQ(writer.add_write_buffer(frame.data(), frame.size()), frame.size());
+
+    EXPECT_EQ(writer.get_file_position(), 4096U + 8192U);
+    writer.close_file(true);
+    EXPECT_EQ(content("out"), std::string(4096, 'h') + frame);
+  }
+}
+
+TEST_F(WriteBuffer, WithoutAFileADirectWriteIsNothing) {
+  EXPECT_EQ(writer_.add_write_buffer("x", 1), 0U);
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(WriteBuffer, KeepsWritingTheFirstBufferAtTheStartWhereverItStands) {
+  write("out", std::string(70000, 'o'));
+  open(writer_);
+  ASSERT_TRUE(writer_.set_file_position(65536));
+  add(writer_, "header");
+  const std::string frame(4096, 'f');
+
+  writer_.add_write_buffer(frame.data(), frame.size());
+
+  EXPECT_EQ(writer_.get_file_position(), 65536U + 4096U + 4096U);
+  writer_.close_file(true);
+  const std::string found = content("out");
+  EXPECT_EQ(found.substr(0, 6), "header");
+  EXPECT_EQ(found.substr(65536, 3), "ooo");
+  EXPECT_EQ(found.substr(65536 + 4096), frame);
+}
+
+// ---- Positions
+
+TEST_F(WriteBuffer, APositionInsideTheBufferIsExact) {
+  open(writer_);
+  add(writer_, "0123456789");
+
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(0));
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(kBuffer - 1));
+  EXPECT_FALSE(writer_.is_file_position_inside_current_buffer(kBuffer));
+  EXPECT_TRUE(writer_.set_file_position(3));
+  EXPECT_EQ(writer_.get_file_position(), 3U);
+  add(writer_, "ab");
+  EXPECT_EQ(writer_.get_buffer_used(), 10U);
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), "012ab56789");
+}
+
+TEST_F(WriteBuffer, AStepAheadInsideTheBufferLeavesZeroes) {
+  open(writer_);
+  add(writer_, "ab");
+
+  ASSERT_TRUE(writer_.set_file_position(5));
+  add(writer_, "c");
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), std::string("ab\0\0\0c", 6));
+}
+
+TEST_F(WriteBuffer, PutsAfterAStepAheadStayInsideTheBuffer) {
+  open(writer_);
+
+  ASSERT_TRUE(writer_.set_file_position(8190));
+  writer_.put_int(0x04030201);
+  EXPECT_EQ(writer_.get_file_position(), 8194U);
+  EXPECT_EQ(writer_.get_buffer_used(), 2U);  // The full buffer left; the rest opened the next.
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 0);
+  EXPECT_EQ(content("out"), std::string(8190, '\0') + "\x01\x02\x03\x04");
+}
+
+TEST_F(WriteBuffer, AStepOutOfTheBufferForgetsAnEarlierStepInsideIt) {
+  open(writer_);
+
+  ASSERT_TRUE(writer_.set_file_position(100));
+  ASSERT_TRUE(writer_.set_file_position(65536));
+
+  EXPECT_EQ(writer_.get_file_position(), 65536U);
+  writer_.close_file(true);
+}
+
+TEST_F(WriteBuffer, KeepsRoundingAPositionOutsideTheBufferDown) {
+  open(writer_);
+  add(writer_, std::string(3 * kBuffer, 'x'));
+
+  EXPECT_TRUE(writer_.set_file_position(5000));
+
+  EXPECT_EQ(writer_.get_file_position(), 4096U);
+}
+
+TEST_F(WriteBuffer, APatchLeavesTheEndOfTheDataWhereItWas) {
+  open(writer_);
+  add(writer_, std::string(3 * kBuffer, 'x'));
+
+  ASSERT_TRUE(writer_.set_file_position(4096));
+  add(writer_, "patch");
+  writer_.close_file(true);
+
+  const std::string found = content("out");
+  ASSERT_EQ(found.size(), 3U * kBuffer);
+  EXPECT_EQ(found.substr(0, 4096), std::string(4096, 'x'));
+  EXPECT_EQ(found.substr(4096, 5), "patch");
+  EXPECT_EQ(found.substr(8192), std::string(2 * kBuffer, 'x'));
+}
+
+TEST_F(WriteBuffer, KeepsOverwritingTheRestOfAPatchedUnit) {
+  open(writer_);
+  add(writer_, std::string(2 * kBuffer, 'x'));  // Both buffers hold x.
+  add(writer_, std::string(2 * kBuffer, 'y'));  // Now y.
+
+  ASSERT_TRUE(writer_.set_file_position(0));
+  add(writer_, "patch");
+  writer_.close_file(true);
+
+  const std::string found = content("out");
+  EXPECT_EQ(found.substr(0, 5), "patch");
+  EXPECT_EQ(found.substr(5, 4096 - 5), std::string(4096 - 5, 'y'));
+  EXPECT_EQ(found.substr(4096, 4096), std::string(4096, 'x'));
+}
+
+// ---- Numbers
+
+TEST_F(WriteBuffer, PutsNumbersInTheMachinesOrderOrSwapped) {
+  open(writer_);
+  writer_.put_byte(1);
+  writer_.put_short(0x0302);
+  writer_.put_int(0x07060504);
+  writer_.put_float(1.0F);
+
+  writer_.set_endian(2);
+  writer_.put_byte(1);
+  writer_.put_short(0x0203);
+  writer_.put_int(0x04050607);
+  writer_.put_float(1.0F);
+  writer_.set_endian(1);
+  writer_.put_short(0x0908);
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), std::string("\x01\x02\x03\x04\x05\x06\x07\0\0\x80\x3F"
+                                        "\x01\x02\x03\x04\x05\x06\x07\x3F\x80\0\0"
+                                        "\x08\x09",
+                                        24));
+}
+
+TEST_F(WriteBuffer, PutsGoThroughWriteFileWhenOnlyTheirOwnRoomIsLeft) {
+  struct Case {
+    const char* what;
+    std::size_t width;
+    void (*put)(fWriteBuffer& writer);
+  };
+  const Case cases[] = {
+      {"byte", 1, [](fWriteBuffer& writer) { writer.put_byte(7); }},
+      {"short", 2, [](fWriteBuffer& writer) { writer.put_short(7); }},
+      {"int", 4, [](fWriteBuffer& writer) { writer.put_int(7); }},
+      {"float", 4, [](fWriteBuffer& writer) { writer.put_float(7); }},
+  };
+
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    for (std::size_t room = c.width; room <= c.width + 1; ++room) {
+      SCOPED_TRACE(room);
+      WatchedWriter writer;
+      open(writer);
+      add(writer, std::string(kBuffer - room, 'x'));
+      const int before = writer.calls();
+
+      c.put(writer);
+
+      EXPECT_EQ(writer.calls(), before + (room == c.width ? 1 : 0));
+      EXPECT_EQ(writer.get_buffer_used(), room == c.width ? 0U : kBuffer - 1U);
+    }
+  }
+}
+
+TEST_F(WriteBuffer, KeepsMeasuringTheRoomOfPutsFromTheHighWaterMark) {
+  WatchedWriter writer;
+  open(writer);
+  add(writer, std::string(kBuffer - 4, 'x'));
+  ASSERT_TRUE(writer.set_file_position(0));  // All the room in the world, but for the mark.
+  const int before = writer.calls();
+
+  writer.put_int(7);
+
+  EXPECT_EQ(writer.calls(), before + 1);
+}
+
+// ---- Buffers
+
+TEST_F(WriteBuffer, ABufferOfTheSameShapeStays) {
+  open(writer_);
+  add(writer_, "collected");
+  const unsigned char* const before = writer_.get_current_buffer();
+
+  EXPECT_TRUE(writer_.set_buffer(kBuffer, true));
+
+  EXPECT_EQ(writer_.get_current_buffer(), before);
+  EXPECT_EQ(writer_.get_buffer_used(), 9U);
+}
+
+TEST_F(WriteBuffer, ABufferOfAnotherShapeIsEmptyAfterAFlush) {
+  open(writer_);
+  add(writer_, "collected");
+
+  EXPECT_TRUE(writer_.set_buffer(kBuffer, false));
+
+  EXPECT_EQ(writer_.get_buffer_used(), 0U);
+  EXPECT_EQ(writer_.get_file_position(), static_cast<unsigned long long>(mem_pagesize()));
+  writer_.close_file(true);
+  EXPECT_EQ(content("out"), "collected");
+}
+
+TEST_F(WriteBuffer, ABufferIsAtLeastOneUnit) {
+  ASSERT_TRUE(writer_.set_buffer(1, false));
+  ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
+
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(8191));  // The default alignment.
+}
+
+TEST_F(WriteBuffer, OpeningAllocatesAMebibyteWhereThereIsNoBuffer) {
+  ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
+
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer((1 << 20) - 1));
+  EXPECT_FALSE(writer_.is_file_position_inside_current_buffer(1 << 20));
+}
+
+TEST_F(WriteBuffer, ALargerBufferContinuesWhereTheSmallerOneStood) {
+  open(writer_);
+
+  writer_.write_file("before", 1, 6);
+  ASSERT_TRUE(writer_.ensure_minimum_buffer_size(65536));
+  EXPECT_EQ(writer_.get_file_position(), 6U);
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(65535));
+  EXPECT_TRUE(writer_.ensure_minimum_buffer_size(100));  // Has it already.
+  writer_.write_file("after", 1, 5);
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), "beforeafter");
+}
+
+// ---- Memory
+
+TEST_F(WriteBuffer, CollectsInMemoryWithoutAFile) {
+  std::mt19937 random(5);
+  const std::string bytes = test::random_bytes(random, 500000);
+
+  add(writer_, bytes);
+
+  EXPECT_EQ(writer_.get_buffer_used(), bytes.size());
+  EXPECT_EQ(writer_.get_file_position(), bytes.size());
+  EXPECT_EQ(as_text(writer_), bytes);
+}
+
+TEST_F(WriteBuffer, MemoryGrowsWhenItIsExactlyFull) {
+  const std::string bytes(0x20000, 'm');
+
+  add(writer_, bytes);
+
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(0x20000));
+  EXPECT_TRUE(writer_.set_file_position(0x20000));
+  add(writer_, "more");
+  EXPECT_EQ(as_text(writer_), bytes + "more");
+}
+
+TEST_F(WriteBuffer, MemoryIsPatchedInPlace) {
+  add(writer_, "0123456789");
+  ASSERT_TRUE(writer_.set_file_position(2));
+
+  add(writer_, "ab");
+
+  EXPECT_EQ(writer_.get_file_position(), 4U);
+  EXPECT_EQ(as_text(writer_), "01ab456789");
+}
+
+TEST_F(WriteBuffer, WhatIsInMemoryStaysWhenThePositionLeavesIt) {
+  add(writer_, "0123456789");
+
+  writer_.set_file_position(1ULL << 40);
+
+  EXPECT_EQ(writer_.get_buffer_used(), 10U);
+  EXPECT_EQ(as_text(writer_), "0123456789");
+}
+
+TEST_F(WriteBuffer, TheCallersMemoryIsFilledFirst) {
+  char memory[10];
+  writer_.set_memory_buffer(memory, sizeof(memory));
+  EXPECT_EQ(writer_.get_current_buffer(), reinterpret_cast<unsigned char*>(memory));
+
+  add(writer_, "0123456789abc");
+
+  EXPECT_EQ(std::string(memory, 10), "0123456789");
+  EXPECT_EQ(as_text(writer_), "0123456789abc");
+}
+
+TEST_F(WriteBuffer, AskedForAMinimumMemoryGrows) {
+  add(writer_, "0123");
+
+  EXPECT_TRUE(writer_.ensure_minimum_buffer_size(1 << 20));
+
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer((1 << 20) - 1));
+  EXPECT_EQ(as_text(writer_), "0123");
+}
+
+TEST_F(WriteBuffer, FreedBuffersHoldNothing) {
+  add(writer_, "0123");
+
+  writer_.reset_buffers();
+
+  EXPECT_EQ(writer_.get_current_buffer(), nullptr);
+  EXPECT_EQ(writer_.get_buffer_used(), 0U);
+  EXPECT_EQ(writer_.get_file_position(), 0U);
+}
+
+}  // namespace
+}  // namespace orsin

@@ -1,0 +1,161 @@
+#include "tests/native/fake_internet.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "core/log_port.h"
+
+namespace orsin::test {
+namespace {
+
+constexpr unsigned kInvalidHandle = 6;
+constexpr unsigned kUnknownScheme = 12006;
+constexpr std::uint16_t kHttpPort = 80;
+constexpr std::uint16_t kHttpsPort = 443;
+
+std::string hexadecimal(std::uint32_t value) {
+  char text[16];
+  std::snprintf(text, sizeof(text), "%x", static_cast<unsigned>(value));
+  return text;
+}
+
+}  // namespace
+
+FakeInternet& fake_internet() {
+  static FakeInternet internet;
+  return internet;
+}
+
+void* FakeInternet::open(std::string_view agent) {
+  record("open " + std::string(agent));
+  return refuses("open", nullptr, false) ? nullptr : add_handle("session");
+}
+
+bool FakeInternet::set_option(void* handle, std::uint32_t option, std::uint32_t value) {
+  const std::string call = "option " + std::to_string(option);
+  record("option " + name_of(handle) + ' ' + std::to_string(option) + ' ' + std::to_string(value));
+  // Without a handle the real library sets a default of the process and reports success.
+  return !refuses(call, handle, false);
+}
+
+void* FakeInternet::open_url(void* session, std::string_view url, std::uint32_t flags) {
+  record("open_url " + name_of(session) + ' ' + std::string(url) + ' ' + hexadecimal(flags));
+  return refuses("open_url", session, true) ? nullptr : add_handle("request");
+}
+
+bool FakeInternet::split_url(std::string_view url, port::UrlParts& parts) {
+  record("split " + std::string(url));
+  if (refuses("split", nullptr, false)) {
+    return false;
+  }
+  const std::size_t scheme_end = url.find("://");
+  if (scheme_end == std::string_view::npos) {
+    port::set_last_system_error(kUnknownScheme);
+    return false;
+  }
+  const std::string_view rest = url.substr(scheme_end + 3);
+  const std::size_t path_start = std::min(rest.find('/'), rest.size());
+  const std::string_view server = rest.substr(0, path_start);
+  const std::size_t colon = server.find(':');
+  parts.host = server.substr(0, colon);
+  parts.path = rest.substr(path_start);
+  parts.port = url.substr(0, scheme_end) == "https" ? kHttpsPort : kHttpPort;
+  if (colon != std::string_view::npos) {
+    parts.port = static_cast<std::uint16_t>(std::stoi(std::string(server.substr(colon + 1))));
+  }
+  return true;
+}
+
+void* FakeInternet::connect(void* session, std::string_view host, std::uint16_t port,
+                            std::uint32_t flags) {
+  record("connect " + name_of(session) + ' ' + std::string(host) + ' ' + std::to_string(port) +
+         ' ' + hexadecimal(flags));
+  return refuses("connect", session, true) ? nullptr : add_handle("connection");
+}
+
+void* FakeInternet::open_request(void* connection, std::string_view method, std::string_view path,
+                                 std::uint32_t flags) {
+  record("open_request " + name_of(connection) + ' ' + std::string(method) + ' ' +
+         std::string(path) + ' ' + hexadecimal(flags));
+  return refuses("open_request", connection, true) ? nullptr : add_handle("request");
+}
+
+bool FakeInternet::send_request(void* request, std::string_view headers, std::string_view body) {
+  record("send " + name_of(request) + " [" + std::string(headers) + "] [" + std::string(body) +
+         ']');
+  return !refuses("send", request, true);
+}
+
+bool FakeInternet::query_status(void* request, char* text, std::uint32_t size) {
+  record("status " + name_of(request) + ' ' + std::to_string(size));
+  if (refuses("status", request, true) || status.size() >= size) {
+    return false;
+  }
+  std::memcpy(text, status.c_str(), status.size() + 1);
+  return true;
+}
+
+bool FakeInternet::read(void* request, void* buffer, std::uint32_t size, std::uint32_t& bytes) {
+  record("read " + name_of(request) + ' ' + std::to_string(size));
+  bytes = 0;
+  if (chunks.empty()) {
+    return !refuses("read", request, true);
+  }
+  const std::string chunk = chunks.front().substr(0, size);
+  chunks.pop_front();
+  std::memcpy(buffer, chunk.data(), chunk.size());
+  bytes = static_cast<std::uint32_t>(chunk.size());
+  return true;
+}
+
+bool FakeInternet::write(void* request, const void* data, std::uint32_t size,
+                         std::uint32_t& bytes) {
+  record("write " + name_of(request) + ' ' + std::to_string(size));
+  Write answer = {true, size};
+  if (!writes.empty()) {
+    answer = writes.front();
+    writes.pop_front();
+  }
+  if (answer.done) {
+    written.append(static_cast<const char*>(data), answer.bytes);
+  }
+  bytes = answer.bytes;
+  return answer.done;
+}
+
+void FakeInternet::close(void* handle) {
+  record("close " + name_of(handle));
+  open_handles.erase(handle);
+}
+
+bool FakeInternet::refuses(const std::string& call, void* handle, bool needs_handle) {
+  if (needs_handle && open_handles.count(handle) == 0) {
+    port::set_last_system_error(kInvalidHandle);
+    return true;
+  }
+  const auto refusal = refusals.find(call);
+  if (refusal == refusals.end()) {
+    return false;
+  }
+  port::set_last_system_error(refusal->second);
+  return true;
+}
+
+std::string FakeInternet::name_of(void* handle) const {
+  const auto found = open_handles.find(handle);
+  return found != open_handles.end() ? found->second : "none";
+}
+
+void* FakeInternet::add_handle(const std::string& kind) {
+  ++handles_made_;
+  void* handle = reinterpret_cast<void*>(handles_made_);
+  open_handles[handle] = kind + std::to_string(handles_made_);
+  return handle;
+}
+
+void FakeInternet::record(const std::string& call) {
+  calls.push_back(call);
+}
+
+}  // namespace orsin::test

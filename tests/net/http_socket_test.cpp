@@ -1,0 +1,522 @@
+// The HTTP client against a library that records what it is asked: which calls, in which order, with
+// which arguments, and what each failure leaves behind.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "core/log_port.h"
+#include "orsincore/network.h"
+#include "tests/native/fake_internet.h"
+
+namespace orsin {
+namespace {
+
+using test::InternetScript;
+using Lines = std::vector<std::string>;
+
+constexpr unsigned kAccessDenied = 5;
+constexpr unsigned kNoUrl = 0xFFFFFFFF;
+
+std::string system_text(unsigned code) {
+  char text[256];
+  port::system_error_text(code, text, sizeof(text));
+  return text;
+}
+
+// The client with its protected members open; the constructor's calls are taken off the record.
+class Client : public ov_http_socket {
+ public:
+  Client() { test::fake_internet().calls.clear(); }
+  using ov_http_socket::OpenUrl;
+  using ov_http_socket::PostUrl;
+  using ov_http_socket::SetStatusCode;
+
+  std::string get(const char* url) {
+    unsigned long long bytes = 0;
+    const char* data = GetHttpData(url, OV_HTTP_GET, nullptr, -1, nullptr, &bytes);
+    return data != nullptr ? std::string(data, bytes) : "(none)";
+  }
+};
+
+class HttpSocket : public testing::Test {
+ protected:
+  InternetScript internet_;
+};
+
+TEST_F(HttpSocket, OpensASessionWithTheDefaultTimeOuts) {
+  const ov_http_socket socket;
+
+  EXPECT_EQ(internet_->calls, (Lines{"open KORVANE", "option session1 2 30000",
+                                     "option session1 5 300000", "option session1 6 300000"}));
+}
+
+TEST_F(HttpSocket, StartsWithoutAStatusAndWithoutAnError) {
+  ov_http_socket socket;
+
+  EXPECT_EQ(socket.GetStatusCode(), 0);
+  EXPECT_EQ(socket.LastErrorString(), system_text(0));
+}
+
+TEST_F(HttpSocket, SetsNoTimeOutsWithoutASession) {
+  internet_->refusals["open"] = kAccessDenied;
+
+  ov_http_socket socket;
+
+  EXPECT_EQ(internet_->calls, Lines{"open KORVANE"});
+  EXPECT_FALSE(socket.SetTimeOut(1, 2, 3));
+  EXPECT_EQ(internet_->calls, Lines{"open KORVANE"});
+}
+
+TEST_F(HttpSocket, FailsEveryCallWithoutASession) {
+  internet_->refusals["open"] = kAccessDenied;
+  Client client;
+  unsigned char payload[] = {1};
+
+  EXPECT_EQ(client.get("http://example.org/"), "(none)");
+  EXPECT_EQ(client.PutHttpData("http://example.org/", payload, 1, OV_HTTP_GET, nullptr, 0, nullptr),
+            -1);
+  EXPECT_EQ(client.GetHttpData("http://example.org/", OV_HTTP_POST, "", 0, nullptr, nullptr),
+            nullptr);
+  EXPECT_EQ(client.GetStatusCode(), 0);
+}
+
+TEST_F(HttpSocket, SetsAllThreeTimeOuts) {
+  Client client;
+
+  EXPECT_TRUE(client.SetTimeOut(1, 2, 3));
+
+  EXPECT_EQ(internet_->calls,
+            (Lines{"option session1 2 1", "option session1 5 2", "option session1 6 3"}));
+}
+
+TEST_F(HttpSocket, AttemptsAllTimeOutsEvenIfOneIsRefused) {
+  for (const char* option : {"option 2", "option 5", "option 6"}) {
+    SCOPED_TRACE(option);
+    const InternetScript internet;
+    Client client;
+    internet->refusals[option] = kAccessDenied;
+
+    EXPECT_FALSE(client.SetTimeOut(500, 500, 500));
+
+    EXPECT_EQ(internet->calls.size(), 3u);
+  }
+}
+
+TEST_F(HttpSocket, ClosesSessionRequestAndConnectionInThisOrder) {
+  {
+    Client client;
+    ASSERT_TRUE(client.PostUrl("http://example.org/a", OV_HTTP_POST, "", 0, nullptr));
+    internet_->calls.clear();
+  }
+
+  EXPECT_EQ(internet_->calls, (Lines{"close session1", "close request3", "close connection2"}));
+  EXPECT_TRUE(internet_->open_handles.empty());
+}
+
+TEST_F(HttpSocket, ClosesOnlyWhatIsOpen) {
+  { const Client client; }
+
+  EXPECT_EQ(internet_->calls, Lines{"close session1"});
+}
+
+TEST_F(HttpSocket, GetsThroughTheUrlOpener) {
+  internet_->chunks = {"hello", ", world"};
+  Client client;
+
+  EXPECT_EQ(client.get("http://example.org/a?b"), "hello, world");
+
+  EXPECT_EQ(internet_->calls,
+            (Lines{"open_url session1 http://example.org/a?b 500", "status request2 8",
+                   "read request2 8192", "read request2 8192", "read request2 8192"}));
+  EXPECT_EQ(client.GetStatusCode(), 200);
+}
+
+TEST_F(HttpSocket, ClosesThePreviousRequestBeforeTheNextGet) {
+  Client client;
+  client.get("http://example.org/1");
+  internet_->calls.clear();
+
+  client.get("http://example.org/2");
+
+  EXPECT_EQ(internet_->calls.at(0), "close request2");
+  EXPECT_EQ(internet_->calls.at(1), "open_url session1 http://example.org/2 500");
+}
+
+TEST_F(HttpSocket, ReturnsTheBodyOfAnErrorAnswer) {
+  internet_->status = "404";
+  internet_->chunks = {"no such page"};
+  Client client;
+
+  EXPECT_EQ(client.get("http://example.org/"), "no such page");
+
+  EXPECT_EQ(client.GetStatusCode(), 404);
+}
+
+TEST_F(HttpSocket, TerminatesTheBody) {
+  internet_->chunks = {std::string(8192, 'x'), std::string(8192, 'y')};
+  Client client;
+  unsigned long long bytes = 0;
+
+  const char* data =
+      client.GetHttpData("http://example.org/", OV_HTTP_GET, nullptr, -1, nullptr, &bytes);
+
+  ASSERT_NE(data, nullptr);
+  EXPECT_EQ(bytes, 16384u);
+  EXPECT_EQ(std::strlen(data), 16384u);
+}
+
+TEST_F(HttpSocket, ReadsABodyOfOneChunkInOneRead) {
+  internet_->chunks = {std::string(8192, 'x')};
+  Client client;
+
+  EXPECT_EQ(client.get("http://example.org/").size(), 8192u);
+
+  EXPECT_EQ(internet_->calls,
+            (Lines{"open_url session1 http://example.org/ 500", "status request2 8",
+                   "read request2 8192", "read request2 8192"}));
+}
+
+TEST_F(HttpSocket, GivesAnEmptyTextForAnEmptyBody) {
+  Client client;
+
+  EXPECT_EQ(client.get("http://example.org/"), "");
+}
+
+TEST_F(HttpSocket, NeedsNoPlaceForTheLength) {
+  internet_->chunks = {"text"};
+  Client client;
+
+  EXPECT_STREQ(
+      client.GetHttpData("http://example.org/", OV_HTTP_GET, nullptr, -1, nullptr, nullptr),
+      "text");
+}
+
+TEST_F(HttpSocket, KeepsABodyThatAFailedReadCutShort) {
+  internet_->chunks = {"half a bo"};
+  internet_->refusals["read"] = kAccessDenied;
+  Client client;
+
+  EXPECT_EQ(client.get("http://example.org/"), "half a bo");
+
+  EXPECT_EQ(client.LastErrorString(), system_text(0));
+}
+
+TEST_F(HttpSocket, KeepsTheStatusAtZeroWhenItCannotBeAsked) {
+  internet_->refusals["status"] = kAccessDenied;
+  internet_->chunks = {"text"};
+  Client client;
+
+  EXPECT_EQ(client.get("http://example.org/"), "text");
+
+  EXPECT_EQ(client.GetStatusCode(), 0);
+}
+
+TEST_F(HttpSocket, FailsWithMinusOneWithoutAUrl) {
+  unsigned char payload[] = {1};
+  unsigned long long bytes = 42;
+  Client client;
+  client.get("http://example.org/");
+  internet_->calls.clear();
+
+  EXPECT_EQ(client.GetHttpData(nullptr, OV_HTTP_GET, nullptr, -1, nullptr, &bytes), nullptr);
+  EXPECT_EQ(bytes, 42u);
+  EXPECT_EQ(client.GetStatusCode(), 0);
+  EXPECT_EQ(client.LastErrorString(), system_text(kNoUrl));
+  EXPECT_EQ(client.PutHttpData(nullptr, payload, 1, OV_HTTP_POST, nullptr, 0, nullptr), -1);
+  EXPECT_EQ(client.LastErrorString(), system_text(kNoUrl));
+  EXPECT_TRUE(internet_->calls.empty());
+}
+
+TEST_F(HttpSocket, StoresTheErrorOfAUrlThatCannotBeOpened) {
+  Client client;
+  client.get("http://example.org/");
+  unsigned long long bytes = 42;
+  internet_->refusals["open_url"] = kAccessDenied;
+
+  EXPECT_EQ(client.GetHttpData("http://example.org/", OV_HTTP_GET, nullptr, -1, nullptr, &bytes),
+            nullptr);
+
+  EXPECT_EQ(bytes, 42u);
+  EXPECT_EQ(client.GetStatusCode(), 0);
+  EXPECT_EQ(client.LastErrorString(), system_text(kAccessDenied));
+}
+
+TEST_F(HttpSocket, KeepsThePreviousBodyUntilAnAnswerComes) {
+  internet_->chunks = {"first"};
+  Client client;
+  const char* first =
+      client.GetHttpData("http://example.org/", OV_HTTP_GET, nullptr, -1, nullptr, nullptr);
+  internet_->refusals["open_url"] = kAccessDenied;
+
+  client.get("http://example.org/");
+
+  EXPECT_STREQ(first, "first");
+}
+
+TEST_F(HttpSocket, PostsInFourSteps) {
+  Client client;
+
+  EXPECT_TRUE(client.PostUrl("https://example.org/a?b", OV_HTTP_POST, "x=1", -1, "A: b"));
+
+  EXPECT_EQ(internet_->calls,
+            (Lines{"split https://example.org/a?b", "connect session1 example.org 443 4000000",
+                   "open_request connection2 POST /a?b 4803000", "send request3 [A: b] [x=1]"}));
+}
+
+TEST_F(HttpSocket, UsesTheMethodOfTheType) {
+  const struct {
+    int type;
+    const char* method;
+  } cases[] = {{1, "POST"}, {2, "PUT"}, {3, "PATCH"}, {4, "DELETE"}, {5, "PUT"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.type);
+    const InternetScript internet;
+    Client client;
+
+    client.GetHttpData("http://example.org/", static_cast<ov_http_request_type>(c.type), "", 0,
+                       nullptr, nullptr);
+
+    EXPECT_EQ(internet->calls.at(2),
+              std::string("open_request connection2 ") + c.method + " / 4000000");
+  }
+}
+
+TEST_F(HttpSocket, CallsTheBodyAFormUnlessTold) {
+  Client client;
+
+  client.PostUrl("http://example.org/", OV_HTTP_POST, "x=1", -1, nullptr);
+
+  EXPECT_EQ(internet_->calls.back(),
+            "send request3 [Content-Type: application/x-www-form-urlencoded] [x=1]");
+}
+
+TEST_F(HttpSocket, SendsNoHeadersWhenTheyAreEmpty) {
+  Client client;
+
+  client.PostUrl("http://example.org/", OV_HTTP_POST, "x=1", -1, "");
+
+  EXPECT_EQ(internet_->calls.back(), "send request3 [] [x=1]");
+}
+
+TEST_F(HttpSocket, SendsAsMuchOfTheBodyAsTheLengthSays) {
+  const struct {
+    const char* data;
+    int length;
+    const char* body;
+  } cases[] = {{"x=1", -1, "[x=1]"}, {"x=1", 0, "[]"},    {"x=1", 2, "[x=]"},
+               {"", -1, "[]"},       {nullptr, -1, "[]"}, {nullptr, 0, "[]"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.length);
+    const InternetScript internet;
+    Client client;
+
+    client.PostUrl("http://example.org/", OV_HTTP_PUT, c.data, c.length, "A: b");
+
+    EXPECT_EQ(internet->calls.back(), std::string("send request3 [A: b] ") + c.body);
+  }
+}
+
+TEST_F(HttpSocket, LeavesTlsOutOnOtherPortsWhenTheSecureFlagIsClear) {
+  Client client;
+  client.SetSecureFlag(false);
+
+  client.PostUrl("http://example.org:8080/", OV_HTTP_POST, "", 0, "");
+  client.SetSecureFlag(true);
+  client.PostUrl("http://example.org:8080/", OV_HTTP_POST, "", 0, "");
+
+  EXPECT_EQ(internet_->calls.at(1), "connect session1 example.org 8080 4000000");
+  EXPECT_EQ(internet_->calls.at(2), "open_request connection2 POST / 4003000");
+  EXPECT_EQ(internet_->calls.at(8), "open_request connection4 POST / 4803000");
+}
+
+TEST_F(HttpSocket, KeepsTlsOutOnPort59928EvenForHttps) {
+  Client client;
+
+  client.PostUrl("https://example.org:59928/", OV_HTTP_POST, "", 0, "");
+
+  EXPECT_EQ(internet_->calls.at(2), "open_request connection2 POST / 4000000");
+}
+
+TEST_F(HttpSocket, ClosesConnectionThenRequestBeforeTheNextPost) {
+  Client client;
+  client.PostUrl("http://example.org/1", OV_HTTP_POST, "", 0, "");
+  internet_->calls.clear();
+
+  client.PostUrl("http://example.org/2", OV_HTTP_POST, "", 0, "");
+
+  EXPECT_EQ(internet_->calls,
+            (Lines{"split http://example.org/2", "close connection2", "close request3",
+                   "connect session1 example.org 80 4000000",
+                   "open_request connection4 POST /2 4000000", "send request5 [] []"}));
+}
+
+TEST_F(HttpSocket, StoresTheErrorOfTheStepThatFailed) {
+  const struct {
+    const char* step;
+    Lines open_after;
+  } cases[] = {{"split", {"session1"}},
+               {"connect", {"session1"}},
+               {"open_request", {"session1", "connection2"}},
+               {"send", {"session1", "connection2", "request3"}}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.step);
+    const InternetScript internet;
+    internet->refusals[c.step] = kAccessDenied;
+    Client client;
+    unsigned long long bytes = 42;
+
+    EXPECT_EQ(client.GetHttpData("http://example.org/", OV_HTTP_POST, "", 0, "", &bytes), nullptr);
+
+    EXPECT_EQ(bytes, 42u);
+    EXPECT_EQ(client.GetStatusCode(), 0);
+    EXPECT_EQ(client.LastErrorString(), system_text(kAccessDenied));
+    Lines open;
+    for (const auto& [handle, name] : internet->open_handles) {
+      open.push_back(name);
+    }
+    EXPECT_EQ(open, c.open_after);
+  }
+}
+
+TEST_F(HttpSocket, ClosesWhatAFailedRequestLeftBehind) {
+  {
+    internet_->refusals["send"] = kAccessDenied;
+    Client client;
+    client.GetHttpData("http://example.org/", OV_HTTP_POST, "", 0, "", nullptr);
+    internet_->refusals.clear();
+    client.GetHttpData("http://example.org/", OV_HTTP_POST, "", 0, "", nullptr);
+    EXPECT_EQ(internet_->open_handles.size(), 3u);
+  }
+
+  EXPECT_TRUE(internet_->open_handles.empty());
+}
+
+TEST_F(HttpSocket, ReadsNoStatusWithoutARequest) {
+  Client client;
+
+  client.SetStatusCode();
+
+  EXPECT_TRUE(internet_->calls.empty());
+  EXPECT_EQ(client.GetStatusCode(), 0);
+}
+
+TEST_F(HttpSocket, KeepsBothCopiesOnTheSameHandles) {
+  // Only one of two copies may be destroyed, so the other lives in memory that nobody destroys.
+  alignas(ov_http_socket) unsigned char storage[sizeof(ov_http_socket)];
+  internet_->chunks = {"text"};
+  {
+    Client original;
+    original.SetSecureFlag(false);
+    const char* body =
+        original.GetHttpData("http://example.org/", OV_HTTP_GET, nullptr, -1, nullptr, nullptr);
+    internet_->refusals["open"] = kAccessDenied;
+    auto* copy = new (storage) ov_http_socket;
+    internet_->refusals.clear();
+
+    *copy = original;
+
+    EXPECT_EQ(copy->GetStatusCode(), 200);
+    EXPECT_EQ(std::memcmp(storage, static_cast<ov_http_socket*>(&original), 40), 0);
+    EXPECT_STREQ(body, "text");
+    internet_->calls.clear();
+    EXPECT_TRUE(copy->SetTimeOut(1, 2, 3));
+    EXPECT_EQ(internet_->calls.at(0), "option session1 2 1");
+  }
+  EXPECT_TRUE(internet_->open_handles.empty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Payloads
+// ---------------------------------------------------------------------------------------------
+
+class Payload : public HttpSocket {
+ protected:
+  int put(std::string_view payload) {
+    std::string bytes(payload);
+    return client_.PutHttpData("http://example.org/", reinterpret_cast<unsigned char*>(&bytes[0]),
+                               static_cast<int>(bytes.size()), OV_HTTP_PUT, "", 0, "");
+  }
+
+  Client client_;
+};
+
+TEST_F(Payload, IsWrittenOnTheRequest) {
+  EXPECT_EQ(put("payload"), 7);
+
+  EXPECT_EQ(internet_->calls.at(4), "status request3 8");
+  EXPECT_EQ(internet_->calls.at(5), "write request3 7");
+  EXPECT_EQ(internet_->calls.size(), 6u);
+  EXPECT_EQ(internet_->written, "payload");
+  EXPECT_EQ(client_.GetStatusCode(), 200);
+}
+
+TEST_F(Payload, FollowsAGetThroughTheUrlOpener) {
+  unsigned char payload[] = {'a', 'b'};
+
+  EXPECT_EQ(
+      client_.PutHttpData("http://example.org/", payload, 2, OV_HTTP_GET, nullptr, 0, nullptr), 2);
+
+  EXPECT_EQ(internet_->calls, (Lines{"open_url session1 http://example.org/ 500",
+                                     "status request2 8", "write request2 2"}));
+}
+
+TEST_F(Payload, IsNotWrittenWhenThereIsNone) {
+  unsigned char payload[] = {1};
+
+  EXPECT_EQ(client_.PutHttpData("http://example.org/", nullptr, 7, OV_HTTP_PUT, "", 0, ""), 0);
+  EXPECT_EQ(client_.PutHttpData("http://example.org/", payload, 0, OV_HTTP_PUT, "", 0, ""), 0);
+  EXPECT_EQ(client_.PutHttpData("http://example.org/", payload, -1, OV_HTTP_PUT, "", 0, ""), 0);
+
+  EXPECT_EQ(internet_->written, "");
+  EXPECT_EQ(client_.GetStatusCode(), 200);
+}
+
+TEST_F(Payload, FailsWithMinusOneWhenTheRequestFails) {
+  internet_->refusals["send"] = kAccessDenied;
+
+  EXPECT_EQ(put("payload"), -1);
+
+  EXPECT_EQ(client_.LastErrorString(), system_text(kAccessDenied));
+  EXPECT_EQ(client_.GetStatusCode(), 0);
+}
+
+TEST_F(Payload, KeepsTheLastCountAsItsResult) {
+  internet_->writes = {{true, 4}};
+
+  EXPECT_EQ(put("payload"), 3);
+
+  EXPECT_EQ(internet_->calls.at(5), "write request3 7");
+  EXPECT_EQ(internet_->calls.at(6), "write request3 3");
+  EXPECT_EQ(internet_->written, "payload");
+}
+
+TEST_F(Payload, EndsWithAWriteThatTakesNothing) {
+  internet_->writes = {{true, 4}, {true, 0}};
+
+  EXPECT_EQ(put("payload"), 0);
+
+  EXPECT_EQ(internet_->written, "payl");
+}
+
+TEST_F(Payload, GivesTheCountOfAFirstWriteThatFails) {
+  internet_->writes = {{false, 5}};
+  EXPECT_EQ(put("payload"), 5);
+
+  internet_->writes = {{false, 0}};
+  EXPECT_EQ(put("payload"), 0);
+
+  internet_->writes = {{false, 0xFFFFFFFF}};
+  EXPECT_EQ(put("payload"), -1);
+}
+
+TEST_F(Payload, GivesTheCountOfALaterWriteThatFails) {
+  internet_->writes = {{true, 4}, {false, 1}};
+
+  EXPECT_EQ(put("payload"), 1);
+}
+
+}  // namespace
+}  // namespace orsin
