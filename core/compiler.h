@@ -7,8 +7,8 @@
 //   ORSIN_TARGET(isa)        compiles one function for a newer instruction set ("avx2"); call it
 //                            only after asking the processor
 //   ORSIN_NOINLINE           keeps a rare path out of a hot function
-//   ORSIN_FSEEK64, _FTELL64  position of a C stream in 64 bits, which `long` does not have on Windows
 //   ORSIN_FLATTEN            inlines everything that a function calls
+//   ORSIN_FSEEK64, _FTELL64  position of a C stream in 64 bits, which `long` does not have on Windows
 //   ORSIN_LINK_NAME(name)    declares a C++ function of the MSVC run-time library by the name that
 //                            MSVC gives it; MSVC itself needs no help
 #pragma once

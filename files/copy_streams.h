@@ -36,12 +36,12 @@ using BorrowedWriter = Borrowed<fWriteBuffer>;
 /// Opens a source as every copy does: others may read it, nobody may change it meanwhile.
 [[nodiscard]] bool open_source(fReadBuffer& reader, const char* path);
 
-/// Opens a destination as every copy does: unshared, what it held is replaced as data comes. Refuses
-/// a read-only file.
+/// Opens a destination as every copy does: unshared, what it held is replaced as data comes.
+/// Refuses a read-only file.
 [[nodiscard]] bool create_destination(fWriteBuffer& writer, const char* path);
 
-/// Closes the file of a writer made here as it is: nothing is written, nothing cut. A caller's writer
-/// is left alone.
+/// Closes the file of a writer made here as it is: nothing is written, nothing cut. A caller's
+/// writer is left alone.
 void abandon_destination(const BorrowedWriter& writer);
 
 /// One run of bytes of the source; null at its end. Valid until the reader moves on.

@@ -5,8 +5,8 @@
 //
 // What was there before is safe: the source stays open and shared for reading only until the last
 // byte is written, and destinations are opened unshared. So a destination that is the source under
-// another spelling of its name, or the same file twice in the list, cannot be opened: result -2. The
-// destinations opened before it then still hold what they held.
+// another spelling of its name, or the same file twice in the list, cannot be opened: result -2.
+// The destinations opened before it then still hold what they held.
 #include <cstring>
 #include <optional>
 

@@ -2,8 +2,8 @@
 // everyone_access_win.cpp answer.
 //
 // Paths are UTF-8 with backslashes, converted to at most 260 units right before the system call; a
-// null path, or one of 260 bytes or more, fails like an empty one. A call that fails leaves the thread's last error, and errno
-// where it says so. Nothing is logged, nothing is tried twice.
+// null path, or one of 260 bytes or more, fails like an empty one. A call that fails leaves the
+// thread's last error, and errno where it says so. Nothing is logged, nothing is tried twice.
 #pragma once
 
 #include <cstdint>

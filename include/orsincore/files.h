@@ -1,13 +1,14 @@
 /// @file
 /// File utilities, directory lists, volumes, and the small whole-file stream.
 ///
-/// Every path is NUL-terminated UTF-8 of at most 260 bytes with its terminator; longer ones are cut
-/// where a function says so. The separator that is looked for is the backslash; the slash is seen
-/// only where a function says so. Nothing throws: a failure is a return value, and the log holds a
-/// line only where a function says so.
+/// Every path is NUL-terminated UTF-8 of at most 260 bytes with its terminator, and not null unless
+/// a function says so. A longer one names nothing: it is never cut to another file's name. The
+/// separator that is looked for is the backslash; the slash is seen only where a function says so.
+/// Nothing throws: a failure is a return value, and the log holds a line only where a function says
+/// so.
 ///
-/// Volumes are asked for by path, too; those functions hand the path to the system unchanged, in its
-/// narrow code page.
+/// Volumes are asked for by path, too; those functions hand the path to the system unchanged, in
+/// its narrow code page.
 ///
 /// Times called "ts" are whole seconds since 1970-01-01 00:00:00 UTC. Times in a directory list are
 /// the system's own: units of 100 ns since 1601-01-01 00:00:00 UTC.
@@ -60,8 +61,8 @@ struct dir_list {
 ///              regard to case. Anything else sorts `entries`: directories first, then older ones,
 ///              then by name. See flist_sort().
 /// @return The caller's, until flist_delete(). A directory that cannot be opened gives an empty
-///         list and one warning. Null when the path is 258 bytes or longer, memory is short, or there
-///         are no drives.
+///         list and one warning. Null when the path is 258 bytes or longer, memory is short, or
+///         there are no drives.
 /// Any thread. Windows: FindFirstFileExW.
 ORSIN_API dir_list* flist_new(const char* path, int sort);
 
@@ -72,9 +73,10 @@ ORSIN_API dir_list* flist_new(const char* path, int sort);
 /// unless bit 0 of `flags` is set. Paths that would not fit into 260 bytes are left out. Unsorted.
 ///
 /// @param recursive  Also looks into all subdirectories.
+/// @param flags  Bit 0: letters match in their own case only.
 /// @return The caller's, until flist_delete(). Null when `dir` is 260 bytes or longer, memory is
 ///         short or nothing matched. A directory that cannot be opened writes one warning.
-/// Any thread.
+/// Any thread. Windows: FindFirstFileExW.
 ORSIN_API dir_list* flist_findfiles(const char* dir, const char* pattern, bool recursive,
                                     unsigned int flags);
 
@@ -85,16 +87,18 @@ ORSIN_API dir_list* flist_findfiles(const char* dir, const char* pattern, bool r
 /// Any thread. Windows: GetLogicalDriveStringsW, GetVolumeInformationW, WNetGetUniversalNameW.
 ORSIN_API dir_list* flist_mountp(bool name_is_label);
 
-/// Sorts a list as flist_new() would have.
+/// Sorts a list as flist_new() would have: mode 1 `files` and `dirs` by name, any mode but 0 and 1
+/// `entries` by kind, time and name. Equal elements keep their order.
 ///
-/// Mode 2 and above needs at least two files or two directories to do anything: one file beside one
-/// directory keeps discovery order. Null or mode 0 does nothing.
+/// Sorting `entries` needs at least two files or two directories to do anything: one file beside
+/// one directory keeps discovery order. Null or mode 0 does nothing. The list's own thread.
 ORSIN_API void flist_sort(dir_list* list, int sort);
 
 /// Gives a list and all its names back. Null does nothing. Any thread.
 ORSIN_API void flist_delete(dir_list* list);
 
-/// Gives the storage of all names back to the system; at closedown, when no list is alive.
+/// Gives the storage of all names back to the system, once no list is alive or being built any
+/// more. Closedown calls it; the next listing starts anew. One thread.
 ORSIN_API void flist_flushcache();
 
 /// Compares two file names as people number them: "take9.wav" before "take10.wav".
@@ -103,7 +107,10 @@ ORSIN_API void flist_flushcache();
 /// differ compare byte by byte instead. The relation is therefore not transitive across extensions:
 /// give it to no sort that assumes an order. Neither may be null. Any thread.
 ///
-/// @return Negative, 0 or positive.
+/// A run of digits ends before the digit that would overflow 32 bits; "007" equals "7" there, and
+/// the comparison goes on behind both.
+///
+/// @return Negative, 0 or positive: 1 and -1 where numbers differ, else the distance of the bytes.
 ORSIN_API int file_namecmp(const char* a, const char* b);
 
 // ---------------------------------------------------------------------------------------------
@@ -116,13 +123,16 @@ ORSIN_API int file_exists(const char* path);
 /// 1 when the path exists and is a directory, else 0. Any thread.
 ORSIN_API int file_is_directory(const char* path);
 
-/// True when the file cannot be opened for reading; a missing file counts as in use. Any thread.
+/// True when the file cannot be opened for reading; a missing file counts as in use, so ask for its
+/// existence first. Any thread. Windows: _wfopen.
 ORSIN_API bool file_in_use(const char* path);
 
 /// Tests whether the last component of a path ends with `ext`, without regard to case.
 ///
-/// @param ext  A plain suffix: include the dot if it is meant.
-/// @return Where the suffix starts in `path`, or null. Any thread.
+/// @param path  The last component starts at its last backslash, which belongs to it.
+/// @param ext   A plain suffix: include the dot if it is meant.
+/// @return Where the suffix starts in `path`, or null, also when it is longer than the component.
+/// Any thread.
 ORSIN_API const char* file_extension(const char* path, const char* ext);
 /// @overload
 ORSIN_API char* file_extension(char* path, const char* ext);
@@ -134,6 +144,7 @@ ORSIN_API long long file_size(const char* path);
 /// or empty.
 ///
 /// @param name  When given and not empty, the entry of `dir` to look at; else `dir` itself.
+/// Any thread. Windows: GetFileAttributesW.
 ORSIN_API int file_is_hidden(const char* dir, const char* name);
 
 /// 0: directories that pass for one file do not exist on this platform.
@@ -144,27 +155,31 @@ ORSIN_API int file_is_bundle(const char* path);
 ORSIN_API int is_removable_drive(const char* path);
 
 /// 1 when the volume of a path is on the network, else 0; warns when the volume cannot be found.
+/// Any thread. Windows: GetVolumePathNameA, GetDriveTypeA.
 ORSIN_API int is_remote_network_drive(const char* path);
 
 // ---------------------------------------------------------------------------------------------
 // Sizes and times
 // ---------------------------------------------------------------------------------------------
 
-/// Writes a size with its unit, "1.5 KB" or "1 MB"; factors of 1024, from "B" to "EB".
+/// Writes a size with its unit, "1.5 KB" or "1 MB"; factors of 1024, from "B" to "EB". Whole values
+/// have no decimals, others one. Beyond 1024 EB the number grows.
 ///
 /// @param out   Receives the text, cut to fit.
 /// @param size  Bytes of `out`.
 /// @return True. Any thread.
 ORSIN_API bool file_size_label(float bytes, char* out, int size);
 
-/// The same for a number in text. False, with nothing written, when the text is null or empty.
+/// The same for a number in text, read as atof() does. False, with nothing written, when the text
+/// is null or empty.
 ORSIN_API bool file_size_label(const char* text, char* out, int size);
 
 /// Sets the time of the last write and no other. False when the file cannot be opened or the time
 /// cannot be set. Any thread. Windows: SetFileTime.
 ORSIN_API bool file_set_modified_ts(const char* path, unsigned long long ts);
 
-/// The time of the last write; 0 when the attributes cannot be read. Any thread.
+/// The time of the last write; 0 when the attributes cannot be read. Any thread. Windows:
+/// GetFileAttributesExW.
 ORSIN_API unsigned long long file_get_modified_ts(const char* path);
 
 /// Writes a time as local date and time in the user's date format: "31.01.2024 12:34".
@@ -173,14 +188,17 @@ ORSIN_API unsigned long long file_get_modified_ts(const char* path);
 /// @return True. Any thread. Windows: GetDateFormatA, GetTimeFormatA.
 ORSIN_API bool file_ts_2_txt(unsigned long long ts, char* out, int size);
 
-/// The same for a file's last write. False when the attributes cannot be read.
+/// The same for a file's last write. False, with nothing written, when the attributes cannot be
+/// read.
 ORSIN_API bool file_get_local_datetime_str(const char* path, char* out, int size);
 
 /// Writes the date of a file's last write.
 ///
 /// @param mode  0: the local date, "2024-01-31". 2: UTC, "2024-01-31T12:34:56+00:00". Any other:
 ///              UTC, "2024-01-31T12:34:56Z".
-/// @return False when the attributes cannot be read. Any thread.
+/// @param size  Bytes of `out`; a piece that does not fit is left out or cut.
+/// @return False, with nothing written, when the attributes cannot be read. Any thread. Windows:
+///         GetDateFormatA, GetTimeFormatA.
 ORSIN_API bool file_get_mod_date_str(const char* path, char* out, int size, int mode);
 
 // ---------------------------------------------------------------------------------------------
@@ -190,16 +208,21 @@ ORSIN_API bool file_get_mod_date_str(const char* path, char* out, int size, int 
 /// Makes a directory that everybody may use (an inheritable entry for the world group).
 ///
 /// @param parents  Also makes the missing directories above it.
-/// @return 0 when it was made at once, 1 when parents had to be made first, -1 on failure; an
-///         existing directory is a failure. Any thread.
+/// @return 0 when it was made at once, 1 when parents had to be made first, -1 on failure with the
+///         reason in errno; an existing directory is a failure. Any thread. An error line is
+///         written only when the world group cannot be let in; the directory is made all the same.
+/// Windows: _wmkdir, SetEntriesInAclA, SetSecurityInfo.
 ORSIN_API int file_create_directory(const char* path, bool parents);
 
-/// Deletes a file or an empty directory. 0, or -1 with the reason in errno. Any thread.
+/// Deletes a file or an empty directory. 0, or -1 with the reason in errno. Any thread. Windows:
+/// _wunlink, _wrmdir.
 ORSIN_API int file_delete(const char* path);
 
 /// Deletes a directory with its files, and its subdirectories when `recursive`.
 ///
-/// System entries and hidden entries whose name begins with "." are not seen, and keep it alive.
+/// System entries and hidden entries whose name begins with "." are not seen, and keep it alive. A
+/// subdirectory that stays does not end the walk; a file that stays does. Given a file, deletes it.
+///
 /// @return 1 on success, -1 on failure. Any thread.
 ORSIN_API int file_delete_directory(const char* path, bool recursive);
 
@@ -210,6 +233,7 @@ ORSIN_API int file_delete_directory(const char* path, bool recursive);
 /// @param out   260 bytes; null uses a static buffer that the next such call overwrites.
 /// @return `out` or the static buffer; null when the path would exceed 260 bytes, or when the
 ///         directory cannot be made, after one error line.
+/// Any thread that gives a buffer of its own.
 ORSIN_API char* file_ensure_directory(const char* dir, const char* name, char* out);
 
 // ---------------------------------------------------------------------------------------------
@@ -226,20 +250,27 @@ ORSIN_API int file_copy(const char* src, const char* dst, bool overwrite, unsign
 /// Copies a file to up to 16 destinations in one read pass, with its last-write time and
 /// attributes. Missing directories of the destinations are made.
 ///
+/// The source is open meanwhile so that others may read it but not change it; destinations are open
+/// to nobody else. So a destination that is the source under another spelling of its name cannot be
+/// created. Times and attributes that could not be copied are warnings, if `verbose`.
+///
 /// @param dsts       Ends at the first null or empty entry. Null: the source is only read.
 /// @param overwrite  False refuses a destination that exists as a file.
-/// @param bytes      Grows by the bytes copied; never reset.
+/// @param bytes      Grows by the bytes copied; never reset. A source that could not be read to its
+///                   end counts as ended there: compare with its size.
 /// @param reader     The caller's, or null for one of eight 1 MiB buffers.
-/// @param writers    As many as destinations, ended by null; or null for writers of 16 MiB.
+/// @param writers    As many as destinations, ended by null; or null for writers of 16 MiB. The
+///                   caller's are closed after success; after a failure only the one that failed.
 /// @param progress   May be null. Sees each block before it is written, and (null, 0) at the end of
 ///                   a source that is not empty. May look at the bytes, not keep them.
 /// @param verbose    Writes an error line for what fails.
 /// @return 0; -1 source cannot be opened; -2 a destination cannot be created; -3 nothing can be
-///         read from a source that is not empty; -4 a destination has no backslash, or a directory part
-///         of 260 bytes or more; -5 a directory cannot be made; -6 no source; -7 a destination
-///         exists; -8 a write fell short; -9 source and destination are the same string; -12 as
-///         many writers as destinations are needed; -13 more than 16 destinations. What was already
-///         created stays on disk.
+///         read from a source that is not empty; -4 a destination has no backslash, or a directory
+///         part of 260 bytes or more; -5 a directory cannot be made; -6 no source; -7 a destination
+///         exists; -8 a write fell short or failed, the last one at closing included; -9 source and
+///         destination are the same string; -12 as many writers as destinations are needed; -13
+///         more than 16 destinations. What was already created stays on disk; until -8 no file that
+///         existed is changed.
 /// Any thread; the reader and the writers are used by this call alone.
 ORSIN_API int file_copy(const char* src, const char** dsts, bool overwrite,
                         unsigned long long& bytes, fReadBuffer* reader, fWriteBuffer** writers,
@@ -270,7 +301,8 @@ ORSIN_API int file_copy_secure(const char* src, const char* dst, bool overwrite,
 /// @param reader    The caller's, or null for one of eight 1 MiB buffers.
 /// @param expected  May be null.
 /// @return 0; -2 the file cannot be opened; -3 nothing can be read though it is not empty; -7 the
-///         digests differ.
+///         digests differ. The texts of -2 and -3 are kept for get_error_file_copy_secure().
+/// Any thread, but the kept text is one for the process.
 ORSIN_API int file_read_secure(const char* path, md5_state_s& md5, fReadBuffer* reader,
                                md5_state_s* expected);
 
@@ -278,10 +310,14 @@ ORSIN_API int file_read_secure(const char* path, md5_state_s& md5, fReadBuffer* 
 ///
 /// @param code  What the failing call returned; anything but -7 to -1 clears the text.
 /// @param log   Also writes it as an error line.
-/// @return The library's own buffer, which the next failure overwrites.
+/// @return The library's own buffer of 512 bytes, which the next failure overwrites. -6 leaves the
+///         text of the failure before.
 ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
 
 /// Copies a file, or the files of a directory, with times and attributes. Refuses empty files.
+///
+/// Times and attributes are copied by the system's narrow calls: those of names outside its code
+/// page are lost, with a warning.
 ///
 /// @param dst        For a file source, the file or an existing directory to put it into.
 /// @param recursive  Also copies subdirectories.
@@ -289,26 +325,30 @@ ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
 /// @return For a directory the number of files copied, for a file 0; a missing source gives 0.
 ///         Negative on failure: -1 same string or source cannot be opened, -2 destination cannot be
 ///         created, -3 nothing read or a write fell short; -1 for a failure inside a tree.
-/// One call at a time in the process.
+/// The same string twice writes an error line. One call at a time in the process.
 ORSIN_API int ov_filecopy(const char* src, const char* dst, bool recursive,
                           unsigned long long& bytes);
 
 /// Renames a file, making the directory of its new name. Never replaces a file.
 ///
-/// @return 0; -4 to -7 and -9 as for file_copy(); -10 no destination; -11 the rename failed, which is
-///         also what `overwrite` gives when the destination exists. Any thread.
+/// @return 0; -4 to -7 and -9 as for file_copy(); -10 no destination; -11 the rename failed, which
+/// is also what `overwrite` gives when the destination exists. Any thread. Windows: _wrename.
 ORSIN_API int file_move(const char* src, const char* dst, bool overwrite);
 
 /// Rotates numbered copies: "app.log" becomes "app.1.log", "app.1.log" becomes "app.2.log", ...
 ///
 /// @param generations  The highest number kept; below 1 does nothing.
-/// @return Steps carried out; a failed rename counts as well and writes an error line.
+/// @return Steps carried out; a failed rename counts as well and writes an error line, as does an
+///         oldest one that cannot be removed.
+/// Any thread, one for each path.
 ORSIN_API int file_backup(const char* path, int generations);
 
 /// Finds a file as named or on the search list of settings directories that start-up sets.
 ///
 /// @param out  260 bytes for the path found; null, or `name` itself, is left alone.
-/// @return 1 when found, else 0.
+/// @return 1 when found, else 0; after an error line for a null or empty name. A missing
+/// environment variable in the list writes a debug line.
+/// Any thread.
 ORSIN_API int file_find(const char* name, char* out);
 
 /// Finds a file below a directory, depth first, subdirectories by name.
@@ -316,7 +356,7 @@ ORSIN_API int file_find(const char* name, char* out);
 /// @param name  Only its last component counts.
 /// @param out   Receives the path; scratch space when nothing is found.
 /// @param size  Bytes of `out`.
-/// @return 1 when found, else 0.
+/// @return 1 when found, else 0. Any thread.
 ORSIN_API int file_search(const char* dir, const char* name, char* out, std::size_t size);
 
 /// Copies a name, writing "_" for bytes that file names should not hold.
@@ -324,14 +364,14 @@ ORSIN_API int file_search(const char* dir, const char* name, char* out, std::siz
 /// @param out   Receives the name; as many bytes as `size`, or as the name when that is not
 ///              positive.
 /// @param size  Bytes of `out`; 0 or negative sets no bound.
-/// @return Bytes taken from `name`.
+/// @return Bytes taken from `name`, which may be null; `size` when it was cut. Any thread.
 ORSIN_API int ov_copy_valid_filename(char* out, const char* name, int size);
 
 // ---------------------------------------------------------------------------------------------
 // Volumes
 // ---------------------------------------------------------------------------------------------
 
-/// The free bytes of a path's volume, whatever the caller's quota; 0 on failure.
+/// The free bytes of a path's volume, whatever the caller's quota; 0 on failure. Any thread.
 /// Windows: GetDiskFreeSpaceExA.
 ORSIN_API unsigned long long ov_freespace(const char* path);
 
@@ -342,13 +382,17 @@ ORSIN_API unsigned long long ov_freespace(const char* path);
 /// One thread at a time. Windows: GetDiskFreeSpaceA, IOCTL_VOLUME_GET_VOLUME_DISK_EXTENTS.
 ORSIN_API bool ov_get_volumeinfo(const char* path, unsigned int& extents, unsigned int& cluster);
 
-/// The mount point of a path. False after a warning. Windows: GetVolumePathNameA.
+/// The mount point of a path, as in "C:\". False after a warning.
+///
+/// @param size  Bytes of `out`.
+/// Any thread. Windows: GetVolumePathNameA.
 ORSIN_API bool ov_get_volumepath(const char* path, char* out, std::size_t size);
 
-/// Whether a path is on a local fixed disk. Windows: GetDriveTypeA.
+/// Whether a path is on a local fixed disk; asks for its mount point when it is no root itself. Any
+/// thread. Windows: GetDriveTypeA, GetVolumePathNameA.
 ORSIN_API bool ov_localpath(const char* path);
 
-/// Writes a size as "1024 Kb", "2 Mb", "1.5 Gb" or "1.00 Tb".
+/// Writes a size as "1024 Kb", "2 Mb", "1.5 Gb" or "1.00 Tb"; each unit reaches up to 1024 of it.
 ///
 /// @param out  At least 32 bytes.
 /// @return True. Any thread.

@@ -1,5 +1,6 @@
 /// @file
-/// Text: UTF conversions and editing, localisation, bidirectional text, dates, hashes and encodings.
+/// Text: UTF conversions and editing, localisation, bidirectional text, dates, hashes and
+/// encodings.
 ///
 /// Strings are NUL-terminated. A character index counts code points, a byte offset counts bytes.
 /// UTF-8 that cannot be decoded is read as Latin-1, one byte a character, so decoding never fails.
@@ -24,10 +25,13 @@ ORSIN_API std::size_t ov_utf8_strlen(const char* s);
 /// is 0 and *pos stays.
 ORSIN_API int ov_utf8_get_code_point(const char* s, std::size_t* pos);
 
-/// Steps back one character from byte *pos and decodes it; 0 at the beginning.
+/// Steps back one character from byte *pos and decodes it; 0, with *pos left alone, at the
+/// beginning. Looks for a lead byte up to four bytes back; without one the byte before *pos is the
+/// character.
 ORSIN_API int ov_utf8_get_code_point_rev(const char* s, std::size_t* pos);
 
-/// Bytes of the next `count` characters from byte `start`, or up to the end of the string.
+/// Bytes of the next `count` characters from byte `start`, or up to the end of the string; 0 for a
+/// count below 1.
 ORSIN_API std::size_t ov_utf8_get_num_bytes(const char* s, std::size_t start, int count);
 
 /// 1 to 4; 0 for a value of 0x200000 or more. Negative values take 1.
@@ -45,10 +49,12 @@ ORSIN_API int ov_utf8_encode(int cp, char* dst, std::size_t n);
 /// @return The bytes inserted; 0, with nothing changed, if they do not fit.
 ORSIN_API int ov_utf8_insert_char(char* s, std::size_t n, int index, int cp);
 
-/// Removes up to `count` characters from a character index on. Returns the bytes removed.
+/// Removes up to `count` characters from a character index on. Returns the bytes removed; 0 when
+/// the index lies at or past the end.
 ORSIN_API std::size_t ov_utf8_erase(char* s, int index, int count);
 
-/// Inserts as many whole characters of `ins` as fit. Returns the bytes inserted.
+/// Inserts as many whole characters of `ins` as fit at a character index; past the end they are
+/// appended. Returns the bytes inserted.
 ///
 /// @param n  Bytes of the whole buffer.
 ORSIN_API std::size_t ov_utf8_insert(char* s, std::size_t n, int index, const char* ins);
@@ -67,7 +73,7 @@ ORSIN_API char* ov_utf8_validate(char* s);
 // pointers take the same data and measure it in bytes.
 // ---------------------------------------------------------------------------------------------
 
-/// The number of characters.
+/// The number of characters; a high surrogate and a low one behind it are one.
 ORSIN_API std::size_t ov_utf16_strlen(const unsigned short* s);
 ORSIN_API std::size_t ov_utf16_strlen(const char* s);  ///< @overload
 
@@ -86,8 +92,10 @@ ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);  ///< @overload
 // ---------------------------------------------------------------------------------------------
 // Conversions. Each returns dst, which is always terminated.
 //
-// Whole characters are written while they fit. Then the last element of dst becomes 0 in any case:
-// when the characters fill dst to the end, that cuts the last one. With n = 0 nothing is written.
+// Whole characters are written while they fit, the terminator by the same rule; what lies between
+// stays as it was. Then the last element of dst becomes 0 in any case: when the characters fill dst
+// to the end, that cuts the last one. With n = 0 nothing is written. Source and destination must
+// not overlap. Any thread.
 // ---------------------------------------------------------------------------------------------
 
 /// @param n  Bytes of dst.
@@ -190,11 +198,14 @@ ORSIN_API bool ov_save_language_cfg(const char* code);
 /// part of the interface. The algorithm is that of Unicode Annex 9, in GNU FriBidi.
 class ORSIN_API OvBidi {
  public:
+  /// @cond only Create() and Destroy() begin and end an object
   OvBidi() = default;
   OvBidi(const OvBidi&) = default;  // Copying the interface copies nothing of the text.
   OvBidi& operator=(const OvBidi&) = default;
+  /// @endcond
 
-  /// A new object without a text, left-to-right; release it by Destroy(). Null when memory is short.
+  /// A new object without a text, left-to-right; release it by Destroy(). Null when memory is
+  /// short.
   static OvBidi* Create();
   static OvBidi* Create(const char* text);  ///< The same, with SetText(text).
 
@@ -255,13 +266,13 @@ struct md5_state_s {
   unsigned char buf[64];  ///< The partial block.
 };
 
-/// Begins a message.
+/// Begins a message. Every function here needs it first.
 ORSIN_API void ov_md5_init(md5_state_s* state);
 
 /// Adds n bytes; n of 0 or less does nothing.
 ORSIN_API void ov_md5_append(md5_state_s* state, const unsigned char* data, int n);
 
-/// Ends the message and stores its digest.
+/// Ends the message and stores its digest, which the state's words then hold as well.
 ORSIN_API void ov_md5_finish(md5_state_s* state, unsigned char digest[16]);
 
 /// SHA-1 (FIPS 180-1).
@@ -275,14 +286,15 @@ struct SHA1Context {
   int Corrupted;                    ///< 1 after a misuse or a length overflow.
 };
 
-/// Begins a message.
+/// Begins a message, also after a misuse.
 ORSIN_API void ov_SHA1Reset(SHA1Context* context);
 
 /// Adds n bytes. Adding to a finished message marks the context corrupted, as does a message of
 /// 2^61 bytes or more.
 ORSIN_API void ov_SHA1Input(SHA1Context* context, const unsigned char* data, unsigned int n);
 
-/// Ends the message. 1, or 0 for a corrupted context.
+/// Ends the message; its digest is in Message_Digest. 1, also when it was ended before, or 0 for a
+/// corrupted context.
 ORSIN_API int ov_SHA1Result(SHA1Context* context);
 
 /// XXH64 (the xxHash library), 88 bytes of state.
@@ -290,16 +302,21 @@ struct XXH64_state_s;
 
 /// A state with undefined contents, to reset first; null when memory is exhausted.
 ORSIN_API XXH64_state_s* ov_XXH64_createState();
-ORSIN_API int ov_XXH64_freeState(XXH64_state_s* state);  ///< Returns 0.
-/// Copies a state with what it has read.
+/// Returns 0. Null does nothing.
+ORSIN_API int ov_XXH64_freeState(XXH64_state_s* state);
+/// Copies all 88 bytes.
 ORSIN_API void ov_XXH64_copyState(XXH64_state_s* dst, const XXH64_state_s* src);
-ORSIN_API int ov_XXH64_compareState(const XXH64_state_s* a,
-                                    const XXH64_state_s* b);  ///< As memcmp.
+
+/// Compares all 88 bytes: 0 when equal, else signed as memcmp().
+ORSIN_API int ov_XXH64_compareState(const XXH64_state_s* a, const XXH64_state_s* b);
+
 /// Begins a message. Returns 0.
 ORSIN_API int ov_XXH64_reset(XXH64_state_s* state, unsigned long long seed);
+
 /// Adds n bytes. Returns 0.
 ORSIN_API int ov_XXH64_update(XXH64_state_s* state, const void* data, std::size_t n);
-/// The hash of what was read so far; more may follow.
+
+/// The hash of what was added so far; more may be added after it.
 ORSIN_API unsigned long long ov_XXH64_digest(const XXH64_state_s* state);
 
 // ---------------------------------------------------------------------------------------------

@@ -161,9 +161,10 @@ struct _EXCEPTION_POINTERS;  ///< The platform's record of a fault (see <excpt.h
 /// until the next fault of the same thread.
 class ORSIN_API SE_Exception {
  public:
+  /// For the library; a host catches what the system threw.
   SE_Exception(unsigned int code, _EXCEPTION_POINTERS* information);
-  SE_Exception(const SE_Exception& other);
-  SE_Exception& operator=(const SE_Exception& other);
+  SE_Exception(const SE_Exception& other);             ///< The same code and information.
+  SE_Exception& operator=(const SE_Exception& other);  ///< The same code and information.
   ~SE_Exception();
 
   /// The fault's code: 0xC0000005 for an access violation, 0xC0000094 for a division by zero.

@@ -13,8 +13,8 @@ struct FakeDisk {
 
   std::uint64_t writable_bytes = kNoLimit;
   std::uint64_t readable_bytes = kNoLimit;
-  int write_error = 112;  // Disk full.
-  int read_error = 23;    // Checksum error.
+  std::uint32_t write_error = 112;  // Disk full.
+  std::uint32_t read_error = 23;    // Checksum error.
 };
 
 FakeDisk& fake_disk();

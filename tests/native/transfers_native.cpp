@@ -15,14 +15,14 @@
 
 namespace orsin::test {
 
-FakeDisk& fake_disk() {
-  static FakeDisk disk;
-  return disk;
-}
-
 TransferScript& transfer_script() {
   static TransferScript script;
   return script;
+}
+
+FakeDisk& fake_disk() {
+  static FakeDisk disk;
+  return disk;
 }
 
 namespace {
@@ -50,24 +50,25 @@ struct Outcome {
   std::uint32_t bytes;
 };
 
-// Takes a transfer's bytes off what the disk still does. 0, or the error when it does not.
-std::uint32_t disk_error(const PendingTransfer& transfer) {
-  FakeDisk& disk = fake_disk();
-  std::uint64_t& left = transfer.is_read ? disk.readable_bytes : disk.writable_bytes;
+// Takes a transfer's bytes off what the disk still does; false when it does not.
+bool disk_takes(std::uint64_t& left, std::uint32_t size) {
   if (left == FakeDisk::kNoLimit) {
-    return 0;
+    return true;
   }
-  if (transfer.size > left) {
-    return static_cast<std::uint32_t>(transfer.is_read ? disk.read_error : disk.write_error);
+  if (size > left) {
+    return false;
   }
-  left -= transfer.size;
-  return 0;
+  left -= size;
+  return true;
 }
 
 Outcome carry_out(const PendingTransfer& transfer) {
-  const std::uint32_t error = transfer.fate.error != 0 ? transfer.fate.error : disk_error(transfer);
-  if (error != 0) {
-    return {error, 0};
+  FakeDisk& disk = fake_disk();
+  if (!disk_takes(transfer.is_read ? disk.readable_bytes : disk.writable_bytes, transfer.size)) {
+    return {transfer.is_read ? disk.read_error : disk.write_error, 0};
+  }
+  if (transfer.fate.error != 0) {
+    return {transfer.fate.error, 0};
   }
   const std::uint32_t size = std::min(transfer.size, transfer.fate.bytes.value_or(transfer.size));
   const int descriptor = descriptor_of(transfer.file);
