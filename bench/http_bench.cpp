@@ -1,11 +1,11 @@
 // The HTTP client against a bare loop of the same platform calls, and against libcurl.
 //
-// Through real servers on loopback: "./dev bench http" starts them. The large file is read in chunks of
-// 8192 bytes; the bare loop throws them away, the client keeps them; libcurl keeps them in a string
-// that grows by itself. One client, one session and one libcurl handle serve all rounds, as they would
-// in an application; the client's first round also pays for its pages, so look at medians. A good
-// result: the client is as fast as 0.95 of the bare loop and 0.8 of libcurl, and a small request costs
-// at most 1.05 of the bare calls.
+// Through real servers on loopback: "./dev bench http" starts them. The large file is read in
+// chunks of 8192 bytes; the bare loop throws them away, the client keeps them; libcurl keeps them
+// in a string that grows by itself. One client, one session and one libcurl handle serve all
+// rounds, as they would in an application; the client's first round also pays for its pages, so
+// look at medians. A good result: the client is as fast as 0.95 of the bare loop and 0.8 of
+// libcurl, and a small request costs at most 1.05 of the bare calls.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>

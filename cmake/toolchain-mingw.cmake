@@ -7,6 +7,12 @@ set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_ASM_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
+# GCC lets a caller count on registers that it has seen an inline function leave alone. For this target
+# it forgets that the linker keeps one copy of such a function from all objects, and another object's
+# copy, compiled with other flags, may use them. So nothing that is linked together may be built with
+# that optimisation, dependencies included; it cost a crash in std::shuffle() to find out.
+add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fno-ipa-ra>)
+
 # Libraries built for the target stand in the dependency stage; the host's own are never looked at.
 get_filename_component(ORSIN_DEPS "${CMAKE_CURRENT_LIST_DIR}/../build/deps" ABSOLUTE)
 set(CMAKE_FIND_ROOT_PATH "${ORSIN_DEPS}/mingw" /usr/x86_64-w64-mingw32)

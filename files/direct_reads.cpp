@@ -33,6 +33,47 @@ unsigned long long rounded_up(unsigned long long value, unsigned long long unit)
   return (value + unit - 1) / unit * unit;
 }
 
+// Pieces that run together, the oldest collected before an eleventh starts. Returns the bytes asked
+// for until one could not be started.
+//
+// Kept on purpose: a piece that fails later, while it runs, is logged and still counts. Players
+// show a damaged frame rather than none.
+unsigned long long read_split(void* file, unsigned char* destination, unsigned long long offset,
+                              unsigned long long size, unsigned long long piece_bytes) {
+  const ScopedLock guard(direct_reads.mutex);
+  int tickets[kPiecesInFlight];
+  int oldest = 0;
+  int in_flight = 0;
+  const auto collect = [&](bool wait) {
+    if (io_complete64(file, &tickets[oldest], wait) == 0 && !wait) {
+      return false;
+    }
+    oldest = (oldest + 1) % kPiecesInFlight;
+    --in_flight;
+    return true;
+  };
+
+  unsigned long long issued = 0;
+  while (issued < size) {
+    if (in_flight == kPiecesInFlight) {
+      collect(true);
+      while (in_flight > 0 && collect(false)) {
+      }
+    }
+    const unsigned long long piece = std::min(piece_bytes, size - issued);
+    if (!io_read_async64(file, destination + issued, static_cast<long long>(offset + issued), piece,
+                         &tickets[(oldest + in_flight) % kPiecesInFlight])) {
+      break;
+    }
+    ++in_flight;
+    issued += piece;
+  }
+  while (in_flight > 0) {
+    collect(true);
+  }
+  return issued;
+}
+
 }  // namespace
 
 void count_reader(int change) {
@@ -90,47 +131,5 @@ unsigned long long fReadBuffer::read_raw_bytes(void* destination, unsigned long 
     const bool read = io_read64(file_, to + head, static_cast<long long>(offset + head), transfer);
     return read ? head + transfer : head;
   }
-  return head + read_split(to + head, offset + head, transfer, piece_bytes);
-}
-
-// Pieces that run together, the oldest collected before an eleventh starts. Returns the bytes asked
-// for until one could not be started.
-//
-// Kept on purpose: a piece that fails later, while it runs, is logged and still counts. Players
-// show a damaged frame rather than none.
-unsigned long long fReadBuffer::read_split(unsigned char* destination, unsigned long long offset,
-                                           unsigned long long size,
-                                           unsigned long long piece_bytes) {
-  const ScopedLock guard(direct_reads.mutex);
-  int tickets[kPiecesInFlight];
-  int oldest = 0;
-  int in_flight = 0;
-  const auto collect = [&](bool wait) {
-    if (io_complete64(file_, &tickets[oldest], wait) == 0 && !wait) {
-      return false;
-    }
-    oldest = (oldest + 1) % kPiecesInFlight;
-    --in_flight;
-    return true;
-  };
-
-  unsigned long long issued = 0;
-  while (issued < size) {
-    if (in_flight == kPiecesInFlight) {
-      collect(true);
-      while (in_flight > 0 && collect(false)) {
-      }
-    }
-    const unsigned long long piece = std::min(piece_bytes, size - issued);
-    if (!io_read_async64(file_, destination + issued, static_cast<long long>(offset + issued),
-                         piece, &tickets[(oldest + in_flight) % kPiecesInFlight])) {
-      break;
-    }
-    ++in_flight;
-    issued += piece;
-  }
-  while (in_flight > 0) {
-    collect(true);
-  }
-  return issued;
+  return head + read_split(file_, to + head, offset + head, transfer, piece_bytes);
 }

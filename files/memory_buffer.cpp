@@ -5,11 +5,30 @@
 
 #include "orsincore/io.h"
 
+namespace orsin {
 namespace {
 
 constexpr unsigned long long kGrowthBytes = 0x20000;
 
 }  // namespace
+
+struct MemorySteps {
+  static bool grow(fMemBuffer& buffer, unsigned long long size) {
+    const auto position = static_cast<unsigned long long>(buffer.target_cursor_ - buffer.target_);
+    auto* grown = static_cast<unsigned char*>(std::realloc(buffer.target_, size));
+    if (grown == nullptr) {
+      return false;
+    }
+    buffer.target_ = grown;
+    buffer.target_cursor_ = grown + position;
+    buffer.target_size_ = size;
+    return true;
+  }
+};
+
+}  // namespace orsin
+
+using namespace orsin;
 
 fMemBuffer::fMemBuffer()
     : fWriteBuffer(io_invalid_handle(), false),
@@ -34,7 +53,7 @@ unsigned char* fMemBuffer::get_current_buffer() {
 
 bool fMemBuffer::ensure_minimum_buffer_size(int size) {
   const auto wanted = static_cast<unsigned long long>(std::max(size, 0));
-  return wanted <= target_size_ || (growable_ && grow(wanted));
+  return wanted <= target_size_ || (growable_ && MemorySteps::grow(*this, wanted));
 }
 
 void fMemBuffer::flush_buffers() {}
@@ -71,18 +90,6 @@ int fMemBuffer::close_file(bool /*force*/) {
   return 1;
 }
 
-bool fMemBuffer::grow(unsigned long long size) {
-  const auto position = static_cast<unsigned long long>(target_cursor_ - target_);
-  auto* grown = static_cast<unsigned char*>(std::realloc(target_, size));
-  if (grown == nullptr) {
-    return false;
-  }
-  target_ = grown;
-  target_cursor_ = grown + position;
-  target_size_ = size;
-  return true;
-}
-
 unsigned long long fMemBuffer::write_file(const void* data, unsigned long long size,
                                           unsigned long long count) {
   const auto* from = static_cast<const unsigned char*>(data);
@@ -92,7 +99,7 @@ unsigned long long fMemBuffer::write_file(const void* data, unsigned long long s
     const auto position = static_cast<unsigned long long>(target_cursor_ - target_);
     const unsigned long long bytes = std::min(left, target_size_ - position);
     if (bytes == 0) {
-      if (!growable_ || !grow(target_size_ + kGrowthBytes)) {
+      if (!growable_ || !MemorySteps::grow(*this, target_size_ + kGrowthBytes)) {
         break;
       }
       continue;

@@ -23,7 +23,40 @@
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
 
-struct read_buffer_layout {
+namespace orsin {
+namespace {
+
+constexpr int kBuffersMax = 8;
+constexpr unsigned long long kBufferBytesDefault = 0x100000;
+constexpr unsigned char kHostOrder = 1;
+
+unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
+  return (value + unit - 1) / unit * unit;
+}
+
+}  // namespace
+
+// What reading is made of. Not members: everything in an exported class is exported.
+struct ReadSteps {
+  using Slot = fReadBuffer::Slot;
+
+  static void take_configuration(fReadBuffer& reader, const fReadBuffer& other);
+  static void drop_reads(fReadBuffer& reader);
+  static int slot_after(const fReadBuffer& reader, int slot);
+  static void begin_memory(fReadBuffer& reader, unsigned long long offset);
+  static bool reads_memory(const fReadBuffer& reader);
+  static void free_buffers(fReadBuffer& reader);
+  static unsigned long long request_size(const fReadBuffer& reader, unsigned long long offset,
+                                         unsigned long long wanted, unsigned long long& expected);
+  static bool issue_read(fReadBuffer& reader, int index);
+  static unsigned long long complete_slot(fReadBuffer& reader, int index);
+  static void end_file(fReadBuffer& reader);
+  static void end_reading(fReadBuffer& reader);
+  static unsigned long long fetch_in_flight(fReadBuffer& reader);
+  static bool issue_first_reads(fReadBuffer& reader);
+  static unsigned long long fetch_now(fReadBuffer& reader);
+  static void read_ahead(fReadBuffer& reader);
+
   static_assert(offsetof(fReadBuffer, name_) == 8);
   static_assert(offsetof(fReadBuffer, file_) == 272);
   static_assert(offsetof(fReadBuffer, opened_) == 280);
@@ -49,18 +82,6 @@ struct read_buffer_layout {
   static_assert(offsetof(fReadBuffer, host_order_) == 593);
 };
 
-namespace orsin {
-namespace {
-
-constexpr int kBuffersMax = 8;
-constexpr unsigned long long kBufferBytesDefault = 0x100000;
-constexpr unsigned char kHostOrder = 1;
-
-unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
-  return (value + unit - 1) / unit * unit;
-}
-
-}  // namespace
 }  // namespace orsin
 
 using namespace orsin;
@@ -103,31 +124,31 @@ fReadBuffer::fReadBuffer(void* file)
 }
 
 fReadBuffer::fReadBuffer(const fReadBuffer& other) : fReadBuffer(io_invalid_handle()) {
-  take_configuration(other);
+  ReadSteps::take_configuration(*this, other);
 }
 
 fReadBuffer& fReadBuffer::operator=(const fReadBuffer& other) {
   if (this != &other) {
     close_file();
-    free_buffers();
-    take_configuration(other);
+    ReadSteps::free_buffers(*this);
+    ReadSteps::take_configuration(*this, other);
   }
   return *this;
 }
 
 fReadBuffer::~fReadBuffer() {
   close_file();
-  drop_reads();
-  free_buffers();
+  ReadSteps::drop_reads(*this);
+  ReadSteps::free_buffers(*this);
   count_reader(-1);
 }
 
-void fReadBuffer::take_configuration(const fReadBuffer& other) {
-  read_ahead_ = other.read_ahead_;
-  first_read_size_ = other.first_read_size_;
-  buffer_size_ = other.buffer_size_;
-  buffer_count_ = other.buffer_count_;
-  swap_ = other.swap_;
+void ReadSteps::take_configuration(fReadBuffer& reader, const fReadBuffer& other) {
+  reader.read_ahead_ = other.read_ahead_;
+  reader.first_read_size_ = other.first_read_size_;
+  reader.buffer_size_ = other.buffer_size_;
+  reader.buffer_count_ = other.buffer_count_;
+  reader.swap_ = other.swap_;
 }
 
 bool fReadBuffer::open_file(const char* name, bool share, bool preload, bool unbuffered) {
@@ -145,31 +166,31 @@ bool fReadBuffer::open_file(const char* name, bool share, bool preload, bool unb
   alignment_ = static_cast<unsigned long long>(bypass ? drive_sector_size(name) : mem_pagesize());
   position_ = read_ahead_offset_ = block_start_ = skip_ = 0;
   current_ = 0;
-  next_ = slot_after(0);
-  end_file();
+  next_ = ReadSteps::slot_after(*this, 0);
+  ReadSteps::end_file(*this);
   if (preload && ensure_buffers()) {
     next_ = 0;
-    static_cast<void>(issue_read(0));
+    static_cast<void>(ReadSteps::issue_read(*this, 0));
   }
   return true;
 }
 
 void fReadBuffer::close_file() {
-  drop_reads();
+  ReadSteps::drop_reads(*this);
   if (opened_) {
     io_close64(file_);
     file_ = io_invalid_handle();
     opened_ = false;
-    end_file();
+    ReadSteps::end_file(*this);
   }
 }
 
 // Waits for what is in flight: the buffers must not be written to any more.
-void fReadBuffer::drop_reads() {
-  for (Slot& slot : slots_) {
+void ReadSteps::drop_reads(fReadBuffer& reader) {
+  for (Slot& slot : reader.slots_) {
     if (slot.ticket != -1) {
       std::uint64_t bytes = 0;
-      static_cast<void>(complete_transfer(file_, slot.ticket, true, bytes));
+      static_cast<void>(complete_transfer(reader.file_, slot.ticket, true, bytes));
     }
     slot.ticket = -1;
     slot.pending = 0;
@@ -184,58 +205,59 @@ void fReadBuffer::cfg_buffers(int count, unsigned long long buffer_size,
   }
   if (!owns_buffers_) {
     buffer_count_ = wanted;
-    next_ = slot_after(current_);
+    next_ = ReadSteps::slot_after(*this, current_);
   }
   buffer_size_ = std::max(buffer_size, alignment_);
   first_read_size_ = std::max(first_read_size, alignment_);
 }
 
-int fReadBuffer::slot_after(int slot) const {
-  return buffer_count_ > 1 ? (slot + 1) % buffer_count_ : 0;
+int ReadSteps::slot_after(const fReadBuffer& reader, int slot) {
+  return reader.buffer_count_ > 1 ? (slot + 1) % reader.buffer_count_ : 0;
 }
 
 void fReadBuffer::set_memory_buffer(void* memory, unsigned long long size) {
   close_file();
-  free_buffers();
+  ReadSteps::free_buffers(*this);
   file_ = io_invalid_handle();
   slots_[0].buffer = static_cast<unsigned char*>(memory);
   current_ = 0;
   block_start_ = skip_ = 0;
   file_size_ = position_ = read_ahead_offset_ = size;
-  begin_memory(0);
+  ReadSteps::begin_memory(*this, 0);
 }
 
 // The caller's bytes are one block, from which reading goes on at an offset.
-void fReadBuffer::begin_memory(unsigned long long offset) {
-  block_bytes_ = file_size_;
-  block_end_ = slots_[0].buffer + block_bytes_;
-  cursor_ = slots_[0].buffer + std::min(offset, block_bytes_);
+void ReadSteps::begin_memory(fReadBuffer& reader, unsigned long long offset) {
+  reader.block_bytes_ = reader.file_size_;
+  reader.block_end_ = reader.slots_[0].buffer + reader.block_bytes_;
+  reader.cursor_ = reader.slots_[0].buffer + std::min(offset, reader.block_bytes_);
 }
 
-bool fReadBuffer::reads_memory() const {
-  return file_ == io_invalid_handle() && !owns_buffers_ && slots_[0].buffer != nullptr;
+bool ReadSteps::reads_memory(const fReadBuffer& reader) {
+  return reader.file_ == io_invalid_handle() && !reader.owns_buffers_ &&
+         reader.slots_[0].buffer != nullptr;
 }
 
-void fReadBuffer::free_buffers() {
-  for (Slot& slot : slots_) {
-    if (owns_buffers_ && slot.buffer != nullptr) {
+void ReadSteps::free_buffers(fReadBuffer& reader) {
+  for (Slot& slot : reader.slots_) {
+    if (reader.owns_buffers_ && slot.buffer != nullptr) {
       os_free(slot.buffer);
     }
     slot.buffer = nullptr;
   }
-  owns_buffers_ = false;
-  allocated_size_ = 0;
-  end_file();
+  reader.owns_buffers_ = false;
+  reader.allocated_size_ = 0;
+  end_file(reader);
 }
 
 bool fReadBuffer::ensure_buffers() {
-  if (reads_memory() ||
+  if (ReadSteps::reads_memory(*this) ||
       (owns_buffers_ && allocated_size_ != 0 && allocated_size_ >= buffer_size_)) {
     return true;
   }
-  drop_reads();
+  ReadSteps::drop_reads(*this);
   read_ahead_offset_ = position_;
-  free_buffers();
+  ReadSteps::free_buffers(*this);
   buffer_size_ = rounded_up(buffer_size_, alignment_);
   for (int i = 0; i < buffer_count_; ++i) {
     slots_[i] = {static_cast<unsigned char*>(os_alloc(buffer_size_, 0)), -1, 0};
@@ -250,108 +272,113 @@ bool fReadBuffer::ensure_buffers() {
   owns_buffers_ = buffer_count_ > 0;  // None after a failure: the next cfg_buffers() may ask again.
   allocated_size_ = buffer_size_;
   current_ = 0;
-  next_ = slot_after(0);
+  next_ = ReadSteps::slot_after(*this, 0);
   return owns_buffers_;
 }
 
 // Bytes to ask for, a multiple of the alignment, and the bytes of the file in them.
-unsigned long long fReadBuffer::request_size(unsigned long long offset, unsigned long long wanted,
-                                             unsigned long long& expected) const {
-  const unsigned long long left = offset < file_size_ ? file_size_ - offset : 0;
+unsigned long long ReadSteps::request_size(const fReadBuffer& reader, unsigned long long offset,
+                                           unsigned long long wanted,
+                                           unsigned long long& expected) {
+  const unsigned long long left = offset < reader.file_size_ ? reader.file_size_ - offset : 0;
   expected = std::min(wanted, left);
-  return std::min(wanted, rounded_up(left, alignment_));
+  return std::min(wanted, rounded_up(left, reader.alignment_));
 }
 
 // Issues the next read of the file into a slot; false at the end or when it cannot start.
-bool fReadBuffer::issue_read(int index) {
-  Slot& slot = slots_[index];
+bool ReadSteps::issue_read(fReadBuffer& reader, int index) {
+  Slot& slot = reader.slots_[index];
   unsigned long long expected = 0;
-  const unsigned long long size = request_size(read_ahead_offset_, buffer_size_, expected);
-  if (size == 0 || !io_read_async64(file_, slot.buffer, static_cast<long long>(read_ahead_offset_),
-                                    size, &slot.ticket)) {
+  const unsigned long long size =
+      request_size(reader, reader.read_ahead_offset_, reader.buffer_size_, expected);
+  if (size == 0 ||
+      !io_read_async64(reader.file_, slot.buffer, static_cast<long long>(reader.read_ahead_offset_),
+                       size, &slot.ticket)) {
     return false;
   }
   slot.pending = expected;
-  read_ahead_offset_ += size;
+  reader.read_ahead_offset_ += size;
   return true;
 }
 
 // Waits for a slot's read. Returns its bytes, which are fewer than expected when the file was cut
 // meanwhile; 0 when it failed.
-unsigned long long fReadBuffer::complete_slot(int index) {
-  Slot& slot = slots_[index];
+unsigned long long ReadSteps::complete_slot(fReadBuffer& reader, int index) {
+  Slot& slot = reader.slots_[index];
   std::uint64_t bytes = slot.pending;
-  const int result = complete_transfer(file_, slot.ticket, true, bytes);
+  const int result = complete_transfer(reader.file_, slot.ticket, true, bytes);
   const unsigned long long expected = slot.pending;
   slot.ticket = -1;
   slot.pending = 0;
   return result < 0 ? 0 : std::min<unsigned long long>(bytes, expected);
 }
 
-void fReadBuffer::end_file() {
-  block_bytes_ = 0;
-  cursor_ = block_end_ = nullptr;
+void ReadSteps::end_file(fReadBuffer& reader) {
+  reader.block_bytes_ = 0;
+  reader.cursor_ = reader.block_end_ = nullptr;
 }
 
 // The blocks behind a failed one must not pass for it.
-void fReadBuffer::end_reading() {
-  drop_reads();
-  position_ = read_ahead_offset_ = file_size_;
-  end_file();
+void ReadSteps::end_reading(fReadBuffer& reader) {
+  drop_reads(reader);
+  reader.position_ = reader.read_ahead_offset_ = reader.file_size_;
+  end_file(reader);
 }
 
-unsigned long long fReadBuffer::fetch_in_flight() {
-  const int after_next = slot_after(next_);
-  if (read_ahead_ && after_next != next_ && slots_[after_next].pending == 0) {
-    static_cast<void>(issue_read(after_next));
+unsigned long long ReadSteps::fetch_in_flight(fReadBuffer& reader) {
+  const int after_next = slot_after(reader, reader.next_);
+  if (reader.read_ahead_ && after_next != reader.next_ && reader.slots_[after_next].pending == 0) {
+    static_cast<void>(issue_read(reader, after_next));
   }
-  const unsigned long long bytes = complete_slot(next_);
-  current_ = next_;
-  next_ = after_next;
+  const unsigned long long bytes = complete_slot(reader, reader.next_);
+  reader.current_ = reader.next_;
+  reader.next_ = after_next;
   return bytes;
 }
 
 // At the beginning of a file all buffers are set going at once.
-bool fReadBuffer::issue_first_reads() {
-  if (buffer_count_ < 2 || position_ != 0 || first_read_size_ != buffer_size_) {
+bool ReadSteps::issue_first_reads(fReadBuffer& reader) {
+  if (reader.buffer_count_ < 2 || reader.position_ != 0 ||
+      reader.first_read_size_ != reader.buffer_size_) {
     return false;
   }
   int issued = 0;
-  while (issued < buffer_count_ && issue_read(issued)) {
+  while (issued < reader.buffer_count_ && issue_read(reader, issued)) {
     ++issued;
   }
   if (issued == 0) {
     return false;
   }
-  next_ = 0;
+  reader.next_ = 0;
   return true;
 }
 
-unsigned long long fReadBuffer::fetch_now() {
+unsigned long long ReadSteps::fetch_now(fReadBuffer& reader) {
   const unsigned long long wanted =
-      position_ == 0 ? std::min(rounded_up(first_read_size_, alignment_), buffer_size_)
-                     : buffer_size_;
+      reader.position_ == 0
+          ? std::min(rounded_up(reader.first_read_size_, reader.alignment_), reader.buffer_size_)
+          : reader.buffer_size_;
   unsigned long long expected = 0;
-  const unsigned long long size = request_size(position_, wanted, expected);
-  Slot& slot = slots_[current_];
+  const unsigned long long size = request_size(reader, reader.position_, wanted, expected);
+  Slot& slot = reader.slots_[reader.current_];
   slot.pending = expected;
-  if (size == 0 ||
-      !io_read_async64(file_, slot.buffer, static_cast<long long>(position_), size, &slot.ticket)) {
+  if (size == 0 || !io_read_async64(reader.file_, slot.buffer,
+                                    static_cast<long long>(reader.position_), size, &slot.ticket)) {
     slot.pending = 0;
     return 0;
   }
-  read_ahead_offset_ = position_ + size;
-  next_ = slot_after(current_);
-  return complete_slot(current_);
+  reader.read_ahead_offset_ = reader.position_ + size;
+  reader.next_ = slot_after(reader, reader.current_);
+  return complete_slot(reader, reader.current_);
 }
 
-void fReadBuffer::read_ahead() {
-  if (!read_ahead_ || buffer_count_ < 2) {
+void ReadSteps::read_ahead(fReadBuffer& reader) {
+  if (!reader.read_ahead_ || reader.buffer_count_ < 2) {
     return;
   }
-  for (int i = 0; i < buffer_count_ - 1; ++i) {
-    const int index = (next_ + i) % buffer_count_;
-    if (slots_[index].pending == 0 && !issue_read(index)) {
+  for (int i = 0; i < reader.buffer_count_ - 1; ++i) {
+    const int index = (reader.next_ + i) % reader.buffer_count_;
+    if (reader.slots_[index].pending == 0 && !issue_read(reader, index)) {
       return;
     }
   }
@@ -359,17 +386,17 @@ void fReadBuffer::read_ahead() {
 
 unsigned long long fReadBuffer::getNextBlock() {
   if (file_ == io_invalid_handle() || !ensure_buffers()) {
-    end_file();
+    ReadSteps::end_file(*this);
     return 0;
   }
   unsigned long long bytes = 0;
-  if (slots_[next_].pending > 0 || issue_first_reads()) {
-    bytes = fetch_in_flight();
+  if (slots_[next_].pending > 0 || ReadSteps::issue_first_reads(*this)) {
+    bytes = ReadSteps::fetch_in_flight(*this);
   } else {
-    bytes = fetch_now();
+    bytes = ReadSteps::fetch_now(*this);
   }
   if (bytes == 0) {
-    end_reading();
+    ReadSteps::end_reading(*this);
     return 0;
   }
   block_start_ = position_;
@@ -378,7 +405,7 @@ unsigned long long fReadBuffer::getNextBlock() {
   block_end_ = slots_[current_].buffer + bytes;
   cursor_ = slots_[current_].buffer + std::min(skip_, bytes);
   skip_ = 0;
-  read_ahead();
+  ReadSteps::read_ahead(*this);
   return bytes;
 }
 
@@ -430,18 +457,18 @@ void fReadBuffer::set_position(unsigned long long offset) {
     return;
   }
   if (file_ == io_invalid_handle()) {
-    if (reads_memory()) {
-      begin_memory(offset);
+    if (ReadSteps::reads_memory(*this)) {
+      ReadSteps::begin_memory(*this, offset);
     }
     return;
   }
-  drop_reads();
-  end_file();
+  ReadSteps::drop_reads(*this);
+  ReadSteps::end_file(*this);
   position_ = offset / alignment_ * alignment_;
   read_ahead_offset_ = position_;
   skip_ = offset - position_;
   current_ = 0;
-  next_ = slot_after(0);
+  next_ = ReadSteps::slot_after(*this, 0);
 }
 
 unsigned char fReadBuffer::read_byte_from_next_block() {

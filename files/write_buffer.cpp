@@ -20,7 +20,38 @@
 #include "orsincore/text.h"
 #include "orsincore/threads.h"
 
-struct write_buffer_layout {
+namespace orsin {
+namespace {
+
+constexpr int kBufferBytesDefault = 0x100000;
+constexpr unsigned long long kMemoryGrowth = 0x20000;
+constexpr unsigned char kHostOrder = 1;
+constexpr unsigned long long kBufferBytesMax = 0x7FFFFFFF;
+
+unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
+  return (value + unit - 1) / unit * unit;
+}
+
+// Before anything is closed: the reason is the last error.
+void log_not_cut() {
+  msg_os_error("Writebuffer set FileSize");
+}
+
+}  // namespace
+
+// What writing is made of. Not members: everything in an exported class is exported.
+struct WriteSteps {
+  static bool allocate_buffers(fWriteBuffer& writer, int size, bool double_buffer);
+  static void empty_buffer(fWriteBuffer& writer);
+  static bool grow_memory(fWriteBuffer& writer, unsigned long long size);
+  static void collect_ticket(fWriteBuffer& writer, int& ticket);
+  static void write_full_buffer(fWriteBuffer& writer);
+  static bool start_first_buffer(fWriteBuffer& writer);
+  static void finish_file(fWriteBuffer& writer);
+  static void cut_by_name(fWriteBuffer& writer);
+  template <typename Number>
+  static void put(fWriteBuffer& writer, Number value);
+
   static_assert(offsetof(fWriteBuffer, name_) == 8);
   static_assert(offsetof(fWriteBuffer, file_) == 272);
   static_assert(offsetof(fWriteBuffer, opened_) == 280);
@@ -44,24 +75,6 @@ struct write_buffer_layout {
   static_assert(offsetof(fWriteBuffer, mutex_) == 400);
 };
 
-namespace orsin {
-namespace {
-
-constexpr int kBufferBytesDefault = 0x100000;
-constexpr unsigned long long kMemoryGrowth = 0x20000;
-constexpr unsigned char kHostOrder = 1;
-constexpr unsigned long long kBufferBytesMax = 0x7FFFFFFF;
-
-unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
-  return (value + unit - 1) / unit * unit;
-}
-
-// Before anything is closed: the reason is the last error.
-void log_not_cut() {
-  msg_os_error("Writebuffer set FileSize");
-}
-
-}  // namespace
 }  // namespace orsin
 
 using namespace orsin;
@@ -89,7 +102,7 @@ fWriteBuffer::fWriteBuffer(void* file, bool double_buffer)
       swap_(false),
       mutex_(mp_new_mutex(0, 0)) {
   if (file_ != io_invalid_handle() && double_buffer) {
-    static_cast<void>(allocate_buffers(kBufferBytesDefault, true));
+    static_cast<void>(WriteSteps::allocate_buffers(*this, kBufferBytesDefault, true));
   }
 }
 
@@ -101,18 +114,18 @@ fWriteBuffer::~fWriteBuffer() {
   mp_delete_mutex(mutex_);
 }
 
-bool fWriteBuffer::allocate_buffers(int size, bool double_buffer) {
-  const auto bytes = std::max(static_cast<unsigned long long>(size), alignment_);
-  const unsigned long long total = (alignment_ + bytes) * (double_buffer ? 2 : 1);
-  allocation_ = static_cast<unsigned char*>(os_alloc(total, 0));
-  if (allocation_ == nullptr) {
+bool WriteSteps::allocate_buffers(fWriteBuffer& writer, int size, bool double_buffer) {
+  const auto bytes = std::max(static_cast<unsigned long long>(size), writer.alignment_);
+  const unsigned long long total = (writer.alignment_ + bytes) * (double_buffer ? 2 : 1);
+  writer.allocation_ = static_cast<unsigned char*>(os_alloc(total, 0));
+  if (writer.allocation_ == nullptr) {
     msgwarn("WRITE BUFFER: Allocation failed (size = %d)", static_cast<int>(total));
     return false;
   }
-  buffer_size_ = static_cast<int>(bytes);
-  current_ = allocation_;
-  spare_ = double_buffer ? allocation_ + bytes : nullptr;
-  empty_buffer();
+  writer.buffer_size_ = static_cast<int>(bytes);
+  writer.current_ = writer.allocation_;
+  writer.spare_ = double_buffer ? writer.allocation_ + bytes : nullptr;
+  empty_buffer(writer);
   return true;
 }
 
@@ -122,7 +135,7 @@ bool fWriteBuffer::set_buffer(int size, bool double_buffer) {
   }
   flush_buffers();
   reset_buffers();
-  return allocate_buffers(std::max(size, 0), double_buffer);
+  return WriteSteps::allocate_buffers(*this, std::max(size, 0), double_buffer);
 }
 
 unsigned char* fWriteBuffer::get_current_buffer() {
@@ -134,16 +147,16 @@ bool fWriteBuffer::ensure_minimum_buffer_size(int size) {
     return true;
   }
   if (file_ == io_invalid_handle()) {
-    return grow_memory(static_cast<unsigned long long>(size));
+    return WriteSteps::grow_memory(*this, static_cast<unsigned long long>(size));
   }
   // Flushing would round the position up and leave a hole: what is collected moves instead.
-  collect_ticket(buffer_ticket_);
+  WriteSteps::collect_ticket(*this, buffer_ticket_);
   unsigned char* const old_allocation = allocation_;
   unsigned char* const old_current = current_;
   unsigned char* const old_spare = spare_;
   const unsigned long long used = used_;
   const unsigned long long offset = offset_;
-  if (!allocate_buffers(size, old_spare != nullptr)) {
+  if (!WriteSteps::allocate_buffers(*this, size, old_spare != nullptr)) {
     allocation_ = old_allocation;
     return false;
   }
@@ -166,7 +179,7 @@ void fWriteBuffer::reset_buffers() {
   std::free(memory_block_);
   allocation_ = memory_block_ = current_ = spare_ = nullptr;
   buffer_size_ = 0;
-  empty_buffer();
+  WriteSteps::empty_buffer(*this);
 }
 
 void fWriteBuffer::set_memory_buffer(void* memory, int size) {
@@ -174,7 +187,7 @@ void fWriteBuffer::set_memory_buffer(void* memory, int size) {
   reset_buffers();
   current_ = static_cast<unsigned char*>(memory);
   buffer_size_ = std::max(size, 0);
-  empty_buffer();
+  WriteSteps::empty_buffer(*this);
 }
 
 unsigned long long fWriteBuffer::get_buffer_used() {
@@ -185,35 +198,35 @@ bool fWriteBuffer::data_pending() {
   return used_ > 0 || buffer_ticket_ != -1 || direct_ticket_ != -1;
 }
 
-void fWriteBuffer::empty_buffer() {
-  cursor_ = current_;
-  used_ = offset_ = 0;
+void WriteSteps::empty_buffer(fWriteBuffer& writer) {
+  writer.cursor_ = writer.current_;
+  writer.used_ = writer.offset_ = 0;
 }
 
 // Moves what is collected into a larger block of the library's own.
-bool fWriteBuffer::grow_memory(unsigned long long size) {
+bool WriteSteps::grow_memory(fWriteBuffer& writer, unsigned long long size) {
   if (size > kBufferBytesMax) {
     return false;
   }
-  const bool first = memory_block_ == nullptr;
-  auto* grown = static_cast<unsigned char*>(std::realloc(memory_block_, size));
+  const bool first = writer.memory_block_ == nullptr;
+  auto* grown = static_cast<unsigned char*>(std::realloc(writer.memory_block_, size));
   if (grown == nullptr) {
     return false;
   }
-  if (first && used_ > 0) {
-    std::memcpy(grown, current_, used_);
+  if (first && writer.used_ > 0) {
+    std::memcpy(grown, writer.current_, writer.used_);
   }
-  memory_block_ = current_ = grown;
-  spare_ = nullptr;
-  buffer_size_ = static_cast<int>(size);
-  cursor_ = current_ + offset_;
+  writer.memory_block_ = writer.current_ = grown;
+  writer.spare_ = nullptr;
+  writer.buffer_size_ = static_cast<int>(size);
+  writer.cursor_ = writer.current_ + writer.offset_;
   return true;
 }
 
-void fWriteBuffer::collect_ticket(int& ticket) {
+void WriteSteps::collect_ticket(fWriteBuffer& writer, int& ticket) {
   if (ticket != -1) {
-    if (io_complete64(file_, &ticket, true) < 0) {
-      ++errors_;
+    if (io_complete64(writer.file_, &ticket, true) < 0) {
+      ++writer.errors_;
     }
     ticket = -1;
   }
@@ -240,7 +253,7 @@ bool fWriteBuffer::open_file(const char* name, long long initial_size, bool unbu
   if (current_ == nullptr) {
     static_cast<void>(set_buffer(kBufferBytesDefault, true));
   }
-  empty_buffer();
+  WriteSteps::empty_buffer(*this);
   buffer_file_position_ = data_end_ = 0;
   buffer_ticket_ = direct_ticket_ = -1;
   writes_ = 0;
@@ -268,13 +281,14 @@ unsigned long long fWriteBuffer::write_file(const void* data, unsigned long long
       return taken;
     }
     if (file_ == io_invalid_handle()) {
-      if (!grow_memory(static_cast<unsigned long long>(buffer_size_) + kMemoryGrowth)) {
+      if (!WriteSteps::grow_memory(*this,
+                                   static_cast<unsigned long long>(buffer_size_) + kMemoryGrowth)) {
         return taken;
       }
     } else if (buffer_size_ == 0) {
       return taken;  // No buffer could be had.
     } else {
-      write_full_buffer();
+      WriteSteps::write_full_buffer(*this);
     }
     if (left == 0) {
       return taken;
@@ -282,44 +296,47 @@ unsigned long long fWriteBuffer::write_file(const void* data, unsigned long long
   }
 }
 
-void fWriteBuffer::write_full_buffer() {
-  const auto bytes = static_cast<unsigned long long>(buffer_size_);
-  ++writes_;
-  if (spare_ != nullptr) {
-    collect_ticket(buffer_ticket_);
-    if (!io_write_async64(file_, current_, static_cast<long long>(buffer_file_position_), bytes,
-                          &buffer_ticket_)) {
-      buffer_ticket_ = -1;
-      ++errors_;
+void WriteSteps::write_full_buffer(fWriteBuffer& writer) {
+  const auto bytes = static_cast<unsigned long long>(writer.buffer_size_);
+  ++writer.writes_;
+  if (writer.spare_ != nullptr) {
+    collect_ticket(writer, writer.buffer_ticket_);
+    if (!io_write_async64(writer.file_, writer.current_,
+                          static_cast<long long>(writer.buffer_file_position_), bytes,
+                          &writer.buffer_ticket_)) {
+      writer.buffer_ticket_ = -1;
+      ++writer.errors_;
     }
-    std::swap(current_, spare_);
-  } else if (!io_write64(file_, current_, static_cast<long long>(buffer_file_position_), bytes)) {
-    ++errors_;
+    std::swap(writer.current_, writer.spare_);
+  } else if (!io_write64(writer.file_, writer.current_,
+                         static_cast<long long>(writer.buffer_file_position_), bytes)) {
+    ++writer.errors_;
   }
-  buffer_file_position_ += bytes;
-  data_end_ = std::max(data_end_, buffer_file_position_);
-  empty_buffer();
+  writer.buffer_file_position_ += bytes;
+  writer.data_end_ = std::max(writer.data_end_, writer.buffer_file_position_);
+  empty_buffer(writer);
 }
 
 // Starts the write of a first, partly filled buffer.
 //
 // Kept on purpose: it goes to the start of the file, wherever set_file_position() has moved the
 // buffer. What comes first in a file is its header, and writers that go elsewhere flush before.
-bool fWriteBuffer::start_first_buffer() {
-  const unsigned long long bytes = rounded_up(used_, alignment_);
-  data_end_ = std::max(data_end_, used_);
-  ++writes_;
-  const bool started = io_write_async64(file_, current_, 0, bytes, &buffer_ticket_);
+bool WriteSteps::start_first_buffer(fWriteBuffer& writer) {
+  const unsigned long long bytes = rounded_up(writer.used_, writer.alignment_);
+  writer.data_end_ = std::max(writer.data_end_, writer.used_);
+  ++writer.writes_;
+  const bool started =
+      io_write_async64(writer.file_, writer.current_, 0, bytes, &writer.buffer_ticket_);
   if (!started) {
-    buffer_ticket_ = -1;
-    ++errors_;
-  } else if (spare_ != nullptr) {
-    std::swap(current_, spare_);
+    writer.buffer_ticket_ = -1;
+    ++writer.errors_;
+  } else if (writer.spare_ != nullptr) {
+    std::swap(writer.current_, writer.spare_);
   } else {
-    collect_ticket(buffer_ticket_);  // The one buffer is needed again.
+    collect_ticket(writer, writer.buffer_ticket_);  // The one buffer is needed again.
   }
-  buffer_file_position_ += bytes;
-  empty_buffer();
+  writer.buffer_file_position_ += bytes;
+  empty_buffer(writer);
   return started;
 }
 
@@ -328,13 +345,13 @@ unsigned long long fWriteBuffer::add_write_buffer(const void* buffer, unsigned l
     return 0;
   }
   if (buffer_ticket_ == -1 && writes_ == 0 && used_ > 0) {
-    static_cast<void>(start_first_buffer());
+    static_cast<void>(WriteSteps::start_first_buffer(*this));
   }
   const unsigned long long bytes = rounded_up(size, alignment_);
   if (bytes != size) {
     msgwarn("fWriteBuffer: Write buffer not aligned");
   }
-  collect_ticket(direct_ticket_);
+  WriteSteps::collect_ticket(*this, direct_ticket_);
   ++writes_;
   if (!io_write_async64(file_, buffer, static_cast<long long>(buffer_file_position_), bytes,
                         &direct_ticket_)) {
@@ -351,8 +368,8 @@ void fWriteBuffer::flush_buffers() {
   if (file_ == io_invalid_handle()) {
     return;
   }
-  collect_ticket(buffer_ticket_);
-  collect_ticket(direct_ticket_);
+  WriteSteps::collect_ticket(*this, buffer_ticket_);
+  WriteSteps::collect_ticket(*this, direct_ticket_);
   if (used_ == 0) {
     return;
   }
@@ -366,32 +383,32 @@ void fWriteBuffer::flush_buffers() {
   }
   data_end_ = std::max(data_end_, buffer_file_position_ + used_);
   buffer_file_position_ += bytes;
-  empty_buffer();
+  WriteSteps::empty_buffer(*this);
 }
 
 // Cuts the file to its data and closes it, if it was opened here.
 //
 // Kept on purpose: a surplus that cannot be cut off is an error line, not a failed write. All the
 // data is in the file; if it counted, the next open_file() would delete it.
-void fWriteBuffer::finish_file() {
-  const bool is_cut = io_set_filesize64(file_, data_end_);
-  if (!opened_) {
+void WriteSteps::finish_file(fWriteBuffer& writer) {
+  const bool is_cut = io_set_filesize64(writer.file_, writer.data_end_);
+  if (!writer.opened_) {
     if (!is_cut) {
       log_not_cut();
     }
     return;
   }
-  io_close64(file_);
+  io_close64(writer.file_);
   if (!is_cut) {
-    cut_by_name();
+    cut_by_name(writer);
   }
 }
 
 // An unbuffered handle of some file systems refuses sizes off the sector: a plain one does it.
-void fWriteBuffer::cut_by_name() {
+void WriteSteps::cut_by_name(fWriteBuffer& writer) {
   constexpr std::size_t kPathUnits = 260;
   unsigned short wide[kPathUnits];
-  ov_utf8_to_utf16(name_, wide, kPathUnits);
+  ov_utf8_to_utf16(writer.name_, wide, kPathUnits);
   port::OpenMode plain;
   plain.write = true;
   void* again = port::open_file(wide, plain);
@@ -399,7 +416,7 @@ void fWriteBuffer::cut_by_name() {
     log_not_cut();
     return;
   }
-  if (!port::set_file_size(again, data_end_)) {
+  if (!port::set_file_size(again, writer.data_end_)) {
     log_not_cut();
   }
   port::close_file(again);
@@ -413,10 +430,10 @@ int fWriteBuffer::close_file(bool force) {
   } else if (!force && buffer_ticket_ != -1 && direct_ticket_ != -1) {
     result = 0;
   } else if (!force && buffer_ticket_ == -1 && writes_ == 0 && used_ > 0) {
-    result = start_first_buffer() ? 1 : 0;
+    result = WriteSteps::start_first_buffer(*this) ? 1 : 0;
   } else {
     flush_buffers();
-    finish_file();
+    WriteSteps::finish_file(*this);
     file_ = io_invalid_handle();
     opened_ = false;
   }
@@ -444,7 +461,8 @@ bool fWriteBuffer::set_file_position(unsigned long long position) {
   }
   flush_buffers();
   if (file_ != io_invalid_handle()) {
-    empty_buffer();  // Flushing leaves the cursor alone when nothing was collected.
+    WriteSteps::empty_buffer(
+        *this);  // Flushing leaves the cursor alone when nothing was collected.
   }
   // Kept on purpose: the bytes from the unit's start to the position are the caller's to write, as
   // only whole units can be.
@@ -461,29 +479,35 @@ int fWriteBuffer::error() {
 // A cursor that set_file_position() moved past the mark may have less room than that, hence the
 // second test.
 template <typename Number>
-void fWriteBuffer::put(Number value) {
+void WriteSteps::put(fWriteBuffer& writer, Number value) {
   unsigned char bytes[sizeof(Number)];
   std::memcpy(bytes, &value, sizeof(value));
-  if (swap_) {
+  if (writer.swap_) {
     std::reverse(bytes, bytes + sizeof(bytes));
   }
-  const auto capacity = static_cast<unsigned long long>(buffer_size_);
-  if (capacity - used_ < sizeof(bytes) + 1 || capacity - offset_ < sizeof(bytes)) {
-    write_file(bytes, sizeof(bytes), 1);
+  const auto capacity = static_cast<unsigned long long>(writer.buffer_size_);
+  if (capacity - writer.used_ < sizeof(bytes) + 1 || capacity - writer.offset_ < sizeof(bytes)) {
+    writer.write_file(bytes, sizeof(bytes), 1);
     return;
   }
-  std::memcpy(cursor_, bytes, sizeof(bytes));
-  cursor_ += sizeof(bytes);
-  offset_ += sizeof(bytes);
-  used_ = std::max(used_, offset_);
+  std::memcpy(writer.cursor_, bytes, sizeof(bytes));
+  writer.cursor_ += sizeof(bytes);
+  writer.offset_ += sizeof(bytes);
+  writer.used_ = std::max(writer.used_, writer.offset_);
 }
 
-template void fWriteBuffer::put<unsigned char>(unsigned char value);
-template void fWriteBuffer::put<unsigned short>(unsigned short value);
-template void fWriteBuffer::put<unsigned int>(unsigned int value);
+void fWriteBuffer::put_byte(unsigned char value) {
+  WriteSteps::put(*this, value);
+}
+
+void fWriteBuffer::put_short(short value) {
+  WriteSteps::put(*this, value);
+}
+
+void fWriteBuffer::put_int(int value) {
+  WriteSteps::put(*this, value);
+}
 
 void fWriteBuffer::put_float(float value) {
-  unsigned int bits = 0;
-  std::memcpy(&bits, &value, sizeof(bits));
-  put(bits);
+  WriteSteps::put(*this, value);
 }

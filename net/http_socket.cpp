@@ -1,8 +1,8 @@
 // The HTTP client: one WinINet session and at most one request, driven step by step.
 //
 // Handles: the session lives as long as the object; request and connection are closed by the next
-// request or the destructor. Each failing member stores the system's error code right after the call
-// that failed, before anything else can change it.
+// request or the destructor. Each failing member stores the system's error code right after the
+// call that failed, before anything else can change it.
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -59,8 +59,8 @@ std::unique_ptr<char[]> copy_of(std::string_view text) {
 // Reads until nothing more comes. False when memory is short.
 //
 // Kept on purpose: a read that fails ends the answer as its end does. Services that drop the
-// connection instead of closing it are read this way, so an answer cut short is returned as far as it
-// came; a caller who must know compares its length.
+// connection instead of closing it are read this way, so an answer cut short is returned as far as
+// it came; a caller who must know compares its length.
 bool read_answer(void* request, ResponseBody& body) {
   std::uint32_t bytes = 0;
   while (port::internet_read(request, body.room(), ResponseBody::kChunkBytes, bytes) && bytes > 0) {
@@ -164,6 +164,9 @@ int ov_http_socket::GetStatusCode() {
 
 const char* ov_http_socket::LastErrorString() {
   port::system_error_text(last_error_, error_text_, sizeof(error_text_));
+  if (error_text_[0] == '\0') {
+    port::internet_error_text(last_error_, error_text_, sizeof(error_text_));
+  }
   return error_text_;
 }
 

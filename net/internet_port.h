@@ -1,9 +1,9 @@
 // What the HTTP client asks of the platform's internet library. internet_win.cpp answers.
 //
-// One system call a function: no logging, no retry, no policy. A call that fails leaves the thread's
-// last error. Strings are in the narrow form that the library takes. A handle is null or open; calls
-// on a null handle fail, but for internet_set_option(), where the library's answer is not to be
-// trusted. Handles may be used by one thread at a time.
+// One system call a function: no logging, no retry, no policy. A call that fails leaves the
+// thread's last error. Strings are in the narrow form that the library takes. A handle is null or
+// open; calls on a null handle fail, but for internet_set_option(), where the library's answer is
+// not to be trusted. Handles may be used by one thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -68,6 +68,10 @@ struct UrlParts {
 /// InternetWriteFile.
 [[nodiscard]] bool internet_write(void* request, const void* data, std::uint32_t size,
                                   std::uint32_t& bytes) noexcept;
+
+/// The library's own text for one of its error codes, terminated; empty when it has none or it does
+/// not fit. FormatMessageA with the library's message table.
+void internet_error_text(std::uint32_t code, char* text, std::uint32_t size) noexcept;
 
 /// InternetCloseHandle.
 void internet_close(void* handle) noexcept;

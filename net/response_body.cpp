@@ -109,7 +109,7 @@ bool ResponseBody::make_room() {
   return true;
 }
 
-// Each piece is given back as soon as it has been copied: even then no more is in use than was read.
+// Each piece is given back as soon as it has been copied: no more is in use than was read.
 bool ResponseBody::move(std::uint64_t reserved_bytes) {
   const std::uint64_t committed = header_of(text_)->committed_bytes;
   char* from = region_of(text_);

@@ -5,8 +5,8 @@
 // read, rounded up. Only an answer that outgrows its reservation moves, piece by piece, to one that
 // is many times larger.
 //
-//   region:  | Header | text ... NUL | room ... |               reserved               |
-//                                               ^ committed_bytes                      ^ reserved_bytes
+//   region:  | Header | text ... NUL | room ... |             reserved             |
+//                                               ^ committed_bytes                  ^ reserved_bytes
 //
 // Invariant: behind the text there is room for one chunk and its NUL. The text stands for the whole
 // region: release() gives it away, a later body takes it over with its pages, free() ends it.

@@ -18,11 +18,11 @@
 #include "threads/background_worker.h"
 
 #include <atomic>
-#include <chrono>
 #include <cstddef>
 #include <new>
 
 #include "core/process_wide.h"
+#include "threads/deadline.h"
 #include "threads/lock.h"
 
 namespace orsin {
@@ -31,7 +31,6 @@ namespace {
 constexpr int kCommandsMax = 64;
 constexpr unsigned int kNoThread = 0xFFFFFFFF;
 constexpr std::uint32_t kQuitTimeoutMs = 30000;
-constexpr std::uint32_t kForeverMs = 0xFFFFFFFF;
 
 static_assert(offsetof(ov_run_cmd, code) == 0);
 static_assert(offsetof(ov_run_cmd, object) == 8);
@@ -158,37 +157,6 @@ void run_worker(void* argument) {
 // Those who queue
 // ---------------------------------------------------------------------------------------------
 
-class Deadline {
- public:
-  explicit Deadline(std::uint32_t timeout_ms)
-      : is_forever_(timeout_ms == kForeverMs),
-        end_(Clock::now() + std::chrono::milliseconds(is_forever_ ? 0 : timeout_ms)) {}
-
-  /// Waits for the condition. False when the time is over.
-  bool wait(__cond_str* condition, Mutex& mutex) const {
-    if (is_forever_) {
-      mp_cond_wait(condition, mutex.handle());
-      return true;
-    }
-    const std::uint32_t left = left_ms();
-    if (left > 0) {
-      mp_cond_timedwait(condition, mutex.handle(), left * 1000000LL);
-    }
-    return left > 0;
-  }
-
-  [[nodiscard]] std::uint32_t left_ms() const {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - Clock::now()).count();
-    return left > 0 ? static_cast<std::uint32_t>(left) : 0;
-  }
-
- private:
-  using Clock = std::chrono::steady_clock;
-
-  bool is_forever_;
-  Clock::time_point end_;
-};
-
 // A full ring drops the command; so does a worker that is about to end.
 void queue_command(Worker& worker, const ov_run_cmd& command) {
   const ScopedLock guard(worker.mutex);
@@ -223,11 +191,10 @@ class OV_TFlush : public OV_Thread {
 
 void flush(Worker& worker) {
   OV_TFlush flushed;
-  const Deadline forever(kForeverMs);
   const ScopedLock guard(worker.mutex);
   worker.watchers.fetch_add(1);
   // A worker that is about to end takes nothing more, but still runs what it has.
-  queue_when_there_is_room_locked(worker, {kRunCommand, &flushed}, forever);
+  queue_when_there_is_room_locked(worker, {kRunCommand, &flushed}, Deadline());
   while (!flushed.is_done() && worker.is_running) {
     mp_cond_wait(worker.progress, worker.mutex.handle());
   }

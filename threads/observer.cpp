@@ -42,6 +42,29 @@ class DeliveryScope {
 };
 
 }  // namespace
+
+// What the two deliveries of an observable share; a friend, so that the DLL does not export it.
+struct ObserverDelivery {
+  static int run(Observable& sender, Observer::Notification& notification, bool skip_muted) {
+    if (sender.update_depth_ > 0) {
+      return 0;
+    }
+    const DeliveryScope scope(sender.update_depth_);
+    notification.sender_ = &sender;
+    int handled = 0;
+    const ov_vector<Observer*>& places = sender.observers_;
+    for (int i = places.count() - 1; i >= 0; --i) {
+      Observer* observer = i < places.count() ? places[i] : nullptr;
+      const bool is_left_out =
+          observer == nullptr || (skip_muted && !observer->getObserverNotificationsEnabled());
+      if (!is_left_out && observer->notify(notification)) {
+        ++handled;
+      }
+    }
+    return handled;
+  }
+};
+
 }  // namespace orsin
 
 using namespace orsin;
@@ -145,30 +168,12 @@ void Observable::trim_observer_list() {
   }
 }
 
-int Observable::deliver(Observer::Notification& notification, bool skip_muted) {
-  if (update_depth_ > 0) {
-    return 0;
-  }
-  const DeliveryScope scope(update_depth_);
-  notification.sender_ = this;
-  int handled = 0;
-  for (int i = observers_.count() - 1; i >= 0; --i) {
-    Observer* observer = i < observers_.count() ? observers_[i] : nullptr;
-    const bool is_left_out =
-        observer == nullptr || (skip_muted && !observer->getObserverNotificationsEnabled());
-    if (!is_left_out && observer->notify(notification)) {
-      ++handled;
-    }
-  }
-  return handled;
-}
-
 int Observable::update_observers(unsigned int type) {
   if (disable_count_ > 0 && type != kDying) {
     return 0;
   }
   Observer::Notification notification(type);
-  return deliver(notification, true);
+  return ObserverDelivery::run(*this, notification, true);
 }
 
 // Kept on purpose: unlike the call by type, this one lets no "Dying" through a muted observable and
@@ -177,7 +182,7 @@ int Observable::update_observers(Observer::Notification& notification) {
   if (disable_count_ > 0) {
     return 0;
   }
-  return deliver(notification, false);
+  return ObserverDelivery::run(*this, notification, false);
 }
 
 void Observable::disableNotifications() {

@@ -56,7 +56,8 @@ const Command kGetCommand = {
     "  --overwrite  replace FILE if it exists\n"
     "\n"
     "The file takes its name only when it is complete. The exit code is 0 only if the server\n"
-    "answered with status 200; otherwise nothing is changed, and the reason is on standard error.\n",
+    "answered with status 200; otherwise nothing is changed, and the reason is on standard\n"
+    "error.\n",
     get};
 
 }  // namespace host

@@ -1,5 +1,5 @@
-// A writer to a guarded file. Until the copy succeeded, and was verified if that was asked for, the old
-// file is untouched. Ctrl-C makes the next write fall short, which ends the copy.
+// A writer to a guarded file. Until the copy succeeded, and was verified if that was asked for, the
+// old file is untouched. Ctrl-C makes the next write fall short, which ends the copy.
 #pragma once
 
 #include <string>

@@ -94,7 +94,8 @@ const Command kHttpCommand = {
     "  --header H  a header line instead of the default 'Content-Type:\n"
     "              application/x-www-form-urlencoded'; may be repeated; not for GET\n"
     "\n"
-    "The exit code is 0 only if the status was 200 to 299; any other status is on standard error.\n",
+    "The exit code is 0 only if the status was 200 to 299; any other status is on standard\n"
+    "error.\n",
     http};
 
 }  // namespace host

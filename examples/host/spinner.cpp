@@ -2,16 +2,17 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "examples/host/console.h"
+#include "examples/host/elapsed_line.h"
 #include "orsincore/threads.h"
 
 namespace host {
 
 std::string spinner_text(const std::string& what, unsigned int turn, double seconds) {
   constexpr char kPositions[] = {'|', '/', '-', '\\'};
-  return kPositions[turn % std::size(kPositions)] +
-         (" " + what + " " + std::to_string(static_cast<long>(seconds)) + " s");
+  return kPositions[turn % std::size(kPositions)] + (" " + what + " " + elapsed_text(seconds));
 }
 
 Spinner::Spinner(std::string what)

@@ -124,6 +124,7 @@ ORSIN_API bool file_in_use(const char* path);
 /// @param ext  A plain suffix: include the dot if it is meant.
 /// @return Where the suffix starts in `path`, or null. Any thread.
 ORSIN_API const char* file_extension(const char* path, const char* ext);
+/// @overload
 ORSIN_API char* file_extension(char* path, const char* ext);
 
 /// The size in bytes; 0 when the attributes cannot be read. Any thread.

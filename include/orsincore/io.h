@@ -7,6 +7,12 @@
 
 #include "orsincore/base.h"
 
+namespace orsin {
+struct ReadSteps;  // The library's own: what the classes below are made of.
+struct WriteSteps;
+struct MemorySteps;
+}  // namespace orsin
+
 // ---------------------------------------------------------------------------------------------
 // Positioned transfers
 //
@@ -85,6 +91,7 @@ ORSIN_API int io_complete64(void* file, int* ticket, bool wait);
 
 /// Starts a transfer and waits for it. False, after an error line, when it failed.
 ORSIN_API bool io_read64(void* file, void* buffer, long long offset, unsigned long long size);
+/// The same for a write.
 ORSIN_API bool io_write64(void* file, const void* buffer, long long offset,
                           unsigned long long size);
 
@@ -97,7 +104,7 @@ ORSIN_API void io_flush64(void* file);
 /// The size of a file in bytes, or of a volume.
 ///
 /// @param file  Not looked at for a volume.
-/// @param name  May be null. One that begins with "\\.\", as in "\\.\C:", asks for the capacity of
+/// @param name  May be null. One that begins with `\\.\`, as in `\\.\C:`, asks for the capacity of
 ///              that volume.
 /// @return -1, in silence, for the invalid handle and when the system does not tell.
 /// Windows: GetFileSizeEx, GetDiskFreeSpaceA.
@@ -150,7 +157,7 @@ class ORSIN_API fReadBuffer {
 
   /// A copy takes the configuration only: buffers, file and position stay with the original.
   fReadBuffer(const fReadBuffer& other);
-  fReadBuffer& operator=(const fReadBuffer& other);
+  fReadBuffer& operator=(const fReadBuffer& other);  ///< The same; what was open is closed first.
 
   /// Waits for what is in flight, closes the file that open_file() opened and frees the buffers.
   virtual ~fReadBuffer();
@@ -224,11 +231,17 @@ class ORSIN_API fReadBuffer {
   unsigned char read_byte() {
     return cursor_ != block_end_ ? *cursor_++ : read_byte_from_next_block();
   }
+  /// As read_byte(), signed.
   char read_char() { return static_cast<char>(read_byte()); }
+  /// Two bytes.
   unsigned short read_word() { return read_number<unsigned short>(); }
+  /// Two bytes, signed.
   short read_short() { return static_cast<short>(read_number<unsigned short>()); }
+  /// Four bytes, signed.
   int read_int() { return static_cast<int>(read_number<unsigned int>()); }
+  /// Four bytes.
   unsigned int read_uint() { return read_number<unsigned int>(); }
+  /// Four bytes as an IEEE 754 number.
   float read_float() {
     const unsigned int bits = read_number<unsigned int>();
     float value;
@@ -242,11 +255,14 @@ class ORSIN_API fReadBuffer {
 
   /// Byte orders: 1 is the machine's own; any other swaps.
   void set_endian(unsigned char order) { swap_ = order != host_order_; }
+  /// 1 for the machine's own byte order, else 0.
   [[nodiscard]] unsigned char get_endian() const { return swap_ ? 0 : host_order_; }
+  /// Whether numbers are turned round.
   [[nodiscard]] bool swap_endian() const { return swap_; }
 
   /// Reading ahead keeps all buffers but the current one filled; on at first.
   void enable_read_ahead() { read_ahead_ = true; }
+  /// From now on a buffer is read when it is needed.
   void disable_read_ahead() { read_ahead_ = false; }
 
   /// Bytes: what offsets and sizes of raw reads are rounded to.
@@ -265,7 +281,7 @@ class ORSIN_API fReadBuffer {
   [[nodiscard]] const char* name() const { return name_; }
 
  private:
-  friend struct read_buffer_layout;
+  friend struct orsin::ReadSteps;
 
   struct Slot {
     unsigned char* buffer;
@@ -294,24 +310,6 @@ class ORSIN_API fReadBuffer {
 
   unsigned char read_byte_from_next_block();
   bool read_across_blocks(void* number, std::size_t size);
-  [[nodiscard]] int slot_after(int slot) const;
-  void begin_memory(unsigned long long offset);
-  [[nodiscard]] bool reads_memory() const;
-  void end_reading();
-  void free_buffers();
-  void end_file();
-  void drop_reads();
-  void take_configuration(const fReadBuffer& other);
-  unsigned long long request_size(unsigned long long offset, unsigned long long wanted,
-                                  unsigned long long& expected) const;
-  bool issue_read(int slot);
-  unsigned long long complete_slot(int slot);
-  unsigned long long fetch_in_flight();
-  bool issue_first_reads();
-  unsigned long long fetch_now();
-  void read_ahead();
-  unsigned long long read_split(unsigned char* destination, unsigned long long offset,
-                                unsigned long long size, unsigned long long piece_bytes);
 
   char name_[260];
   void* file_;
@@ -450,16 +448,17 @@ class ORSIN_API fWriteBuffer {
   ///
   /// @return True.
   virtual bool set_file_position(unsigned long long position);
+  /// Whether set_file_position() would stay within the current buffer.
   virtual bool is_file_position_inside_current_buffer(unsigned long long position);
 
   /// The number of failed writes since the file was opened.
   virtual int error();
 
   /// Numbers in the byte order of set_endian(), through write_file() where the buffer ends.
-  void put_byte(unsigned char value) { put(value); }
-  void put_short(short value) { put(static_cast<unsigned short>(value)); }
-  void put_int(int value) { put(static_cast<unsigned int>(value)); }
-  void put_float(float value);
+  void put_byte(unsigned char value);
+  void put_short(short value);  ///< Two bytes.
+  void put_int(int value);      ///< Four bytes.
+  void put_float(float value);  ///< Four bytes, IEEE 754.
 
   /// Byte orders: 1 is the machine's own; any other swaps.
   void set_endian(unsigned char order) { swap_ = order != host_order_; }
@@ -467,19 +466,9 @@ class ORSIN_API fWriteBuffer {
   /// The name last opened.
   [[nodiscard]] const char* name() const { return name_; }
 
+  /// @cond the layout is fixed, but nobody's business
  protected:
-  friend struct write_buffer_layout;
-
-  template <typename Number>
-  void put(Number value);
-  bool allocate_buffers(int size, bool double_buffer);
-  bool grow_memory(unsigned long long size);
-  void collect_ticket(int& ticket);
-  void write_full_buffer();
-  bool start_first_buffer();
-  void empty_buffer();
-  void finish_file();
-  void cut_by_name();
+  friend struct orsin::WriteSteps;
 
   char name_[260];
   void* file_;
@@ -502,6 +491,7 @@ class ORSIN_API fWriteBuffer {
   unsigned char host_order_;
   bool swap_;
   __mutex_str* mutex_;
+  /// @endcond
 };
 
 /// The writer's interface over a block of memory; no file is ever touched. One thread at a time.
@@ -556,7 +546,7 @@ class ORSIN_API fMemBuffer : public fWriteBuffer {
   bool set_file_position(unsigned long long position) override;
 
  private:
-  bool grow(unsigned long long size);
+  friend struct orsin::MemorySteps;
 
   unsigned char* target_;
   unsigned long long target_size_;

@@ -335,7 +335,9 @@ ORSIN_API int mem_free_locked_buffer(void** handle);
 ///         lock; -1 with a debug line for anything else: a discarded buffer, for one.
 /// Any thread.
 ORSIN_API int mem_lock_buffer(void** handle);
+/// @copydoc mem_lock_buffer()
 ORSIN_API int mem_keep_buffer(void** handle);
+/// @copydoc mem_lock_buffer()
 ORSIN_API int mem_unlock_buffer(void** handle);
 
 /// Frees an unlocked buffer. 1, or 0 for any address outside the heaps; -1 when it is locked or

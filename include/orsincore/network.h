@@ -1,10 +1,11 @@
 /// @file
 /// Network: an HTTP client and a WebSocket client for the application's web services.
 ///
-/// Every call blocks its thread until it is done; the library starts no thread and calls nothing back.
+/// Every call blocks its thread until it is done; the library starts no thread and calls nothing
+/// back.
 ///
-/// Strings are NUL-terminated UTF-8 or ASCII; URLs go to the platform's narrow-character functions as
-/// they are. Nothing throws: a failure is a return value, and the log holds a line only where a
+/// Strings are NUL-terminated UTF-8 or ASCII; URLs go to the platform's narrow-character functions
+/// as they are. Nothing throws: a failure is a return value, and the log holds a line only where a
 /// function says so.
 #pragma once
 
@@ -27,22 +28,25 @@ enum ov_http_request_type {
 ///
 /// A call sends one request, blocks until the answer is read or a time-out expires, and keeps the
 /// body and the status code in the object. The last request's handles stay open until the next one
-/// or the destructor. Member functions never log; the reason of a failure is LastErrorString(). Only
-/// the two static helpers write to the log.
+/// or the destructor. Member functions never log; the reason of a failure is LastErrorString().
+/// Only the two static helpers write to the log.
 ///
 /// One thread at a time uses an object; separate objects may be used on separate threads.
 /// Windows: WinINet.
 class ov_http_socket {
  public:
-  /// Opens the session: agent "KORVANE", the system's proxy settings, 30 s to connect, 300 s to send
-  /// and to receive. A session that cannot be opened is not reported; every later call fails.
+  /// Opens the session: agent "KORVANE", the system's proxy settings, 30 s to connect, 300 s to
+  /// send and to receive. A session that cannot be opened is not reported; every later call fails.
   ORSIN_API ov_http_socket();
 
   /// Copies every field as it stands, so both objects refer to the same handles and the same body,
   /// and each destructor would release them: whoever copies lets only one of the two be destroyed.
   /// What the assigned object held before is neither closed nor freed.
+  //
+  // Kept on purpose: callers that assign clients go on with one session through both. Counting its
+  // users would take a field that the layout does not have.
   ov_http_socket(const ov_http_socket& other) = default;
-  ov_http_socket& operator=(const ov_http_socket& other) = default;
+  ov_http_socket& operator=(const ov_http_socket& other) = default;  ///< The same.
 
   /// Frees the body and closes the session, the request and the connection.
   ORSIN_API ~ov_http_socket();
@@ -66,8 +70,8 @@ class ov_http_socket {
   /// @param data_len  Bytes of `data`; -1 takes it as a NUL-terminated string.
   /// @param headers   Header lines, parted by CR LF; null for "Content-Type:
   ///                  application/x-www-form-urlencoded". Not used by GET.
-  /// @param out_len   Receives the body's bytes, without the terminator; may be null. Not written on
-  ///                  failure.
+  /// @param out_len   Receives the body's bytes, without the terminator; may be null. Not written
+  ///                  on failure.
   /// @return The body followed by a NUL; the object's, until the next call or its end. Null when no
   ///         answer was received or memory is short.
   /// Windows: InternetOpenUrlA or HttpSendRequestA, InternetReadFile.
@@ -90,8 +94,9 @@ class ov_http_socket {
   /// The HTTP status of the last request; 0 before the first one and when it failed.
   ORSIN_API int GetStatusCode();
 
-  /// The system's text for the last failure's code, with the line end that the system gives it; empty
-  /// for codes that the system has no text for, which most of the internet codes (12xxx) are.
+  /// The system's text for the last failure's code, with the line end that the system gives it. For
+  /// the internet codes (12xxx), which the system has no texts for, that of the internet library.
+  /// An unknown code gives an empty text; so does a text of 256 bytes or more.
   ///
   /// @return In the object; overwritten by the next call.
   /// Windows: FormatMessageA.
@@ -103,11 +108,12 @@ class ov_http_socket {
   ///         the system's text for the last error, or the file that cannot be written.
   ORSIN_API static bool ReadFile(const char* url, const char* path);
 
-  /// Opens a URL as GET does and writes a file's bytes on the open request; for servers and platforms
-  /// that take them there.
+  /// Opens a URL as GET does and writes a file's bytes on the open request; for servers and
+  /// platforms that take them there.
   ///
-  /// @return True when the status was 200 and one write took the whole file. A missing or empty file
-  ///         and a lack of memory return false in silence; other failures write one error line.
+  /// @return True when the status was 200 and one write took the whole file. A missing or empty
+  ///         file and a lack of memory return false in silence; other failures write one error
+  ///         line.
   ORSIN_API static bool WriteFile(const char* url, const char* path);
 
  protected:
@@ -230,6 +236,7 @@ class OvWebSocket {
   /// for it (see mem_alloc_locked_buffer()). Windows: WinHttpWebSocketReceive.
   virtual bool Receive(OvWebSocketData** out) = 0;
 
+  /// @cond only Create() and Destroy() begin and end an object
  protected:
   OvWebSocket() = default;
   OvWebSocket(const OvWebSocket&) = default;
@@ -237,4 +244,5 @@ class OvWebSocket {
   OvWebSocket& operator=(const OvWebSocket&) = default;
   OvWebSocket& operator=(OvWebSocket&&) = default;
   ~OvWebSocket() = default;  // Not virtual, and only Destroy() ends an object.
+  /// @endcond
 };

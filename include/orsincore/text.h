@@ -69,11 +69,11 @@ ORSIN_API char* ov_utf8_validate(char* s);
 
 /// The number of characters.
 ORSIN_API std::size_t ov_utf16_strlen(const unsigned short* s);
-ORSIN_API std::size_t ov_utf16_strlen(const char* s);
+ORSIN_API std::size_t ov_utf16_strlen(const char* s);  ///< @overload
 
 /// As ov_utf8_get_code_point(); *pos counts units, or bytes (rounded down to even).
 ORSIN_API int ov_utf16_get_code_point(const unsigned short* s, std::size_t* pos);
-ORSIN_API int ov_utf16_get_code_point(const char* s, std::size_t* pos);
+ORSIN_API int ov_utf16_get_code_point(const char* s, std::size_t* pos);  ///< @overload
 
 ORSIN_API int ov_utf16_get_num_for_code_point(int cp);        ///< Units: 1 or 2.
 ORSIN_API int ov_utf16_get_num_bytes_for_code_point(int cp);  ///< Bytes: 2 or 4.
@@ -81,7 +81,7 @@ ORSIN_API int ov_utf16_get_num_bytes_for_code_point(int cp);  ///< Bytes: 2 or 4
 /// Writes one character without a terminator; n and the result count units, or bytes. 0 if it does
 /// not fit.
 ORSIN_API int ov_utf16_encode(int cp, unsigned short* dst, std::size_t n);
-ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);
+ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);  ///< @overload
 
 // ---------------------------------------------------------------------------------------------
 // Conversions. Each returns dst, which is always terminated.
@@ -92,18 +92,27 @@ ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);
 
 /// @param n  Bytes of dst.
 ORSIN_API char* ov_utf16_to_utf8(const unsigned short* src, char* dst, std::size_t n);
+/// @overload
 ORSIN_API char* ov_utf16_to_utf8(const char* src, char* dst, std::size_t n);
+/// @param n  Bytes of dst.
 ORSIN_API char* ov_utf32_to_utf8(const unsigned int* src, char* dst, std::size_t n);
 
 /// @param n  Elements of dst; bytes where dst is a char*.
 ORSIN_API unsigned short* ov_utf8_to_utf16(const char* src, unsigned short* dst, std::size_t n);
+/// @overload
 ORSIN_API char* ov_utf8_to_utf16(const char* src, char* dst, std::size_t n);
+/// @param n  Elements of dst.
 ORSIN_API unsigned int* ov_utf8_to_utf32(const char* src, unsigned int* dst, std::size_t n);
 
 #if defined(_WIN32)
-/// The same for wide strings; n counts bytes of dst, units of dst, bytes of dst.
+/// From a wide string.
+/// @param n  Bytes of dst.
 ORSIN_API char* ov_wchar_to_utf8(const wchar_t* src, char* dst, std::size_t n);
+/// To a wide string.
+/// @param n  Units of dst.
 ORSIN_API wchar_t* ov_utf8_to_wchar_n(const char* src, wchar_t* dst, std::size_t n);
+/// To a wide string.
+/// @param n  Bytes of dst.
 ORSIN_API wchar_t* ov_utf8_to_wchar_s(const char* src, wchar_t* dst, std::size_t n);
 #endif
 
@@ -120,6 +129,7 @@ ORSIN_API const char* validate_ascii_xml_text(char* dst, std::size_t n, const ch
 /// Opens a stream by UTF-8 name; names are cut at 259 UTF-16 units. Null when that fails.
 /// Windows: _wfopen, _wfreopen.
 ORSIN_API std::FILE* ov_utf8_fopen(const char* name, const char* mode);
+/// The same for a stream that is open already.
 ORSIN_API std::FILE* ov_utf8_freopen(const char* name, const char* mode, std::FILE* stream);
 
 // ---------------------------------------------------------------------------------------------
@@ -228,8 +238,10 @@ class ORSIN_API OvBidi {
   /// Text that is not reordered has one run, just as it was given to SetSelection().
   virtual bool NextSelectionRun(int* start, int* end) = 0;
 
+  /// @cond only Create() and Destroy() begin and end an object
  protected:
   ~OvBidi() = default;  // Not virtual, and out of reach: objects go through Destroy().
+  /// @endcond
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -243,6 +255,7 @@ struct md5_state_s {
   unsigned char buf[64];  ///< The partial block.
 };
 
+/// Begins a message.
 ORSIN_API void ov_md5_init(md5_state_s* state);
 
 /// Adds n bytes; n of 0 or less does nothing.
@@ -253,15 +266,16 @@ ORSIN_API void ov_md5_finish(md5_state_s* state, unsigned char digest[16]);
 
 /// SHA-1 (FIPS 180-1).
 struct SHA1Context {
-  unsigned int Message_Digest[5];  ///< After ov_SHA1Result() the digest, in host order.
-  unsigned int Length_Low;         ///< Message length in bits.
-  unsigned int Length_High;
+  unsigned int Message_Digest[5];   ///< After ov_SHA1Result() the digest, in host order.
+  unsigned int Length_Low;          ///< Message length in bits.
+  unsigned int Length_High;         ///< The upper half of it.
   unsigned char Message_Block[64];  ///< The partial block.
   int Message_Block_Index;          ///< Bytes used in it.
   int Computed;                     ///< 1 once the digest is final.
   int Corrupted;                    ///< 1 after a misuse or a length overflow.
 };
 
+/// Begins a message.
 ORSIN_API void ov_SHA1Reset(SHA1Context* context);
 
 /// Adds n bytes. Adding to a finished message marks the context corrupted, as does a message of
@@ -277,11 +291,15 @@ struct XXH64_state_s;
 /// A state with undefined contents, to reset first; null when memory is exhausted.
 ORSIN_API XXH64_state_s* ov_XXH64_createState();
 ORSIN_API int ov_XXH64_freeState(XXH64_state_s* state);  ///< Returns 0.
+/// Copies a state with what it has read.
 ORSIN_API void ov_XXH64_copyState(XXH64_state_s* dst, const XXH64_state_s* src);
 ORSIN_API int ov_XXH64_compareState(const XXH64_state_s* a,
                                     const XXH64_state_s* b);  ///< As memcmp.
+/// Begins a message. Returns 0.
 ORSIN_API int ov_XXH64_reset(XXH64_state_s* state, unsigned long long seed);
+/// Adds n bytes. Returns 0.
 ORSIN_API int ov_XXH64_update(XXH64_state_s* state, const void* data, std::size_t n);
+/// The hash of what was read so far; more may follow.
 ORSIN_API unsigned long long ov_XXH64_digest(const XXH64_state_s* state);
 
 // ---------------------------------------------------------------------------------------------
@@ -321,13 +339,13 @@ class ORSIN_API date {
   date();                 ///< Now, local time.
   date(long long posix);  ///< The local time of seconds since 1970 UTC.
   date(int year, int month, int day, char hour, char minute, char second);  ///< Stored unchecked.
-  date(const char* text);  ///< As scan(text, "%c", null); now if empty or null.
-  date(const date& other) = default;
-  date& operator=(const date& other) = default;
+  date(const char* text);             ///< As scan(text, "%c", null); now if empty or null.
+  date(const date& other) = default;  ///< As it is.
+  date& operator=(const date& other) = default;  ///< As it is.
 
   void reset();  ///< To now, local time.
 
-  [[nodiscard]] static bool leapyear(int y);
+  [[nodiscard]] static bool leapyear(int y);             ///< By the Gregorian rule.
   [[nodiscard]] static int max_month_day(int y, int m);  ///< Days of a month from 1 to 12, else 0.
   [[nodiscard]] static long year2days(long y);           ///< Days before 1 January of year y.
   [[nodiscard]] int max_year_day() const;                ///< 365 or 366.
@@ -335,13 +353,14 @@ class ORSIN_API date {
   /// The day of the year, from 1; -1 when there is no such day.
   [[nodiscard]] int julian(int y, int m, int d) const;
 
-  [[nodiscard]] int year() const { return year_; }
-  [[nodiscard]] int month() const { return month_; }
-  [[nodiscard]] int day() const { return day_; }
-  [[nodiscard]] int year_day() const { return year_day_; }
+  [[nodiscard]] int year() const { return year_; }          ///< With the century.
+  [[nodiscard]] int month() const { return month_; }        ///< From 1.
+  [[nodiscard]] int day() const { return day_; }            ///< Of the month, from 1.
+  [[nodiscard]] int year_day() const { return year_day_; }  ///< From 1.
   [[nodiscard]] long dow() const { return days_; }  ///< The day number; 1 is 1 January of year 1.
   [[nodiscard]] int week_day() const;               ///< 1 is Sunday, 7 Saturday.
 
+  /// English, such as "Tuesday" or "Tue".
   [[nodiscard]] const char* day_name(bool abbreviated) const;
   [[nodiscard]] const char* month_name(bool abbreviated) const;  ///< Null for no month.
 
@@ -359,12 +378,15 @@ class ORSIN_API date {
   /// @param extra    Receives what %G and %O add; may be null.
   /// @return The rest of the text; null at a mismatch, with the fields read so far changed.
   char* scan(const char* text, const char* pattern, int* extra);
+  /// Reads what format_xml() writes.
   void scan_xml(const char* text, bool with_time);
 
   /// Seconds since 1970 UTC of the date read as local standard time.
   operator long long() const;
 
+  /// Whether day and time of day are equal.
   [[nodiscard]] bool operator==(const date& other) const;
+  /// Whether day or time of day differ.
   [[nodiscard]] bool operator!=(const date& other) const { return !(*this == other); }
 
   /// The difference in days; the leap day of the dates' own years is not counted.

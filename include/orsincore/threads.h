@@ -161,9 +161,10 @@ struct _EXCEPTION_POINTERS;  ///< The platform's record of a fault (see <excpt.h
 /// until the next fault of the same thread.
 class ORSIN_API SE_Exception {
  public:
+  /// For the library; a host catches what the system threw.
   SE_Exception(unsigned int code, _EXCEPTION_POINTERS* information);
-  SE_Exception(const SE_Exception& other);
-  SE_Exception& operator=(const SE_Exception& other);
+  SE_Exception(const SE_Exception& other);             ///< The same code and information.
+  SE_Exception& operator=(const SE_Exception& other);  ///< The same code and information.
   ~SE_Exception();
 
   /// The fault's code: 0xC0000005 for an access violation, 0xC0000094 for a division by zero.
@@ -223,7 +224,7 @@ class ORSIN_API OV_Thread {
 
   /// Copies nothing, and never starts the worker.
   OV_Thread(const OV_Thread& other);
-  OV_Thread& operator=(const OV_Thread& other);
+  OV_Thread& operator=(const OV_Thread& other);  ///< Changes nothing.
   virtual ~OV_Thread();
 
   /// Queues this object for one Run(); again for another one. At most 64 may be waiting: what is
@@ -251,6 +252,10 @@ class ORSIN_API OV_Thread {
 
 class Observable;
 
+namespace orsin {
+struct ObserverDelivery;
+}
+
 /// Who is told about changes of an Observable. Derive and override notify().
 ///
 /// An observer does not know its observables: it must be deregistered before it is destroyed, from
@@ -264,10 +269,11 @@ class ORSIN_API Observer {
     /// @param type  Bits: 0x20000000 "Attach", 0x40000000 "Detach", 0x80000000 "Dying"; the others
     ///        are the application's.
     explicit Notification(unsigned int type);
-    Notification(const Notification& other);
-    Notification& operator=(const Notification& other);
+    Notification(const Notification& other);             ///< As it is, sender included.
+    Notification& operator=(const Notification& other);  ///< As it is, sender included.
     virtual ~Notification();
 
+    /// What it was made with.
     [[nodiscard]] unsigned int type() const;
 
     /// Who delivered it; null before.
@@ -281,15 +287,15 @@ class ORSIN_API Observer {
     char* type_name(char* buffer) const;
 
    private:
-    friend class Observable;
+    friend struct orsin::ObserverDelivery;
 
     unsigned int type_;
     Observable* sender_ = nullptr;
   };
 
   Observer();
-  Observer(const Observer& other);  ///< A copy is as muted as its source.
-  Observer& operator=(const Observer& other);
+  Observer(const Observer& other);             ///< A copy is as muted as its source.
+  Observer& operator=(const Observer& other);  ///< As muted as its source.
   virtual ~Observer();
 
   /// Called for every delivery, on the observable's thread.
@@ -304,6 +310,7 @@ class ORSIN_API Observer {
 
   /// Undoes one disable; without one it does nothing.
   void enableObserverNotifications();
+  /// Whether nothing mutes it.
   [[nodiscard]] bool getObserverNotificationsEnabled() const;
 
  private:
@@ -320,7 +327,7 @@ class ORSIN_API Observable {
 
   /// Copies the list, the disable count and whether a delivery is running.
   Observable(const Observable& other);
-  Observable& operator=(const Observable& other);
+  Observable& operator=(const Observable& other);  ///< The same.
 
   /// Delivers "Dying" (0x80000000), muted or not.
   virtual ~Observable();
@@ -343,6 +350,7 @@ class ORSIN_API Observable {
   /// out; with a notification of the caller's, which receives its sender, neither is the case.
   /// @return How many observers answered true.
   int update_observers(unsigned int type);
+  /// @copydoc update_observers(unsigned int)
   int update_observers(Observer::Notification& notification);
 
   /// Mutes this observable; each call needs an enable of its own.
@@ -350,13 +358,14 @@ class ORSIN_API Observable {
 
   /// Undoes one disable; without one it does nothing.
   void enableNotifications();
+  /// Whether nothing mutes it.
   [[nodiscard]] bool getNotificationsEnabled() const;
 
   /// The list's length, empty places included.
   [[nodiscard]] int getNumObservers() const;
 
  private:
-  int deliver(Observer::Notification& notification, bool skip_muted);
+  friend struct orsin::ObserverDelivery;
 
   ov_vector<Observer*> observers_;
   unsigned int disable_count_ = 0;

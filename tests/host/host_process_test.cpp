@@ -1,4 +1,5 @@
 // Start-up as a process of its own meets it: the test host runs as a child, its log is read after.
+#include <algorithm>
 #include <filesystem>
 
 #include "tests/host/child_process.h"
@@ -119,6 +120,28 @@ TEST_F(HostProcess, AFaultInAThreadEndsTheProcessWithABlockThatNamesTheThread) {
     EXPECT_NE(text.find(asterisks, line), std::string::npos) << text;
     EXPECT_EQ(text.find("* Closed normally"), std::string::npos) << text;
   }
+}
+
+TEST_F(HostProcess, ClosesDownInTheFixedOrder) {
+  const auto plugin = std::filesystem::absolute(ORSIN_TEST_PLUGINS "/plugin_logging.dll");
+  SetEnvironmentVariableA("ORSIN_TEST_PLUGIN", plugin.string().c_str());
+
+  EXPECT_EQ(run("leave"), 0);
+
+  const char* const lines[] = {
+      "plug-in loaded",       "*---------------------------------------------------",
+      "work 60 on OV_Worker", "* Closed normally",
+      "plug-in unloaded",     "---------------------------------------------------"};
+  const std::string text = log();
+  std::size_t position = 0;
+  for (const char* line : lines) {
+    // The worker may be done before closedown begins.
+    const bool may_be_early = std::string(line).starts_with("work");
+    const std::size_t found = text.find(line, may_be_early ? 0 : position);
+    ASSERT_NE(found, std::string::npos) << line << " is missing or out of order in\n" << text;
+    position = std::max(position, found + 1);
+  }
+  EXPECT_EQ(text.find("ERROR"), std::string::npos) << text;
 }
 
 TEST_F(HostProcess, KeepsTenOlderLogsAndDropsTheEleventh) {

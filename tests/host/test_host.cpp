@@ -9,6 +9,7 @@
 //   filter   hands an access violation to the exception filter, as an outermost handler does
 //   access   starts the thread "Reader", which reads through a null pointer
 //   division starts the thread "Divider", which divides by zero
+//   leave    leaves queued work and an open plug-in (ORSIN_TEST_PLUGIN) to closedown
 //   serve    is a first instance: signals NAMEReady, waits for NAMEAsk, logs the updates
 //   window   the same, with a minimised main window
 //   restart  asks for a restart the first time
@@ -71,6 +72,24 @@ void divide_by_zero(void* /*argument*/) {
 
 void run_thread(const char* name, void (*entry)(void*)) {
   mp_join_thread(mp_start_thread(name, entry, nullptr), INFINITE);
+}
+
+class LoggedWork : public OV_Thread {
+ public:
+  void Run() override { msginfo("work %d on %s", ++runs_, mp_get_thread_name()); }
+
+ private:
+  int runs_ = 0;
+};
+
+void leave_to_closedown() {
+  static LoggedWork* const work = new LoggedWork;  // Outlives the worker.
+  for (int i = 0; i < 60; ++i) {
+    work->Start();
+  }
+  if (ov_open_library(std::getenv("ORSIN_TEST_PLUGIN"), 0) == nullptr) {
+    msgerror("the plug-in cannot be opened");
+  }
 }
 
 HWND make_main_window(const char* application) {
@@ -137,6 +156,8 @@ int act(const std::string& command, const char* application) {
     run_thread("Reader", read_null);
   } else if (command == "division") {
     run_thread("Divider", divide_by_zero);
+  } else if (command == "leave") {
+    leave_to_closedown();
   } else if (command == "serve") {
     serve(application, nullptr);
   } else if (command == "window") {

@@ -6,8 +6,8 @@
 //   EXPECT_EQ(internet->calls, Lines{...});   // "connect session1 example.org 80 4000000"
 //
 // Calls are written as a name and their arguments, flags in hexadecimal; handles are named after
-// what they are and numbered in the order in which they were opened. Native builds have it below the
-// HTTP client's port; under Windows it stands in for the functions of WinINet. One thread.
+// what they are and numbered in the order in which they were opened. Native builds have it below
+// the HTTP client's port; under Windows it stands in for the functions of WinINet. One thread.
 #pragma once
 
 #include <cstdint>

@@ -53,6 +53,10 @@ bool internet_write(void* request, const void* data, std::uint32_t size,
   return fake_internet().write(request, data, size, bytes);
 }
 
+void internet_error_text(std::uint32_t /*code*/, char* text, std::uint32_t /*size*/) noexcept {
+  text[0] = '\0';  // The stand-in for the system has a text for every code.
+}
+
 void internet_close(void* handle) noexcept {
   fake_internet().close(handle);
 }

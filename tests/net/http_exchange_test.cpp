@@ -1,5 +1,5 @@
-// Requests and answers with real servers: methods, headers, bodies, sizes, status codes, and servers
-// that break the rules.
+// Requests and answers with real servers: methods, headers, bodies, sizes, status codes, and
+// servers that break the rules.
 #include <gtest/gtest.h>
 
 #include <chrono>

@@ -152,6 +152,18 @@ TEST_F(Upload, OfAnEmptyOrMissingFileFailsInSilence) {
   EXPECT_TRUE(internet_->calls.empty());
 }
 
+#if !defined(_WIN32)
+TEST_F(Upload, LogsAFileThatCannotBeRead) {
+  const std::string path =
+      directory_.path();  // A directory has a size, and opens, but that is all.
+
+  EXPECT_FALSE(ov_http_socket::WriteFile("http://example.org/", path.c_str()));
+
+  EXPECT_EQ(joined(log_), "ERROR: HTTP: File loader failed: Can't read '" + path + "'\n");
+  EXPECT_TRUE(internet_->calls.empty());
+}
+#endif
+
 TEST_F(Upload, LogsMinusOneWithoutAUrl) {
   const std::string path = directory_.write("file", "content");
 

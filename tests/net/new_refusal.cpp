@@ -30,18 +30,24 @@ NewRefusal::~NewRefusal() {
 
 }  // namespace orsin::test
 
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  try {
-    return is_granted() ? ::operator new(size) : nullptr;
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+// The linker leads the library's calls here (--wrap); the sanitizers own the operators themselves.
+#if defined(_WIN64)
+#define ORSIN_NOTHROW(prefix, name) prefix##_Zn##name##yRKSt9nothrow_t  // std::size_t is "y".
+#else
+#define ORSIN_NOTHROW(prefix, name) prefix##_Zn##name##mRKSt9nothrow_t
+#endif
+
+extern "C" {
+
+void* ORSIN_NOTHROW(__real_, w)(std::size_t size, const std::nothrow_t& tag) noexcept;
+void* ORSIN_NOTHROW(__real_, a)(std::size_t size, const std::nothrow_t& tag) noexcept;
+
+void* ORSIN_NOTHROW(__wrap_, w)(std::size_t size, const std::nothrow_t& tag) noexcept {
+  return is_granted() ? ORSIN_NOTHROW(__real_, w)(size, tag) : nullptr;
 }
 
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  try {
-    return is_granted() ? ::operator new[](size) : nullptr;
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+void* ORSIN_NOTHROW(__wrap_, a)(std::size_t size, const std::nothrow_t& tag) noexcept {
+  return is_granted() ? ORSIN_NOTHROW(__real_, a)(size, tag) : nullptr;
 }
+
+}  // extern "C"

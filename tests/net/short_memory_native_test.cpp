@@ -9,6 +9,7 @@
 #include "orsincore/network.h"
 #include "tests/native/fake_internet.h"
 #include "tests/native/pages_native.h"
+#include "tests/support/log_capture.h"
 
 namespace orsin {
 namespace {
@@ -132,6 +133,20 @@ TEST(ShortMemory, LeavesTheClientUsable) {
   EXPECT_STREQ(
       socket.GetHttpData("http://example.org/", OV_HTTP_GET, nullptr, -1, nullptr, nullptr),
       "text");
+}
+
+TEST(ShortMemory, EndsAnUploadWithoutALineOfItsOwn) {
+  const PagesScript machine;
+  const InternetScript internet;
+  const test::LogCapture log;
+  const test::TemporaryDirectory directory;
+  const std::string path = directory.write("file", "content");
+  machine->commits_granted = 0;
+
+  EXPECT_FALSE(ov_http_socket::WriteFile("http://example.org/", path.c_str()));
+
+  EXPECT_EQ(log.text().find("HTTP"), std::string::npos) << log.text();
+  EXPECT_TRUE(internet->calls.empty());
 }
 
 }  // namespace

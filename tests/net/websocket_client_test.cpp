@@ -71,7 +71,7 @@ TEST_F(WebSocketConnecting, TakesEachStepOnceAndKeepsAllButTheRequest) {
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
-TEST_F(WebSocketConnecting, SucceedsWhateverTheLookAtTheDataFinds) {
+TEST_F(WebSocketConnecting, KeepsLookingForDataWhateverItFinds) {
   web_->refusals["query_data"] = 12018;
 
   EXPECT_TRUE(socket_->Connect(kUrl));

@@ -1,0 +1,36 @@
+// Uploads of files that only Windows can refuse to open.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "core/win/windows.h"
+#include "orsincore/network.h"
+#include "tests/native/fake_internet.h"
+#include "tests/support/log_capture.h"
+
+namespace orsin {
+namespace {
+
+struct HandleCloser {
+  void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+
+TEST(UploadWin, LogsAFileThatIsOpenElsewhere) {
+  const test::InternetScript internet;
+  const test::LogCapture log;
+  const test::TemporaryDirectory directory;
+  const std::string path = directory.write("file", "content");
+  const std::unique_ptr<void, HandleCloser> unshared(CreateFileA(
+      path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  ASSERT_NE(unshared.get(), INVALID_HANDLE_VALUE);
+
+  EXPECT_FALSE(ov_http_socket::WriteFile("http://example.org/", path.c_str()));
+
+  EXPECT_EQ(log.lines(),
+            (test::Lines{"ERROR: HTTP: File loader failed: Can't read '" + path + "'"}));
+  EXPECT_TRUE(internet->calls.empty());
+}
+
+}  // namespace
+}  // namespace orsin
