@@ -12,9 +12,9 @@ SYSTEMTIME system_time(const LocalTime& time) {
   result.wYear = static_cast<WORD>(time.year);
   result.wMonth = static_cast<WORD>(time.month);
   result.wDay = static_cast<WORD>(time.day);
-  result.wHour = static_cast<WORD>(time.hour);
-  result.wMinute = static_cast<WORD>(time.minute);
-  result.wSecond = static_cast<WORD>(time.second);
+  result.wHour = static_cast<WORD>(int{time.hour});
+  result.wMinute = static_cast<WORD>(int{time.minute});
+  result.wSecond = static_cast<WORD>(int{time.second});
   return result;
 }
 
@@ -45,14 +45,9 @@ LocalTime to_local_time(std::int64_t posix) noexcept {
 }
 
 std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
-  struct tm local = {};
-  local.tm_year = time.year - 1900;
-  local.tm_mon = time.month - 1;
-  local.tm_mday = time.day;
-  local.tm_hour = time.hour;
-  local.tm_min = time.minute;
-  local.tm_sec = time.second;
-  local.tm_isdst = 0;
+  // Weekday, day of the year and the flag of daylight saving stay 0.
+  struct tm local = {time.second,      time.minute, time.hour, time.day, time.month - 1,
+                     time.year - 1900, 0,           0,         0};
   return _mktime64(&local);
 }
 
