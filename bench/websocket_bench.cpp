@@ -1,11 +1,11 @@
 // WebSocket streams of 1 MiB messages in one direction, against the bare platform calls.
 //
-//   Receive   messages that the server sends without end: Receive() with a fresh buffer of the Frame
-//             heap each, against WinHttpWebSocketReceive into one buffer that stays.
+//   Receive   messages that the server sends without end: Receive() with a fresh buffer of the
+//             Frame heap each, against WinHttpWebSocketReceive into one buffer that stays.
 //   Send      messages that the server takes, with one small answer after each batch.
 //
-// One iteration is a batch of messages. The server is tests/net/servers/websocket.py in a process of
-// its own. A good result: at most 1.05 of the bare calls' time in both directions.
+// One iteration is a batch of messages. The server is tests/net/servers/websocket.py in a process
+// of its own. A good result: at most 1.05 of the bare calls' time in both directions.
 #include <benchmark/benchmark.h>
 
 #include <memory>

@@ -74,7 +74,8 @@ struct WebSocketPart {
 [[nodiscard]] WebSocketPart receive_websocket(void* socket, void* room,
                                               std::uint32_t size) noexcept;
 
-/// Status 1000 without a reason; waits for the server's close frame. Windows: WinHttpWebSocketClose.
+/// Status 1000 without a reason; waits for the server's close frame.
+/// Windows: WinHttpWebSocketClose.
 [[nodiscard]] std::uint32_t close_websocket(void* socket) noexcept;
 
 constexpr std::size_t kCloseReasonBytes = 123;  // The longest that RFC 6455 allows.

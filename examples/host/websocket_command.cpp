@@ -111,8 +111,8 @@ const Command kWebSocketCommand = {
     "Usage: host ws [--messages N] URL\n"
     "\n"
     "Sends the bytes of standard input as one binary message (none for an empty input), then\n"
-    "prints binary messages as they arrive and closes the connection. The URL needs a port when it\n"
-    "has a path: ws://localhost:9000/live.\n"
+    "prints binary messages as they arrive and closes the connection. The URL needs a port when\n"
+    "it has a path: ws://localhost:9000/live.\n"
     "\n"
     "  --messages N   print N messages (1); with 0, all until the server closes\n",
     websocket};

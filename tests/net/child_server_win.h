@@ -13,8 +13,8 @@ namespace orsin::test {
 
 class ChildServer {
  public:
-  /// Starts the script; says on standard error why that did not work. The interpreter is /usr/bin/python3 by its Wine name, or what the environment variable
-  /// ORSIN_TEST_PYTHON names.
+  /// Starts the script; says so on standard error when it does not come up. The interpreter is
+  /// /usr/bin/python3 by its Wine name, or what the environment variable ORSIN_TEST_PYTHON names.
   explicit ChildServer(const std::string& script);
   ~ChildServer();
   ChildServer(const ChildServer&) = delete;

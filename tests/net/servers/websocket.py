@@ -109,8 +109,8 @@ async def sink(socket, query):
 
 
 async def request(socket, _):
-    lines = [socket.path] + [f"{name}: {value}" for name, value in socket.request_headers.raw_items()]
-    await socket.send("\n".join(lines).encode())
+    headers = [f"{name}: {value}" for name, value in socket.request_headers.raw_items()]
+    await socket.send("\n".join([socket.path, *headers]).encode())
     await socket.wait_closed()
 
 
