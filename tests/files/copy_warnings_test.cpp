@@ -9,6 +9,7 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
+#include "tests/files/known_drive.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -44,6 +45,7 @@ class CopyWarnings : public testing::Test {
 
   TemporaryDirectory directory_;
   test::IoStart io_;
+  test::KnownDrive known_drive_{directory_.path()};
   test::LogCapture log_;
 };
 

@@ -10,6 +10,7 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
+#include "tests/files/known_drive.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -67,6 +68,7 @@ class LongPath : public testing::Test {
   std::string longest_;
   std::string too_long_;
   test::IoStart io_;
+  test::KnownDrive known_drive_{directory_.path()};
   test::LogCapture log_;
 };
 

@@ -15,6 +15,7 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
+#include "tests/files/known_drive.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -86,6 +87,7 @@ class SameFileCopy : public testing::Test {
   const std::string content_ = random_content(300000);
   TemporaryDirectory directory_;
   test::IoStart io_;
+  test::KnownDrive known_drive_{directory_.path()};
   test::LogCapture log_;
 };
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <latch>
 #include <random>
 #include <string>
 #include <thread>
@@ -12,6 +11,7 @@
 
 #include "memory/movable_heap.h"
 #include "orsincore/memory.h"
+#include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -71,7 +71,7 @@ int use_heap(_mheap* heap, int stamp) {
 
 void run_threads(mheap_mode mode) {
   _mheap* heap = mheap_initialize("Shared", kHeapBytes, 16, mode, 0);
-  std::latch gate(kThreads);
+  test::Latch gate(kThreads);
   std::atomic<int> broken = 0;
   std::vector<std::thread> threads;
   for (int stamp = 1; stamp <= kThreads; ++stamp) {
@@ -109,7 +109,7 @@ TEST_P(MovableHeapWaiting, EndsWhenABlockIsUnlocked) {
   ASSERT_EQ(mheap_alloc_lock(heap, 65536 - 400, &all), 1);
   std::atomic<int> result = 0;
   void* wanted = nullptr;
-  std::latch started(1);
+  test::Latch started(1);
 
   std::thread allocator([&] {
     started.count_down();

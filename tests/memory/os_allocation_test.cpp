@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <latch>
 #include <thread>
 #include <vector>
 
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
 #include "tests/memory/allocation_refusal.h"
+#include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -141,7 +141,7 @@ TEST(OsAllocation, ServesManyThreadsAtOnce) {
   constexpr int kThreads = 8;
   constexpr int kRounds = 200;
   os_allocation::start();
-  std::latch gate(kThreads);
+  test::Latch gate(kThreads);
   std::atomic<int> failures = 0;
   std::vector<std::thread> threads;
 

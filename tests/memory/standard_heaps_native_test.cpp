@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <filesystem>
-#include <latch>
 #include <random>
 #include <string>
 #include <thread>
@@ -14,6 +13,7 @@
 #include "memory/standard_heaps.h"
 #include "orsincore/memory.h"
 #include "tests/native/pages_native.h"
+#include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temporary_directory.h"
 
@@ -516,7 +516,7 @@ TEST_F(HeapBuffers, KeepDiscardCallbacksToTheFrameHeap) {
 // Every thread locks and unlocks its own buffers while the others' allocations move and discard them.
 TEST_F(HeapBuffers, AreFoundWhileOthersMoveThem) {
   constexpr int kThreads = 8;
-  std::latch gate(kThreads);
+  test::Latch gate(kThreads);
   std::atomic<int> broken = 0;
   std::vector<std::thread> threads;
   for (int number = 0; number < kThreads; ++number) {

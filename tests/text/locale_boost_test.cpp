@@ -5,7 +5,6 @@
 #include <boost/locale/message.hpp>
 
 #include <filesystem>
-#include <latch>
 #include <locale>
 #include <random>
 #include <string>
@@ -15,6 +14,7 @@
 
 #include "orsincore/text.h"
 #include "tests/support/environment_variable.h"
+#include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 #include "tests/text/catalogue_builder.h"
 #include "tests/text/localisation_fixture.h"
@@ -204,7 +204,7 @@ TEST_F(RealCatalogues, AnswerEightThreadsAtOnce) {
   const char* const miss = "Close";
   const char* const open = ov_pgettext("Open");
   const char* const state = ov_pgettext("state", "Open");
-  std::latch gate(kThreads);
+  test::Latch gate(kThreads);
   std::vector<int> wrong(kThreads, 0);
   std::vector<std::thread> threads;
 
