@@ -12,6 +12,7 @@
 #include <new>
 
 #include "core/compiler.h"
+#include "core/unique_file.h"
 #include "orsincore/files.h"
 #include "orsincore/text.h"
 
@@ -24,11 +25,6 @@ static_assert(offsetof(ov_stream, position) == 16);
 static_assert(offsetof(ov_stream, end) == 24);
 
 constexpr auto kNothingLeft = static_cast<std::size_t>(-1);
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using UniqueFile = std::unique_ptr<std::FILE, FileCloser>;
 
 // Bytes from the start to the end of the file; negative when it has no length, as a pipe has none.
 std::int64_t measure(std::FILE* file) {

@@ -185,34 +185,36 @@ int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
   return -1;
 }
 
-int mheap_lock(_mheap* heap, void** handle) {
-  const HeapLock lock(heap);
+namespace {
+
+// The block that a handle owns, now the most recently used one. Null, after a debug line unless the
+// handle is empty, when it owns none in this heap.
+mheap_mblk* use_block_locked(_mheap* heap, void** handle) {
   if (*handle == nullptr) {
-    return -1;
+    return nullptr;
   }
   HeapBlocks blocks = blocks_of(heap);
   mheap_mblk* block = blocks.block_of(*handle);
   if (block == nullptr) {
     msgdebug("Illegal mheap pointer: %p\n", *handle);
-    return -1;
+    return nullptr;
   }
   blocks.stamp(*block);
-  return static_cast<int>(++block->lock_count);
+  return block;
+}
+
+}  // namespace
+
+int mheap_lock(_mheap* heap, void** handle) {
+  const HeapLock lock(heap);
+  mheap_mblk* block = use_block_locked(heap, handle);
+  return block != nullptr ? static_cast<int>(++block->lock_count) : -1;
 }
 
 int mheap_keep(_mheap* heap, void** handle) {
   const HeapLock lock(heap);
-  if (*handle == nullptr) {
-    return -1;
-  }
-  HeapBlocks blocks = blocks_of(heap);
-  mheap_mblk* block = blocks.block_of(*handle);
-  if (block == nullptr) {
-    msgdebug("Illegal mheap pointer: %p\n", *handle);
-    return -1;
-  }
-  blocks.stamp(*block);
-  return static_cast<int>(block->lock_count);
+  mheap_mblk* block = use_block_locked(heap, handle);
+  return block != nullptr ? static_cast<int>(block->lock_count) : -1;
 }
 
 int mheap_unlock(_mheap* heap, void** handle) {

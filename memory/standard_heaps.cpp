@@ -4,8 +4,8 @@
 #include "memory/standard_heaps.h"
 
 #include <cstdio>
-#include <memory>
 
+#include "core/unique_file.h"
 #include "memory/heap_sizes.h"
 #include "memory/movable_heap.h"
 #include "orsincore/files.h"
@@ -25,11 +25,6 @@ struct StandardHeaps {
 };
 
 constinit StandardHeaps heaps;
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using UniqueFile = std::unique_ptr<std::FILE, CloseFile>;
 
 double to_mib(std::uint64_t bytes) {
   return static_cast<double>(bytes) / 1048576;

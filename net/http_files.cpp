@@ -1,7 +1,7 @@
 // Downloads to a file and uploads from one: the two helpers of the HTTP client that use the log.
 #include <cstdio>
-#include <memory>
 
+#include "core/unique_file.h"
 #include "net/payload_writer.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
@@ -13,11 +13,6 @@ namespace orsin {
 namespace {
 
 constexpr int kStatusOk = 200;
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using UniqueFile = std::unique_ptr<std::FILE, FileCloser>;
 
 // A buffer of the standard heaps that stays where it is until the end of the scope.
 class LockedBuffer {

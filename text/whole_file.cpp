@@ -1,22 +1,15 @@
 #include "text/whole_file.h"
 
 #include <cstdio>
-#include <memory>
 
+#include "core/unique_file.h"
 #include "orsincore/text.h"
 
 namespace orsin {
-namespace {
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-}  // namespace
 
 std::optional<std::vector<char>> read_whole_file(const char* path) {
   constexpr std::size_t kStepBytes = 64 * 1024;
-  const std::unique_ptr<std::FILE, CloseFile> file(ov_utf8_fopen(path, "rb"));
+  const UniqueFile file(ov_utf8_fopen(path, "rb"));
   if (!file) {
     return std::nullopt;
   }
