@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "examples/host/paths.h"
 #include "orsincore/files.h"
 
 namespace host {
@@ -26,6 +27,7 @@ GuardedFile::GuardedFile(std::string destination)
 
 GuardedFile::~GuardedFile() {
   if (file_exists(partial_.c_str()) != 0) {
+    make_writable(partial_);  // A copy of a read-only file is one, too.
     file_delete(partial_.c_str());
   }
 }
