@@ -8,11 +8,13 @@
 #include "orsincore/threads.h"
 #include "tests/support/log_capture.h"
 #include "tests/threads/gate.h"
+#include "tests/threads/held_thread.h"
 
 namespace orsin {
 namespace {
 
 using test::Gate;
+using test::HeldThread;
 using test::Lines;
 using test::LogCapture;
 
@@ -75,20 +77,8 @@ TEST_F(ThreadTable, JoinsAThreadOnlyOnce) {
 
 TEST_F(ThreadTable, ReportsAJoinThatTimesOutAndForgetsTheThread) {
   const LogCapture log;
-  Gate gate;
-  Gate finished;
-  struct Gates {
-    Gate* gate;
-    Gate* finished;
-  } gates = {&gate, &finished};
-  const unsigned int thread = mp_start_thread(
-      "Slow",
-      [](void* argument) {
-        auto* both = static_cast<Gates*>(argument);
-        both->gate->wait();
-        both->finished->open();
-      },
-      &gates);
+  HeldThread held;
+  const unsigned int thread = mp_start_thread("Slow", HeldThread::run, &held);
 
   EXPECT_EQ(mp_join_thread(thread, 1), 0);
 
@@ -97,8 +87,7 @@ TEST_F(ThreadTable, ReportsAJoinThatTimesOutAndForgetsTheThread) {
   EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
   EXPECT_EQ(name_seen_by_thread("Next"), "Next");  // In the record of the thread that still runs.
   EXPECT_EQ(thread_record_count(), 1);
-  gate.open();
-  finished.wait();
+  held.release();
 }
 
 TEST_F(ThreadTable, UsesTheRecordOfAJoinedThreadAgain) {
@@ -123,30 +112,15 @@ TEST_F(ThreadTable, FindsTheHandleOfARunningThreadOnly) {
 }
 
 TEST_F(ThreadTable, ForgetsADetachedThread) {
-  Gate gate;
-  Gate finished;
-  struct Gates {
-    Gate* gate;
-    Gate* finished;
-    std::string name;
-  } gates = {&gate, &finished, {}};
-  const unsigned int thread = mp_start_thread(
-      "Detached",
-      [](void* argument) {
-        auto* all = static_cast<Gates*>(argument);
-        all->gate->wait();
-        all->name = mp_get_thread_name();
-        all->finished->open();
-      },
-      &gates);
+  HeldThread held;
+  const unsigned int thread = mp_start_thread("Detached", HeldThread::run, &held);
 
   EXPECT_EQ(mp_detach_thread(static_cast<int>(thread)), 1);
 
   EXPECT_EQ(mp_detach_thread(static_cast<int>(thread)), 0);
   EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
-  gate.open();
-  finished.wait();
-  EXPECT_EQ(gates.name, "Detached");  // A record that is not in use still tells the name.
+  held.release();
+  EXPECT_EQ(held.name(), "Detached");  // A record that is not in use still tells the name.
 }
 
 TEST_F(ThreadTable, DoesNotDetachAnUnknownIdentifier) {
