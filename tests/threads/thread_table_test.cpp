@@ -6,6 +6,7 @@
 #include <string>
 
 #include "orsincore/threads.h"
+#include "tests/memory/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 #include "tests/threads/gate.h"
 #include "tests/threads/held_thread.h"
@@ -141,6 +142,19 @@ TEST_F(ThreadTable, GrowsWithTheThreadsThatRunAtOnce) {
   for (const unsigned int thread : threads) {
     EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
   }
+}
+
+TEST_F(ThreadTable, StartsNothingThatItHasNoRoomFor) {
+  const LogCapture log;
+  unsigned int thread = 0;
+  {
+    const test::AllocationRefusal refusal(16 * sizeof(void*));
+    thread = mp_start_thread("Many", do_nothing, nullptr);
+  }
+
+  EXPECT_EQ(thread, 0xFFFFFFFF);
+  EXPECT_EQ(thread_record_count(), 0);
+  EXPECT_EQ(log.lines(), Lines{"ERROR: Vector ensure: Not enough memory..(0 + 1 * 8)"});
 }
 
 TEST(ThreadTableBeforeStart, KnowsNobody) {

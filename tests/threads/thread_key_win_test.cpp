@@ -1,3 +1,4 @@
+// Thread-local keys that the system refuses, and who needs them.
 #include <gtest/gtest.h>
 
 #include <string>
