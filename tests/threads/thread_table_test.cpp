@@ -59,6 +59,16 @@ TEST_F(ThreadTable, KeepsA31ByteNameWhole) {
   EXPECT_EQ(name_seen_by_thread(name.c_str()), name);
 }
 
+// What follows them is no part of the name: callers keep names shorter.
+TEST_F(ThreadTable, KeepsTheFirst32BytesOfALongerNameUnterminated) {
+  const std::string name = std::string(32, 'n') + "and more";
+
+  const std::string seen = name_seen_by_thread(name.c_str());
+
+  EXPECT_EQ(seen.substr(0, 32), name.substr(0, 32));
+  EXPECT_GT(seen.size(), 32U);
+}
+
 TEST_F(ThreadTable, CallsAForeignThreadUnknown) {
   EXPECT_STREQ(mp_get_thread_name(), "Unknown");
 }
@@ -76,7 +86,7 @@ TEST_F(ThreadTable, JoinsAThreadOnlyOnce) {
   EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
 }
 
-TEST_F(ThreadTable, ReportsAJoinThatTimesOutAndForgetsTheThread) {
+TEST_F(ThreadTable, KeepsForgettingAThreadWhoseJoinTimesOut) {
   const LogCapture log;
   HeldThread held;
   const unsigned int thread = mp_start_thread("Slow", HeldThread::run, &held);
