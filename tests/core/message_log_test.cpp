@@ -436,21 +436,6 @@ TEST_F(MessageLog, PreservesTheLastSystemError) {
   EXPECT_EQ(port::last_system_error(), 5U);
 }
 
-TEST(TimeOfDay, SplitsHoursMinutesAndSeconds) {
-  const TimeOfDay time = split_time_of_day(3 * 3600.0 + 4 * 60.0 + 5.25);
-
-  EXPECT_EQ(time.hours, 3);
-  EXPECT_EQ(time.minutes, 4);
-  EXPECT_DOUBLE_EQ(time.seconds, 5.25);
-}
-
-TEST(TimeOfDay, StartsAgainAfterMidnight) {
-  EXPECT_EQ(split_time_of_day(86399.5).hours, 23);
-  EXPECT_EQ(split_time_of_day(86400.0).hours, 0);
-  EXPECT_EQ(split_time_of_day(86400.0 * 3 + 61.0).hours, 0);
-  EXPECT_EQ(split_time_of_day(86400.0 * 3 + 61.0).minutes, 1);
-}
-
 // The same rules written naively: whole strings, no shared buffer.
 class NaiveLog {
  public:
