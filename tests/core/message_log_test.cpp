@@ -11,6 +11,7 @@
 
 #include "core/log_port.h"
 #include "orsincore/log.h"
+#include "tests/memory/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 #include "threads/clock.h"
 
@@ -166,6 +167,19 @@ TEST_F(MessageLog, OpensAtInfoOnAFileAndAtWarnOnStandardError) {
   msg_open(nullptr);
   EXPECT_EQ(msg_getlevel(), 1);
   EXPECT_EQ(msg_get_file(), stderr);
+  msg_close();
+}
+
+TEST_F(MessageLog, StaysClosedWithoutMemoryForItsBuffer) {
+  {
+    const test::AllocationRefusal refusal(8192);
+    msg_open(stderr);
+  }
+  msg_setlevel(4);
+
+  EXPECT_EQ(msg_getlevel(), -1);
+  EXPECT_EQ(msg(0, "nowhere"), 0);
+  EXPECT_EQ(msgerror("nowhere"), 0);
   msg_close();
 }
 
