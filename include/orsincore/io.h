@@ -440,8 +440,8 @@ class ORSIN_API fWriteBuffer {
   /// Where the next byte goes, from the start of the file or of the memory.
   virtual unsigned long long get_file_position();
 
-  /// Goes to a position. Inside the current buffer it is exact, and what is stepped over is zero.
-  /// Elsewhere what is collected is written.
+  /// Goes to a position. Inside the current buffer it is exact, and what is stepped over becomes
+  /// zero, also what the file held there. Elsewhere what is collected is written.
   ///
   /// Kept on purpose: a position outside the buffer is rounded down to the alignment; see
   /// get_file_position().
