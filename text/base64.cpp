@@ -104,19 +104,19 @@ std::size_t decode_base64_span_plain(const char* source, std::size_t source_size
 
 // Whole blocks by vector instructions. A block with a stranger in it goes through the exact loop,
 // which is also where the text ends: there, or at the last block that is whole and fits.
-std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
+std::size_t decode_base64_span(const Base64Kernel* kernel, const char* source,
+                               std::size_t source_size, unsigned char* target,
                                std::size_t target_size) {
-  const bool has_blocks = has_base64_instructions();
   const std::size_t groups =
-      has_blocks ? align_target(source, source_size, target, target_size) : 0;
+      kernel != nullptr ? align_target(source, source_size, target, target_size) : 0;
   std::size_t read = groups * 4;
   std::size_t written = groups * 3;
-  while (has_blocks) {
+  while (kernel != nullptr) {
     const std::size_t count = std::min((source_size - read) / kBase64BlockCharacters,
                                        (target_size - written) / kBase64BlockBytes);
     const std::size_t done = is_streamed(count, target + written)
-                                 ? stream_base64_blocks(source + read, count, target + written)
-                                 : decode_base64_blocks(source + read, count, target + written);
+                                 ? kernel->stream(source + read, count, target + written)
+                                 : kernel->decode(source + read, count, target + written);
     read += done * kBase64BlockCharacters;
     written += done * kBase64BlockBytes;
     if (done == count) {
@@ -132,6 +132,13 @@ std::size_t decode_base64_span(const char* source, std::size_t source_size, unsi
   }
   return written + decode_base64_span_plain(source + read, source_size - read, target + written,
                                             target_size - written);
+}
+
+std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
+                               std::size_t target_size) {
+  const auto kernels = base64_kernels();
+  return decode_base64_span(kernels.empty() ? nullptr : kernels.front(), source, source_size,
+                            target, target_size);
 }
 
 Base64Span base64_span(std::size_t part, std::size_t part_count, std::size_t source_size,

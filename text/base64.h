@@ -5,8 +5,15 @@
 
 namespace orsin {
 
+struct Base64Kernel;
+
 /// Decodes up to the first "=" or `source_size` characters; returns the bytes written.
 std::size_t decode_base64_span(const char* source, std::size_t source_size, unsigned char* target,
+                               std::size_t target_size);
+
+/// The same with vector instructions of the caller's choice, or without (null).
+std::size_t decode_base64_span(const Base64Kernel* kernel, const char* source,
+                               std::size_t source_size, unsigned char* target,
                                std::size_t target_size);
 
 /// The same one group after the other, on any processor.

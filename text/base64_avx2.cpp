@@ -7,13 +7,10 @@
 //
 //   row     0-1   2 "+"  2 "/"  3 digits  4-5 A-Z   6-7 a-z   8-15
 //   adds    none   +19    +16      +4       -65       -71     none
-//
-// Anything irregular, "=" included, is left to the caller's exact loop.
-#include "text/base64_blocks.h"
-
 #include <immintrin.h>
 
-#include "core/cpu_features.h"
+#include "core/compiler.h"
+#include "text/base64_blocks.h"
 
 namespace orsin {
 namespace {
@@ -102,10 +99,8 @@ ORSIN_TARGET("avx2") inline void stream_96(unsigned char* target, const DecodedB
                                    _mm256_setr_epi32(3, 3, 0, 1, 2, 4, 5, 6)));
 }
 
-}  // namespace
-
 ORSIN_TARGET("avx2")
-std::size_t decode_base64_blocks(const char* source, std::size_t count, unsigned char* target) {
+std::size_t decode(const char* source, std::size_t count, unsigned char* target) {
   for (std::size_t block = 0; block < count; ++block) {
     const DecodedBlock decoded = look_up_block(source);
     if (decoded.has_stranger) {
@@ -122,7 +117,7 @@ std::size_t decode_base64_blocks(const char* source, std::size_t count, unsigned
 }
 
 ORSIN_TARGET("avx2")
-std::size_t stream_base64_blocks(const char* source, std::size_t count, unsigned char* target) {
+std::size_t stream(const char* source, std::size_t count, unsigned char* target) {
   std::size_t block = 0;
   for (; block < count; ++block) {
     const DecodedBlock decoded = look_up_block(source);
@@ -137,9 +132,8 @@ std::size_t stream_base64_blocks(const char* source, std::size_t count, unsigned
   return block;
 }
 
-bool has_base64_instructions() {
-  static const bool known = detect_cpu_features().avx2;
-  return known;
-}
+}  // namespace
+
+constinit const Base64Kernel kBase64Avx2 = {decode, stream};
 
 }  // namespace orsin
