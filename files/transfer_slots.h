@@ -22,4 +22,8 @@ int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes);
 /// port::open_file() does, or to kErrorNameTooLong for a name of 260 bytes or more.
 [[nodiscard]] void* open_by_name(const char* name, const port::OpenMode& mode);
 
+/// Waits for a write. False, after an error line, when it failed, or ended short: some file systems
+/// say only so that the disk is full.
+[[nodiscard]] bool complete_write(void* file, int ticket);
+
 }  // namespace orsin
