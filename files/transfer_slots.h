@@ -18,12 +18,12 @@ void stop_transfers();
 /// that is not known any more.
 int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes);
 
-/// Opens a file by its UTF-8 name. The invalid handle on failure; the last error is always set: as
-/// port::open_file() does, or to kErrorNameTooLong for a name of 260 bytes or more.
-[[nodiscard]] void* open_by_name(const char* name, const port::OpenMode& mode);
-
 /// Waits for a write. False, after an error line, when it failed, or ended short: some file systems
 /// say only so that the disk is full.
 [[nodiscard]] bool complete_write(void* file, int ticket);
+
+/// Opens a file by its UTF-8 name. The invalid handle on failure; the last error is always set: as
+/// port::open_file() does, or to kErrorNameTooLong for a name of 260 bytes or more.
+[[nodiscard]] void* open_by_name(const char* name, const port::OpenMode& mode);
 
 }  // namespace orsin
