@@ -6,8 +6,8 @@
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
+#include <ratio>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -21,6 +21,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/threads/gate.h"
+#include "threads/clock.h"
 
 namespace orsin {
 namespace {
@@ -45,6 +46,7 @@ class LibraryLoader : public testing::Test {
     fake_libraries() = {};
     fake_processors() = {};
     fake_clock() = {};
+    reset_clock();
     forget_fpu_mode();
   }
 
@@ -202,10 +204,12 @@ TEST_F(LibraryLoader, WarnsOfALoadOfMoreThanASecond) {
                {999999999, {}}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.load_ns);
-    const LogCapture log;
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    fake_clock().still_count = std::chrono::nanoseconds(now).count();
+    // From 0 on, where a difference of whole seconds is exact.
     fake_clock().stands_still = true;
+    fake_clock().still_count = 0;
+    reset_clock();
+    const LogCapture log;
+    fake_clock().still_count = std::nano::den;
     fake_libraries().loadable["slow.dll"] = &modules[0];
     fake_libraries().on_load = [&c](const std::string&) { fake_clock().still_count += c.load_ns; };
 
