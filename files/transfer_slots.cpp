@@ -18,7 +18,7 @@
 #include <cstring>
 
 #include "core/log_port.h"
-#include "files/io_port.h"
+#include "files/path_buffer.h"
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "orsincore/text.h"
@@ -31,7 +31,6 @@ namespace {
 constexpr int kSlotCount = 96;  // Transfers in flight in the whole process.
 constexpr std::uint32_t kSlotWaitMs = 1000;
 constexpr long long kStartPollNs = 1000000;
-constexpr std::size_t kPathUnits = 260;
 
 struct Slot {
   void* file;                             // Invalid when idle.
@@ -215,8 +214,14 @@ bool start_transfer(Direction direction, void* file, void* buffer, std::uint64_t
   return accepted;
 }
 
+// Of a transfer that has ended. Both stay as they are where that is not known any more.
+struct Counts {
+  std::uint64_t bytes;  // Transferred.
+  std::uint64_t size;   // Asked for.
+};
+
 // What became of a transfer that has ended; the slot is idle again.
-int collect_locked(void* file, Slot& slot, std::uint64_t& bytes) {
+int collect_locked(void* file, Slot& slot, Counts& counts) {
   slot.file = io_invalid_handle();
   slot.ticket = 0;
   slot.done = 1;
@@ -227,7 +232,7 @@ int collect_locked(void* file, Slot& slot, std::uint64_t& bytes) {
                static_cast<unsigned long long>(slot.size));
       return -1;
     }
-    bytes = count;
+    counts = {count, slot.size};
     return 1;
   }
   switch (port::last_system_error()) {
@@ -240,6 +245,43 @@ int collect_locked(void* file, Slot& slot, std::uint64_t& bytes) {
       log_counts("IO completion error(3)", count, slot.size);
       return -1;
   }
+}
+
+int complete(void* file, int ticket_value, bool wait, Counts& counts) {
+  const auto ticket = static_cast<std::uint32_t>(ticket_value);
+  Slot* slot = nullptr;
+  {
+    const ScopedLock guard(transfers.mutex);
+    slot = find_ticket_locked(ticket);
+    if (slot == nullptr) {
+      return 1;  // Collected already, or overtaken.
+    }
+    if (slot->done == 1) {
+      std::uint32_t count = 0;
+      if (port::transfer_result(file, slot->record, count)) {
+        counts = {count, slot->size};
+      }
+      make_idle(*slot);
+      return 1;
+    }
+  }
+
+  while (!port::is_complete(slot->record)) {
+    const port::EventWait result = port::wait_for_event(slot->event, wait ? port::kWaitForever : 0);
+    if (result == port::EventWait::kTimedOut) {
+      return 0;
+    }
+    if (result == port::EventWait::kFailed) {
+      msgerror("IO completion error(1) - %d\n", static_cast<int>(port::last_system_error()));
+      return -1;
+    }
+    if (result == port::EventWait::kSignalled) {
+      break;
+    }
+  }
+
+  const ScopedLock guard(transfers.mutex);
+  return slot->ticket == ticket ? collect_locked(file, *slot, counts) : 1;
 }
 
 }  // namespace
@@ -265,41 +307,35 @@ void stop_transfers() {
   transfers.mutex.destroy();
 }
 
-int complete_transfer(void* file, int ticket_value, bool wait, std::uint64_t& bytes) {
-  const auto ticket = static_cast<std::uint32_t>(ticket_value);
-  Slot* slot = nullptr;
-  {
-    const ScopedLock guard(transfers.mutex);
-    slot = find_ticket_locked(ticket);
-    if (slot == nullptr) {
-      return 1;  // Collected already, or overtaken.
-    }
-    if (slot->done == 1) {
-      std::uint32_t count = 0;
-      if (port::transfer_result(file, slot->record, count)) {
-        bytes = count;
-      }
-      make_idle(*slot);
-      return 1;
-    }
-  }
+int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes) {
+  Counts counts = {bytes, bytes};
+  const int result = complete(file, ticket, wait, counts);
+  bytes = counts.bytes;
+  return result;
+}
 
-  while (!port::is_complete(slot->record)) {
-    const port::EventWait result = port::wait_for_event(slot->event, wait ? port::kWaitForever : 0);
-    if (result == port::EventWait::kTimedOut) {
-      return 0;
-    }
-    if (result == port::EventWait::kFailed) {
-      msgerror("IO completion error(1) - %d\n", static_cast<int>(port::last_system_error()));
-      return -1;
-    }
-    if (result == port::EventWait::kSignalled) {
-      break;
-    }
+bool complete_write(void* file, int ticket) {
+  Counts counts = {0, 0};
+  if (complete(file, ticket, true, counts) < 0) {
+    return false;
   }
+  if (counts.bytes != counts.size) {
+    // The system calls it a success, so there is no error of its to add.
+    msgerror("IO write error(2) - (%d %llu)", static_cast<int>(counts.bytes),
+             static_cast<unsigned long long>(counts.size));
+    return false;
+  }
+  return true;
+}
 
-  const ScopedLock guard(transfers.mutex);
-  return slot->ticket == ticket ? collect_locked(file, *slot, bytes) : 1;
+// A longer name is refused, never cut: cut, it would be another file's, which would be written over.
+void* open_by_name(const char* name, const port::OpenMode& mode) {
+  if (std::strlen(name) >= kPathBytes) {
+    port::set_last_system_error(port::kErrorNameTooLong);
+    return io_invalid_handle();
+  }
+  unsigned short wide[kPathBytes];  // No path has more units than bytes.
+  return port::open_file(ov_utf8_to_utf16(name, wide, kPathBytes), mode);
 }
 
 }  // namespace orsin
@@ -307,8 +343,6 @@ int complete_transfer(void* file, int ticket_value, bool wait, std::uint64_t& by
 using namespace orsin;
 
 void* io_open64(const char* name, int mode, bool unbuffered, bool share, bool overlapped) {
-  unsigned short wide[kPathUnits];
-  ov_utf8_to_utf16(name, wide, kPathUnits);
   port::OpenMode open;
   open.write = (mode & 3) != 0;
   open.read = (mode & 2) != 0 || !open.write;
@@ -316,7 +350,7 @@ void* io_open64(const char* name, int mode, bool unbuffered, bool share, bool ov
   open.unbuffered = unbuffered;
   open.overlapped = overlapped;
   open.write_through = open.write;
-  void* file = port::open_file(wide, open);
+  void* file = open_by_name(name, open);
   if (!is_valid(file)) {
     msgerror("IO open failed '%s' (%s)", name, os_errormsg());
   }
@@ -324,14 +358,12 @@ void* io_open64(const char* name, int mode, bool unbuffered, bool share, bool ov
 }
 
 void* io_create64(const char* name, bool write_only, long long initial_size) {
-  unsigned short wide[kPathUnits];
-  ov_utf8_to_utf16(name, wide, kPathUnits);
   port::OpenMode open;
   open.create = true;
   open.write = true;
   open.overlapped = true;
   open.read = open.unbuffered = open.write_through = !write_only;
-  void* file = port::open_file(wide, open);
+  void* file = open_by_name(name, open);
   // Kept on purpose: an error is reported also beside a good handle; some drivers leave one.
   const unsigned error = port::last_system_error();
   if (error != 0 && error != port::kErrorAlreadyExists && error != port::kErrorPathNotFound) {
@@ -385,8 +417,8 @@ bool io_write_async64(void* file, const void* buffer, long long offset, unsigned
 }
 
 int io_complete64(void* file, int* ticket, bool wait) {
-  std::uint64_t bytes = 0;
-  return complete_transfer(file, ticket != nullptr ? *ticket : 0, wait, bytes);
+  Counts counts = {0, 0};
+  return complete(file, ticket != nullptr ? *ticket : 0, wait, counts);
 }
 
 bool io_read64(void* file, void* buffer, long long offset, unsigned long long size) {

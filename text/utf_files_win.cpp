@@ -4,7 +4,9 @@
 
 namespace {
 
-// Longer names are cut, and then usually not found; the library's paths are no longer than this.
+// Kept on purpose: longer names are cut, as everywhere that a path has 260 units of room; hosts hand
+// paths over that the library has made. Whoever opens streams by names of another origin measures
+// them first.
 constexpr std::size_t kNameUnits = 260;
 constexpr std::size_t kModeUnits = 32;
 

@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <ratio>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -46,7 +45,6 @@ class LibraryLoader : public testing::Test {
     fake_libraries() = {};
     fake_processors() = {};
     fake_clock() = {};
-    reset_clock();
     forget_fpu_mode();
   }
 
@@ -195,23 +193,41 @@ TEST_F(LibraryLoader, UndoesAChangeOfTheFloatingPointModeInSilenceBelowDebug) {
   EXPECT_EQ(log.lines(), Lines{});
 }
 
+// A clock that a test moves. It shows whole seconds at first, so that seconds later are exact.
+class MovedClock {
+ public:
+  MovedClock() {
+    reset_clock();
+    fake_clock().stands_still = true;
+    fake_clock().still_count = 1;
+    start_clock();
+    move(1000000000);
+  }
+  ~MovedClock() {
+    fake_clock() = {};
+    reset_clock();
+    start_clock();
+  }
+  MovedClock(const MovedClock&) = delete;
+  MovedClock& operator=(const MovedClock&) = delete;
+
+  static void move(std::int64_t nanoseconds) { fake_clock().still_count += nanoseconds; }
+};
+
 TEST_F(LibraryLoader, WarnsOfALoadOfMoreThanASecond) {
   const struct {
     std::int64_t load_ns;
     Lines expected;
   } cases[] = {{1500000000, {"WARN : Library loader took 1.500 for: slow.dll"}},
+               {1000000001, {"WARN : Library loader took 1.000 for: slow.dll"}},
                {1000000000, {}},
                {999999999, {}}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.load_ns);
-    // From 0 on, where a difference of whole seconds is exact.
-    fake_clock().stands_still = true;
-    fake_clock().still_count = 0;
-    reset_clock();
     const LogCapture log;
-    fake_clock().still_count = std::nano::den;
+    const MovedClock clock;
     fake_libraries().loadable["slow.dll"] = &modules[0];
-    fake_libraries().on_load = [&c](const std::string&) { fake_clock().still_count += c.load_ns; };
+    fake_libraries().on_load = [&c](const std::string&) { MovedClock::move(c.load_ns); };
 
     void* module = ov_open_library("slow.dll", 0);
     ov_close_library(module, false);

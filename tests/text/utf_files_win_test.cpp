@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -41,6 +42,43 @@ TEST(Utf8FileNames, ReopenAStream) {
   std::fclose(again);
 
   EXPECT_EQ(test::TemporaryDirectory::read(second), "two");
+}
+
+// A file whose path has as many units as the library's own paths may have, and a path that continues
+// its name: by the prefix both reach the system as they are.
+class LongFileNames : public testing::Test {
+ protected:
+  static constexpr std::size_t kUnits = 259;
+
+  LongFileNames() : at_limit_("\\\\?\\" + directory_.path("n")) {
+    std::replace(at_limit_.begin(), at_limit_.end(), '/', '\\');
+    at_limit_.resize(kUnits, 'n');
+    std::FILE* file = ov_utf8_fopen(at_limit_.c_str(), "wb");
+    EXPECT_NE(file, nullptr);
+    if (file != nullptr) {
+      std::fputs("at the limit", file);
+      std::fclose(file);
+    }
+    beyond_ = at_limit_ + "bb";
+  }
+
+  test::TemporaryDirectory directory_;
+  std::string at_limit_;
+  std::string beyond_;
+};
+
+TEST_F(LongFileNames, KeepsCuttingThem) {
+  std::FILE* file = ov_utf8_fopen(beyond_.c_str(), "rb");
+  ASSERT_NE(file, nullptr);
+  char text[32] = {};
+  EXPECT_EQ(std::fread(text, 1, sizeof(text), file), 12U);
+  EXPECT_STREQ(text, "at the limit");
+
+  std::FILE* again = ov_utf8_freopen(beyond_.c_str(), "ab", file);
+  ASSERT_NE(again, nullptr);
+  std::fputs(" again", again);
+  std::fclose(again);
+  EXPECT_EQ(test::TemporaryDirectory::read(at_limit_), "at the limit again");
 }
 
 }  // namespace
