@@ -70,6 +70,9 @@ bool move_generation(const char* from, const char* to) {
 using namespace orsin;
 
 int file_backup(const char* path, int generations) {
+  if (!fits_path(path)) {
+    return 0;  // Cut, it would name another file.
+  }
   const BackupNames names(path);
   int steps = 0;
   for (int i = generations - 1; i >= 0; --i) {

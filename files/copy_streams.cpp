@@ -79,6 +79,7 @@ BorrowedWriter writer_for_copy(fWriteBuffer* writer) {
   return BorrowedWriter(std::move(own));
 }
 
+// Below the streams a longer path would be cut, and name another file.
 bool open_source(fReadBuffer& reader, const char* path) {
   return reader.open_file(path, true, false, true);
 }

@@ -80,13 +80,16 @@ void write_local_text(std::uint64_t ticks, char* out, int size) {
 }  // namespace
 
 bool file_ts_2_txt(unsigned long long ts, char* out, int size) {
+  if (out == nullptr) {
+    return false;
+  }
   write_local_text((kUnixEpochSeconds + ts) * kTicksPerSecond, out, size);
   return true;
 }
 
 bool file_get_local_datetime_str(const char* path, char* out, int size) {
   port::FileFacts facts;
-  if (!port::read_facts(path, facts)) {
+  if (out == nullptr || !port::read_facts(path, facts)) {
     return false;
   }
   write_local_text(facts.write_time, out, size);
@@ -97,7 +100,7 @@ bool file_get_mod_date_str(const char* path, char* out, int size, int mode) {
   constexpr int kLocalDate = 0;
   constexpr int kWithOffset = 2;
   port::FileFacts facts;
-  if (!port::read_facts(path, facts)) {
+  if (out == nullptr || !port::read_facts(path, facts)) {
     return false;
   }
   Text text(out, size);

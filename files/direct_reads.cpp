@@ -100,6 +100,9 @@ void fReadBuffer::set_xfer_breakvalue(unsigned long long bytes) {
 unsigned long long fReadBuffer::read_raw_bytes(void* destination, unsigned long long offset,
                                                unsigned long long size,
                                                unsigned long long capacity) {
+  if (destination == nullptr) {
+    return 0;
+  }
   auto* to = static_cast<unsigned char*>(destination);
   const unsigned long long block_limit = block_start_ + block_bytes_;
   const bool inside = block_bytes_ > 0 && offset >= block_start_ && offset < block_limit;
@@ -117,7 +120,7 @@ unsigned long long fReadBuffer::read_raw_bytes(void* destination, unsigned long 
     head = boundary > offset ? boundary - offset : 0;
   }
   const unsigned long long transfer = rounded_up(size - head, alignment_);
-  if (head + transfer > capacity) {
+  if (size > capacity || head + transfer > capacity) {  // Rounded up, a huge size is a small one.
     return 0;
   }
   if (head > 0) {

@@ -29,10 +29,10 @@ bool make_open_directory(const char* path) {
 // backslash that was cut off is remembered by where the text ends.
 bool make_with_ancestors(const char* path) {
   PathBuffer ancestor;
-  const std::size_t length = std::strlen(path);
-  if (length >= kPathBytes) {
+  if (!fits_path(path)) {
     return false;
   }
+  const std::size_t length = std::strlen(path);
   ancestor.cut_assign(path);
   do {
     const SplitPath split = split_path(ancestor.c_str());

@@ -143,6 +143,9 @@ bool add_directory(dir_list& list, const char* name, const char* label,
 using namespace orsin;
 
 dir_list* flist_new(const char* path, int sort) {
+  if (path == nullptr) {
+    return nullptr;
+  }
   const std::size_t length = std::strlen(path);
   if (length >= kListedPathMax) {
     return nullptr;

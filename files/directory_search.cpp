@@ -73,7 +73,7 @@ using namespace orsin;
 
 dir_list* flist_findfiles(const char* dir, const char* pattern, bool recursive,
                           unsigned int flags) {
-  if (std::strlen(dir) >= kPathBytes) {
+  if (!fits_path(dir) || pattern == nullptr) {
     return nullptr;
   }
   UniqueList list = make_list();

@@ -124,18 +124,24 @@ bool read_remote_name(const unsigned short* root, unsigned short* name) noexcept
 }
 
 bool read_mount_point(const char* path, char* mount_point, std::size_t size) noexcept {
-  return GetVolumePathNameA(path, mount_point, static_cast<DWORD>(size)) != 0;
+  if (path == nullptr || mount_point == nullptr) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return false;
+  }
+  constexpr std::size_t kCountMax = MAXDWORD;
+  const auto count = static_cast<DWORD>(std::min(size, kCountMax));
+  return GetVolumePathNameA(path, mount_point, count) != 0;
 }
 
 DriveKind read_path_kind(const char* path) noexcept {
-  return kind_of(GetDriveTypeA(path));
+  return path != nullptr ? kind_of(GetDriveTypeA(path)) : DriveKind::kUnknown;
 }
 
 bool read_free_space(const char* path, std::uint64_t& bytes) noexcept {
   ULARGE_INTEGER available;
   ULARGE_INTEGER total;
   ULARGE_INTEGER free_bytes;
-  if (GetDiskFreeSpaceExA(path, &available, &total, &free_bytes) == 0) {
+  if (path == nullptr || GetDiskFreeSpaceExA(path, &available, &total, &free_bytes) == 0) {
     return false;
   }
   bytes = free_bytes.QuadPart;

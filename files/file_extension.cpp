@@ -7,6 +7,9 @@
 using namespace orsin;
 
 const char* file_extension(const char* path, const char* ext) {
+  if (path == nullptr || ext == nullptr) {
+    return nullptr;
+  }
   const char* separator = std::strrchr(path, '\\');
   const char* component = separator != nullptr ? separator : path;
   const std::size_t length = std::strlen(component);

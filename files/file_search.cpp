@@ -40,7 +40,7 @@ int file_find(const char* name, char* out) {
 }
 
 int file_search(const char* dir, const char* name, char* out, std::size_t size) {
-  if (size == 0) {
+  if (dir == nullptr || name == nullptr || out == nullptr || size == 0) {
     return 0;
   }
   const char* component = split_path(name).name;

@@ -1,5 +1,6 @@
 // What there is to know about a path: existence, kind, size, attributes, time of the last write.
 #include <cstdio>
+#include <limits>
 
 #include "files/file_system_port.h"
 #include "files/path_buffer.h"
@@ -12,6 +13,10 @@ namespace {
 
 constexpr unsigned long long kTicksPerSecond = 10000000;                       // 100 ns each.
 constexpr unsigned long long kUnixEpochTicks = 11644473600 * kTicksPerSecond;  // 1601 to 1970.
+
+// The system's times are signed: in the year 30828 they end.
+constexpr unsigned long long kLastSecond =
+    (std::numeric_limits<long long>::max() - kUnixEpochTicks) / kTicksPerSecond;
 
 bool has_attributes(const char* path, std::uint32_t mask, std::uint32_t wanted) {
   std::uint32_t attributes = 0;
@@ -29,7 +34,7 @@ int file_is_directory(const char* path) {
 }
 
 bool file_in_use(const char* path) {
-  std::FILE* stream = ov_utf8_fopen(path, "rb");
+  std::FILE* stream = fits_path(path) ? ov_utf8_fopen(path, "rb") : nullptr;
   if (stream == nullptr) {
     return true;
   }
@@ -46,12 +51,15 @@ int file_is_hidden(const char* dir, const char* name) {
   if (dir == nullptr || *dir == '\0') {
     return 0;
   }
-  PathBuffer path(dir);
+  PathBuffer path;
+  if (!path.append(dir)) {
+    return 0;
+  }
   if (name != nullptr && *name != '\0') {
     const bool has_separator = path.view().back() == '\\';
-    char joined[kPathBytes];
-    std::snprintf(joined, sizeof(joined), has_separator ? "%s%s" : "%s\\%s", dir, name);
-    path.cut_assign(joined);
+    if ((!has_separator && !path.append("\\")) || !path.append(name)) {
+      return 0;
+    }
   }
   return has_attributes(path.c_str(), port::kHidden, port::kHidden) ? 1 : 0;
 }
@@ -61,7 +69,8 @@ int file_is_bundle(const char* /*path*/) {
 }
 
 bool file_set_modified_ts(const char* path, unsigned long long ts) {
-  return port::write_write_time_shared(path, ts * kTicksPerSecond + kUnixEpochTicks);
+  return ts <= kLastSecond &&
+         port::write_write_time_shared(path, ts * kTicksPerSecond + kUnixEpochTicks);
 }
 
 unsigned long long file_get_modified_ts(const char* path) {

@@ -14,6 +14,7 @@
 #include "core/compiler.h"
 #include "core/stream_bytes.h"
 #include "core/unique_file.h"
+#include "files/path_buffer.h"
 #include "orsincore/files.h"
 #include "orsincore/text.h"
 
@@ -50,9 +51,11 @@ bool read_whole(std::FILE* file, std::size_t length, ov_stream& stream) {
   return true;
 }
 
-std::size_t bytes_left(const ov_stream& stream) {
-  return stream.position < stream.size ? static_cast<std::size_t>(stream.size - stream.position)
-                                       : 0;
+// Nothing is left of no stream.
+std::size_t bytes_left(const ov_stream* stream) {
+  return stream != nullptr && stream->position < stream->size
+             ? static_cast<std::size_t>(stream->size - stream->position)
+             : 0;
 }
 
 std::size_t product_or_max(std::size_t a, std::size_t b) {
@@ -66,7 +69,7 @@ std::size_t product_or_max(std::size_t a, std::size_t b) {
 using namespace orsin;
 
 ov_stream* ov_open(const char* path, const char* mode) {
-  const UniqueFile file(ov_utf8_fopen(path, mode));
+  const UniqueFile file(fits_path(path) ? ov_utf8_fopen(path, mode) : nullptr);
   if (file == nullptr) {
     return nullptr;
   }
@@ -89,6 +92,9 @@ int ov_close(ov_stream* stream) {
 }
 
 long ov_seek(ov_stream* stream, long offset, int whence) {
+  if (stream == nullptr) {
+    return -1;
+  }
   const auto distance = static_cast<unsigned long long>(offset);  // Wraps: a step back is one.
   switch (whence) {
     case SEEK_SET:
@@ -109,14 +115,14 @@ long ov_seek(ov_stream* stream, long offset, int whence) {
 }
 
 long ov_tell(ov_stream* stream) {
-  return static_cast<long>(stream->position);
+  return stream != nullptr ? static_cast<long>(stream->position) : -1;
 }
 
 // Kept on purpose: the result counts bytes whatever the element size, and the end is (size_t)-1.
 // Callers compare with the bytes they asked for.
 std::size_t ov_read(void* out, std::size_t size, std::size_t count, ov_stream* stream) {
-  const std::size_t left = bytes_left(*stream);
-  if (left == 0 || size == 0) {
+  const std::size_t left = bytes_left(stream);
+  if (left == 0 || size == 0 || (out == nullptr && count != 0)) {
     return kNothingLeft;
   }
   std::size_t wanted = product_or_max(size, count);
@@ -134,8 +140,8 @@ std::size_t ov_read(void* out, std::size_t size, std::size_t count, ov_stream* s
 // Kept on purpose: `n` bounds nothing, and the result points past the terminator. Callers bring
 // room for their longest line, and test the result for null only.
 char* ov_gets(char* out, int n, ov_stream* stream) {
-  const std::size_t left = bytes_left(*stream);
-  if (left == 0 || n < 2) {
+  const std::size_t left = bytes_left(stream);
+  if (left == 0 || n < 2 || out == nullptr) {
     return nullptr;
   }
   const unsigned char* line = stream->data + stream->position;
@@ -154,5 +160,5 @@ char* ov_gets(char* out, int n, ov_stream* stream) {
 }
 
 int ov_eof(ov_stream* stream) {
-  return stream->end;
+  return stream != nullptr ? stream->end : 1;
 }

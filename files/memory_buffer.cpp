@@ -70,7 +70,7 @@ void fMemBuffer::reset_buffers() {
 void fMemBuffer::set_memory_buffer(void* memory, int size) {
   reset_buffers();
   target_ = target_cursor_ = static_cast<unsigned char*>(memory);
-  target_size_ = static_cast<unsigned long long>(std::max(size, 0));
+  target_size_ = memory != nullptr ? static_cast<unsigned long long>(std::max(size, 0)) : 0;
   growable_ = false;
 }
 
@@ -93,7 +93,7 @@ int fMemBuffer::close_file(bool /*force*/) {
 unsigned long long fMemBuffer::write_file(const void* data, unsigned long long size,
                                           unsigned long long count) {
   const auto* from = static_cast<const unsigned char*>(data);
-  unsigned long long left = size * count;
+  unsigned long long left = data != nullptr ? size * count : 0;
   unsigned long long taken = 0;
   while (left > 0) {
     const auto position = static_cast<unsigned long long>(target_cursor_ - target_);

@@ -22,6 +22,9 @@ int next_count(const char* number) {
 using namespace orsin;
 
 bool ov_increment_suffix(char* name, bool square) {
+  if (name == nullptr) {
+    return false;
+  }
   const char opening = square ? '[' : '(';
   const char closing = square ? ']' : ')';
   char* suffix = name + std::strlen(name);

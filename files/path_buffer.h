@@ -56,6 +56,11 @@ class PathBuffer {
   std::size_t length_ = 0;
 };
 
+/// Whether there is a path, and it is short enough to name something.
+[[nodiscard]] inline bool fits_path(const char* path) {
+  return path != nullptr && std::strlen(path) < kPathBytes;
+}
+
 /// A file's path split at its last backslash. Without one, `directory` is null data.
 struct SplitPath {
   bool has_directory;

@@ -222,7 +222,7 @@ void fReadBuffer::set_memory_buffer(void* memory, unsigned long long size) {
   slots_[0].buffer = static_cast<unsigned char*>(memory);
   current_ = 0;
   block_start_ = skip_ = 0;
-  file_size_ = position_ = read_ahead_offset_ = size;
+  file_size_ = position_ = read_ahead_offset_ = memory != nullptr ? size : 0;
   ReadSteps::begin_memory(*this, 0);
 }
 
@@ -413,13 +413,15 @@ unsigned char* fReadBuffer::get_bufptr(unsigned long long* available) {
   if (cursor_ == block_end_) {
     getNextBlock();
   }
-  *available = static_cast<unsigned long long>(block_end_ - cursor_);
+  if (available != nullptr) {
+    *available = static_cast<unsigned long long>(block_end_ - cursor_);
+  }
   return cursor_;
 }
 
 unsigned long long fReadBuffer::read_file(void* destination, unsigned long long size,
                                           unsigned long long count) {
-  const unsigned long long wanted = size * count;
+  const unsigned long long wanted = destination != nullptr ? size * count : 0;
   auto* to = static_cast<unsigned char*>(destination);
   unsigned long long done = 0;
   while (done < wanted) {

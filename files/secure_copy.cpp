@@ -42,6 +42,11 @@ struct SecureCopy {
   bool with_md5;
 };
 
+// No name is an empty one, which names nothing.
+const char* given(const char* path) {
+  return path != nullptr ? path : "";
+}
+
 Result not_opened(const char* path) {
   std::snprintf(error_text, kTextBytes, "File Copy: failed to open '%s'\n", path);
   return kNotOpened;
@@ -150,6 +155,8 @@ using namespace orsin;
 int file_copy_secure(const char* src, const char* dst, bool /*overwrite*/,
                      unsigned long long& bytes, md5_state_s& md5, unsigned int flags,
                      fReadBuffer* reader, fWriteBuffer* writer) {
+  src = given(src);
+  dst = given(dst);
   if (std::strcmp(src, dst) == 0) {
     std::snprintf(error_text, kTextBytes, "File Copy: source and destination are the same!");
     return kSameFile;
@@ -178,6 +185,7 @@ int file_copy_secure(const char* src, const char* dst, bool /*overwrite*/,
 
 int file_read_secure(const char* path, md5_state_s& md5, fReadBuffer* reader,
                      md5_state_s* expected) {
+  path = given(path);
   const BorrowedReader source = reader_for_copy(reader);
   if (source.get() == nullptr || !open_source(*source.get(), path)) {
     return not_opened(path);

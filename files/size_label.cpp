@@ -18,6 +18,9 @@ std::size_t room(int size) {
 }  // namespace
 
 bool file_size_label(float bytes, char* out, int size) {
+  if (out == nullptr) {
+    return false;
+  }
   // Values of 1024 EB and more stay in the last unit there is.
   int unit = 0;
   while (bytes >= 1024.0F && unit < kLastUnit) {
@@ -42,6 +45,9 @@ bool file_size_label(const char* text, char* out, int size) {
 }
 
 bool ov_byte_size_designation(unsigned long long bytes, char* out) {
+  if (out == nullptr) {
+    return false;
+  }
   constexpr std::size_t kTextBytes = 32;
   constexpr double kFactor = 1024;
   const double kilobytes = static_cast<double>(bytes) / kFactor;

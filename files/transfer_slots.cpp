@@ -329,8 +329,9 @@ bool complete_write(void* file, int ticket) {
 }
 
 // A longer name is refused, never cut: cut, it would be another file's, which would be written over.
+// Null is an empty name.
 void* open_by_name(const char* name, const port::OpenMode& mode) {
-  if (std::strlen(name) >= kPathBytes) {
+  if (name != nullptr && std::strlen(name) >= kPathBytes) {
     port::set_last_system_error(port::kErrorNameTooLong);
     return io_invalid_handle();
   }
@@ -352,7 +353,7 @@ void* io_open64(const char* name, int mode, bool unbuffered, bool share, bool ov
   open.write_through = open.write;
   void* file = open_by_name(name, open);
   if (!is_valid(file)) {
-    msgerror("IO open failed '%s' (%s)", name, os_errormsg());
+    msgerror("IO open failed '%s' (%s)", name != nullptr ? name : "", os_errormsg());
   }
   return file;
 }
@@ -368,7 +369,7 @@ void* io_create64(const char* name, bool write_only, long long initial_size) {
   const unsigned error = port::last_system_error();
   if (error != 0 && error != port::kErrorAlreadyExists && error != port::kErrorPathNotFound) {
     msg_os_error("IO Create File", static_cast<int>(error));
-    msgcont("File: '%s'", name);
+    msgcont("File: '%s'", name != nullptr ? name : "");
   }
   if (is_valid(file) && initial_size >= 1) {
     const auto size = static_cast<std::uint64_t>(initial_size);

@@ -211,6 +211,8 @@ int copy_file_to(const char* source, const char* destination, unsigned long long
 using namespace orsin;
 
 int ov_filecopy(const char* src, const char* dst, bool recursive, unsigned long long& bytes) {
+  src = src != nullptr ? src : "";
+  dst = dst != nullptr ? dst : "";
   if (std::strcmp(src, dst) == 0) {
     msgerror("FileCopy: Source and destination are the same!\n'%s' no copy done\n", src);
     return kFailed;
@@ -224,7 +226,9 @@ int ov_filecopy(const char* src, const char* dst, bool recursive, unsigned long 
     if (recursive && would_meet_its_copy(src, dst)) {
       return kFailed;
     }
-    const bool has_destination = file_ensure_directory(dst, nullptr, nullptr) != nullptr;
+    // Joined to an empty one, the names would be those of the drive's root.
+    const bool has_destination =
+        *dst != '\0' && file_ensure_directory(dst, nullptr, nullptr) != nullptr;
     return has_destination ? copy_tree(src, dst, recursive, bytes) : 0;
   }
   return file_exists(src) != 0 ? copy_file_to(src, dst, bytes) : 0;

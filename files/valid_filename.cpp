@@ -28,6 +28,9 @@ bool is_replaced(char byte) {
 }  // namespace
 
 int ov_copy_valid_filename(char* out, const char* name, int size) {
+  if (out == nullptr) {
+    return 0;
+  }
   int taken = 0;
   if (name != nullptr) {
     while (name[taken] != '\0') {

@@ -1,7 +1,8 @@
 // What the volume functions ask of the platform. drive_port_win.cpp answers.
 //
-// Paths are in the system's narrow code page and passed on unchanged. A call that fails leaves the
-// thread's last error; nothing is logged.
+// Paths are in the system's narrow code page and passed on unchanged, except that null names
+// nothing: to some of the system's calls it would be the current directory. A call that fails
+// leaves the thread's last error; nothing is logged.
 #pragma once
 
 #include <cstddef>

@@ -1,10 +1,8 @@
 // A UTF-8 path as the system's wide calls take it. For *_win.cpp files only.
 //
-// A path that is too long becomes an empty one, which no call accepts: cut, it would name another
+// Null and a path that is too long become an empty one, which no call accepts: cut, it would name another
 // file, and that one would be deleted or replaced.
 #pragma once
-
-#include <cstring>
 
 #include "files/path_buffer.h"
 #include "orsincore/text.h"
@@ -14,7 +12,7 @@ namespace orsin {
 class WidePath {
  public:
   explicit WidePath(const char* path) {
-    if (path != nullptr && std::strlen(path) < kPathBytes) {
+    if (fits_path(path)) {
       ov_utf8_to_wchar_n(path, units_, kUnits);
     }
   }

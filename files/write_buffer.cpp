@@ -187,7 +187,7 @@ void fWriteBuffer::set_memory_buffer(void* memory, int size) {
   flush_buffers();
   reset_buffers();
   current_ = static_cast<unsigned char*>(memory);
-  buffer_size_ = std::max(size, 0);
+  buffer_size_ = memory != nullptr ? std::max(size, 0) : 0;
   WriteSteps::empty_buffer(*this);
 }
 
@@ -273,7 +273,7 @@ bool fWriteBuffer::open_file(const char* name, long long initial_size, bool unbu
 unsigned long long fWriteBuffer::write_file(const void* data, unsigned long long size,
                                             unsigned long long count) {
   const auto* from = static_cast<const unsigned char*>(data);
-  unsigned long long left = size * count;
+  unsigned long long left = data != nullptr ? size * count : 0;
   unsigned long long taken = 0;
   for (;;) {
     const unsigned long long room = static_cast<unsigned long long>(buffer_size_) - offset_;

@@ -1,11 +1,12 @@
 /// @file
 /// File utilities, directory lists, volumes, and the small whole-file stream.
 ///
-/// Every path is NUL-terminated UTF-8 of at most 260 bytes with its terminator, and not null unless
-/// a function says so. A longer one names nothing: it is never cut to another file's name. The
-/// separator that is looked for is the backslash; the slash is seen only where a function says so.
-/// Nothing throws: a failure is a return value, and the log holds a line only where a function says
-/// so.
+/// Every path is NUL-terminated UTF-8 of at most 260 bytes with its terminator. Null and a longer
+/// one name nothing, as an empty one does: what is asked of them fails as for a missing file, and no
+/// path is ever cut to another file's name. Null for a buffer that a text goes into is a failure,
+/// too. The separator that is looked for is the backslash; the slash is seen only where a function
+/// says so. Nothing throws: a failure is a return value, and the log holds a line only where a
+/// function says so.
 ///
 /// Volumes are asked for by path, too; those functions hand the path to the system unchanged, in
 /// its narrow code page.
@@ -61,8 +62,8 @@ struct dir_list {
 ///              regard to case. Anything else sorts `entries`: directories first, then older ones,
 ///              then by name. See flist_sort().
 /// @return The caller's, until flist_delete(). A directory that cannot be opened gives an empty
-///         list and one warning. Null when the path is 258 bytes or longer, memory is short, or
-///         there are no drives.
+///         list and one warning. Null when the path is null, or 258 bytes or longer, memory is
+///         short, or there are no drives.
 /// Any thread. Windows: FindFirstFileExW.
 ORSIN_API dir_list* flist_new(const char* path, int sort);
 
@@ -74,8 +75,8 @@ ORSIN_API dir_list* flist_new(const char* path, int sort);
 ///
 /// @param recursive  Also looks into all subdirectories.
 /// @param flags  Bit 0: letters match in their own case only.
-/// @return The caller's, until flist_delete(). Null when `dir` is 260 bytes or longer, memory is
-///         short or nothing matched. A directory that cannot be opened writes one warning.
+/// @return The caller's, until flist_delete(). Null when `dir` or `pattern` is null, `dir` is 260
+///         bytes or longer, memory is short or nothing matched. A directory that cannot be opened writes one warning.
 /// Any thread. Windows: FindFirstFileExW.
 ORSIN_API dir_list* flist_findfiles(const char* dir, const char* pattern, bool recursive,
                                     unsigned int flags);
@@ -131,7 +132,8 @@ ORSIN_API bool file_in_use(const char* path);
 ///
 /// @param path  The last component starts at its last backslash, which belongs to it.
 /// @param ext   A plain suffix: include the dot if it is meant.
-/// @return Where the suffix starts in `path`, or null, also when it is longer than the component.
+/// @return Where the suffix starts in `path`, or null, also when it is longer than the component or
+///         either is null.
 /// Any thread.
 ORSIN_API const char* file_extension(const char* path, const char* ext);
 /// @overload
@@ -167,7 +169,7 @@ ORSIN_API int is_remote_network_drive(const char* path);
 ///
 /// @param out   Receives the text, cut to fit.
 /// @param size  Bytes of `out`.
-/// @return True. Any thread.
+/// @return True; false for a null `out`. Any thread.
 ORSIN_API bool file_size_label(float bytes, char* out, int size);
 
 /// The same for a number in text, read as atof() does. False, with nothing written, when the text
@@ -175,7 +177,7 @@ ORSIN_API bool file_size_label(float bytes, char* out, int size);
 ORSIN_API bool file_size_label(const char* text, char* out, int size);
 
 /// Sets the time of the last write and no other. False when the file cannot be opened or the time
-/// cannot be set. Any thread. Windows: SetFileTime.
+/// cannot be set, as those after the year 30827. Any thread. Windows: SetFileTime.
 ORSIN_API bool file_set_modified_ts(const char* path, unsigned long long ts);
 
 /// The time of the last write; 0 when the attributes cannot be read. Any thread. Windows:
@@ -185,7 +187,7 @@ ORSIN_API unsigned long long file_get_modified_ts(const char* path);
 /// Writes a time as local date and time in the user's date format: "31.01.2024 12:34".
 ///
 /// @param size  Bytes of `out`; what does not fit is left out.
-/// @return True. Any thread. Windows: GetDateFormatA, GetTimeFormatA.
+/// @return True; false for a null `out`. Any thread. Windows: GetDateFormatA, GetTimeFormatA.
 ORSIN_API bool file_ts_2_txt(unsigned long long ts, char* out, int size);
 
 /// The same for a file's last write. False, with nothing written, when the attributes cannot be
@@ -228,7 +230,8 @@ ORSIN_API int file_delete_directory(const char* path, bool recursive);
 
 /// Makes sure that a directory exists and joins a name to it.
 ///
-/// @param dir   Absolute (second byte ":" or first byte a backslash), or below the data path.
+/// @param dir   Absolute (second byte ":" or first byte a backslash), or below the data path; null
+///              or empty for the data path itself.
 /// @param name  May be null or empty: the result then is the directory with a separator at its end.
 /// @param out   260 bytes; null uses a static buffer that the next such call overwrites.
 /// @return `out` or the static buffer; null when the path would exceed 260 bytes, or when the
@@ -286,11 +289,11 @@ ORSIN_API int file_copy(const char* src, const char** dsts, bool overwrite,
 /// @param md5        Finished with the source's digest when bit 0 is set, else not touched.
 /// @param flags      Bit 1 needs bit 0 or an `md5` that already holds the expected digest.
 /// @param reader     The caller's or null, as for file_copy(); `writer` alike.
-/// @return 0; -1 source and destination are the same string; -2 source cannot be opened or
-///         destination cannot be created; -3 nothing can be read from a source that is not empty;
-///         -4 write error; -5 no backslash or a too long directory part in the destination; -6 its
-///         directory cannot be made; -7 the copy reads back differently. The text for the code is
-///         kept for get_error_file_copy_secure().
+/// @return 0; -1 source and destination are the same string, also both null; -2 source cannot be
+///         opened or destination cannot be created; -3 nothing can be read from a source that is
+///         not empty; -4 write error; -5 no backslash or a too long directory part in the
+///         destination; -6 its directory cannot be made; -7 the copy reads back differently. The
+///         text for the code is kept for get_error_file_copy_secure().
 /// Any thread, but the kept text is one for the process.
 ORSIN_API int file_copy_secure(const char* src, const char* dst, bool overwrite,
                                unsigned long long& bytes, md5_state_s& md5, unsigned int flags,
@@ -322,7 +325,8 @@ ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
 /// @param dst        For a file source, the file or an existing directory to put it into.
 /// @param recursive  Also copies subdirectories.
 /// @param bytes      Set to the bytes copied.
-/// @return For a directory the number of files copied, for a file 0; a missing source gives 0.
+/// @return For a directory the number of files copied, for a file 0; a missing source gives 0, and
+///         a directory without a destination, too.
 ///         Negative on failure: -1 same string or source cannot be opened, -2 destination cannot be
 ///         created, -3 nothing read or a write fell short; -1 for a failure inside a tree, and
 ///         before anything is made for a tree that was to be copied below itself.
@@ -338,6 +342,7 @@ ORSIN_API int file_move(const char* src, const char* dst, bool overwrite);
 
 /// Rotates numbered copies: "app.log" becomes "app.1.log", "app.1.log" becomes "app.2.log", ...
 ///
+/// @param path         260 bytes and more name nothing, and give 0.
 /// @param generations  The highest number kept; below 1 does nothing.
 /// @return Steps carried out; a failed rename counts as well and writes an error line, as does an
 ///         oldest one that cannot be removed.
@@ -365,7 +370,8 @@ ORSIN_API int file_search(const char* dir, const char* name, char* out, std::siz
 /// @param out   Receives the name; as many bytes as `size`, or as the name when that is not
 ///              positive.
 /// @param size  Bytes of `out`; 0 or negative sets no bound.
-/// @return Bytes taken from `name`, which may be null; `size` when it was cut. Any thread.
+/// @return Bytes taken from `name`, which may be null; `size` when it was cut; 0 for a null `out`.
+/// Any thread.
 ORSIN_API int ov_copy_valid_filename(char* out, const char* name, int size);
 
 // ---------------------------------------------------------------------------------------------
@@ -396,7 +402,7 @@ ORSIN_API bool ov_localpath(const char* path);
 /// Writes a size as "1024 Kb", "2 Mb", "1.5 Gb" or "1.00 Tb"; each unit reaches up to 1024 of it.
 ///
 /// @param out  At least 32 bytes.
-/// @return True. Any thread.
+/// @return True; false for a null `out`. Any thread.
 ORSIN_API bool ov_byte_size_designation(unsigned long long bytes, char* out);
 
 // ---------------------------------------------------------------------------------------------
@@ -404,7 +410,7 @@ ORSIN_API bool ov_byte_size_designation(unsigned long long bytes, char* out);
 // ---------------------------------------------------------------------------------------------
 
 /// A whole file in memory, read front to back. ov_open() makes it, ov_close() frees it; the fields
-/// may be read. One thread at a time.
+/// may be read. A null stream is at its end, and has no position. One thread at a time.
 struct ov_stream {
   unsigned char* data;          ///< The contents; null when the file is empty.
   unsigned long long size;      ///< Bytes.
@@ -426,15 +432,16 @@ ORSIN_API int ov_close(ov_stream* stream);
 ///
 /// @param whence  0: to `offset`. 1: by `offset`. 2: to `offset` bytes before the end, so that a
 ///                positive offset goes backwards.
-/// @return The new position, cut to a long; -1 for any other `whence`.
+/// @return The new position, cut to a long; -1 for any other `whence` and a null stream.
 ORSIN_API long ov_seek(ov_stream* stream, long offset, int whence);
 
-/// The position, cut to a long.
+/// The position, cut to a long; -1 for null.
 ORSIN_API long ov_tell(ov_stream* stream);
 
 /// Copies size x count bytes, or what is left; the latter sets the end flag.
 ///
-/// @return Bytes, not elements; (size_t)-1 at the end, and for elements of size 0.
+/// @return Bytes, not elements; (size_t)-1 at the end, for elements of size 0, and when there is
+///         nowhere to put them.
 ORSIN_API std::size_t ov_read(void* out, std::size_t size, std::size_t count, ov_stream* stream);
 
 /// Copies one line with its line feed, or up to a zero byte, and a terminator behind it. A line
@@ -442,15 +449,15 @@ ORSIN_API std::size_t ov_read(void* out, std::size_t size, std::size_t count, ov
 ///
 /// @param out  Must hold the longest line and its terminator.
 /// @param n    Below 2 gives null. Does not bound the line.
-/// @return A pointer just past the terminator; null at the end.
+/// @return A pointer just past the terminator; null at the end and for a null `out`.
 ORSIN_API char* ov_gets(char* out, int n, ov_stream* stream);
 
-/// The end flag.
+/// The end flag; 1 for null.
 ORSIN_API int ov_eof(ov_stream* stream);
 
 /// Numbers a name: "Take" becomes "Take(1)", "Take(1)" becomes "Take(2)".
 ///
 /// @param name    Has room for the longer suffix, 13 characters and the terminator.
 /// @param square  Counts in "[1]" instead.
-/// @return True.
+/// @return True; false for null.
 ORSIN_API bool ov_increment_suffix(char* name, bool square);

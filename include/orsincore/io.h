@@ -3,6 +3,9 @@
 ///
 /// Offsets and sizes are bytes. Handles opened unbuffered need offsets, sizes and addresses that are
 /// multiples of the drive's sector size.
+///
+/// A null name opens nothing, null memory holds nothing and takes nothing: such calls return what
+/// they return at the end of the data, or for a file that is not there.
 #pragma once
 
 #include "orsincore/base.h"
@@ -250,7 +253,8 @@ class ORSIN_API fReadBuffer {
   }
 
   /// The cursor, and the bytes left in the current block; fetches a block when it is used up. Null
-  /// and 0 at the end. Valid until the next call; skip_file() steps over what was used.
+  /// and 0 at the end; `available` may be null. Valid until the next call; skip_file() steps over
+  /// what was used.
   unsigned char* get_bufptr(unsigned long long* available);
 
   /// Byte orders: 1 is the machine's own; any other swaps.

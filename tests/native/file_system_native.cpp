@@ -242,6 +242,9 @@ const char* file_last_error_text() {
 }
 
 std::FILE* ov_utf8_fopen(const char* name, const char* mode) {
+  if (name == nullptr || mode == nullptr) {
+    return nullptr;
+  }
   std::string path = name;
   std::replace(path.begin(), path.end(), '\\', '/');
   return std::fopen(path.c_str(), mode);

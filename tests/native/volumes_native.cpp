@@ -18,6 +18,7 @@ namespace orsin::port {
 namespace {
 
 constexpr int kPathNotFound = 3;
+constexpr int kInvalidParameter = 87;
 
 test::FakeVolume* find_volume(char letter) {
   auto& volumes = test::fake_volumes().by_letter;
@@ -30,6 +31,10 @@ test::FakeVolume* find_volume(char letter) {
 }
 
 test::FakeVolume* volume_of_path(const char* path) {
+  if (path == nullptr) {
+    errno = kInvalidParameter;
+    return nullptr;
+  }
   if (path[0] == '\0' || path[1] != ':') {
     errno = kPathNotFound;
     return nullptr;
@@ -49,6 +54,10 @@ bool answer(const test::FakeVolume& volume, bool succeeds) {
 
 bool read_mount_point(const char* path, char* mount_point, std::size_t size) noexcept {
   if (volume_of_path(path) == nullptr) {
+    return false;
+  }
+  if (mount_point == nullptr) {
+    errno = kInvalidParameter;
     return false;
   }
   std::snprintf(mount_point, size, "%c:\\", path[0]);
