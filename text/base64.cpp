@@ -170,6 +170,9 @@ using namespace orsin;
 
 std::size_t ov_base64_decode(const char* src, std::size_t src_len, void* dst,
                              std::size_t dst_size) {
+  if (src == nullptr || dst == nullptr) {
+    return 0;
+  }
   return decode_base64_span(src, src_len, static_cast<unsigned char*>(dst), dst_size);
 }
 
@@ -177,6 +180,12 @@ std::size_t ov_base64_decode(const char* src, std::size_t src_len, void* dst,
 // the size that they expected.
 std::size_t ov_base64_decode_mt(const char* src, std::size_t src_len, void* dst,
                                 std::size_t dst_size) {
+  if (src == nullptr) {
+    return 0;
+  }
+  if (dst == nullptr) {
+    return base64_decoded_size(src, src_len);
+  }
   smp_exec(reinterpret_cast<void (*)()>(decode_part), const_cast<char*>(src), &src_len, dst,
            &dst_size, nullptr, nullptr);
   return base64_decoded_size(src, src_len);

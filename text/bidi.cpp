@@ -90,7 +90,7 @@ void OvBidiImpl::SetSelection(int start, int end) {
 }
 
 bool OvBidiImpl::NextSelectionRun(int* start, int* end) {
-  if (run_position_ == kStopped) {
+  if (run_position_ == kStopped || start == nullptr || end == nullptr) {
     return false;
   }
   if (!is_reordered()) {

@@ -159,6 +159,9 @@ int date::add_days(long n) {
 }
 
 void date::format(char* out, bool with_time) const {
+  if (out == nullptr) {
+    return;
+  }
   const port::LocalTime fields = date_fields::of(*this);
   char text[kFormatBytes];
   if (!port::format_user_date(fields, text, sizeof(text))) {
@@ -175,6 +178,9 @@ void date::format(char* out, bool with_time) const {
 }
 
 void date::format_xml(char* out, bool with_time) const {
+  if (out == nullptr) {
+    return;
+  }
   if (with_time) {
     std::snprintf(out, kFormatBytes, "%04d-%02d-%02dT%02d:%02d:%02d", year_, month_, day_, hour_,
                   minute_, second_);
@@ -184,6 +190,9 @@ void date::format_xml(char* out, bool with_time) const {
 }
 
 void date::format_num(char* out, bool with_time) const {
+  if (out == nullptr) {
+    return;
+  }
   if (with_time) {
     std::snprintf(out, kFormatBytes, "%04d%02d%02d_%02d%02d%02d", year_, month_, day_, hour_,
                   minute_, second_);

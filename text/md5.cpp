@@ -148,7 +148,7 @@ void ov_md5_init(md5_state_s* state) {
 }
 
 void ov_md5_append(md5_state_s* state, const unsigned char* data, int n) {
-  if (n <= 0) {
+  if (n <= 0 || data == nullptr) {
     return;
   }
   auto left = static_cast<std::size_t>(n);

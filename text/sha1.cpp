@@ -58,7 +58,7 @@ void ov_SHA1Input(SHA1Context* context, const unsigned char* data, unsigned int 
   if (n == 0) {
     return;
   }
-  if (context->Computed != 0 || context->Corrupted != 0) {
+  if (context->Computed != 0 || context->Corrupted != 0 || data == nullptr) {
     context->Corrupted = 1;
     return;
   }

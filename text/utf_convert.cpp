@@ -44,12 +44,15 @@ void convert_plain_units(const char*& from, char*& to, std::size_t count) {
   }
 }
 
+// What a null source reads as: the terminator of every kind of text.
+constexpr unsigned int kEmptyText = 0;
+
 char* convert_utf16_to_utf8(const void* src, char* dst, std::size_t n) {
-  if (n == 0) {
+  if (n == 0 || dst == nullptr) {
     return dst;
   }
   constexpr std::size_t kSpareBytes = 4;
-  const char* from = static_cast<const char*>(src);
+  const char* from = static_cast<const char*>(src != nullptr ? src : &kEmptyText);
   char* to = dst;
   const char* const end = dst + n;
   for (;;) {
@@ -100,10 +103,10 @@ void convert_plain_bytes(const char*& from, char*& to, std::size_t count) {
 }
 
 void* convert_utf8_to_utf16(const char* src, void* dst, std::size_t n) {
-  if (n == 0) {
+  if (n == 0 || dst == nullptr) {
     return dst;
   }
-  const char* from = src;
+  const char* from = src != nullptr ? src : "";
   char* to = static_cast<char*>(dst);
   const char* const end = to + n * sizeof(std::uint16_t);
   const auto room = [&to, end] {
@@ -135,7 +138,7 @@ bool is_high(char c) {
 }
 
 bool starts_empty(char* dst, std::size_t n, const char* src) {
-  if (n == 0) {
+  if (n == 0 || dst == nullptr) {
     return true;
   }
   dst[0] = '\0';
@@ -184,9 +187,10 @@ wchar_t* ov_utf8_to_wchar_s(const char* src, wchar_t* dst, std::size_t n) {
 #endif
 
 char* ov_utf32_to_utf8(const unsigned int* src, char* dst, std::size_t n) {
-  if (n == 0) {
+  if (n == 0 || dst == nullptr) {
     return dst;
   }
+  src = src != nullptr ? src : &kEmptyText;
   std::size_t written = 0;
   for (;; ++src) {
     if (*src >= 0x200000) {
@@ -208,9 +212,10 @@ char* ov_utf32_to_utf8(const unsigned int* src, char* dst, std::size_t n) {
 }
 
 unsigned int* ov_utf8_to_utf32(const char* src, unsigned int* dst, std::size_t n) {
-  if (n == 0) {
+  if (n == 0 || dst == nullptr) {
     return dst;
   }
+  src = src != nullptr ? src : "";
   for (std::size_t written = 0; written < n; ++written) {
     const CodePoint cp = decode_utf8(src);
     dst[written] = static_cast<unsigned int>(cp.value);

@@ -13,6 +13,9 @@ constexpr std::size_t kModeUnits = 32;
 }  // namespace
 
 std::FILE* ov_utf8_fopen(const char* name, const char* mode) {
+  if (name == nullptr || mode == nullptr) {
+    return nullptr;
+  }
   wchar_t wide_name[kNameUnits];
   wchar_t wide_mode[kModeUnits];
   return _wfopen(ov_utf8_to_wchar_n(name, wide_name, kNameUnits),
@@ -20,6 +23,9 @@ std::FILE* ov_utf8_fopen(const char* name, const char* mode) {
 }
 
 std::FILE* ov_utf8_freopen(const char* name, const char* mode, std::FILE* stream) {
+  if (name == nullptr || mode == nullptr || stream == nullptr) {
+    return nullptr;
+  }
   wchar_t wide_name[kNameUnits];
   wchar_t wide_mode[kModeUnits];
   return _wfreopen(ov_utf8_to_wchar_n(name, wide_name, kNameUnits),

@@ -10,7 +10,7 @@ namespace {
 std::size_t count_utf16(const void* text) {
   std::size_t index = 0;
   std::size_t count = 0;
-  while (load_unit(text, index) != 0) {
+  while (text != nullptr && load_unit(text, index) != 0) {
     index += static_cast<std::size_t>(decode_utf16(text, index).length);
     ++count;
   }
@@ -40,7 +40,7 @@ using namespace orsin;
 
 std::size_t ov_utf8_strlen(const char* s) {
   std::size_t count = 0;
-  while (*s != '\0') {
+  while (s != nullptr && *s != '\0') {
     s += decode_utf8(s).length;
     ++count;
   }
@@ -100,6 +100,9 @@ int ov_utf8_encode(int cp, char* dst, std::size_t n) {
 }
 
 int ov_utf8_insert_char(char* s, std::size_t n, int index, int cp) {
+  if (s == nullptr) {
+    return 0;
+  }
   const std::size_t length = std::strlen(s);
   const int added = utf8_length(cp);
   if (added == 0 || length + static_cast<std::size_t>(added) >= n) {
@@ -112,6 +115,9 @@ int ov_utf8_insert_char(char* s, std::size_t n, int index, int cp) {
 }
 
 std::size_t ov_utf8_erase(char* s, int index, int count) {
+  if (s == nullptr) {
+    return 0;
+  }
   const std::size_t length = std::strlen(s);
   const std::size_t at = ov_utf8_get_num_bytes(s, 0, index);
   if (count < 1 || at >= length) {
@@ -123,6 +129,9 @@ std::size_t ov_utf8_erase(char* s, int index, int count) {
 }
 
 std::size_t ov_utf8_insert(char* s, std::size_t n, int index, const char* ins) {
+  if (s == nullptr || ins == nullptr) {
+    return 0;
+  }
   const std::size_t length = std::strlen(s);
   if (n == 0 || length >= n - 1) {
     return 0;
@@ -149,11 +158,13 @@ std::size_t ov_utf8_insert(char* s, std::size_t n, int index, const char* ins) {
 }
 
 int ov_utf8_is_valid(const char* s) {
-  return *first_invalid(s) == '\0' ? 1 : 0;
+  return s != nullptr && *first_invalid(s) == '\0' ? 1 : 0;
 }
 
 char* ov_utf8_validate(char* s) {
-  s[first_invalid(s) - s] = '\0';
+  if (s != nullptr) {
+    s[first_invalid(s) - s] = '\0';
+  }
   return s;
 }
 

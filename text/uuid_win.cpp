@@ -7,6 +7,9 @@
 
 const char* ov_create_uuid(char* dst) {
   constexpr std::size_t kTextBytes = 64;
+  if (dst == nullptr) {
+    return nullptr;
+  }
   UUID uuid;
   // Any other status, "unique on this computer only" included, is not good enough to name a
   // project.

@@ -4,6 +4,9 @@
 ///
 /// Strings are NUL-terminated. A character index counts code points, a byte offset counts bytes.
 /// UTF-8 that cannot be decoded is read as Latin-1, one byte a character, so decoding never fails.
+/// A null text reads as an empty one, and a null buffer takes nothing, except where a function works
+/// on a single character: what those are given, positions included, must not be null, nor must the
+/// state of a hash.
 #pragma once
 
 #include <cstdio>
@@ -11,8 +14,7 @@
 #include "orsincore/base.h"
 
 // ---------------------------------------------------------------------------------------------
-// UTF-8. No function here allocates, keeps state, logs or accepts null unless it says so. Any
-// thread.
+// UTF-8. No function here allocates, keeps state or logs. Any thread.
 //
 // Decoding accepts the sequences of RFC 3629, and three-byte surrogate values; anything else is one
 // Latin-1 character of one byte. Encoding takes any value below 0x200000.
@@ -59,7 +61,7 @@ ORSIN_API std::size_t ov_utf8_erase(char* s, int index, int count);
 /// @param n  Bytes of the whole buffer.
 ORSIN_API std::size_t ov_utf8_insert(char* s, std::size_t n, int index, const char* ins);
 
-/// 1 if the whole string is strict UTF-8 (three-byte surrogate values included), else 0.
+/// 1 if the whole string is strict UTF-8 (three-byte surrogate values included), else 0; 0 for null.
 ORSIN_API int ov_utf8_is_valid(const char* s);
 
 /// Cuts the string at its first invalid sequence. Returns it.
@@ -94,8 +96,8 @@ ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);  ///< @overload
 //
 // Whole characters are written while they fit, the terminator by the same rule; what lies between
 // stays as it was. Then the last element of dst becomes 0 in any case: when the characters fill dst
-// to the end, that cuts the last one. With n = 0 nothing is written. Source and destination must
-// not overlap. Any thread.
+// to the end, that cuts the last one. With n = 0 or a null dst nothing is written; a null src gives
+// an empty dst. Source and destination must not overlap. Any thread.
 // ---------------------------------------------------------------------------------------------
 
 /// @param n  Bytes of dst.
@@ -270,7 +272,7 @@ struct md5_state_s {
 /// Begins a message. Every function here needs it first.
 ORSIN_API void ov_md5_init(md5_state_s* state);
 
-/// Adds n bytes; n of 0 or less does nothing.
+/// Adds n bytes; n of 0 or less and null data do nothing.
 ORSIN_API void ov_md5_append(md5_state_s* state, const unsigned char* data, int n);
 
 /// Ends the message and stores its digest, which the state's words then hold as well.
@@ -290,8 +292,8 @@ struct SHA1Context {
 /// Begins a message, also after a misuse.
 ORSIN_API void ov_SHA1Reset(SHA1Context* context);
 
-/// Adds n bytes. Adding to a finished message marks the context corrupted, as does a message of
-/// 2^61 bytes or more.
+/// Adds n bytes. Adding to a finished message marks the context corrupted, as do null for n bytes
+/// and a message of 2^61 bytes or more.
 ORSIN_API void ov_SHA1Input(SHA1Context* context, const unsigned char* data, unsigned int n);
 
 /// Ends the message; its digest is in Message_Digest. 1, also when it was ended before, or 0 for a
@@ -314,7 +316,7 @@ ORSIN_API int ov_XXH64_compareState(const XXH64_state_s* a, const XXH64_state_s*
 /// Begins a message. Returns 0.
 ORSIN_API int ov_XXH64_reset(XXH64_state_s* state, unsigned long long seed);
 
-/// Adds n bytes. Returns 0.
+/// Adds n bytes; null data adds nothing. Returns 0.
 ORSIN_API int ov_XXH64_update(XXH64_state_s* state, const void* data, std::size_t n);
 
 /// The hash of what was added so far; more may be added after it.
@@ -327,7 +329,7 @@ ORSIN_API unsigned long long ov_XXH64_digest(const XXH64_state_s* state);
 /// Decodes base64 (RFC 4648) up to the first "=" or the end.
 ///
 /// Every character counts; one outside the alphabet contributes 0. What does not fit into dst is
-/// dropped. Returns the bytes written. Any thread.
+/// dropped, all of it for a null dst. Returns the bytes written. Any thread.
 ORSIN_API std::size_t ov_base64_decode(const char* src, std::size_t src_len, void* dst,
                                        std::size_t dst_size);
 
@@ -341,7 +343,8 @@ ORSIN_API std::size_t ov_base64_decode_mt(const char* src, std::size_t src_len, 
 /// Writes a new random UUID, 36 characters in lower case padded with NULs to 64 bytes.
 ///
 /// @param dst  At least 64 bytes.
-/// @return dst; null when the system has none to give. Any thread. Windows: UuidCreate.
+/// @return dst; null for a null dst, and when the system has none to give. Any thread. Windows:
+///         UuidCreate.
 ORSIN_API const char* ov_create_uuid(char* dst);
 
 // ---------------------------------------------------------------------------------------------
