@@ -3,6 +3,7 @@
 
 #include "core/stream_bytes.h"
 #include "core/unique_file.h"
+#include "files/path_buffer.h"
 #include "net/payload_writer.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
@@ -36,7 +37,7 @@ class LockedBuffer {
 };
 
 bool write_whole_file(const char* path, const char* data, std::size_t size) {
-  UniqueFile file(ov_utf8_fopen(path, "wb+"));
+  UniqueFile file(fits_path(path) ? ov_utf8_fopen(path, "wb+") : nullptr);
   if (file == nullptr) {
     return false;
   }
@@ -69,7 +70,7 @@ bool ov_http_socket::ReadFile(const char* url, const char* path) {
     return fail_with_code(socket);
   }
   if (!write_whole_file(path, data, bytes)) {
-    msgerror("HTTP: File loader failed: Can't write '%s'", path);
+    msgerror("HTTP: File loader failed: Can't write '%s'", path != nullptr ? path : "");
     return false;
   }
   return true;
@@ -90,10 +91,6 @@ bool ov_http_socket::WriteFile(const char* url, const char* path) {
   }
 
   ov_http_socket socket;
-  if (url == nullptr) {
-    socket.last_error_ = 0xFFFFFFFF;
-    return fail_with_code(socket);
-  }
   if (!socket.OpenUrl(url)) {
     return fail_with_code(socket);
   }

@@ -121,10 +121,6 @@ void ov_http_socket::SetSecureFlag(bool secure) {
 char* ov_http_socket::GetHttpData(const char* url, ov_http_request_type type, const char* data,
                                   int data_len, const char* headers, unsigned long long* out_len) {
   status_code_ = 0;
-  if (url == nullptr) {
-    last_error_ = kNoUrl;
-    return nullptr;
-  }
   const bool opened =
       type == OV_HTTP_GET ? OpenUrl(url) : PostUrl(url, type, data, data_len, headers);
   if (!opened) {
@@ -149,10 +145,6 @@ int ov_http_socket::PutHttpData(const char* url, unsigned char* payload, int pay
                                 ov_http_request_type type, const char* data, int data_len,
                                 const char* headers) {
   status_code_ = 0;
-  if (url == nullptr) {
-    last_error_ = kNoUrl;
-    return -1;
-  }
   const bool opened =
       type == OV_HTTP_GET ? OpenUrl(url) : PostUrl(url, type, data, data_len, headers);
   if (!opened) {
@@ -181,6 +173,10 @@ const char* ov_http_socket::LastErrorString() {
 }
 
 bool ov_http_socket::OpenUrl(const char* url) {
+  if (url == nullptr) {
+    last_error_ = kNoUrl;
+    return false;
+  }
   close_handle(request_);
   request_ = port::internet_open_url(session_, url, port::kHyperlink | port::kPragmaNoCache);
   if (request_ == nullptr) {
@@ -192,6 +188,10 @@ bool ov_http_socket::OpenUrl(const char* url) {
 
 bool ov_http_socket::PostUrl(const char* url, ov_http_request_type type, const char* data,
                              int data_len, const char* headers) {
+  if (url == nullptr) {
+    last_error_ = kNoUrl;
+    return false;
+  }
   port::UrlParts parts;
   if (!port::internet_split_url(url, parts)) {
     last_error_ = port::last_system_error();

@@ -31,7 +31,8 @@ std::unique_ptr<char16_t[]> to_wide(const char* url) {
 }  // namespace
 
 bool WebSocketWinHttp::Connect(const char* url) {
-  close_handles();  // Of an earlier Connect().
+  close_handles();                  // Of an earlier Connect().
+  url = url != nullptr ? url : "";  // A server without a name, which is not there.
 
   session_ = port::open_web_session();
   if (session_ == nullptr) {
@@ -123,7 +124,7 @@ bool WebSocketWinHttp::SendData(const void* data, unsigned int size) {
 }
 
 bool WebSocketWinHttp::SendText(const char* text) {
-  if (socket_ == nullptr) {
+  if (socket_ == nullptr || text == nullptr) {
     return false;
   }
   const std::uint32_t code =
@@ -142,7 +143,7 @@ bool WebSocketWinHttp::SetBufferSize(std::size_t bytes) {
 }
 
 bool WebSocketWinHttp::Receive(OvWebSocketData** out) {
-  if (socket_ == nullptr) {
+  if (socket_ == nullptr || out == nullptr) {
     return false;
   }
   std::unique_ptr<WebSocketData> message(new (std::nothrow) WebSocketData(buffer_bytes_));

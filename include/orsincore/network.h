@@ -217,7 +217,7 @@ class OvWebSocket {
   virtual bool SendData(const void* data, unsigned int size) = 0;
 
   /// Sends one text message: terminated UTF-8, sent without the terminator and without a check.
-  /// Returns as SendData().
+  /// Returns as SendData(); null is false in silence.
   virtual bool SendText(const char* text) = 0;
 
   /// Sets the size in bytes of the buffer that each later Receive() reads its message into; a
@@ -226,7 +226,8 @@ class OvWebSocket {
 
   /// Waits for a whole binary message.
   ///
-  /// @param out  Receives the message, the caller's to delete. Untouched on failure.
+  /// @param out  Receives the message, the caller's to delete. Untouched on failure. Null fails at
+  ///             once, in silence: no message is lost.
   /// @return False when not connected, when a text message or the server's farewell arrived, all in
   ///         silence; and after an error line when the system reports a failure or when the message
   ///         filled the buffer before it was complete. The rest of such a message is still to come:

@@ -107,6 +107,18 @@ TEST_F(Download, LogsAFileThatCannotBeCreated) {
   EXPECT_EQ(joined(log_), "ERROR: HTTP: File loader failed: Can't write '" + path + "'\n");
 }
 
+TEST_F(Download, CreatesNoFileWithoutAPathOrForOneThatIsTooLong) {
+  const std::string path(260, 'x');
+
+  EXPECT_FALSE(ov_http_socket::ReadFile("http://example.org/", nullptr));
+  EXPECT_FALSE(ov_http_socket::ReadFile("http://example.org/", path.c_str()));
+
+  EXPECT_EQ(joined(log_),
+            "ERROR: HTTP: File loader failed: Can't write ''\n"
+            "ERROR: HTTP: File loader failed: Can't write '" +
+                path + "'\n");
+}
+
 #if !defined(_WIN32)
 TEST_F(Download, LogsADiskThatIsFull) {
   // Large bodies fail while they are written, small ones when the file is closed.
@@ -153,6 +165,12 @@ TEST_F(Upload, OfAnEmptyOrMissingFileFailsInSilence) {
 }
 
 #if !defined(_WIN32)
+TEST_F(Upload, OfNoFileFailsInSilence) {
+  EXPECT_FALSE(ov_http_socket::WriteFile("http://example.org/", nullptr));
+
+  EXPECT_EQ(joined(log_), "");
+}
+
 TEST_F(Upload, LogsAFileThatCannotBeRead) {
   const std::string path =
       directory_.path();  // A directory has a size, and opens, but that is all.

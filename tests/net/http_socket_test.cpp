@@ -209,6 +209,8 @@ TEST_F(HttpSocket, FailsWithMinusOneWithoutAUrl) {
   EXPECT_EQ(client.LastErrorString(), system_text(kNoUrl));
   EXPECT_EQ(client.PutHttpData(nullptr, payload, 1, OV_HTTP_POST, nullptr, 0, nullptr), -1);
   EXPECT_EQ(client.LastErrorString(), system_text(kNoUrl));
+  EXPECT_FALSE(client.OpenUrl(nullptr));
+  EXPECT_FALSE(client.PostUrl(nullptr, OV_HTTP_POST, nullptr, 0, nullptr));
   EXPECT_TRUE(internet_->calls.empty());
 }
 

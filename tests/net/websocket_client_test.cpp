@@ -164,6 +164,15 @@ TEST_F(WebSocketConnecting, TakesUrlsOfAnyLength) {
   EXPECT_EQ(web_->calls[2], "open_request connection2 " + path);
 }
 
+TEST_F(WebSocketConnecting, TakesNullForAnEmptyUrl) {
+  web_->refusals["connect"] = 87;
+
+  EXPECT_FALSE(socket_->Connect(nullptr));
+
+  EXPECT_EQ(web_->calls, (Lines{"open", "connect session1  80"}));
+  EXPECT_EQ(log_.lines(), Lines{"ERROR: WebSocketWinHttp: Failed to connect to server:  87"});
+}
+
 TEST_F(WebSocketConnecting, KeepsAPathWithoutAPortInTheHostName) {
   EXPECT_TRUE(socket_->Connect("ws://server/live"));
 
@@ -335,7 +344,25 @@ TEST_F(WebSocketSending, LogsTheCodeOfARefusal) {
                                  "ERROR: WebSocketWinHttp: Failed to send text: 12030"}));
 }
 
+TEST_F(WebSocketSending, FailsForNullTextInSilence) {
+  connect();
+
+  EXPECT_FALSE(socket_->SendText(nullptr));
+
+  EXPECT_EQ(web_->calls, Lines{});
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
 // --- Receive
+
+TEST_F(WebSocketReceiving, TakesNothingWithoutAPlaceForIt) {
+  connect();
+
+  EXPECT_FALSE(socket_->Receive(nullptr));
+
+  EXPECT_EQ(web_->calls, Lines{});
+  EXPECT_EQ(log_.lines(), Lines{});
+}
 
 TEST_F(WebSocketReceiving, NeedsAConnectionAndSaysNothingWithoutOne) {
   auto* const untouched = reinterpret_cast<OvWebSocketData*>(&text_);
