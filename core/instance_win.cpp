@@ -81,7 +81,7 @@ using namespace orsin;
 
 int ov_get_instance_update(char* destination) {
   const int pending = instance_record.pending;
-  if (pending == 0) {
+  if (pending == 0 || destination == nullptr) {
     return 0;
   }
   bool ended = false;

@@ -173,6 +173,10 @@ void write_line_locked(int level, double now) {
 }
 
 void format_into_buffer(const char* format, std::va_list arguments) {
+  if (format == nullptr) {
+    log_state.buffer[0] = '\0';  // An empty text, which writes nothing.
+    return;
+  }
   static_cast<void>(std::vsnprintf(log_state.buffer, kBufferBytes, format, arguments));
   log_state.buffer[kTextMax] = '\0';
 }
@@ -233,8 +237,8 @@ void write_os_error(const char* text, unsigned code) {
     return;
   }
   const double now = mp_getclock();
-  static_cast<void>(
-      std::snprintf(log_state.buffer, kBufferBytes, "%s : '%s'", text, error_text(code)));
+  static_cast<void>(std::snprintf(log_state.buffer, kBufferBytes, "%s : '%s'",
+                                  text != nullptr ? text : "", error_text(code)));
   write_line_locked(kError, now);
 }
 
@@ -380,7 +384,7 @@ int msgcont(const char* format, ...) {
 int msglist(const char* text) {
   const LastErrorKeeper keeper;
   const ScopedLock guard(log_state.mutex);
-  if (log_state.stream == nullptr) {
+  if (log_state.stream == nullptr || text == nullptr) {
     return 0;
   }
   write_bytes(text, std::strlen(text));

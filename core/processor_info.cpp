@@ -130,12 +130,19 @@ using namespace orsin;
 
 int ov_cpu_info(unsigned int* count, unsigned int* ht_count, char* name, unsigned int* features,
                 unsigned int* ht_state) {
+  const auto store = [](unsigned int* to, std::uint32_t value) {
+    if (to != nullptr) {
+      *to = value;
+    }
+  };
   const Processors& all = processors();
-  *count = all.cores;
-  *ht_count = all.logical;
-  std::memcpy(name, all.name, kNameBytes);
-  *features = all.features;
-  *ht_state = all.state;
+  store(count, all.cores);
+  store(ht_count, all.logical);
+  store(features, all.features);
+  store(ht_state, all.state);
+  if (name != nullptr) {
+    std::memcpy(name, all.name, kNameBytes);
+  }
   return 1;
 }
 

@@ -78,6 +78,9 @@ void copy_argument(const char*& from, char*& to) {
 using namespace orsin;
 
 void setargv(char* program, char* command_line, int* argc, char*** argv) {
+  if (argc == nullptr || argv == nullptr) {
+    return;
+  }
   *argc = 0;
   *argv = nullptr;
   const char* name = program != nullptr ? program : "";

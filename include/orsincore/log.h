@@ -8,7 +8,8 @@
 ///
 /// All functions may be called from any thread while the log is open, except where noted; none
 /// changes the thread's last system error. Functions that write return 1 when the line was handed to
-/// the writer and 0 when it was filtered. The log never reports its own failures.
+/// the writer and 0 when it was filtered. Null for a format or a text is an empty one, and an empty
+/// line is not written. The log never reports its own failures.
 #pragma once
 
 #include <cstdarg>
@@ -53,7 +54,7 @@ ORSIN_API int msgcont(const char* format, ...) ORSIN_PRINTF(1, 2);
 ORSIN_API int vmsgcont(const char* format, std::va_list arguments) ORSIN_PRINTF(1, 0);
 
 /// Writes the text and a line feed as they are: no head, no level test, no folding. Not to be
-/// called while the log is closed.
+/// called while the log is closed. 0 for null.
 ORSIN_API int msglist(const char* text);
 
 /// Sets the current level; ignored while the log is closed.

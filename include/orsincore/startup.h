@@ -1,6 +1,9 @@
 /// @file
 /// Start-up and closedown of the process, its paths, restart, what is known of the processors, and
 /// the libraries and programs that it brings in.
+///
+/// A null name, path or program is none, which fails like one that is missing; a null buffer takes
+/// nothing.
 #pragma once
 
 #include "orsincore/base.h"
@@ -41,7 +44,7 @@ ORSIN_API void ov_closedown();
 /// @param destination  At least 260 bytes; written (padded with zeros; without a terminator when
 /// all
 ///        260 are used) only when the result is 1.
-/// @return 1 when there was one; only the latest is kept.
+/// @return 1 when there was one; only the latest is kept. 0 for a null `destination`, and it stays.
 ORSIN_API int ov_get_instance_update(char* destination);
 
 /// Copies the program's path, at most `size` bytes. False when it is empty.
@@ -55,10 +58,10 @@ ORSIN_API bool ov_computername(char* destination, std::size_t size);
 ///
 /// n backslashes before a quote give n/2 of them; an odd one makes the quote literal. Inside quotes
 /// two quotes give one.
-/// @param program  Becomes argv[0]; copied.
+/// @param program  Becomes argv[0]; copied. Null for it or the line is an empty text.
 /// @param argc     Receives the number of arguments.
 /// @param argv     Receives the vector, ended by null; one block that the caller releases with
-///        free(). Null, with argc 0, when memory is exhausted.
+///        free(). Null, with argc 0, when memory is exhausted. A null `argc` or `argv` does nothing.
 ORSIN_API void setargv(char* program, char* command_line, int* argc, char*** argv);
 
 /// A filter for the host's outermost structured exception handler: writes a fatal-error block with
@@ -99,7 +102,7 @@ ORSIN_API const char* file_get_logfile();           ///< The log; empty on stand
 // Processors and the floating-point unit
 // ---------------------------------------------------------------------------------------------
 
-/// Copies what start-up found out about the processors.
+/// Copies what start-up found out about the processors. Null for what is not wanted.
 ///
 /// @param count     Physical cores.
 /// @param ht_count  Logical processors.
