@@ -30,7 +30,7 @@ _mheap* heap_of(void** handle) {
 
 void* mem_alloc_locked_buffer(void** handle, std::uint64_t size, MEM_HEAP_ID id) {
   constexpr std::uint64_t kFrameBytesMin = 0x40000;  // Smaller buffers would waste the Frame heap.
-  if (id < MEM_HEAP_ANY || id > MEM_HEAP_IMAGE) {
+  if (handle == nullptr || id < MEM_HEAP_ANY || id > MEM_HEAP_IMAGE) {
     return nullptr;
   }
   if (id != MEM_HEAP_ANY) {

@@ -71,7 +71,7 @@ void trace_block(const mheap_mblk& block, int index, const char* marker, Totals&
 
 void mheap_dump(_mheap* heap, const char* title) {
   const HeapLock lock(heap);
-  if (msgdebug("HEAP '%s' - %s:", HeapName(*heap).text, title) == 0) {
+  if (msgdebug("HEAP '%s' - %s:", HeapName(*heap).text, title != nullptr ? title : "") == 0) {
     return;
   }
   std::uint64_t total = 0;

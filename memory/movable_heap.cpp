@@ -69,7 +69,7 @@ void delete_record(_mheap* heap) {
 
 _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment, mheap_mode mode,
                          int os_flags) {
-  if (alignment == 0) {
+  if (alignment <= 0) {
     return nullptr;
   }
   void* memory = std::malloc(sizeof(HeapRecord));
@@ -78,7 +78,7 @@ _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment, mh
   }
   auto* record = ::new (memory) HeapRecord{};
   _mheap* heap = &record->heap;
-  std::strncpy(heap->name, name, sizeof heap->name);
+  std::strncpy(heap->name, name != nullptr ? name : "", sizeof heap->name);
   heap->mode = mode;
   heap->alignment = static_cast<std::uint64_t>(static_cast<std::int64_t>(alignment));
   heap->header_size = heap_header_size(heap->alignment);
@@ -100,6 +100,9 @@ _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment, mh
 }
 
 void mheap_destroy(_mheap* heap) {
+  if (heap == nullptr) {
+    return;
+  }
   os_free(heap->base);
   delete_record(heap);
 }
@@ -311,7 +314,7 @@ int mheap_set_discard_callback(_mheap* heap, void* data, mheap_discard_callback 
 }
 
 bool mheap_is_valid(_mheap* heap, void** handle) {
-  if (heap == nullptr) {
+  if (heap == nullptr || handle == nullptr) {
     return false;
   }
   const mheap_mblk* block = blocks_of(heap).inner_block_of(get_pointer(handle));

@@ -44,6 +44,9 @@ int mem_pagesize() {
 std::uint64_t mem_info(mem_info_str* info) {
   const port::MemoryStatus status = port::memory_status();
   static_cast<void>(mem_pagesize());  // So that the size is known from start-up on.
+  if (info == nullptr) {
+    return status.available_physical;
+  }
 
   info->total_physical = status.total_physical;
   info->available_physical = status.available_physical;

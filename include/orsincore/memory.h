@@ -54,6 +54,7 @@ ORSIN_API int mem_pagesize();
 /// `largest_usable` is that region, but never more than the available physical memory; where less
 /// than half of the machine's memory is available and the region is larger than that half, it is
 /// the half.
+/// @param info  Null asks for the result only.
 /// @return The available physical memory.
 /// Any thread; takes as long as the address space has regions.
 /// Windows: GlobalMemoryStatusEx, VirtualQuery.
@@ -103,7 +104,8 @@ ORSIN_API void* sb_alloc(std::size_t size);
 /// One thread at a time, together with sb_alloc().
 ORSIN_API void sb_free(void* pointer, std::size_t size);
 
-/// Copies `count` bytes with every worker of the executor; the ranges must not overlap.
+/// Copies `count` bytes with every worker of the executor; the ranges must not overlap, nor be null
+/// unless `count` is 0.
 ///
 /// Every copy is split, however small. Must not be called from inside an smp_exec() job.
 /// @return `destination`, when the last worker has finished.
@@ -123,6 +125,9 @@ ORSIN_API void ov_release_autorelease_pool(void* pool);
 // variable, a new one when it moves the block, and null when it discards it. A locked block stays
 // where it is; an unlocked one may be moved or discarded, least recently used first, as soon as
 // another allocation needs the room. An owner may use its pointer only while it holds a lock.
+//
+// Locks are taken for every picture, so the calls trust their callers: unless they say so, neither
+// a heap nor a handle may be null. The mem_ calls for buffers take care of null handles.
 //
 //   void* frame = nullptr;                             // The variable; &frame is the handle.
 //   mheap_alloc_lock(heap, bytes, &frame);             // Locked once: frame is good.
@@ -170,19 +175,19 @@ struct _mheap {
 
 /// Makes a heap over a new region.
 ///
-/// @param name       For the log; the first 32 bytes are kept.
+/// @param name       For the log; the first 32 bytes are kept. Null for none.
 /// @param size       Bytes, rounded down to a multiple of `alignment`.
 /// @param alignment  The granularity of blocks, above 0; with a power of two from 8 on, data lies at
 ///                   multiples of it.
 /// @param mode       What the heap may do to make room.
 /// @param os_flags   Non-zero pins the region in physical memory; see os_alloc().
-/// @return The heap, the caller's until mheap_destroy(); null when memory is short or the region
-///         could not hold one header.
+/// @return The heap, the caller's until mheap_destroy(); null when memory is short, the alignment
+///         is not above 0 or the region could not hold one header.
 ORSIN_API _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment,
                                    mheap_mode mode, int os_flags);
 
 /// Ends a heap and gives its region back. Its blocks are not looked at: handles keep their values
-/// and no callback runs. No thread may be using the heap.
+/// and no callback runs. No thread may be using the heap. Null does nothing.
 ORSIN_API void mheap_destroy(_mheap* heap);
 
 /// Allocates a block of at least `size` data bytes, locked once, and writes its address into
@@ -234,7 +239,8 @@ ORSIN_API int mheap_unlock_ex(_mheap* heap, void* data);
 /// 1, or 0 when `data` is no address of this heap. Any thread.
 ORSIN_API int mheap_set_discard_callback(_mheap* heap, void* data, mheap_discard_callback callback);
 
-/// True when `*handle` points into this heap and the block there belongs to this very handle.
+/// True when `*handle` points into this heap and the block there belongs to this very handle; false
+/// for null.
 /// Takes no lock; the answer is worth something while the caller keeps the block from moving.
 ORSIN_API bool mheap_is_valid(_mheap* heap, void** handle);
 
@@ -321,12 +327,13 @@ ORSIN_API int mem_dumpheap(MEM_HEAP_ID id, const char* title);
 /// With MEM_HEAP_ANY a full heap is no failure: the other of Frame and Proxy is tried, then the
 /// system (such a buffer is never moved or discarded).
 /// @return The buffer, until mem_free_buffer() or mem_free_locked_buffer(); null when there is no
-///         room, after a warning when even the system had none, and for an unknown id.
+///         room, after a warning when even the system had none, and for an unknown id or a null
+///         handle.
 /// Any thread. May wait; see mheap_alloc_lock().
 ORSIN_API void* mem_alloc_locked_buffer(void** handle, std::uint64_t size, MEM_HEAP_ID id);
 
 /// Unlocks a buffer once and frees it. 1, or 0 for one from the system; -1 when it was still locked
-/// or is none. Any thread.
+/// or is none, as is a null handle. Any thread.
 ORSIN_API int mem_free_locked_buffer(void** handle);
 
 /// mheap_lock(), mheap_keep() and mheap_unlock() for a buffer of any of the heaps.
