@@ -246,6 +246,9 @@ void stop_executor() {
 using namespace orsin;
 
 void smp_exec(void (*function)(), void* a1, void* a2, void* a3, void* a4, void* a5, void* a6) {
+  if (function == nullptr) {
+    return;
+  }
   const int parts = executor.active.load(std::memory_order_relaxed);
   std::atomic<int> done = 0;
   smp_entry_t job = {0, 0, function, {a1, a2, a3, a4, a5, a6}, parts, &done};

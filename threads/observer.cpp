@@ -79,6 +79,9 @@ Observable* Observer::Notification::sender() const {
 }
 
 char* Observer::Notification::type_name(char* buffer) const {
+  if (buffer == nullptr) {
+    return nullptr;
+  }
   buffer[0] = '\0';
   if ((type_ & kAttach) != 0) {
     std::strcat(buffer, "Attach");
@@ -125,6 +128,9 @@ Observable::~Observable() {
 }
 
 void Observable::register_observer(Observer* observer) {
+  if (observer == nullptr) {
+    return;  // Null is an empty place.
+  }
   int empty_place = -1;
   for (int i = observers_.count() - 1; i >= 0; --i) {
     if (observers_[i] == observer) {
@@ -142,6 +148,9 @@ void Observable::register_observer(Observer* observer) {
 }
 
 void Observable::deregister_observer(Observer* observer) {
+  if (observer == nullptr) {
+    return;
+  }
   for (int i = observers_.count() - 1; i >= 0; --i) {
     if (observers_[i] == observer) {
       observers_[i] = nullptr;

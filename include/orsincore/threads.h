@@ -2,6 +2,9 @@
 /// Threads: mutexes, conditions, thread-local cells, the clock, scheduling, named threads, processor
 /// faults as exceptions, the executor that runs one function on every processor, the worker that
 /// does things in the background, and observers.
+///
+/// Locks, conditions and keys are used all the time, so these calls trust their callers: none may be
+/// null but in the calls that free one.
 #pragma once
 
 #include "orsincore/base.h"
@@ -124,7 +127,7 @@ ORSIN_API bool ov_admin_privileges();
 /// with the thread's name to the log and ends the process with exit code -1. The floating-point
 /// unit starts in the library's mode.
 /// @param name   Shorter than 32 bytes; null or empty means "Unknown". Copied.
-/// @param entry  Must not let C++ exceptions other than SE_Exception out.
+/// @param entry  Must not let C++ exceptions other than SE_Exception out. Null ends at once.
 /// @return The system's thread identifier, for mp_join_thread() or mp_detach_thread(); 0xFFFFFFFF
 ///         after an error line when the thread could not be created.
 /// Any thread. Windows: CreateThread.
@@ -191,7 +194,7 @@ class ORSIN_API SE_Exception {
 ///
 /// The function splits its work by smp_id() and smp_numprocs(). With fewer than two workers it is
 /// called once, on the calling thread.
-/// @param function  Declared with six pointer arguments and cast to this type.
+/// @param function  Declared with six pointer arguments and cast to this type. Null does nothing.
 /// Any thread that is not a worker; several callers may overlap. Never from inside a job: the call
 /// would wait for itself. No time-out. Allocates nothing.
 ORSIN_API void smp_exec(void (*function)(), void* a1, void* a2, void* a3, void* a4, void* a5,
@@ -281,7 +284,7 @@ class ORSIN_API Observer {
     /// Writes the names of the three named bits that are set, one after the other ("AttachDying"),
     /// or "Unknown".
     ///
-    /// @param buffer  At least 18 bytes.
+    /// @param buffer  At least 18 bytes; null takes nothing.
     /// @return `buffer`.
     char* type_name(char* buffer) const;
 
@@ -332,7 +335,8 @@ class ORSIN_API Observable {
   /// Delivers "Dying" (0x80000000), muted or not.
   virtual ~Observable();
 
-  /// Adds an observer that is not in the list yet, in the last empty place or else at the end.
+  /// Adds an observer that is not in the list yet, in the last empty place or else at the end. Null
+  /// does nothing.
   /// Memory shortage is one error line, and the observer is not added.
   void register_observer(Observer* observer);
 
