@@ -67,6 +67,19 @@ TEST(FileState, KnowsHiddenFiles) {
   EXPECT_EQ(file_is_hidden("", "secret"), 0);
 }
 
+TEST(FileState, RefusesATimeThatTheSystemDoesNotHave) {
+  const test::TemporaryDirectory directory;
+  directory.write("file", "x");
+  const std::string path = below(directory, "file");
+  ASSERT_TRUE(file_set_modified_ts(path.c_str(), 1000));
+  constexpr unsigned long long kLastSecond = 910692730085;
+
+  EXPECT_FALSE(file_set_modified_ts(path.c_str(), kLastSecond + 1));
+  EXPECT_FALSE(file_set_modified_ts(path.c_str(), ~0ULL));
+
+  EXPECT_EQ(file_get_modified_ts(path.c_str()), 1000U);
+}
+
 TEST(FileState, SetsAndReadsTheTimeOfTheLastWrite) {
   const test::TemporaryDirectory directory;
   directory.write("file", "x");

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "core/log_port.h"
+#include "files/file_system_port.h"
 #include "files/io_port.h"
 #include "orsincore/files.h"
 #include "orsincore/io.h"
@@ -223,9 +224,24 @@ TEST_F(LongPath, Of260BytesIsNoFileToTheUtilities) {
   EXPECT_EQ(file_move(too_long_.c_str(), below(directory_, "moved").c_str(), true), -11);
   EXPECT_EQ(file_move(other.c_str(), too_long_.c_str(), true), -11);
   EXPECT_EQ(file_create_directory(path_of(260).c_str(), true), -1);
+  EXPECT_TRUE(file_in_use(too_long_.c_str()));
+  EXPECT_EQ(file_backup(too_long_.c_str(), 2), 0);
+  EXPECT_EQ(ov_open(too_long_.c_str(), "rb"), nullptr);
 
   EXPECT_EQ(read(longest_), "another file");
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("other.bin")), "other");
+}
+
+TEST_F(LongPath, Of260BytesIsNotHiddenLikeAnotherFile) {
+  write(longest_, "hidden");
+  ASSERT_TRUE(port::write_attributes(longest_.c_str(), port::kHidden));
+  const std::string directory = longest_.substr(0, longest_.rfind('\\'));
+  const std::string name = longest_.substr(directory.size() + 1);
+  EXPECT_EQ(file_is_hidden(longest_.c_str(), nullptr), 1);
+  EXPECT_EQ(file_is_hidden(directory.c_str(), name.c_str()), 1);
+
+  EXPECT_EQ(file_is_hidden(too_long_.c_str(), nullptr), 0);
+  EXPECT_EQ(file_is_hidden(directory.c_str(), (name + "x").c_str()), 0);
 }
 
 TEST_F(LongPath, MovesTo259Bytes) {

@@ -287,6 +287,18 @@ TEST(NullMemory, TakesNothingFromAReader) {
   EXPECT_EQ(reader.read_byte(), 1);
 }
 
+TEST(HugeSize, IsNoSmallOneOfARawRead) {
+  unsigned char content[] = {1, 2, 3};
+  fReadBuffer reader;
+  reader.set_memory_buffer(content, sizeof(content));
+  unsigned char out[16] = {};
+
+  EXPECT_EQ(reader.read_raw_bytes(out, 1, ~0ULL, sizeof(out)), 0U);
+  EXPECT_EQ(reader.read_raw_bytes(out, 1, ~0ULL - 1, sizeof(out)), 0U);
+
+  EXPECT_EQ(out[0], 0);
+}
+
 TEST(NullMemory, TakesNothingFromAWriter) {
   const unsigned char content[] = {1, 2, 3};
   fMemBuffer memory;
