@@ -18,7 +18,7 @@ int read_number(const char* text) {
 
 StartupOptions read_startup_letters(int argc, const char* const* argv) {
   StartupOptions options;
-  for (int i = 1; i < argc && argv[i] != nullptr; ++i) {
+  for (int i = 1; argv != nullptr && i < argc && argv[i] != nullptr; ++i) {
     if (argv[i][0] != '-') {
       continue;
     }

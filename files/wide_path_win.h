@@ -1,7 +1,7 @@
 // A UTF-8 path as the system's wide calls take it. For *_win.cpp files only.
 //
-// Null and a path that is too long become an empty one, which no call accepts: cut, it would name another
-// file, and that one would be deleted or replaced.
+// Null and a path that is too long become an empty one, which no call accepts: cut, it would name
+// another file, and that one would be deleted or replaced.
 #pragma once
 
 #include "files/path_buffer.h"

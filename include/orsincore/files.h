@@ -1,12 +1,11 @@
 /// @file
 /// File utilities, directory lists, volumes, and the small whole-file stream.
 ///
-/// Every path is NUL-terminated UTF-8 of at most 260 bytes with its terminator. Null and a longer
-/// one name nothing, as an empty one does: what is asked of them fails as for a missing file, and no
-/// path is ever cut to another file's name. Null for a buffer that a text goes into is a failure,
-/// too. The separator that is looked for is the backslash; the slash is seen only where a function
-/// says so. Nothing throws: a failure is a return value, and the log holds a line only where a
-/// function says so.
+/// Every path is NUL-terminated UTF-8 of at most 260 bytes with its terminator. Null and longer ones
+/// name nothing: what is asked of them fails as for a missing file, and no path is ever cut to
+/// another file's name. Null for a buffer that a text goes into is a failure, too. The separator
+/// that is looked for is the backslash; the slash is seen only where a function says so. Nothing
+/// throws: a failure is a return value, and the log holds a line only where a function says so.
 ///
 /// Volumes are asked for by path, too; those functions hand the path to the system unchanged, in
 /// its narrow code page.
@@ -76,7 +75,8 @@ ORSIN_API dir_list* flist_new(const char* path, int sort);
 /// @param recursive  Also looks into all subdirectories.
 /// @param flags  Bit 0: letters match in their own case only.
 /// @return The caller's, until flist_delete(). Null when `dir` or `pattern` is null, `dir` is 260
-///         bytes or longer, memory is short or nothing matched. A directory that cannot be opened writes one warning.
+///         bytes or longer, memory is short or nothing matched. A directory that cannot be opened
+///         writes one warning.
 /// Any thread. Windows: FindFirstFileExW.
 ORSIN_API dir_list* flist_findfiles(const char* dir, const char* pattern, bool recursive,
                                     unsigned int flags);

@@ -5,8 +5,8 @@
 /// back.
 ///
 /// Strings are NUL-terminated UTF-8 or ASCII; URLs go to the platform's narrow-character functions
-/// as they are. Nothing throws: a failure is a return value, and the log holds a line only where a
-/// function says so.
+/// as they are. Null for a URL, a path or a text that is to be sent is a failure. Nothing throws: a
+/// failure is a return value, and the log holds a line only where a function says so.
 #pragma once
 
 #include "orsincore/base.h"

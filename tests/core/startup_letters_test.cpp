@@ -34,6 +34,10 @@ TEST(StartupLetters, ConsumeTheNumberThatFollows) {
   EXPECT_EQ(options.processor_count, 0);
 }
 
+TEST(StartupLetters, AreNoneWithoutArguments) {
+  EXPECT_EQ(read_startup_letters(5, nullptr).debug_count, 0);
+}
+
 TEST(StartupLetters, TakeRestartOnlyAsAWhole) {
   EXPECT_TRUE(read({"-restart"}).is_restart);
   EXPECT_TRUE(read({"-drestart"}).is_restart);
