@@ -75,7 +75,9 @@ bool read_volume_name(const unsigned short* root, unsigned short* name) noexcept
   return drive != nullptr && write_name(drive->name, name);
 }
 
-void load_remote_names() noexcept {}
+void load_remote_names() noexcept {
+  ++test::fake_drives().remote_name_loads;
+}
 
 bool read_remote_name(const unsigned short* root, unsigned short* name) noexcept {
   const test::FakeDrive* drive = find_drive(root);
