@@ -6,7 +6,7 @@
 // Lock order. Whoever holds a lock may take one further down, never one further up:
 //
 //   1. the library loader                      core/library_loader.cpp
-//   2. the readers' direct-transfer mutex      files/read_buffer.cpp
+//   2. the readers' direct-transfer mutex      files/direct_reads.cpp
 //   3. the I/O transfer slots                  files/transfer_slots.cpp
 //   4. a movable-block heap                    memory/movable_heap.cpp
 //   5. the table of system allocations         memory/os_allocation.cpp
@@ -15,6 +15,9 @@
 //   8. the worker's state, then its ring       threads/background_worker.cpp
 //   9. the executor's queue, then its ring     threads/executor.cpp
 //  10. the message log                         core/message_log.cpp
+//
+// Held beside none of these but the log: the directory names (files/name_cache.cpp), a verified
+// copy's hasher (files/block_hasher.cpp), the executor's count of parts done.
 //
 // The log comes last, so code that holds any other lock may log. Nobody waits for another thread
 // while holding the log.
