@@ -10,14 +10,11 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <map>
+#include <filesystem>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
-#include "bench/scratch_directory.h"
 #include "core/win/windows.h"
 #include "orsincore/files.h"
 
@@ -30,39 +27,29 @@ struct DeleteList {
 };
 using UniqueList = std::unique_ptr<dir_list, DeleteList>;
 
-// Numbered takes in a shuffled order, and a few other names.
-std::vector<std::string> make_names(std::size_t count) {
-  std::vector<std::string> names;
-  for (std::size_t i = 0; i < count; ++i) {
-    names.push_back((i % 10 == 0 ? "Interview camera B " : "take") + std::to_string(i) + ".wav");
-  }
-  std::shuffle(names.begin(), names.end(), std::mt19937(1));
-  return names;
-}
-
-// Filled once for each size; the files are empty.
-const ScratchDirectory& directory_of(std::int64_t count) {
-  static std::map<std::int64_t, std::unique_ptr<ScratchDirectory>> directories;
-  auto& directory = directories[count];
-  if (!directory) {
-    directory = std::make_unique<ScratchDirectory>(("list" + std::to_string(count)).c_str());
-    for (const std::string& name : make_names(static_cast<std::size_t>(count))) {
-      std::ofstream(directory->path(name)).flush();
-    }
-  }
-  return *directory;
+// Made by bench/numbered-files.
+std::string directory_of(std::int64_t count) {
+  const char* lists = std::getenv("ORSIN_BENCH_LISTS");
+  return (lists != nullptr ? lists : ".") + ("\\" + std::to_string(count));
 }
 
 void count_files(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+// Null, with the benchmark told to stop, where the files are not there.
+UniqueList list_files(benchmark::State& state) {
+  UniqueList list(flist_new(directory_of(state.range(0)).c_str(), 0));
+  if (!list || list->file_count != state.range(0)) {
+    state.SkipWithError("files are missing");
+    return nullptr;
+  }
+  return list;
+}
+
 void list_orsin(benchmark::State& state) {
-  const std::string path = directory_of(state.range(0)).path();
   for (auto _ : state) {
-    const UniqueList list(flist_new(path.c_str(), 0));
-    if (list->file_count != state.range(0)) {
-      state.SkipWithError("files are missing");
+    if (!list_files(state)) {
       break;
     }
   }
@@ -70,12 +57,17 @@ void list_orsin(benchmark::State& state) {
 }
 
 void list_bare_loop(benchmark::State& state) {
-  const std::wstring pattern = directory_of(state.range(0)).wide_path("*.*");
+  const std::wstring pattern =
+      (std::filesystem::path(directory_of(state.range(0))) / "*.*").wstring();
   for (auto _ : state) {
     WIN32_FIND_DATAW data;
     const HANDLE search =
         FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &data, FindExSearchNameMatch, nullptr,
                          FIND_FIRST_EX_LARGE_FETCH);
+    if (search == INVALID_HANDLE_VALUE) {
+      state.SkipWithError("the directory is missing");
+      break;
+    }
     std::int64_t files = 0;
     do {
       files += (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0 ? 1 : 0;
@@ -87,7 +79,7 @@ void list_bare_loop(benchmark::State& state) {
 }
 
 void list_std_filesystem(benchmark::State& state) {
-  const std::filesystem::path path = directory_of(state.range(0)).path();
+  const std::filesystem::path path = directory_of(state.range(0));
   for (auto _ : state) {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(path)) {
@@ -99,7 +91,10 @@ void list_std_filesystem(benchmark::State& state) {
 }
 
 void sort_orsin(benchmark::State& state) {
-  const UniqueList list(flist_new(directory_of(state.range(0)).path().c_str(), 0));
+  const UniqueList list = list_files(state);
+  if (!list) {
+    return;
+  }
   const std::vector<char*> unsorted(list->files, list->files + list->file_count);
   for (auto _ : state) {
     state.PauseTiming();
@@ -111,7 +106,10 @@ void sort_orsin(benchmark::State& state) {
 }
 
 void sort_system(benchmark::State& state) {
-  const UniqueList list(flist_new(directory_of(state.range(0)).path().c_str(), 0));
+  const UniqueList list = list_files(state);
+  if (!list) {
+    return;
+  }
   std::vector<std::wstring> names;
   for (int i = 0; i < list->file_count; ++i) {
     const std::string name = list->files[i];

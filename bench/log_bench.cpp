@@ -1,19 +1,36 @@
-// A log line to a file against what a line must cost at least.
+// A log line to a file against spdlog, and against what a line must cost at least.
 //
-//   Line         msginfo() to an unbuffered stream. Good: within 1.5 of TwoWriteFile.
+//   Line         msginfo() to an unbuffered stream. Good: within 1.5 of TwoWriteFile, 1.6 times
+//                Line_Spdlog.
+//   Line_Spdlog  the same line through a file sink that flushes every line, as a log must whose
+//                lines survive the process.
 //   TwoWriteFile the limit: head and text of the same length, each by one WriteFile, no formatting.
 //   OneWriteFile the floor of any log whose lines survive the process.
-//   Filtered     msgdebug() at information level: the price of a line nobody reads. Good: a few ns.
+//   Filtered     msgdebug() at information level: the price of a line nobody reads. Good: a quarter
+//                of Filtered_Spdlog.
 //
 // Each line differs from the one before it, so that none is folded.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "core/win/windows.h"
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wsign-conversion"
+#pragma GCC diagnostic ignored "-Wshadow"
+#endif
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/spdlog.h>
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
 
 namespace {
 
@@ -87,6 +104,36 @@ void Filtered(benchmark::State& state) {
   }
 }
 BENCHMARK(Filtered);
+
+// With the same head as ours.
+std::unique_ptr<spdlog::logger> open_spdlog(const ScratchFile& scratch) {
+  auto sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(scratch.path(), true);
+  auto log = std::make_unique<spdlog::logger>("bench", std::move(sink));
+  log->set_pattern("%H:%M:%S.%e %l: %v");
+  log->set_level(spdlog::level::info);
+  log->flush_on(spdlog::level::info);
+  return log;
+}
+
+void Line_Spdlog(benchmark::State& state) {
+  const ScratchFile scratch;
+  const auto log = open_spdlog(scratch);
+  int number = 100000;
+  for (auto _ : state) {
+    log->info("copied file number {} to its destination", number++);
+  }
+}
+BENCHMARK(Line_Spdlog);
+
+void Filtered_Spdlog(benchmark::State& state) {
+  const ScratchFile scratch;
+  const auto log = open_spdlog(scratch);
+  int number = 100000;
+  for (auto _ : state) {
+    log->debug("copied file number {} to its destination", number++);
+  }
+}
+BENCHMARK(Filtered_Spdlog);
 
 void write_lines(benchmark::State& state, bool joined) {
   const ScratchFile scratch;

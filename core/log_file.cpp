@@ -6,10 +6,12 @@
 
 #include "core/program_paths.h"
 #include "core/startup_port.h"
+#include "core/unique_file.h"
+#include "files/environment_port.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
-#include "orsincore/startup.h"
 #include "orsincore/text.h"
+#include "orsincore/threads.h"
 
 namespace orsin {
 namespace {
@@ -25,7 +27,7 @@ bool is_self_contained(const char* code) {
 
 void write_data_path(ProgramPaths& paths, const char* application_name, const char* data_variable) {
   if (data_variable != nullptr &&
-      port::environment_path(data_variable, paths.data, sizeof(paths.data))) {
+      port::read_environment(data_variable, paths.data, sizeof(paths.data))) {
     return;
   }
   char folder[kProgramPathBytes];
@@ -57,25 +59,47 @@ bool make_log_directory(char* directory) {
   return false;
 }
 
-// Standard error becomes the log file, so that whatever any code writes there lands in the log.
-void open_log(const char* path) {
-  const bool continues = RA_CheckProcessWasRestarted() != 0;
+// A predecessor gives its instance up before its log, and the system may hold an ended process's file
+// for a moment longer. Rotating now would fail, and opening then empty the predecessor's log. There
+// is nothing to wait on, so this looks again until a limit.
+void wait_until_released(const char* path) {
+  constexpr long long kPauseNs = 10'000'000;
+  constexpr int kLooks = 50;
+  for (int look = 0; look < kLooks && port::is_file_held(path); ++look) {
+    mp_timedwait(kPauseNs);
+  }
+}
+
+// Standard error becomes the log file, so that whatever any code writes there lands in the log. Null
+// when the file cannot be opened: standard error is then as it was.
+std::FILE* reopen_standard_error(const char* path, const char* mode) {
+  // A reopening that fails has closed its stream already, so another one goes first.
+  if (!UniqueFile(ov_utf8_fopen(path, mode))) {
+    return nullptr;
+  }
+  return ov_utf8_freopen(path, mode, stderr);
+}
+
+bool open_log(const char* path, bool continues) {
   if (!continues) {
+    wait_until_released(path);
     file_backup(path, kLogGenerations);
   }
-  std::FILE* stream = ov_utf8_freopen(path, continues ? "a+" : "w+", stderr);
+  std::FILE* stream = reopen_standard_error(path, continues ? "a+" : "w+");
   if (stream == nullptr) {
     msg_open(nullptr);
-    return;
+    return false;
   }
   std::setvbuf(stream, nullptr, _IONBF, 0);
   msg_open(stream);
   port::redirect_standard_error(stream);
+  return true;
 }
 
 }  // namespace
 
-void set_paths_and_open_log(const char* application_name, const char* data_variable) {
+void set_paths_and_open_log(const char* application_name, const char* data_variable,
+                            bool continues_log) {
   ProgramPaths& paths = program_paths();
   find_paths(paths, application_name, data_variable);
   if (application_name == nullptr) {
@@ -88,7 +112,9 @@ void set_paths_and_open_log(const char* application_name, const char* data_varia
   if (directory[0] != '\0' && !make_log_directory(directory)) {
     std::snprintf(paths.log_file, sizeof(paths.log_file), "%s.log", application_name);
   }
-  open_log(paths.log_file);
+  if (!open_log(paths.log_file, continues_log)) {
+    paths.log_file[0] = '\0';
+  }
 }
 
 }  // namespace orsin

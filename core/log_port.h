@@ -9,8 +9,8 @@ namespace orsin::port {
 [[nodiscard]] unsigned last_system_error() noexcept;
 void set_last_system_error(unsigned code) noexcept;
 
-/// The system's text for an error code, as it is (with its line end), cut to the buffer and
-/// terminated. An unknown code gives an empty text. Windows: FormatMessageA.
+/// The system's text for an error code in UTF-8, as it is (with its line end), cut to the buffer and
+/// terminated. An unknown code gives an empty text. Windows: FormatMessageW.
 void system_error_text(unsigned code, char* text, std::size_t size) noexcept;
 
 /// Seconds since local midnight by the wall clock.

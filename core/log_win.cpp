@@ -2,8 +2,14 @@
 
 #include "core/log_port.h"
 #include "core/win/windows.h"
+#include "orsincore/text.h"
 
 namespace orsin::port {
+namespace {
+
+constexpr DWORD kErrorTextUnits = 256;  // A longer text is not given at all.
+
+}  // namespace
 
 unsigned last_system_error() noexcept {
   return GetLastError();
@@ -13,11 +19,12 @@ void set_last_system_error(unsigned code) noexcept {
   SetLastError(code);
 }
 
+// By way of the wide form: the other answers in the system's code page, which is no UTF-8.
 void system_error_text(unsigned code, char* text, std::size_t size) noexcept {
-  text[0] = '\0';
-  FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
-                 MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), text, static_cast<DWORD>(size),
-                 nullptr);
+  wchar_t wide[kErrorTextUnits] = {};
+  FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
+                 MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), wide, kErrorTextUnits, nullptr);
+  ov_wchar_to_utf8(wide, text, size);
 }
 
 double local_time_of_day() noexcept {

@@ -16,12 +16,12 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "core/log_port.h"
+#include "core/log_time.h"
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 #include "threads/lock.h"
@@ -31,6 +31,7 @@ namespace {
 
 enum Level : int { kError, kWarn, kInfo, kDebug, kTrace, kContinuation };
 
+constexpr std::size_t kLevelNameBytes = 5;
 constexpr const char* kLevelNames[] = {"ERROR", "WARN ", "INFO ", "DEBUG", "TRACE", "     "};
 constexpr char kContinuationHead[] = "                 : ";
 
@@ -39,7 +40,6 @@ constexpr std::size_t kTextMax = kBufferBytes - 1;
 constexpr std::size_t kPreviousOffset = 4096;
 constexpr std::size_t kPreviousMax = 256;  // Longer lines are never folded.
 constexpr std::size_t kErrorTextBytes = 256;
-constexpr double kSecondsPerDay = 86400.0;
 
 struct Log {
   std::atomic<int> level = -1;       // Negative: closed.
@@ -94,13 +94,12 @@ double seconds_since_midnight(double now) {
   return now - log_state.base_reading + log_state.base_seconds;
 }
 
-// Formatted apart from the stream: an unbuffered stream would write it in pieces.
+// Put together apart from the stream: an unbuffered stream would write it in pieces.
 void write_head(int level, double now) {
-  const TimeOfDay time = split_time_of_day(seconds_since_midnight(now));
-  char head[40];
-  const int length = std::snprintf(head, sizeof(head), "%02d:%02d:%05.2f %s: ", time.hours,
-                                   time.minutes, time.seconds, kLevelNames[level]);
-  write_bytes(head, static_cast<std::size_t>(length));
+  char head[] = "00:00:00.00 LEVEL: ";
+  write_log_time(split_time_of_day(seconds_since_midnight(now)), head);
+  std::memcpy(head + kLogTimeBytes + 1, kLevelNames[level], kLevelNameBytes);
+  write_bytes(head, sizeof(head) - 1);
 }
 
 char* previous_line() {
@@ -240,17 +239,6 @@ void write_os_error(const char* text, unsigned code) {
 }
 
 }  // namespace
-
-TimeOfDay split_time_of_day(double seconds_since_midnight) {
-  double t = seconds_since_midnight;
-  if (t >= kSecondsPerDay) {
-    t -= std::floor(t / kSecondsPerDay) * kSecondsPerDay;
-  }
-  const int whole = static_cast<int>(t);
-  const int hours = whole / 3600;
-  const int minutes = (whole - hours * 3600) / 60;
-  return {hours, minutes, t - (hours * 60 + minutes) * 60};
-}
 
 void forget_repeats() {
   const ScopedLock guard(log_state.mutex);

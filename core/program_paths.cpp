@@ -91,3 +91,11 @@ const char* file_get_default_settings() {
 const char* file_get_logfile() {
   return program_paths().log_file;
 }
+
+bool ov_modulename(char* destination, int size) {
+  const char* module = program_paths().module;
+  if (destination != nullptr && size > 0) {
+    std::snprintf(destination, static_cast<std::size_t>(size), "%s", module);
+  }
+  return module[0] != '\0';
+}

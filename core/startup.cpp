@@ -33,6 +33,8 @@
 namespace orsin {
 namespace {
 
+constexpr int kTimerResolutionMs = 1;  // The platform's timer is left as it is.
+
 void* autorelease_pool = nullptr;
 
 // Does the steps of start-up and remembers them for the log, which is not at TRACE level before the
@@ -113,11 +115,13 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   steps.take("clock", start_clock);
 
   // 4. Paths, log file and the head of the log.
-  steps.take("paths and log", [=] { set_paths_and_open_log(application_name, data_variable); });
+  steps.take("paths and log", [=] {
+    set_paths_and_open_log(application_name, data_variable, RA_CheckProcessWasRestarted() != 0);
+  });
   const int level = msg_getlevel() + options.debug_count;
   steps.take("system report", [&memory, application_name, level] {
-    write_banner(application_name, level);
-    write_system_report(memory.total_physical);
+    write_banner(application_name, level, {restart_flag(), restart_error()});
+    write_system_report(memory.total_physical, kTimerResolutionMs);
   });
 
   // 5. The subsystems.
@@ -146,7 +150,7 @@ bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
   start_memory(memory);
   prime_identifiers();
   start_clock();
-  set_paths_and_open_log(nullptr, nullptr);
+  set_paths_and_open_log(nullptr, nullptr, false);
   fpu_setup(false);
   if (create_pools) {
     mem_alloc_pools();
@@ -177,12 +181,4 @@ void ov_closedown() {
   write_rule();
   msg_close();
   ov_release_autorelease_pool(autorelease_pool);
-}
-
-bool ov_modulename(char* destination, int size) {
-  const char* module = program_paths().module;
-  if (destination != nullptr && size > 0) {
-    std::snprintf(destination, static_cast<std::size_t>(size), "%s", module);
-  }
-  return module[0] != '\0';
 }

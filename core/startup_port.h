@@ -2,14 +2,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 
 namespace orsin::port {
 
 /// The executable's file name, UTF-8.
 void module_file_name(char* path, std::size_t size) noexcept;
-
-/// An environment variable as UTF-8; false when there is none.
-[[nodiscard]] bool environment_path(const char* name, char* value, std::size_t size) noexcept;
 
 /// The folder for the data of all users, made if it is missing.
 [[nodiscard]] bool common_application_data(char* path, std::size_t size) noexcept;
@@ -17,8 +15,14 @@ void module_file_name(char* path, std::size_t size) noexcept;
 /// Turns the system's boxes about critical errors and files that cannot be opened off.
 void silence_error_boxes() noexcept;
 
+/// Whether somebody has the file open in a way that keeps it from being renamed.
+[[nodiscard]] bool is_file_held(const char* path) noexcept;
+
 /// Points the process's standard-error handle at the stream's file.
-void redirect_standard_error(void* stream) noexcept;
+void redirect_standard_error(std::FILE* stream) noexcept;
+
+/// The computer's network name as UTF-8; false when the system does not tell or it does not fit.
+[[nodiscard]] bool computer_name(char* name, std::size_t size) noexcept;
 
 struct Version {
   int parts[4];

@@ -1,11 +1,9 @@
 #include "core/startup_port.h"
 
 #include <cstdio>
-#include <cstring>
 #include <vector>
 
 #include "core/win/windows.h"
-#include "orsincore/startup.h"
 #include "orsincore/text.h"
 
 #include <io.h>
@@ -15,7 +13,7 @@ namespace orsin::port {
 namespace {
 
 constexpr std::size_t kPathUnits = 260;
-constexpr DWORD kLongestVariable = 32768;  // The system's limit for an environment variable.
+constexpr std::size_t kUtf8BytesPerUnit = 3;
 
 }  // namespace
 
@@ -23,17 +21,6 @@ void module_file_name(char* path, std::size_t size) noexcept {
   wchar_t wide[kPathUnits] = {};
   GetModuleFileNameW(nullptr, wide, kPathUnits - 1);
   ov_wchar_to_utf8(wide, path, size);
-}
-
-bool environment_path(const char* name, char* value, std::size_t size) noexcept {
-  wchar_t wide_name[kPathUnits];
-  ov_utf8_to_wchar_n(name, wide_name, kPathUnits);
-  std::vector<wchar_t> wide_value(kLongestVariable);
-  if (GetEnvironmentVariableW(wide_name, wide_value.data(), kLongestVariable) == 0) {
-    return false;
-  }
-  ov_wchar_to_utf8(wide_value.data(), value, size);
-  return true;
 }
 
 bool common_application_data(char* path, std::size_t size) noexcept {
@@ -51,9 +38,33 @@ void silence_error_boxes() noexcept {
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
 }
 
-void redirect_standard_error(void* stream) noexcept {
-  const auto handle = _get_osfhandle(_fileno(static_cast<std::FILE*>(stream)));
+bool is_file_held(const char* path) noexcept {
+  wchar_t wide[kPathUnits];
+  HANDLE file = CreateFileW(ov_utf8_to_wchar_n(path, wide, kPathUnits), DELETE,
+                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                            OPEN_EXISTING, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    return GetLastError() == ERROR_SHARING_VIOLATION;
+  }
+  CloseHandle(file);
+  return false;
+}
+
+void redirect_standard_error(std::FILE* stream) noexcept {
+  const auto handle = _get_osfhandle(_fileno(stream));
   SetStdHandle(STD_ERROR_HANDLE, reinterpret_cast<HANDLE>(handle));
+}
+
+bool computer_name(char* name, std::size_t size) noexcept {
+  // The wide form, as above.
+  wchar_t wide[MAX_COMPUTERNAME_LENGTH + 1];
+  DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
+  if (GetComputerNameW(wide, &length) == 0) {
+    return false;
+  }
+  char text[sizeof(wide) / sizeof(*wide) * kUtf8BytesPerUnit];
+  ov_wchar_to_utf8(wide, text, sizeof(text));
+  return std::snprintf(name, size, "%s", text) < static_cast<int>(size);
 }
 
 bool system_product_version(Version& version) noexcept {
@@ -107,15 +118,3 @@ bool registered(const char* value_name, char* text, std::size_t size) noexcept {
 }
 
 }  // namespace orsin::port
-
-bool ov_computername(char* destination, std::size_t size) {
-  if (destination == nullptr || size == 0) {
-    return false;
-  }
-  auto length = static_cast<DWORD>(size);
-  if (GetComputerNameA(destination, &length) != 0) {
-    return true;
-  }
-  std::snprintf(destination, size, "%s", "???");
-  return false;
-}

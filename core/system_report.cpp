@@ -1,8 +1,7 @@
 #include "core/system_report.h"
 
-#include <cstring>
+#include <cstdio>
 
-#include "core/restart.h"
 #include "core/startup_port.h"
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
@@ -13,7 +12,6 @@ namespace orsin {
 namespace {
 
 constexpr char kRule[] = "---------------------------------------------------";
-constexpr int kTimerResolutionMs = 1;  // The platform's timer is left as it is.
 
 void write_computer() {
   char name[64];
@@ -48,23 +46,15 @@ void write_processors() {
   char name[129] = {};
   ov_cpu_info(&count, &logical, name, &features, &state);
   msgcont("%d CPU's: %s", static_cast<int>(count), name);
-  const int shown = static_cast<int>(logical);
-  switch (state) {
-    case 0:
-      msgcont("       : HyperThreading %d (Not capable)", shown);
-      break;
-    case 1:
-      msgcont("       : HyperThreading %d (Enabled)", shown);
-      break;
-    case 2:
-    case 3:
-      msgcont("       : HyperThreading %d (Disabled)", shown);
-      break;
-    case 4:
-      msgcont("       : HyperThreading %d (Not detected)", shown);
-      break;
-    default:
-      break;
+  write_hyperthreading(state, static_cast<int>(logical));
+}
+
+void write_timer(int resolution_ms) {
+  msgcont("Timer frequency : %.2f MHz", mp_getclockfrequency() / 1000000.0);
+  if (resolution_ms != 0) {
+    msgcont("Timer resolution: %d ms", resolution_ms);
+  } else {
+    msgerror("MP: Failed to set timer resolution");
   }
 }
 
@@ -74,27 +64,46 @@ void write_rule() {
   msgcont("%s", kRule);
 }
 
-void write_banner(const char* application_name, int level) {
+void write_hyperthreading(unsigned int state, int logical) {
+  switch (state) {
+    case 0:
+      msgcont("       : HyperThreading %d (Not capable)", logical);
+      break;
+    case 1:
+      msgcont("       : HyperThreading %d (Enabled)", logical);
+      break;
+    case 2:
+    case 3:
+      msgcont("       : HyperThreading %d (Disabled)", logical);
+      break;
+    case 4:
+      msgcont("       : HyperThreading %d (Not detected)", logical);
+      break;
+    default:
+      break;
+  }
+}
+
+void write_banner(const char* application_name, int level, const RestartState& restart) {
   char now[260];
   date().format(now, true);
   msginfo("%s", kRule);
   msgcont("%s - [Build: %s]", application_name != nullptr ? application_name : "", __DATE__);
-  if (restart_flag()) {
+  if (restart.is_continued) {
     msgcont("Log continued(%d): %s", level, now);
   } else {
     msgcont("Log started(%d): %s", level, now);
-    msg_os_error("Restart Error", restart_error());
+    msg_os_error("Restart Error", restart.error);
   }
 }
 
-void write_system_report(std::uint64_t physical_bytes) {
+void write_system_report(std::uint64_t physical_bytes, int timer_resolution_ms) {
   write_computer();
   write_rule();
   write_system_version();
   write_processors();
   fpu_setup(false);
-  msgcont("Timer frequency : %.2f MHz", mp_getclockfrequency() / 1000000.0);
-  msgcont("Timer resolution: %d ms", kTimerResolutionMs);
+  write_timer(timer_resolution_ms);
   msgcont("Physical memory : %.0f Mb", static_cast<double>(physical_bytes + 1047552) / 1048576.0);
 }
 
@@ -121,3 +130,16 @@ void write_executor_report(int workers) {
 }
 
 }  // namespace orsin
+
+using namespace orsin;
+
+bool ov_computername(char* destination, std::size_t size) {
+  if (destination == nullptr || size == 0) {
+    return false;
+  }
+  if (port::computer_name(destination, size)) {
+    return true;
+  }
+  std::snprintf(destination, size, "%s", "???");
+  return false;
+}

@@ -12,6 +12,7 @@
 #include <new>
 
 #include "core/compiler.h"
+#include "core/stream_bytes.h"
 #include "core/unique_file.h"
 #include "orsincore/files.h"
 #include "orsincore/text.h"
@@ -44,7 +45,7 @@ bool read_whole(std::FILE* file, std::size_t length, ov_stream& stream) {
   if (data == nullptr) {
     return false;
   }
-  stream.size = std::fread(data.get(), 1, length, file);
+  stream.size = read_bytes(file, data.get(), length);
   stream.data = stream.size > 0 ? data.release() : nullptr;
   return true;
 }

@@ -215,8 +215,14 @@ bool start_transfer(Direction direction, void* file, void* buffer, std::uint64_t
   return accepted;
 }
 
+// Of a transfer that has ended. Both stay as they are where that is not known any more.
+struct Counts {
+  std::uint64_t bytes;  // Transferred.
+  std::uint64_t size;   // Asked for.
+};
+
 // What became of a transfer that has ended; the slot is idle again.
-int collect_locked(void* file, Slot& slot, std::uint64_t& bytes) {
+int collect_locked(void* file, Slot& slot, Counts& counts) {
   slot.file = io_invalid_handle();
   slot.ticket = 0;
   slot.done = 1;
@@ -227,7 +233,7 @@ int collect_locked(void* file, Slot& slot, std::uint64_t& bytes) {
                static_cast<unsigned long long>(slot.size));
       return -1;
     }
-    bytes = count;
+    counts = {count, slot.size};
     return 1;
   }
   switch (port::last_system_error()) {
@@ -240,6 +246,43 @@ int collect_locked(void* file, Slot& slot, std::uint64_t& bytes) {
       log_counts("IO completion error(3)", count, slot.size);
       return -1;
   }
+}
+
+int complete(void* file, int ticket_value, bool wait, Counts& counts) {
+  const auto ticket = static_cast<std::uint32_t>(ticket_value);
+  Slot* slot = nullptr;
+  {
+    const ScopedLock guard(transfers.mutex);
+    slot = find_ticket_locked(ticket);
+    if (slot == nullptr) {
+      return 1;  // Collected already, or overtaken.
+    }
+    if (slot->done == 1) {
+      std::uint32_t count = 0;
+      if (port::transfer_result(file, slot->record, count)) {
+        counts = {count, slot->size};
+      }
+      make_idle(*slot);
+      return 1;
+    }
+  }
+
+  while (!port::is_complete(slot->record)) {
+    const port::EventWait result = port::wait_for_event(slot->event, wait ? port::kWaitForever : 0);
+    if (result == port::EventWait::kTimedOut) {
+      return 0;
+    }
+    if (result == port::EventWait::kFailed) {
+      msgerror("IO completion error(1) - %d\n", static_cast<int>(port::last_system_error()));
+      return -1;
+    }
+    if (result == port::EventWait::kSignalled) {
+      break;
+    }
+  }
+
+  const ScopedLock guard(transfers.mutex);
+  return slot->ticket == ticket ? collect_locked(file, *slot, counts) : 1;
 }
 
 }  // namespace
@@ -265,41 +308,25 @@ void stop_transfers() {
   transfers.mutex.destroy();
 }
 
-int complete_transfer(void* file, int ticket_value, bool wait, std::uint64_t& bytes) {
-  const auto ticket = static_cast<std::uint32_t>(ticket_value);
-  Slot* slot = nullptr;
-  {
-    const ScopedLock guard(transfers.mutex);
-    slot = find_ticket_locked(ticket);
-    if (slot == nullptr) {
-      return 1;  // Collected already, or overtaken.
-    }
-    if (slot->done == 1) {
-      std::uint32_t count = 0;
-      if (port::transfer_result(file, slot->record, count)) {
-        bytes = count;
-      }
-      make_idle(*slot);
-      return 1;
-    }
-  }
+int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes) {
+  Counts counts = {bytes, bytes};
+  const int result = complete(file, ticket, wait, counts);
+  bytes = counts.bytes;
+  return result;
+}
 
-  while (!port::is_complete(slot->record)) {
-    const port::EventWait result = port::wait_for_event(slot->event, wait ? port::kWaitForever : 0);
-    if (result == port::EventWait::kTimedOut) {
-      return 0;
-    }
-    if (result == port::EventWait::kFailed) {
-      msgerror("IO completion error(1) - %d\n", static_cast<int>(port::last_system_error()));
-      return -1;
-    }
-    if (result == port::EventWait::kSignalled) {
-      break;
-    }
+bool complete_write(void* file, int ticket) {
+  Counts counts = {0, 0};
+  if (complete(file, ticket, true, counts) < 0) {
+    return false;
   }
-
-  const ScopedLock guard(transfers.mutex);
-  return slot->ticket == ticket ? collect_locked(file, *slot, bytes) : 1;
+  if (counts.bytes != counts.size) {
+    // The system calls it a success, so there is no error of its to add.
+    msgerror("IO write error(2) - (%d %llu)", static_cast<int>(counts.bytes),
+             static_cast<unsigned long long>(counts.size));
+    return false;
+  }
+  return true;
 }
 
 }  // namespace orsin
@@ -385,8 +412,8 @@ bool io_write_async64(void* file, const void* buffer, long long offset, unsigned
 }
 
 int io_complete64(void* file, int* ticket, bool wait) {
-  std::uint64_t bytes = 0;
-  return complete_transfer(file, ticket != nullptr ? *ticket : 0, wait, bytes);
+  Counts counts = {0, 0};
+  return complete(file, ticket != nullptr ? *ticket : 0, wait, counts);
 }
 
 bool io_read64(void* file, void* buffer, long long offset, unsigned long long size) {

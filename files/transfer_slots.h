@@ -16,4 +16,8 @@ void stop_transfers();
 /// that is not known any more.
 int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes);
 
+/// Waits for a write. False, after an error line, when it failed, or ended short: some file systems
+/// say only so that the disk is full.
+[[nodiscard]] bool complete_write(void* file, int ticket);
+
 }  // namespace orsin

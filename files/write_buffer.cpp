@@ -12,6 +12,7 @@
 
 #include "files/buffer_configuration.h"
 #include "files/io_port.h"
+#include "files/transfer_slots.h"
 #include "files/volumes.h"
 #include "orsincore/files.h"
 #include "orsincore/io.h"
@@ -45,6 +46,7 @@ struct WriteSteps {
   static void empty_buffer(fWriteBuffer& writer);
   static bool grow_memory(fWriteBuffer& writer, unsigned long long size);
   static void collect_ticket(fWriteBuffer& writer, int& ticket);
+  static void write_and_wait(fWriteBuffer& writer, unsigned long long bytes);
   static void write_full_buffer(fWriteBuffer& writer);
   static bool start_first_buffer(fWriteBuffer& writer);
   static void finish_file(fWriteBuffer& writer);
@@ -225,11 +227,20 @@ bool WriteSteps::grow_memory(fWriteBuffer& writer, unsigned long long size) {
 
 void WriteSteps::collect_ticket(fWriteBuffer& writer, int& ticket) {
   if (ticket != -1) {
-    if (io_complete64(writer.file_, &ticket, true) < 0) {
+    if (!complete_write(writer.file_, ticket)) {
       ++writer.errors_;
     }
     ticket = -1;
   }
+}
+
+void WriteSteps::write_and_wait(fWriteBuffer& writer, unsigned long long bytes) {
+  int ticket = -1;
+  if (!io_write_async64(writer.file_, writer.current_,
+                        static_cast<long long>(writer.buffer_file_position_), bytes, &ticket)) {
+    ++writer.errors_;
+  }
+  collect_ticket(writer, ticket);
 }
 
 bool fWriteBuffer::open_file(const char* name, long long initial_size, bool unbuffered) {
@@ -308,9 +319,8 @@ void WriteSteps::write_full_buffer(fWriteBuffer& writer) {
       ++writer.errors_;
     }
     std::swap(writer.current_, writer.spare_);
-  } else if (!io_write64(writer.file_, writer.current_,
-                         static_cast<long long>(writer.buffer_file_position_), bytes)) {
-    ++writer.errors_;
+  } else {
+    write_and_wait(writer, bytes);
   }
   writer.buffer_file_position_ += bytes;
   writer.data_end_ = std::max(writer.data_end_, writer.buffer_file_position_);
@@ -378,9 +388,7 @@ void fWriteBuffer::flush_buffers() {
   // hosts that patch a file rewrite whole units.
   const unsigned long long bytes = rounded_up(used_, alignment_);
   ++writes_;
-  if (!io_write64(file_, current_, static_cast<long long>(buffer_file_position_), bytes)) {
-    ++errors_;
-  }
+  WriteSteps::write_and_wait(*this, bytes);
   data_end_ = std::max(data_end_, buffer_file_position_ + used_);
   buffer_file_position_ += bytes;
   WriteSteps::empty_buffer(*this);

@@ -1,6 +1,7 @@
 // Downloads to a file and uploads from one: the two helpers of the HTTP client that use the log.
 #include <cstdio>
 
+#include "core/stream_bytes.h"
 #include "core/unique_file.h"
 #include "net/payload_writer.h"
 #include "orsincore/files.h"
@@ -39,14 +40,14 @@ bool write_whole_file(const char* path, const char* data, std::size_t size) {
   if (file == nullptr) {
     return false;
   }
-  const bool written = std::fwrite(data, 1, size, file.get()) == size;
+  const bool written = write_bytes(file.get(), data, size) == size;
   // The last bytes may reach a full disk only now.
   return std::fclose(file.release()) == 0 && written;
 }
 
 bool read_whole_file(const char* path, void* data, std::size_t size) {
   const UniqueFile file(ov_utf8_fopen(path, "rb"));
-  return file != nullptr && std::fread(data, 1, size, file.get()) == size;
+  return file != nullptr && read_bytes(file.get(), data, size) == size;
 }
 
 bool fail_with_code(ov_http_socket& socket) {

@@ -40,6 +40,14 @@ constexpr unsigned kConnectTimeOutMs = 30000;
 constexpr unsigned kSendTimeOutMs = 300000;
 constexpr unsigned kReceiveTimeOutMs = 300000;
 
+// The internet library's own codes; the system keeps this range for it.
+constexpr std::uint32_t kInternetErrors = 12000;
+constexpr std::uint32_t kInternetErrorsEnd = 13000;
+
+bool is_internet_error(std::uint32_t code) {
+  return code >= kInternetErrors && code < kInternetErrorsEnd;
+}
+
 void close_handle(void*& handle) {
   if (void* open = std::exchange(handle, nullptr); open != nullptr) {
     port::internet_close(open);
@@ -164,7 +172,9 @@ int ov_http_socket::GetStatusCode() {
 
 const char* ov_http_socket::LastErrorString() {
   port::system_error_text(last_error_, error_text_, sizeof(error_text_));
-  if (error_text_[0] == '\0') {
+  // The system's table leaves out what happens most: a server that is not there, a certificate that
+  // nobody vouches for. Those texts are in the internet library's table; the system's comes first.
+  if (error_text_[0] == '\0' && is_internet_error(last_error_)) {
     port::internet_error_text(last_error_, error_text_, sizeof(error_text_));
   }
   return error_text_;

@@ -5,6 +5,10 @@
 // read, rounded up. Only an answer that outgrows its reservation moves, piece by piece, to one that
 // is many times larger.
 //
+// What remains is what the system takes to clear fresh pages, once per page of a first body; it is
+// the same in small and large steps, one page at a time or in advance. Later bodies find the pages
+// of the earlier ones.
+//
 //   region:  | Header | text ... NUL | room ... |             reserved             |
 //                                               ^ committed_bytes                  ^ reserved_bytes
 //

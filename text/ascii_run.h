@@ -1,4 +1,4 @@
-// Runs of plain ASCII, sixteen bytes at a time: most text that is converted has long ones.
+// Runs of plain ASCII, sixteen units at a time: most text that is converted has long ones.
 //
 // A string's end is not known beforehand, so a block may be read only if it stays within one page
 // of memory; what lies behind the terminator is then readable, if meaningless. Each function
@@ -20,10 +20,16 @@ namespace orsin {
 
 constexpr std::size_t kAsciiBlockBytes = 16;
 
-[[nodiscard]] inline bool block_stays_in_page(const void* address) {
+[[nodiscard]] inline bool stays_in_page(const void* address, std::size_t bytes) {
   constexpr std::uintptr_t kPageBytes = 4096;
-  return (reinterpret_cast<std::uintptr_t>(address) & (kPageBytes - 1)) <=
-         kPageBytes - kAsciiBlockBytes;
+  return (reinterpret_cast<std::uintptr_t>(address) & (kPageBytes - 1)) <= kPageBytes - bytes;
+}
+
+/// One bit for each byte that ends a run: a byte above 0x7F is negative and a terminator is zero,
+/// so both fail "greater than zero".
+[[nodiscard]] inline unsigned others_than_ascii(__m128i bytes) {
+  const __m128i is_ascii = _mm_cmpgt_epi8(bytes, _mm_setzero_si128());
+  return static_cast<unsigned>(_mm_movemask_epi8(is_ascii)) ^ 0xFFFFU;
 }
 
 /// Widens the first `count` bytes of a block, at most 16: two stores that overlap cover any count.
@@ -59,11 +65,9 @@ ORSIN_READS_BEHIND_OBJECT inline std::size_t widen_ascii_run(const char* from, v
   const __m128i zero = _mm_setzero_si128();
   auto* target = static_cast<char*>(to);
   std::size_t done = 0;
-  while (room - done >= kAsciiBlockBytes && block_stays_in_page(from + done)) {
+  while (room - done >= kAsciiBlockBytes && stays_in_page(from + done, kAsciiBlockBytes)) {
     const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done));
-    // A byte above 0x7F is negative and a terminator is zero: both fail "greater than zero".
-    const auto others =
-        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(block, zero))) ^ 0xFFFFU;
+    const unsigned others = others_than_ascii(block);
     if (others != 0) {
       const auto count = static_cast<std::size_t>(std::countr_zero(others));
       widen_part(from + done, target + done * 2, count);
@@ -80,20 +84,26 @@ ORSIN_READS_BEHIND_OBJECT inline std::size_t widen_ascii_run(const char* from, v
 /// 16-bit units to bytes; `room` counts bytes at `to`.
 ORSIN_READS_BEHIND_OBJECT inline std::size_t narrow_ascii_run(const void* from, char* to,
                                                               std::size_t room) {
-  constexpr std::size_t kUnits = kAsciiBlockBytes / 2;
-  const __m128i zero = _mm_setzero_si128();
-  const __m128i limit = _mm_set1_epi16(0x80);
+  constexpr std::size_t kHalf = kAsciiBlockBytes / 2;
   const auto* source = static_cast<const char*>(from);
   std::size_t done = 0;
-  while (room - done >= kUnits && block_stays_in_page(source + done * 2)) {
-    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + done * 2));
-    const __m128i in_range =
-        _mm_and_si128(_mm_cmpgt_epi16(block, zero), _mm_cmplt_epi16(block, limit));
-    if (_mm_movemask_epi8(in_range) != 0xFFFF) {
+  // Packing keeps other units outside ASCII: up to 0x7FFF they become 0x80 to 0xFF, above it 0.
+  while (room - done >= kAsciiBlockBytes && stays_in_page(source + done * 2, 4 * kHalf)) {
+    const auto* pair = reinterpret_cast<const __m128i*>(source + done * 2);
+    const __m128i block = _mm_packus_epi16(_mm_loadu_si128(pair), _mm_loadu_si128(pair + 1));
+    if (others_than_ascii(block) != 0) {
       break;
     }
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(to + done), _mm_packus_epi16(block, block));
-    done += kUnits;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + done), block);
+    done += kAsciiBlockBytes;
+  }
+  if (room - done >= kHalf && stays_in_page(source + done * 2, 2 * kHalf)) {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + done * 2));
+    const __m128i block = _mm_packus_epi16(units, units);
+    if (others_than_ascii(block) == 0) {
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(to + done), block);
+      done += kHalf;
+    }
   }
   return done;
 }

@@ -64,6 +64,7 @@ struct Worker {
 struct Executor {
   int configured = 1;
   std::atomic<int> active = 1;
+  int started = 0;  // Workers that run: all of them, or the idle ones of a start that failed.
   int capacity = kQueueCapacityInitial;
   ov_queue<smp_entry_t>* ring = nullptr;
   Mutex queue_mutex;
@@ -186,8 +187,12 @@ bool start_worker(int index) {
   char name[32];
   std::snprintf(name, sizeof(name), "SMP-%d", index);
   const unsigned int thread = mp_start_thread(name, run_worker, nullptr);
+  if (thread == kNoThread) {
+    return false;
+  }
   executor.workers[index] = {index, thread};
-  return thread != kNoThread;
+  ++executor.started;
+  return true;
 }
 
 }  // namespace
@@ -196,6 +201,8 @@ int start_executor(int requested) {
   if (executor.configured > 1) {
     return executor.configured;
   }
+  stop_executor();  // The idle workers of a start that failed, if there was one.
+  executor.active.store(1);
   int workers = requested >= 1 ? requested : std::max(mp_get_numcpu(0), 1);
   workers = std::min(workers, kWorkersMax);
   if (workers < 2) {
@@ -207,12 +214,8 @@ int start_executor(int requested) {
   }
   for (int i = 0; i < workers; ++i) {
     if (!start_worker(i)) {
+      // The workers that run already stay idle, and their queue with them, until the stop.
       msgerror("SMP: Can't create MP thread: %d\n", i);
-      if (i == 0) {
-        delete_queue();
-      }  // Otherwise the workers that run already stay idle, waiting for jobs that never come.
-      executor.configured = 1;
-      executor.active.store(1);
       return 1;
     }
   }
@@ -222,18 +225,19 @@ int start_executor(int requested) {
 }
 
 void stop_executor() {
-  if (executor.configured < 2) {
+  if (executor.ring == nullptr) {
     return;
   }
   smp_entry_t quit = {};
   quit.quit = 1;
-  for (int i = 0; i < executor.configured; ++i) {
+  for (int i = 0; i < executor.started; ++i) {
     push(quit);
   }
-  for (int i = 0; i < executor.configured; ++i) {
+  for (int i = 0; i < executor.started; ++i) {
     mp_join_thread(executor.workers[i].thread, kJoinTimeoutMs);
   }
   delete_queue();
+  executor.started = 0;
   executor.configured = 1;
 }
 

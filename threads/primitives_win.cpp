@@ -52,6 +52,7 @@ struct __cond_str {
 struct __tls_key_str {
   DWORD index;
 };
+static_assert(sizeof(__tls_key_str) == 4);
 
 __mutex_str* mp_new_mutex(int locked, unsigned int /*reserved*/) {
   auto* mutex = new (std::nothrow) __mutex_str;

@@ -7,4 +7,7 @@ namespace orsin {
 /// for the privilege to do so. Failures are warnings.
 void schedule_for_startup();
 
+/// Forgets the answer of the administrator test, as before start-up. For tests.
+void forget_admin_test();
+
 }  // namespace orsin

@@ -1,23 +1,25 @@
-// Scheduling presets and the administrator test.
-#include "threads/scheduling.h"
-
 #include "core/win/windows.h"
-#include "orsincore/log.h"
-#include "orsincore/threads.h"
+#include "threads/scheduling_port.h"
 
-namespace orsin {
+namespace orsin::port {
 namespace {
 
-// Both are written without a lock: a race can only repeat the test.
-constinit bool admin_tested = false;
-constinit bool admin_result = false;
-
-bool set_process_class(DWORD priority_class) {
-  return SetPriorityClass(GetCurrentProcess(), priority_class) != 0;
+DWORD system_class(ProcessClass priority_class) {
+  return priority_class == ProcessClass::kRealTime ? REALTIME_PRIORITY_CLASS : HIGH_PRIORITY_CLASS;
 }
 
-bool set_thread_priority(int priority) {
-  return SetThreadPriority(GetCurrentThread(), priority) != 0;
+int system_priority(ThreadPriority priority) {
+  switch (priority) {
+    case ThreadPriority::kIdle:
+      return THREAD_PRIORITY_IDLE;
+    case ThreadPriority::kAboveNormal:
+      return THREAD_PRIORITY_ABOVE_NORMAL;
+    case ThreadPriority::kHighest:
+      return THREAD_PRIORITY_HIGHEST;
+    case ThreadPriority::kNormal:
+      break;
+  }
+  return THREAD_PRIORITY_NORMAL;
 }
 
 // A privilege that the token does not hold is reported through the last error of a call that
@@ -28,7 +30,8 @@ bool adjust(HANDLE token, TOKEN_PRIVILEGES& wanted, TOKEN_PRIVILEGES* previous, 
          GetLastError() == ERROR_SUCCESS;
 }
 
-bool enable_priority_privilege(HANDLE token) {
+// In two steps: the first asks for the state as it is, the second gives it back enabled.
+bool enable_in(HANDLE token) {
   TOKEN_PRIVILEGES wanted = {};
   wanted.PrivilegeCount = 1;
   if (LookupPrivilegeValueA(nullptr, "SeIncreaseBasePriorityPrivilege",
@@ -46,20 +49,33 @@ bool enable_priority_privilege(HANDLE token) {
   return adjust(token, previous, nullptr, nullptr);
 }
 
-// Only prepares for raising priorities; what comes of it does not decide the administrator test.
-void prepare_priorities() {
-  HANDLE token = nullptr;
-  if (OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, &token) == 0) {
-    msgdebug("Failed to retrieve privilege level.. - %s", os_errormsg());
-    return;
-  }
-  if (!enable_priority_privilege(token)) {
-    msgdebug("Core: Can't adjust scheduling - %s", os_errormsg());
-  }
-  CloseHandle(token);
+}  // namespace
+
+bool set_process_class(ProcessClass priority_class) noexcept {
+  return SetPriorityClass(GetCurrentProcess(), system_class(priority_class)) != 0;
 }
 
-bool is_member_of_administrators() {
+bool set_thread_priority(ThreadPriority priority) noexcept {
+  return SetThreadPriority(GetCurrentThread(), system_priority(priority)) != 0;
+}
+
+bool disable_priority_boost() noexcept {
+  return SetThreadPriorityBoost(GetCurrentThread(), TRUE) != 0;
+}
+
+PrivilegeResult enable_priority_privilege() noexcept {
+  HANDLE token = nullptr;
+  if (OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, &token) == 0) {
+    return PrivilegeResult::kNoToken;
+  }
+  const bool is_enabled = enable_in(token);
+  const DWORD reason = GetLastError();
+  CloseHandle(token);
+  SetLastError(reason);
+  return is_enabled ? PrivilegeResult::kEnabled : PrivilegeResult::kRefused;
+}
+
+bool is_administrator() noexcept {
   SID_IDENTIFIER_AUTHORITY authority = {SECURITY_NT_AUTHORITY};
   PSID administrators = nullptr;
   if (AllocateAndInitializeSid(&authority, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS,
@@ -72,58 +88,4 @@ bool is_member_of_administrators() {
   return tested != 0 && is_member != 0;
 }
 
-}  // namespace
-
-void schedule_for_startup() {
-  ov_admin_privileges();
-  if (!set_process_class(HIGH_PRIORITY_CLASS)) {
-    msgwarn("SCHED: Can't set high base-priority: %s", os_errormsg());
-  }
-  if (!set_thread_priority(THREAD_PRIORITY_ABOVE_NORMAL)) {
-    msgwarn("SCHED: Can't set time 'above normal' priority: %s", os_errormsg());
-  }
-}
-
-}  // namespace orsin
-
-using namespace orsin;
-
-void mp_schedule_ndpi() {
-  if (!set_process_class(REALTIME_PRIORITY_CLASS)) {
-    msgwarn("SCHED: Can't set realtime priority class: %s", os_errormsg());
-  }
-  if (!set_thread_priority(THREAD_PRIORITY_NORMAL)) {
-    msgwarn("SCHED: Can't set time 'normal' priority: %s", os_errormsg());
-  }
-}
-
-// Kept on purpose: the text says "above normal", as it always has; support staff search for it.
-void mp_schedule_highest() {
-  if (!set_thread_priority(THREAD_PRIORITY_HIGHEST)) {
-    msgwarn("SCHED: Can't set time 'above normal' priority: %s", os_errormsg());
-  }
-}
-
-void mp_schedule_high() {
-  if (!set_thread_priority(THREAD_PRIORITY_ABOVE_NORMAL)) {
-    msgwarn("SCHED: Can't set time 'above normal' priority: %s", os_errormsg());
-  }
-}
-
-void mp_schedule_low() {
-  if (!set_thread_priority(THREAD_PRIORITY_IDLE)) {
-    msgwarn("SCHED: Can't set idle priority: %s", os_errormsg());
-  }
-  if (SetThreadPriorityBoost(GetCurrentThread(), TRUE) == 0) {
-    msgwarn("SCHED: Can't disable priority boost: %s", os_errormsg());
-  }
-}
-
-bool ov_admin_privileges() {
-  if (!admin_tested) {
-    prepare_priorities();
-    admin_result = is_member_of_administrators();
-    admin_tested = true;
-  }
-  return admin_result;
-}
+}  // namespace orsin::port

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "examples/host/console.h"
+#include "examples/host/line_texts.h"
 
 namespace host {
 namespace {
@@ -12,13 +13,6 @@ constexpr unsigned int kNoThread = 0xFFFFFFFF;
 constexpr unsigned int kForever = 0xFFFFFFFF;
 
 }  // namespace
-
-std::string elapsed_text(double seconds) {
-  const auto whole = static_cast<unsigned long long>(seconds);
-  char text[32];
-  std::snprintf(text, sizeof(text), "%llu:%02llu", whole / 60, whole % 60);
-  return text;
-}
 
 ElapsedLine::ElapsedLine() : started_(mp_getclock()), visible_(output_is_console()) {
   if (visible_) {

@@ -1,16 +1,9 @@
 // One line that shows that a call which cannot report its progress is still waiting.
-//
-//   "0:12"
 #pragma once
-
-#include <string>
 
 #include "orsincore/threads.h"
 
 namespace host {
-
-/// Minutes and seconds.
-std::string elapsed_text(double seconds);
 
 /// Rewrites the line on a console from a thread of its own until it ends; silent anywhere else.
 class ElapsedLine {

@@ -1,5 +1,6 @@
 // A destination that never looks whole before it is: the data goes to "NAME.partial" beside it, and
-// only commit() puts that in place of what was there.
+// only commit() puts that in place of what was there. Where a file is called so already, the data
+// goes to "NAME.partial(1)", and so on.
 #pragma once
 
 #include <string>
@@ -17,7 +18,7 @@ class GuardedFile {
   [[nodiscard]] const std::string& partial() const { return partial_; }
 
   /// Puts the finished file in place, replacing an existing destination. On failure the old file is
-  /// back in its place, or still there.
+  /// back in its place, or still there: when it is read-only, for one.
   [[nodiscard]] bool commit();
 
  private:

@@ -16,7 +16,11 @@ class GuardedWriter : public fWriteBuffer {
   GuardedWriter(const GuardedWriter&) = delete;
   GuardedWriter& operator=(const GuardedWriter&) = delete;
 
+  bool open_file(const char* name, long long initial_size, bool unbuffered) override;
   std::uint64_t write_file(const void* data, std::uint64_t size, std::uint64_t count) override;
+
+  /// What went wrong with this destination, for a person; empty when nothing did.
+  [[nodiscard]] std::string problem();
 
   [[nodiscard]] const std::string& destination() const { return file_.destination(); }
   [[nodiscard]] const std::string& partial() const { return file_.partial(); }
@@ -24,6 +28,8 @@ class GuardedWriter : public fWriteBuffer {
 
  private:
   GuardedFile file_;
+  bool is_refused_ = false;  // The file could not be created.
+  bool is_short_ = false;    // A write was not taken whole.
 };
 
 }  // namespace host

@@ -60,7 +60,7 @@ int hash(const Arguments& arguments) {
     return fail("no such file: " + arguments[0]);
   }
   const auto size = static_cast<std::uint64_t>(file_size(path.c_str()));
-  Hashes hashes{ProgressLine(size), {}, {}, {}};
+  Hashes hashes{ProgressLine("hashing", size), {}, {}, {}};
   hashes.xxh64.reset(ov_XXH64_createState());
   if (hashes.xxh64 == nullptr) {
     return fail("out of memory");

@@ -20,12 +20,10 @@ constexpr int kSortByTime = 2;
 void print_entry(const std::string& directory, const char* name, bool is_directory) {
   const std::string path = directory + (directory.back() == '\\' ? "" : "\\") + name;
   char modified[64] = "-";
-  file_get_mod_date_str(path.c_str(), modified, sizeof(modified), 1);
-  if (is_directory) {
-    std::printf("d %15s  %-20s  %s\n", "-", modified, name);
-  } else {
-    std::printf("f %15lld  %-20s  %s\n", file_size(path.c_str()), modified, name);
-  }
+  const bool is_known = file_get_mod_date_str(path.c_str(), modified, sizeof(modified), 1);
+  const std::string size =
+      is_known && !is_directory ? std::to_string(file_size(path.c_str())) : "-";
+  std::printf("%c %15s  %-20s  %s\n", is_directory ? 'd' : 'f', size.c_str(), modified, name);
 }
 
 void print_by_name(const dir_list& list, const std::string& directory) {
@@ -53,7 +51,7 @@ int list(const Arguments& arguments) {
         return bad_usage(kListCommand, "--sort takes 'name' or 'time'");
       }
       sort = order == "time" ? kSortByTime : kSortByName;
-    } else if (arguments[i].starts_with("--") || !typed.empty()) {
+    } else if (arguments[i].starts_with('-') || !typed.empty()) {
       return bad_usage(kListCommand, "unexpected " + arguments[i]);
     } else {
       typed = arguments[i];
@@ -86,8 +84,8 @@ const Command kListCommand = {
     "list", "list a directory, file9 before file10",
     "Usage: host list [--sort name|time] DIRECTORY\n"
     "\n"
-    "One line an entry: 'd' or 'f', size in bytes, time of the last change (UTC), name.\n"
-    "Directories come first; --sort time puts the oldest first.\n",
+    "One line an entry: 'd' or 'f', size in bytes, time of the last change (UTC), name. What is\n"
+    "not known is '-'. Directories come first; --sort time puts the oldest first.\n",
     list};
 
 }  // namespace host

@@ -2,6 +2,7 @@
 //
 // It shows what a host does: start the library, use it, close it down, and turn results into exit
 // codes. Each command stands in its own file.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -48,13 +49,40 @@ bool is_help(std::string_view argument) {
   return argument == "--help" || argument == "-h";
 }
 
-// The library reads -d and -P itself at start-up; here they are only stepped over.
+bool is_number(std::string_view text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// How many arguments an option takes up, itself included; 0 when there is no such option.
+int option_length(std::string_view letters, const char* next) {
+  if (letters == "restart") {  // The library starts its host again with it.
+    return 1;
+  }
+  const std::size_t debug_count = std::min(letters.find_first_not_of("dD"), letters.size());
+  letters.remove_prefix(debug_count);
+  if (letters.empty()) {
+    return debug_count > 0 ? 1 : 0;
+  }
+  if (letters[0] != 'P' && letters[0] != 'p') {
+    return 0;
+  }
+  letters.remove_prefix(1);
+  if (letters.empty()) {
+    return next != nullptr && is_number(next) ? 2 : 0;
+  }
+  return is_number(letters) ? 1 : 0;
+}
+
+// The library reads -d and -P itself at start-up; here they are only stepped over. Stops at an
+// option that there is not.
 int first_command(char** argv) {
   int index = 1;
-  while (argv[index] != nullptr && argv[index][0] == '-' && !is_help(argv[index])) {
-    const char last = std::string_view(argv[index]).back();
-    const bool takes_next = (last == 'P' || last == 'p') && argv[index + 1] != nullptr;
-    index += takes_next ? 2 : 1;
+  while (argv[index] != nullptr && argv[index][0] == '-') {
+    const int length = option_length(argv[index] + 1, argv[index + 1]);
+    if (length == 0) {
+      break;
+    }
+    index += length;
   }
   return index;
 }
@@ -88,7 +116,8 @@ int run(char** argv) {
       return run_command(*command, arguments);
     }
   }
-  std::fprintf(console_errors(), "host: no command '%s'. Try: host --help\n", argv[index]);
+  std::fprintf(console_errors(), "host: no %s '%s'. Try: host --help\n",
+               name.starts_with('-') ? "option" : "command", argv[index]);
   return kBadUsage;
 }
 

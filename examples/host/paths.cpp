@@ -39,4 +39,10 @@ bool is_same_file(const std::string& a, const std::string& b) {
   return std::filesystem::equivalent(to_path(a), to_path(b), error);
 }
 
+void make_writable(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  fs::permissions(to_path(path), fs::perms::owner_write, fs::perm_options::add, error);
+}
+
 }  // namespace host

@@ -15,4 +15,7 @@ std::string last_component(const std::string& path);
 /// True when both names reach the same existing file, however they are spelled.
 bool is_same_file(const std::string& a, const std::string& b);
 
+/// Takes the read-only mark off a file, which would keep it from being deleted.
+void make_writable(const std::string& path);
+
 }  // namespace host

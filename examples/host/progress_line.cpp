@@ -1,10 +1,11 @@
 #include "examples/host/progress_line.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include "examples/host/console.h"
+#include "examples/host/line_texts.h"
 #include "orsincore/threads.h"
 
 namespace host {
@@ -14,24 +15,17 @@ constexpr double kRefreshSeconds = 0.1;
 
 }  // namespace
 
-std::string progress_text(std::uint64_t done, std::uint64_t total, double seconds) {
-  const double share = total == 0 ? 1.0 : static_cast<double>(done) / static_cast<double>(total);
-  const double speed = seconds > 0.0 ? static_cast<double>(done) / seconds : 0.0;
-  const double left = speed > 0.0 && done < total ? static_cast<double>(total - done) / speed : 0.0;
-  const auto whole = static_cast<unsigned long long>(std::llround(left));
-
-  char text[96];
-  std::snprintf(text, sizeof(text), "%5.1f %%  %8.1f MB/s  %3llu:%02llu left", share * 100.0,
-                speed / 1e6, whole / 60, whole % 60);
-  return text;
-}
-
-ProgressLine::ProgressLine(std::uint64_t total)
-    : total_(total), started_(mp_getclock()), shown_(started_), visible_(output_is_console()) {}
+ProgressLine::ProgressLine(std::string doing, std::uint64_t total)
+    : doing_(std::move(doing)),
+      total_(total),
+      started_(mp_getclock()),
+      shown_(started_),
+      visible_(output_is_console()) {}
 
 ProgressLine::~ProgressLine() {
   if (visible_) {
-    std::printf("\r%s\n", progress_text(done_, total_, mp_getclock() - started_).c_str());
+    rewrite(mp_getclock());
+    std::printf("\n");
   }
 }
 
@@ -40,9 +34,13 @@ void ProgressLine::add(std::uint64_t bytes) {
   const double now = mp_getclock();
   if (visible_ && now - shown_ >= kRefreshSeconds) {
     shown_ = now;
-    std::printf("\r%s", progress_text(done_, total_, now - started_).c_str());
-    std::fflush(stdout);
+    rewrite(now);
   }
+}
+
+void ProgressLine::rewrite(double now) const {
+  std::printf("\r%s", progress_text(doing_, done_, total_, now - started_).c_str());
+  std::fflush(stdout);
 }
 
 }  // namespace host

@@ -1,6 +1,4 @@
 // One line that tells how a long job goes: per cent, speed and time left.
-//
-//   " 45.2 %   312.4 MB/s   0:12 left"
 #pragma once
 
 #include <cstdint>
@@ -8,14 +6,11 @@
 
 namespace host {
 
-/// The line for `done` of `total` bytes after `seconds`. MB are 1,000,000 bytes. A job of unknown
-/// or zero size counts as complete.
-std::string progress_text(std::uint64_t done, std::uint64_t total, double seconds);
-
 /// Rewrites the line on a console, at most ten times a second; silent anywhere else.
 class ProgressLine {
  public:
-  explicit ProgressLine(std::uint64_t total);
+  /// @param doing  What the line begins with: "copying".
+  ProgressLine(std::string doing, std::uint64_t total);
   ~ProgressLine();
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
@@ -23,6 +18,9 @@ class ProgressLine {
   void add(std::uint64_t bytes);
 
  private:
+  void rewrite(double now) const;
+
+  std::string doing_;
   std::uint64_t total_;
   std::uint64_t done_ = 0;
   double started_;

@@ -1,27 +1,30 @@
 // "put": sends a file as the body of a PUT request.
 #include <cstdio>
 #include <limits>
-#include <memory>
 #include <string>
 
 #include "examples/host/command.h"
 #include "examples/host/http_request.h"
 #include "examples/host/paths.h"
 #include "orsincore/files.h"
-#include "orsincore/text.h"
 
 namespace host {
 namespace {
 
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
+void append_block(void* content, unsigned char* data, unsigned long long length) {
+  if (data != nullptr) {  // Else it is the end of the data.
+    static_cast<std::string*>(content)->append(reinterpret_cast<const char*>(data), length);
+  }
+}
 
+// Without destinations a copy only reads.
 bool read_whole_file(const std::string& path, std::string& content) {
-  content.resize(static_cast<std::size_t>(file_size(path.c_str())));
-  const std::unique_ptr<std::FILE, FileCloser> file(ov_utf8_fopen(path.c_str(), "rb"));
-  return file != nullptr &&
-         std::fread(content.data(), 1, content.size(), file.get()) == content.size();
+  const auto size = static_cast<unsigned long long>(file_size(path.c_str()));
+  content.reserve(size);
+  unsigned long long bytes = 0;
+  return file_copy(path.c_str(), static_cast<const char**>(nullptr), false, bytes, nullptr, nullptr,
+                   append_block, &content, true) == 0 &&
+         bytes == size;
 }
 
 int put(const Arguments& arguments) {

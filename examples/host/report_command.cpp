@@ -11,7 +11,7 @@ namespace host {
 namespace {
 
 bool print_file(const char* path) {
-  std::FILE* file = ov_utf8_fopen(path, "rb");
+  std::FILE* file = ov_utf8_fopen(path, "r");  // Line ends are made anew by standard output.
   if (file == nullptr) {
     return false;
   }

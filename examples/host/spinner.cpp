@@ -2,18 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
+#include <utility>
 
 #include "examples/host/console.h"
-#include "examples/host/elapsed_line.h"
+#include "examples/host/line_texts.h"
 #include "orsincore/threads.h"
 
 namespace host {
-
-std::string spinner_text(const std::string& what, unsigned int turn, double seconds) {
-  constexpr char kPositions[] = {'|', '/', '-', '\\'};
-  return kPositions[turn % std::size(kPositions)] + (" " + what + " " + elapsed_text(seconds));
-}
 
 Spinner::Spinner(std::string what)
     : what_(std::move(what)), started_(mp_getclock()), visible_(output_is_console()) {}

@@ -1,12 +1,9 @@
-// A sign of life for work of unknown length: "| tool 0:12", the bar turning.
+// A sign of life for work of unknown length.
 #pragma once
 
 #include <string>
 
 namespace host {
-
-/// The line after `seconds`, with the bar's position number `turn`.
-std::string spinner_text(const std::string& what, unsigned int turn, double seconds);
 
 /// Rewrites the line on a console, and takes it away in the end; silent anywhere else.
 class Spinner {

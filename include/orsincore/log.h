@@ -70,7 +70,7 @@ ORSIN_API std::FILE* msg_get_file();
 
 /// The system's text for the calling thread's last error, without its line end; "No Error" for 0.
 ///
-/// Windows: FormatMessageA. The text lies in one static buffer of 256 bytes, so the next call or
+/// Windows: FormatMessageW. The text lies in one static buffer of 256 bytes, so the next call or
 /// msg_os_error() of any thread overwrites it; not for concurrent use.
 ORSIN_API const char* os_errormsg();
 

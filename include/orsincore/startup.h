@@ -47,7 +47,7 @@ ORSIN_API int ov_get_instance_update(char* destination);
 ORSIN_API bool ov_modulename(char* destination, int size);
 
 /// The computer's network name; "???", cut to fit, and false when the system does not tell or the
-/// buffer is null or of size 0. Windows: GetComputerNameA.
+/// buffer is null or of size 0. Windows: GetComputerNameW.
 ORSIN_API bool ov_computername(char* destination, std::size_t size);
 
 /// Splits a command line at blanks and tabs outside double quotes.

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -21,6 +20,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/threads/gate.h"
+#include "threads/clock.h"
 
 namespace orsin {
 namespace {
@@ -193,21 +193,41 @@ TEST_F(LibraryLoader, UndoesAChangeOfTheFloatingPointModeInSilenceBelowDebug) {
   EXPECT_EQ(log.lines(), Lines{});
 }
 
+// A clock that a test moves. It shows whole seconds at first, so that seconds later are exact.
+class MovedClock {
+ public:
+  MovedClock() {
+    reset_clock();
+    fake_clock().stands_still = true;
+    fake_clock().still_count = 1;
+    start_clock();
+    move(1000000000);
+  }
+  ~MovedClock() {
+    fake_clock() = {};
+    reset_clock();
+    start_clock();
+  }
+  MovedClock(const MovedClock&) = delete;
+  MovedClock& operator=(const MovedClock&) = delete;
+
+  static void move(std::int64_t nanoseconds) { fake_clock().still_count += nanoseconds; }
+};
+
 TEST_F(LibraryLoader, WarnsOfALoadOfMoreThanASecond) {
   const struct {
     std::int64_t load_ns;
     Lines expected;
   } cases[] = {{1500000000, {"WARN : Library loader took 1.500 for: slow.dll"}},
+               {1000000001, {"WARN : Library loader took 1.000 for: slow.dll"}},
                {1000000000, {}},
                {999999999, {}}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.load_ns);
     const LogCapture log;
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    fake_clock().still_count = std::chrono::nanoseconds(now).count();
-    fake_clock().stands_still = true;
+    const MovedClock clock;
     fake_libraries().loadable["slow.dll"] = &modules[0];
-    fake_libraries().on_load = [&c](const std::string&) { fake_clock().still_count += c.load_ns; };
+    fake_libraries().on_load = [&c](const std::string&) { MovedClock::move(c.load_ns); };
 
     void* module = ov_open_library("slow.dll", 0);
     ov_close_library(module, false);

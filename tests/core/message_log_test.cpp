@@ -11,6 +11,7 @@
 
 #include "core/log_port.h"
 #include "orsincore/log.h"
+#include "tests/memory/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 #include "threads/clock.h"
 
@@ -166,6 +167,19 @@ TEST_F(MessageLog, OpensAtInfoOnAFileAndAtWarnOnStandardError) {
   msg_open(nullptr);
   EXPECT_EQ(msg_getlevel(), 1);
   EXPECT_EQ(msg_get_file(), stderr);
+  msg_close();
+}
+
+TEST_F(MessageLog, StaysClosedWithoutMemoryForItsBuffer) {
+  {
+    const test::AllocationRefusal refusal(8192);
+    msg_open(stderr);
+  }
+  msg_setlevel(4);
+
+  EXPECT_EQ(msg_getlevel(), -1);
+  EXPECT_EQ(msg(0, "nowhere"), 0);
+  EXPECT_EQ(msgerror("nowhere"), 0);
   msg_close();
 }
 
@@ -420,21 +434,6 @@ TEST_F(MessageLog, PreservesTheLastSystemError) {
   msglist("line 3");
 
   EXPECT_EQ(port::last_system_error(), 5U);
-}
-
-TEST(TimeOfDay, SplitsHoursMinutesAndSeconds) {
-  const TimeOfDay time = split_time_of_day(3 * 3600.0 + 4 * 60.0 + 5.25);
-
-  EXPECT_EQ(time.hours, 3);
-  EXPECT_EQ(time.minutes, 4);
-  EXPECT_DOUBLE_EQ(time.seconds, 5.25);
-}
-
-TEST(TimeOfDay, StartsAgainAfterMidnight) {
-  EXPECT_EQ(split_time_of_day(86399.5).hours, 23);
-  EXPECT_EQ(split_time_of_day(86400.0).hours, 0);
-  EXPECT_EQ(split_time_of_day(86400.0 * 3 + 61.0).hours, 0);
-  EXPECT_EQ(split_time_of_day(86400.0 * 3 + 61.0).minutes, 1);
 }
 
 // The same rules written naively: whole strings, no shared buffer.

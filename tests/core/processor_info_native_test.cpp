@@ -7,6 +7,7 @@
 #include "core/processor_table.h"
 #include "orsincore/startup.h"
 #include "orsincore/threads.h"
+#include "tests/memory/allocation_refusal.h"
 #include "tests/native/fake_processors.h"
 #include "tests/support/log_capture.h"
 
@@ -111,6 +112,20 @@ TEST_F(ProcessorQuery, KeepsEachCoresMaskAndGroupInItsTable) {
   EXPECT_EQ(table.entries[1].mask, 0xCU);
   EXPECT_EQ(table.entries[2].group, 2);
   EXPECT_EQ(table.group_count, 3);
+}
+
+TEST_F(ProcessorQuery, CountsACoreThatItsTableHasNoRoomFor) {
+  const LogCapture log;
+  set_cores(1, 0x3);
+  {
+    const test::AllocationRefusal refusal(16 * sizeof(ProcessorEntry));
+    static_cast<void>(query_processors(false));
+  }
+
+  EXPECT_EQ(mp_get_numcpu(0), 1);
+  EXPECT_EQ(mp_get_numcpu(1), 2);
+  EXPECT_EQ(processor_table().entries.count(), 0);
+  EXPECT_EQ(log.lines(), Lines{"ERROR: Vector ensure: Not enough memory..(0 + 1 * 16)"});
 }
 
 TEST_F(ProcessorQuery, FallsBackToTheSystemsCountWhereNoSizeIsNamed) {

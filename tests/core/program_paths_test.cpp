@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "core/instance.h"
+#include "orsincore/startup.h"
 
 namespace orsin {
 namespace {
@@ -51,15 +51,36 @@ TEST(LogPath, FallsBackToTheNameAloneWhenTooLong) {
   EXPECT_STREQ(file, "Take.log");
 }
 
-TEST(InstanceArguments, FollowTheProgramsName) {
-  EXPECT_STREQ(arguments_of("prog -x file"), "-x file");
-  EXPECT_STREQ(arguments_of("\"C:\\App\\prog.exe\" -x file"), "-x file");
-  EXPECT_STREQ(arguments_of("  prog"), "");
-  EXPECT_STREQ(arguments_of(nullptr), "");
+TEST(LogPath, IsTheNameAloneWhereOnlyTheDirectoryFits) {
+  char directory[kProgramPathBytes];
+  char file[kProgramPathBytes];
+  const std::string data(240, 'x');
+
+  write_log_path(data.c_str(), "Take", directory, file);
+
+  EXPECT_EQ(directory, data + "\\Settings\\logs");
+  EXPECT_STREQ(file, "Take.log");
 }
 
-TEST(InstanceArguments, KeepsTheRestOfAQuotedPathWithABlank) {
-  EXPECT_STREQ(arguments_of("\"C:\\My App\\prog.exe\" -x"), "App\\prog.exe\" -x");
+TEST(ModuleName, IsCopiedAsFarAsItFits) {
+  std::snprintf(program_paths().module, kProgramPathBytes, "C:\\App\\app.exe");
+  char whole[kProgramPathBytes];
+  char cut[7];
+
+  EXPECT_TRUE(ov_modulename(whole, sizeof(whole)));
+  EXPECT_TRUE(ov_modulename(cut, sizeof(cut)));
+
+  EXPECT_STREQ(whole, "C:\\App\\app.exe");
+  EXPECT_STREQ(cut, "C:\\App");
+  program_paths() = {};
+}
+
+TEST(ModuleName, IsUnknownBeforeStartUp) {
+  char name[kProgramPathBytes] = "x";
+
+  EXPECT_FALSE(ov_modulename(name, sizeof(name)));
+
+  EXPECT_STREQ(name, "");
 }
 
 }  // namespace

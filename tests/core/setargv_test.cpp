@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "orsincore/startup.h"
+#include "tests/memory/allocation_refusal.h"
 
 namespace orsin {
 namespace {
@@ -45,6 +46,20 @@ TEST(Setargv, SplitsByTheRulesOfQuotesAndBackslashes) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(split(c.line), c.expected);
   }
+}
+
+TEST(Setargv, GivesNothingWithoutMemory) {
+  char program[] = "prog";
+  char line[] = "a b";
+  int argc = -1;
+  char** argv = nullptr;
+  {
+    const test::AllocationRefusal refusal(1);
+    setargv(program, line, &argc, &argv);
+  }
+
+  EXPECT_EQ(argc, 0);
+  EXPECT_EQ(argv, nullptr);
 }
 
 TEST(Setargv, TakesNullAsEmpty) {

@@ -102,6 +102,28 @@ TEST(Backup, KeepsCountingAStepThatFailed) {
   EXPECT_EQ(test::TemporaryDirectory::read(directory.path("app.log")), "now");
 }
 
+#if defined(_WIN32)  // Elsewhere a read-only file can be removed.
+TEST(Backup, SaysThatTheLastGenerationCannotBeRemoved) {
+  const test::TemporaryDirectory directory;
+  directory.write("app.log", "now");
+  directory.write("app.1.log", "one");
+  const std::string last = below(directory, "app.1.log");
+  ASSERT_TRUE(port::write_attributes(last.c_str(), port::kReadOnly));
+  const test::LogCapture log;
+
+  EXPECT_EQ(file_backup(below(directory, "app.log").c_str(), 1), 1);
+
+  const test::Lines lines = log.lines();
+  EXPECT_TRUE(port::write_attributes(last.c_str(), 0x80));  // Or it could not be removed later.
+  ASSERT_EQ(lines.size(), 4U);
+  EXPECT_EQ(lines[0], "ERROR: F-BK: Failed to remove...(Permission denied)");
+  EXPECT_EQ(lines[1], "     : File: '" + last + "'");
+  EXPECT_EQ(lines[2].find("ERROR: F-BK: Failed to rename...("), 0U) << lines[2];
+  EXPECT_EQ(lines[3], "     : File: '" + below(directory, "app.log") + "'");
+  EXPECT_EQ(test::TemporaryDirectory::read(directory.path("app.1.log")), "one");
+}
+#endif
+
 TEST(Backup, CannotRotateAPathWithoutSeparator) {
   const test::LogCapture log;
   const std::string name = "orsin-backup-test-without-separator.log";

@@ -10,6 +10,7 @@
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
 #include "tests/native/fake_disk.h"
+#include "tests/native/fake_transfers.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -82,6 +83,18 @@ TEST_F(CopyFailures, Gives8ForASmallFileOnAFullDisk) {
   CopyCall copy = call();
 
   EXPECT_EQ(copy.run(), -8);
+}
+
+TEST_F(CopyFailures, Gives8WhenAWriteEndsShort) {
+  test::FakeTransfers transfers;
+  directory_.write("small.bin", std::string(65536, 's'));
+  CopyCall copy{.source = below(directory_, "small.bin"), .destinations = {destination()}};
+  transfers.next({});                              // The source is read.
+  transfers.next({.pends = true, .bytes = 4096});  // The disk is full half-way.
+
+  EXPECT_EQ(copy.run(), -8);
+
+  EXPECT_EQ(log_.lines(), (Lines{"ERROR: IO write error(2) - (4096 65536)"}));
 }
 
 TEST_F(CopyFailures, KeepsWhatWasWrittenToEveryDestination) {

@@ -1,7 +1,6 @@
 // The list of drives of machines that a test makes up.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -11,7 +10,6 @@
 #include "files/directory_list.h"
 #include "orsincore/files.h"
 #include "tests/native/fake_drives.h"
-#include "tests/support/environment_variable.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -150,28 +148,6 @@ TEST_F(DriveList, IsGivenForAnEmptyPathAndALoneBackslash) {
 
   EXPECT_EQ(drives_of(UniqueList(flist_new("", 0))), expected);
   EXPECT_EQ(drives_of(UniqueList(flist_new("\\", 0))), expected);
-}
-
-// What is loaded stays for the process, so each case has one of its own.
-class NetworkNamesDeathTest : public DriveList {
- protected:
-  NetworkNamesDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-
-  [[noreturn]] static void exit_with_loads_of_two_listings() {
-    list();
-    list();
-    std::_Exit(test::fake_drives().remote_name_loads);
-  }
-};
-
-TEST_F(NetworkNamesDeathTest, AreLoadedByTheFirstListing) {
-  EXPECT_EXIT(exit_with_loads_of_two_listings(), testing::ExitedWithCode(1), "");
-}
-
-TEST_F(NetworkNamesDeathTest, AreNeverLoadedWhereTheEnvironmentForbidsIt) {
-  const test::EnvironmentVariable forbidden("OV_NO_UNC", "1");
-
-  EXPECT_EXIT(exit_with_loads_of_two_listings(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -178,6 +178,38 @@ TEST_F(ScriptedWriter, EveryFailedWriteCounts) {
   }
 }
 
+// Some file systems say only by a short count that the disk was full half-way.
+TEST_F(ScriptedWriter, EveryWriteThatEndsShortCounts) {
+  for (const bool double_buffer : {true, false}) {
+    SCOPED_TRACE(double_buffer);
+    open(double_buffer);
+    ASSERT_EQ(writer_.error(), 0);
+    transfers_.next({.pends = true, .bytes = kUnit});
+    transfers_.next({.pends = true, .bytes = kBuffer});
+    transfers_.next({.pends = true, .bytes = 1});
+    const test::LogCapture log;
+
+    add_full();
+    add_full();
+    add("the end");
+    writer_.flush_buffers();
+
+    EXPECT_EQ(writer_.error(), 2);
+    EXPECT_EQ(log.lines(), (test::Lines{"ERROR: IO write error(2) - (4096 8192)",
+                                        "ERROR: IO write error(2) - (1 4096)"}));
+  }
+}
+
+TEST_F(ScriptedWriter, ADirectWriteThatEndsShortCountsWhenItIsCollected) {
+  transfers_.next({.pends = true, .bytes = kUnit});
+
+  EXPECT_EQ(writer_.add_write_buffer(frame_.data(), frame_.size()), frame_.size());
+  EXPECT_EQ(writer_.error(), 0);
+  writer_.flush_buffers();
+
+  EXPECT_EQ(writer_.error(), 1);
+}
+
 TEST_F(ScriptedWriter, AFlushThatFailsCounts) {
   add("0123");
   transfers_.next({.error = kDiskFull});

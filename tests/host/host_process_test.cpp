@@ -162,6 +162,17 @@ TEST_F(HostProcess, KeepsTenOlderLogsAndDropsTheEleventh) {
   EXPECT_NE(oldest.find("2-way multi-processing"), std::string::npos) << oldest;
 }
 
+TEST_F(HostProcess, ALogThatCannotBeOpenedIsWrittenToStandardError) {
+  std::filesystem::create_directories(
+      test::to_path(directory().path("Settings\\logs\\" + name() + ".log")));
+
+  EXPECT_EQ(run("filter"), 1);
+
+  const std::string text = output();
+  EXPECT_NE(text.find("Fatal Error: Access violation, Thread: Unknown"), std::string::npos) << text;
+  EXPECT_EQ(text.find("Log started"), std::string::npos) << "it is at warnings\n" << text;
+}
+
 TEST_F(HostProcess, AFastStartLogsWarningsToStandardErrorAndMakesNoFile) {
   EXPECT_EQ(run("fast"), 0);
 

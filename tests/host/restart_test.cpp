@@ -1,4 +1,6 @@
 // The hand-over from a process that closes down to the one it starts in its place.
+#include <filesystem>
+
 #include "tests/host/child_process.h"
 
 namespace orsin {
@@ -9,8 +11,26 @@ using test::NamedEvent;
 
 constexpr DWORD kShortMs = 300;
 
+constexpr char kMutexName[] = "KORVANE_RESTART";
+
+// One test at a time, whatever process it runs in: there is one restart mutex for all.
+class Turn {
+ public:
+  Turn() { WaitForSingleObject(mutex_, test::kDeadlineMs); }
+  ~Turn() {
+    ReleaseMutex(mutex_);
+    CloseHandle(mutex_);
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+ private:
+  HANDLE mutex_ = CreateMutexA(nullptr, FALSE, "ORSIN_TEST_RESTART");
+};
+
 class Restart : public test::HostTest {
  protected:
+  Turn turn_;
   // Not the name itself: that is the instance mutex's, and kernel objects share their names.
   NamedEvent done_{name() + "Done"};
 };
@@ -37,7 +57,7 @@ TEST_F(Restart, TheSuccessorGetsTheArgumentsAgain) {
 }
 
 TEST_F(Restart, ASuccessorWaitsUntilItsPredecessorGivesTheMutexBack) {
-  HANDLE mutex = CreateMutexA(nullptr, TRUE, "KORVANE_RESTART");
+  HANDLE mutex = CreateMutexA(nullptr, TRUE, kMutexName);
   ASSERT_NE(mutex, nullptr);
   ChildProcess successor(host("close", "-restart"));
 
@@ -67,6 +87,52 @@ TEST_F(Restart, AProgramThatCannotBeStartedLeavesNoWord) {
   const std::string text = log();
   EXPECT_EQ(text.find("* Restart"), std::string::npos) << text;
   EXPECT_EQ(text.find("* Closed normally"), std::string::npos) << text;
+}
+
+// The blank ends the successor's first word, so all its arguments stand one place further back: where
+// the name was it finds the command, and calls itself so.
+TEST_F(Restart, KeepsThePathWithABlankUnquoted) {
+  const std::string program = directory().path("two words.exe");
+  std::filesystem::copy_file(test::to_path(ORSIN_TEST_HOST), test::to_path(program));
+  SetEnvironmentVariableW(L"ORSIN_TEST_MODULE", test::to_path(program).c_str());
+  NamedEvent shifted("restartDone");
+
+  EXPECT_EQ(run("restart"), 0);
+  EXPECT_TRUE(shifted.wait());
+  SetEnvironmentVariableW(L"ORSIN_TEST_MODULE", nullptr);
+
+  const std::string text =
+      test::TemporaryDirectory::read(directory().path("Settings\\logs\\restart.log"));
+  EXPECT_NE(text.find("Log continued(2): "), std::string::npos) << text;
+  EXPECT_NE(log().find("ERROR: * Restarting..."), std::string::npos) << log();
+}
+
+TEST_F(Restart, WhereTheMutexCannotBeMadeTheProgramOnlyEnds) {
+  HANDLE name_taken = CreateEventA(nullptr, TRUE, FALSE, kMutexName);
+  ASSERT_NE(name_taken, nullptr);
+
+  EXPECT_EQ(run("restart"), 0);
+  CloseHandle(name_taken);
+
+  const std::string text = log();
+  EXPECT_NE(text.find("ERROR: Restart(1) : '"), std::string::npos) << text;
+  EXPECT_EQ(text.find("* Restart"), std::string::npos) << text;
+  EXPECT_EQ(text.find("* Closed normally"), std::string::npos) << text;
+}
+
+// The mutex is a third process's here, and never becomes free while the predecessor looks.
+TEST_F(Restart, SaysSoWhenTheMutexIsNotGivenInTime) {
+  HANDLE mutex = CreateMutexA(nullptr, TRUE, kMutexName);
+  ASSERT_NE(mutex, nullptr);
+
+  EXPECT_EQ(run("restart"), 0);
+  const std::string text = log();
+  ReleaseMutex(mutex);
+  CloseHandle(mutex);
+
+  EXPECT_NE(text.find("ERROR: * Restart failed..."), std::string::npos) << text;
+  EXPECT_EQ(text.find("* Restarting..."), std::string::npos) << text;
+  EXPECT_TRUE(done_.wait()) << "the successor comes up all the same";
 }
 
 }  // namespace

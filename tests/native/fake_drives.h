@@ -19,7 +19,7 @@ struct FakeDrives {
   std::vector<FakeDrive> drives;
   bool roots_fail = false;
   std::size_t padding_units = 0;  // Makes the roots need more room than they fill.
-  int remote_name_loads = 0;      // How often what network names need was loaded.
+  int remote_name_loads = 0;
 };
 
 FakeDrives& fake_drives();

@@ -33,6 +33,7 @@ struct FakeInternet {
   std::deque<std::string>
       chunks;                // At most as long as a read asks for. Then the end, or a refusal.
   std::deque<Write> writes;  // When they are used up, a write takes everything.
+  std::map<unsigned, std::string> error_texts;  // The library's message table.
 
   // What happened so far.
   std::vector<std::string> calls;

@@ -21,12 +21,18 @@
 #include "files/path_buffer.h"
 #include "orsincore/text.h"
 #include "tests/native/fake_access.h"
+#include "tests/native/fake_enumeration.h"
 
 namespace orsin::test {
 
 FakeAccess& fake_access() {
   static FakeAccess access;
   return access;
+}
+
+FakeEnumeration& fake_enumeration() {
+  static FakeEnumeration enumeration;
+  return enumeration;
 }
 
 }  // namespace orsin::test
@@ -175,7 +181,7 @@ bool read_environment(const char* name, char* value, std::size_t size) noexcept 
 }
 
 bool has_fast_enumeration() noexcept {
-  return true;
+  return test::fake_enumeration().has_fast_form;
 }
 
 namespace {
@@ -187,7 +193,10 @@ struct Enumeration {
 
 }  // namespace
 
-void* start_enumeration(const char* pattern, bool /*fast*/, FoundEntry& entry) noexcept {
+void* start_enumeration(const char* pattern, bool fast, FoundEntry& entry) noexcept {
+  if (test::FakeEnumeration& fake = test::fake_enumeration(); fake.is_watched) {
+    fake.forms += fast ? "fast " : "plain ";
+  }
   std::string path = native_path(pattern);
   path.erase(path.rfind('/') + 1);
   DIR* directory = opendir(path.c_str());

@@ -17,7 +17,10 @@ void set_last_system_error(unsigned code) noexcept {
 }
 
 void system_error_text(unsigned code, char* text, std::size_t size) noexcept {
-  std::snprintf(text, size, "error %u\r\n", code);
+  text[0] = '\0';
+  if (code < 12000 || code >= 13000) {  // As on Windows: those are the internet library's.
+    std::snprintf(text, size, "error %u\r\n", code);
+  }
 }
 
 double local_time_of_day() noexcept {

@@ -52,11 +52,13 @@ thread_local unsigned int own_identifier = 1;
 }  // namespace
 
 StartedThread start_thread(const ThreadStart& start, std::size_t /*stack_bytes*/) noexcept {
+  test::FakeProcessors& fake = test::fake_processors();
   auto* started = new (std::nothrow) NativeThread;
-  if (started == nullptr || test::fake_processors().refuse_threads) {
+  if (started == nullptr || fake.refuse_threads || fake.threads_granted == 0) {
     delete started;
     return {};
   }
+  fake.threads_granted -= fake.threads_granted > 0 ? 1 : 0;
   unsigned int identifier = 0;
   {
     const std::lock_guard guard(identifier_mutex);

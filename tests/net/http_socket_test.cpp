@@ -20,6 +20,7 @@ using Client = test::HttpClient;
 using Lines = std::vector<std::string>;
 
 constexpr unsigned kAccessDenied = 5;
+constexpr unsigned kInvalidAuthority = 12045;
 constexpr unsigned kNoUrl = 0xFFFFFFFF;
 
 class HttpSocket : public testing::Test {
@@ -209,6 +210,40 @@ TEST_F(HttpSocket, FailsWithMinusOneWithoutAUrl) {
   EXPECT_EQ(client.PutHttpData(nullptr, payload, 1, OV_HTTP_POST, nullptr, 0, nullptr), -1);
   EXPECT_EQ(client.LastErrorString(), system_text(kNoUrl));
   EXPECT_TRUE(internet_->calls.empty());
+}
+
+TEST_F(HttpSocket, TellsInternetErrorsInTheInternetLibrarysWords) {
+  internet_->refusals["open_url"] = kInvalidAuthority;
+  internet_->error_texts[kInvalidAuthority] = "The certificate authority is invalid.\r\n";
+  Client client;
+
+  client.get("https://example.org/");
+
+  EXPECT_STREQ(client.LastErrorString(), "The certificate authority is invalid.\r\n");
+}
+
+TEST_F(HttpSocket, HasNoTextForAnInternetErrorThatNobodyKnows) {
+  internet_->refusals["open_url"] = kInvalidAuthority;
+  Client client;
+  client.get(nullptr);
+  client.LastErrorString();
+
+  client.get("https://example.org/");
+
+  EXPECT_STREQ(client.LastErrorString(), "");
+}
+
+TEST_F(HttpSocket, TellsOtherErrorsInTheSystemsWordsOnly) {
+  for (const unsigned code : {kAccessDenied, 11999u, 13000u, kNoUrl}) {
+    SCOPED_TRACE(code);
+    internet_->refusals["open_url"] = code;
+    internet_->error_texts[code] = "not the system's";
+    Client client;
+
+    client.get("http://example.org/");
+
+    EXPECT_EQ(client.LastErrorString(), system_text(code));
+  }
 }
 
 #if defined(_WIN32)

@@ -91,6 +91,11 @@ TEST_F(HttpTls, GetsFromATrustedServer) {
   EXPECT_EQ(socket_.GetStatusCode(), 200);
 }
 
+TEST_F(HttpTls, GetsLargeFilesFromATrustedServer) {
+  EXPECT_TRUE(get(socket_, tls_url("TRUSTED", "/104857600")) ==
+              TemporaryDirectory::read(test::served_file("104857600")));
+}
+
 TEST_F(HttpTls, PostsToATrustedServer) {
   EXPECT_EQ(post("TRUSTED"), "POST over TLS") << test::last_error_code(socket_);
 }

@@ -58,5 +58,65 @@ TEST(ExecutorOnTheStandIn, RunsInlineWhenAThreadIsRefused) {
   fake_processors() = {};
 }
 
+void note_part(void* parts, void*, void*, void*, void*, void*) {
+  static_cast<std::atomic<int>*>(parts)[smp_id()]++;
+}
+
+void execute_noting(std::atomic<int>* parts) {
+  smp_exec(reinterpret_cast<void (*)()>(note_part), parts, nullptr, nullptr, nullptr, nullptr,
+           nullptr);
+}
+
+class ExecutorRefusedHalfWay : public testing::Test {
+ protected:
+  ExecutorRefusedHalfWay() {
+    fake_processors().threads_granted = 2;
+    errno = 11;
+    workers_ = start_executor(4);
+  }
+  ~ExecutorRefusedHalfWay() override {
+    stop_executor();
+    stop_thread_table();
+    fake_processors() = {};
+  }
+
+  LogCapture log_;
+  int workers_ = 0;
+};
+
+TEST_F(ExecutorRefusedHalfWay, RunsInlineBesideItsIdleWorkers) {
+  std::atomic<int> parts[4] = {};
+
+  execute_noting(parts);
+
+  EXPECT_EQ(workers_, 1);
+  EXPECT_EQ(smp_numprocs(), 1);
+  EXPECT_EQ(parts[0].load(), 1);
+  EXPECT_EQ(log_.lines(), (Lines{"ERROR: MP: Failed to start thread : 'error 11'",
+                                 "ERROR: SMP: Can't create MP thread: 2"}));
+}
+
+// The table warns of every thread that it would have to end, so silence means that none was left.
+TEST_F(ExecutorRefusedHalfWay, EndsItsIdleWorkersWhenItStops) {
+  const Lines before = log_.lines();
+
+  stop_executor();
+  stop_thread_table();
+
+  EXPECT_EQ(log_.lines(), before);
+}
+
+TEST_F(ExecutorRefusedHalfWay, StartsAfreshWhenThreadsAreGrantedAgain) {
+  fake_processors().threads_granted = -1;
+  std::atomic<int> parts[3] = {};
+
+  EXPECT_EQ(start_executor(3), 3);
+  execute_noting(parts);
+
+  for (const std::atomic<int>& count : parts) {
+    EXPECT_EQ(count.load(), 1);
+  }
+}
+
 }  // namespace
 }  // namespace orsin

@@ -169,6 +169,18 @@ TEST_F(Executor, StartsAgainAfterAStop) {
   EXPECT_EQ(counts[1].load(), 1);
 }
 
+TEST_F(Executor, RunsInlineWhenItStartsAgainWithOneProcessor) {
+  ASSERT_EQ(start_executor(3), 3);
+  stop_executor();
+
+  EXPECT_EQ(start_executor(1), 1);
+
+  std::atomic<int> counts[3] = {};
+  execute(count_part, counts);
+  EXPECT_EQ(smp_numprocs(), 1);
+  EXPECT_EQ(counts[0].load(), 1);
+}
+
 TEST_F(Executor, FreesTheRecordsOfItsWorkers) {
   ASSERT_EQ(start_executor(4), 4);
   stop_executor();

@@ -9,14 +9,14 @@
 #include "orsincore/threads.h"
 #include "tests/native/fake_processors.h"
 #include "tests/support/log_capture.h"
-#include "tests/threads/gate.h"
+#include "tests/threads/held_thread.h"
 #include "threads/thread_table.h"
 
 namespace orsin {
 namespace {
 
 using test::fake_processors;
-using test::Gate;
+using test::HeldThread;
 using test::Lines;
 using test::LogCapture;
 
@@ -66,26 +66,13 @@ TEST_F(RefusingPlatform, WarnsOfAWaitThatFails) {
 
 TEST_F(RefusingPlatform, WarnsOfAThreadThatClosedownCannotEnd) {
   const LogCapture log;
-  Gate gate;
-  Gate finished;
-  struct Gates {
-    Gate* gate;
-    Gate* finished;
-  } gates = {&gate, &finished};
-  const unsigned int thread = mp_start_thread(
-      "Stubborn",
-      [](void* argument) {
-        auto* both = static_cast<Gates*>(argument);
-        both->gate->wait();
-        both->finished->open();
-      },
-      &gates);
+  HeldThread held;
+  const unsigned int thread = mp_start_thread("Stubborn", HeldThread::run, &held);
 
   stop_thread_table();  // The stand-in refuses to end threads.
 
   EXPECT_EQ(log.lines(), Lines{"WARN : MP: Can't terminate thread(0): " + std::to_string(thread)});
-  gate.open();
-  finished.wait();
+  held.release();
 }
 
 TEST_F(RefusingPlatform, ReportsARefusedIdealProcessor) {

@@ -6,13 +6,16 @@
 #include <string>
 
 #include "orsincore/threads.h"
+#include "tests/memory/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 #include "tests/threads/gate.h"
+#include "tests/threads/held_thread.h"
 
 namespace orsin {
 namespace {
 
 using test::Gate;
+using test::HeldThread;
 using test::Lines;
 using test::LogCapture;
 
@@ -56,6 +59,16 @@ TEST_F(ThreadTable, KeepsA31ByteNameWhole) {
   EXPECT_EQ(name_seen_by_thread(name.c_str()), name);
 }
 
+// What follows them is no part of the name: callers keep names shorter.
+TEST_F(ThreadTable, KeepsTheFirst32BytesOfALongerNameUnterminated) {
+  const std::string name = std::string(32, 'n') + "and more";
+
+  const std::string seen = name_seen_by_thread(name.c_str());
+
+  EXPECT_EQ(seen.substr(0, 32), name.substr(0, 32));
+  EXPECT_GT(seen.size(), 32U);
+}
+
 TEST_F(ThreadTable, CallsAForeignThreadUnknown) {
   EXPECT_STREQ(mp_get_thread_name(), "Unknown");
 }
@@ -73,22 +86,10 @@ TEST_F(ThreadTable, JoinsAThreadOnlyOnce) {
   EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
 }
 
-TEST_F(ThreadTable, ReportsAJoinThatTimesOutAndForgetsTheThread) {
+TEST_F(ThreadTable, KeepsForgettingAThreadWhoseJoinTimesOut) {
   const LogCapture log;
-  Gate gate;
-  Gate finished;
-  struct Gates {
-    Gate* gate;
-    Gate* finished;
-  } gates = {&gate, &finished};
-  const unsigned int thread = mp_start_thread(
-      "Slow",
-      [](void* argument) {
-        auto* both = static_cast<Gates*>(argument);
-        both->gate->wait();
-        both->finished->open();
-      },
-      &gates);
+  HeldThread held;
+  const unsigned int thread = mp_start_thread("Slow", HeldThread::run, &held);
 
   EXPECT_EQ(mp_join_thread(thread, 1), 0);
 
@@ -97,8 +98,7 @@ TEST_F(ThreadTable, ReportsAJoinThatTimesOutAndForgetsTheThread) {
   EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
   EXPECT_EQ(name_seen_by_thread("Next"), "Next");  // In the record of the thread that still runs.
   EXPECT_EQ(thread_record_count(), 1);
-  gate.open();
-  finished.wait();
+  held.release();
 }
 
 TEST_F(ThreadTable, UsesTheRecordOfAJoinedThreadAgain) {
@@ -123,30 +123,15 @@ TEST_F(ThreadTable, FindsTheHandleOfARunningThreadOnly) {
 }
 
 TEST_F(ThreadTable, ForgetsADetachedThread) {
-  Gate gate;
-  Gate finished;
-  struct Gates {
-    Gate* gate;
-    Gate* finished;
-    std::string name;
-  } gates = {&gate, &finished, {}};
-  const unsigned int thread = mp_start_thread(
-      "Detached",
-      [](void* argument) {
-        auto* all = static_cast<Gates*>(argument);
-        all->gate->wait();
-        all->name = mp_get_thread_name();
-        all->finished->open();
-      },
-      &gates);
+  HeldThread held;
+  const unsigned int thread = mp_start_thread("Detached", HeldThread::run, &held);
 
   EXPECT_EQ(mp_detach_thread(static_cast<int>(thread)), 1);
 
   EXPECT_EQ(mp_detach_thread(static_cast<int>(thread)), 0);
   EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
-  gate.open();
-  finished.wait();
-  EXPECT_EQ(gates.name, "Detached");  // A record that is not in use still tells the name.
+  held.release();
+  EXPECT_EQ(held.name(), "Detached");  // A record that is not in use still tells the name.
 }
 
 TEST_F(ThreadTable, DoesNotDetachAnUnknownIdentifier) {
@@ -167,6 +152,19 @@ TEST_F(ThreadTable, GrowsWithTheThreadsThatRunAtOnce) {
   for (const unsigned int thread : threads) {
     EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
   }
+}
+
+TEST_F(ThreadTable, StartsNothingThatItHasNoRoomFor) {
+  const LogCapture log;
+  unsigned int thread = 0;
+  {
+    const test::AllocationRefusal refusal(16 * sizeof(void*));
+    thread = mp_start_thread("Many", do_nothing, nullptr);
+  }
+
+  EXPECT_EQ(thread, 0xFFFFFFFF);
+  EXPECT_EQ(thread_record_count(), 0);
+  EXPECT_EQ(log.lines(), Lines{"ERROR: Vector ensure: Not enough memory..(0 + 1 * 8)"});
 }
 
 TEST(ThreadTableBeforeStart, KnowsNobody) {

@@ -1,9 +1,12 @@
-"""Answers that break the rules, from bare sockets; and uploads that arrive behind the request.
+"""Answers that break the rules or take their time, from bare sockets; and uploads that arrive behind
+the request.
 
     /short        promises 10000 bytes, sends 5000 and closes
     /unlimited    no length: 20000 bytes, then closes
     /garbage      something that is no HTTP
     /nothing      closes at once
+    /slow         promises 3 bytes and sends each one only when /hurry is asked for
+    /hurry        once /slow waits: says how many of its bytes are out, and lets out the next
     /endless      bytes until /stop is asked for
     /sent         how many bytes /endless has sent so far
     /stop         ends /endless
@@ -23,6 +26,9 @@ class State:
     endless_sent = 0
     endless_stop = asyncio.Event()
     uploads = asyncio.Queue()
+    slow_sent = 0
+    slow_waits = asyncio.Semaphore(0)
+    slow_steps = asyncio.Semaphore(0)
 
 
 def answer(body, status="200 OK", headers=""):
@@ -40,6 +46,17 @@ async def send_endless(writer):
         State.endless_sent += len(CHUNK)
 
 
+async def send_slowly(writer):
+    State.slow_sent = 0
+    writer.write(b"HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 3\r\n\r\n")
+    for byte in b"abc":
+        await writer.drain()
+        State.slow_waits.release()
+        await State.slow_steps.acquire()
+        writer.write(bytes([byte]))
+        State.slow_sent += 1
+
+
 async def take_upload(reader, writer, status):
     writer.write(answer(b"send it", status))
     await writer.drain()
@@ -55,6 +72,12 @@ async def serve(reader, writer):
         writer.write(b"HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + b"u" * 20000)
     elif path == "/garbage":
         writer.write(b"This is not the protocol you are looking for.\r\n\r\n")
+    elif path == "/slow":
+        await send_slowly(writer)
+    elif path == "/hurry":
+        await State.slow_waits.acquire()
+        writer.write(answer(str(State.slow_sent).encode()))
+        State.slow_steps.release()
     elif path == "/endless":
         await send_endless(writer)
     elif path == "/sent":

@@ -1,3 +1,4 @@
+// Thread-local keys that the system refuses, and who needs them.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -43,6 +44,19 @@ TEST(ThreadLocalKeyShortage, IsReportedWithTheSystemsCode) {
 
   EXPECT_EQ(log.lines(),
             Lines{"ERROR: Failed to allocate thread local storage: " + shortage.error()});
+}
+
+// A key is a cell with the system's index, so one that the system never gave stands in for a key that
+// it refuses.
+TEST(ThreadLocalKey, ThatTheSystemRefusesIsReportedWithItsCode) {
+  const LogCapture log;
+  DWORD index = TLS_OUT_OF_INDEXES - 1;
+  auto* key = reinterpret_cast<__tls_key_str*>(&index);
+
+  EXPECT_EQ(mp_setspecific(key, &index), -1);
+
+  EXPECT_EQ(log.lines(), Lines{"ERROR: Failed to set thread local storage: " +
+                               std::to_string(ERROR_INVALID_PARAMETER)});
 }
 
 TEST(ThreadLocalKeyShortage, LeavesTheExecutorInline) {

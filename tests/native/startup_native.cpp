@@ -1,0 +1,63 @@
+// Answers start-up's port in native builds. Standard error stays what it is: a "reopened" one is a
+// stream of its own.
+#include <cstdio>
+
+#include "orsincore/text.h"
+#include "tests/native/fake_startup.h"
+
+namespace orsin {
+namespace test {
+
+FakeStartup& fake_startup() {
+  static FakeStartup startup;
+  return startup;
+}
+
+}  // namespace test
+
+namespace port {
+namespace {
+
+bool copy_if_any(const std::string& text, char* out, std::size_t size) {
+  return !text.empty() && std::snprintf(out, size, "%s", text.c_str()) < static_cast<int>(size);
+}
+
+}  // namespace
+
+bool common_application_data(char* path, std::size_t size) noexcept {
+  return copy_if_any(test::fake_startup().common_folder, path, size);
+}
+
+bool is_file_held(const char* /*path*/) noexcept {
+  return test::fake_startup().looks++ < test::fake_startup().held_looks;
+}
+
+void redirect_standard_error(std::FILE* stream) noexcept {
+  test::fake_startup().log = stream;
+}
+
+bool computer_name(char* name, std::size_t size) noexcept {
+  return copy_if_any(test::fake_startup().computer, name, size);
+}
+
+bool system_product_version(Version& version) noexcept {
+  version = test::fake_startup().product;
+  return test::fake_startup().tells_product;
+}
+
+SystemVersion system_version() noexcept {
+  return test::fake_startup().system;
+}
+
+bool registered(const char* value_name, char* text, std::size_t size) noexcept {
+  const auto& values = test::fake_startup().registered;
+  const auto found = values.find(value_name);
+  return found != values.end() && copy_if_any(found->second, text, size);
+}
+
+}  // namespace port
+}  // namespace orsin
+
+std::FILE* ov_utf8_freopen(const char* name, const char* mode, std::FILE* /*stream*/) {
+  return ov_utf8_fopen(name, mode);
+}
