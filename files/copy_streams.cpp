@@ -1,11 +1,9 @@
 // What all copies share; see copy_streams.h.
 #include "files/copy_streams.h"
 
-#include <cstring>
 #include <new>
 
 #include "files/file_system_port.h"
-#include "files/path_buffer.h"
 #include "orsincore/log.h"
 
 namespace orsin {
@@ -28,11 +26,6 @@ class CopyWriter final : public fWriteBuffer {
     opened_ = false;
   }
 };
-
-// Below the streams a longer path would be cut, and name another file.
-bool fits_path(const char* path) {
-  return std::strlen(path) < kPathBytes;
-}
 
 void copy_write_time(const char* source, const char* destination, bool share_source, bool verbose) {
   std::uint64_t time = 0;
@@ -87,14 +80,13 @@ BorrowedWriter writer_for_copy(fWriteBuffer* writer) {
 }
 
 bool open_source(fReadBuffer& reader, const char* path) {
-  return fits_path(path) && reader.open_file(path, true, false, true);
+  return reader.open_file(path, true, false, true);
 }
 
 bool create_destination(fWriteBuffer& writer, const char* path) {
   // Some systems let an administrator write to read-only files; the mark is meant for all.
   std::uint32_t attributes = 0;
-  if (!fits_path(path) ||
-      (port::read_attributes(path, attributes) && (attributes & port::kReadOnly) != 0)) {
+  if (port::read_attributes(path, attributes) && (attributes & port::kReadOnly) != 0) {
     return false;
   }
   return writer.open_file(path, 0, true);

@@ -26,6 +26,7 @@ constexpr std::uint32_t kErrorPathNotFound = 3;
 constexpr std::uint32_t kErrorEndOfFile = 38;
 constexpr std::uint32_t kErrorInvalidParameter = 87;
 constexpr std::uint32_t kErrorAlreadyExists = 183;
+constexpr std::uint32_t kErrorNameTooLong = 206;
 constexpr std::uint32_t kErrorIncomplete = 996;
 constexpr std::uint32_t kErrorPending = 997;
 constexpr std::uint32_t kErrorNoAccess = 998;

@@ -18,7 +18,7 @@
 #include <cstring>
 
 #include "core/log_port.h"
-#include "files/io_port.h"
+#include "files/path_buffer.h"
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "orsincore/text.h"
@@ -31,7 +31,6 @@ namespace {
 constexpr int kSlotCount = 96;  // Transfers in flight in the whole process.
 constexpr std::uint32_t kSlotWaitMs = 1000;
 constexpr long long kStartPollNs = 1000000;
-constexpr std::size_t kPathUnits = 260;
 
 struct Slot {
   void* file;                             // Invalid when idle.
@@ -329,13 +328,21 @@ bool complete_write(void* file, int ticket) {
   return true;
 }
 
+// A longer name is refused, never cut: cut, it would be another file's, which would be written over.
+void* open_by_name(const char* name, const port::OpenMode& mode) {
+  if (std::strlen(name) >= kPathBytes) {
+    port::set_last_system_error(port::kErrorNameTooLong);
+    return io_invalid_handle();
+  }
+  unsigned short wide[kPathBytes];  // No path has more units than bytes.
+  return port::open_file(ov_utf8_to_utf16(name, wide, kPathBytes), mode);
+}
+
 }  // namespace orsin
 
 using namespace orsin;
 
 void* io_open64(const char* name, int mode, bool unbuffered, bool share, bool overlapped) {
-  unsigned short wide[kPathUnits];
-  ov_utf8_to_utf16(name, wide, kPathUnits);
   port::OpenMode open;
   open.write = (mode & 3) != 0;
   open.read = (mode & 2) != 0 || !open.write;
@@ -343,7 +350,7 @@ void* io_open64(const char* name, int mode, bool unbuffered, bool share, bool ov
   open.unbuffered = unbuffered;
   open.overlapped = overlapped;
   open.write_through = open.write;
-  void* file = port::open_file(wide, open);
+  void* file = open_by_name(name, open);
   if (!is_valid(file)) {
     msgerror("IO open failed '%s' (%s)", name, os_errormsg());
   }
@@ -351,14 +358,12 @@ void* io_open64(const char* name, int mode, bool unbuffered, bool share, bool ov
 }
 
 void* io_create64(const char* name, bool write_only, long long initial_size) {
-  unsigned short wide[kPathUnits];
-  ov_utf8_to_utf16(name, wide, kPathUnits);
   port::OpenMode open;
   open.create = true;
   open.write = true;
   open.overlapped = true;
   open.read = open.unbuffered = open.write_through = !write_only;
-  void* file = port::open_file(wide, open);
+  void* file = open_by_name(name, open);
   // Kept on purpose: an error is reported also beside a good handle; some drivers leave one.
   const unsigned error = port::last_system_error();
   if (error != 0 && error != port::kErrorAlreadyExists && error != port::kErrorPathNotFound) {

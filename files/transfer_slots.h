@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "files/io_port.h"
+
 namespace orsin {
 
 /// Creates the slots' events and the mutex. Start-up, before any transfer. The tickets follow
@@ -19,5 +21,9 @@ int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes);
 /// Waits for a write. False, after an error line, when it failed, or ended short: some file systems
 /// say only so that the disk is full.
 [[nodiscard]] bool complete_write(void* file, int ticket);
+
+/// Opens a file by its UTF-8 name. The invalid handle on failure; the last error is always set: as
+/// port::open_file() does, or to kErrorNameTooLong for a name of 260 bytes or more.
+[[nodiscard]] void* open_by_name(const char* name, const port::OpenMode& mode);
 
 }  // namespace orsin

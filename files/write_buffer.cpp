@@ -11,14 +11,12 @@
 #include <cstring>
 
 #include "files/buffer_configuration.h"
-#include "files/io_port.h"
 #include "files/transfer_slots.h"
 #include "files/volumes.h"
 #include "orsincore/files.h"
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
-#include "orsincore/text.h"
 #include "orsincore/threads.h"
 
 namespace orsin {
@@ -414,12 +412,9 @@ void WriteSteps::finish_file(fWriteBuffer& writer) {
 
 // An unbuffered handle of some file systems refuses sizes off the sector: a plain one does it.
 void WriteSteps::cut_by_name(fWriteBuffer& writer) {
-  constexpr std::size_t kPathUnits = 260;
-  unsigned short wide[kPathUnits];
-  ov_utf8_to_utf16(writer.name_, wide, kPathUnits);
   port::OpenMode plain;
   plain.write = true;
-  void* again = port::open_file(wide, plain);
+  void* again = open_by_name(writer.name_, plain);
   if (again == io_invalid_handle()) {
     log_not_cut();
     return;

@@ -22,13 +22,19 @@ std::uint64_t length_bits(const SHA1Context& context) {
   return std::uint64_t{context.Length_High} << 32 | context.Length_Low;
 }
 
-// False when the length wrapped.
-bool add_length(SHA1Context& context, std::uint64_t bytes) {
+// Counts up to `bytes` bytes, but none behind the one whose bits turn the count to 0: that one marks
+// the context. Returns the bytes counted.
+std::size_t count_bytes(SHA1Context& context, std::size_t bytes) {
   const std::uint64_t before = length_bits(context);
+  const std::uint64_t left = (0 - before) / 8;
+  if (before != 0 && bytes >= left) {
+    bytes = static_cast<std::size_t>(left);
+    context.Corrupted = 1;
+  }
   const std::uint64_t after = before + bytes * 8;
   context.Length_Low = static_cast<unsigned int>(after);
   context.Length_High = static_cast<unsigned int>(after >> 32);
-  return after > before;
+  return bytes;
 }
 
 void store_big_endian(unsigned char* to, std::uint64_t value) {
@@ -56,11 +62,7 @@ void ov_SHA1Input(SHA1Context* context, const unsigned char* data, unsigned int 
     context->Corrupted = 1;
     return;
   }
-  if (!add_length(*context, n)) {
-    context->Corrupted = 1;
-    return;
-  }
-  std::size_t left = n;
+  std::size_t left = count_bytes(*context, n);
   const auto used = static_cast<std::size_t>(context->Message_Block_Index);
   if (used != 0) {
     const std::size_t added = std::min(left, kBlockBytes - used);

@@ -1,11 +1,12 @@
+// Streams by UTF-8 name. A name reaches the system whole, whatever its length: cut, it would name
+// another file, and opening that one for writing would empty it.
 #include <cwchar>
 
 #include "orsincore/text.h"
 
 namespace {
 
-// Longer names are cut, and then usually not found; the library's paths are no longer than this.
-constexpr std::size_t kNameUnits = 260;
+constexpr std::size_t kNameUnits = 0x8000;  // The system itself takes no longer ones.
 constexpr std::size_t kModeUnits = 32;
 
 }  // namespace

@@ -22,8 +22,8 @@ struct MemorySteps;
 // oldest's ticket then counts as completed without its result having been looked at.
 //
 // Any thread may call any of these, also on one handle at once; only a handle's last call must be
-// its io_close64(). Names are UTF-8; what exceeds 259 UTF-16 units is cut off. Error lines end with
-// the system's own text where the system refused.
+// its io_close64(). Names are UTF-8 of at most 259 bytes; a longer one is refused with the system's
+// "too long". Error lines end with the system's own text where the system refused.
 // ---------------------------------------------------------------------------------------------
 
 /// The handle that means "no file": -1, the system's own INVALID_HANDLE_VALUE.
@@ -164,7 +164,7 @@ class ORSIN_API fReadBuffer {
 
   /// Opens a file for reading, closing the one before.
   ///
-  /// @param name        UTF-8; name() gives back its first 259 bytes.
+  /// @param name        UTF-8, at most 259 bytes.
   /// @param share       Others may read it meanwhile; else nobody may open it.
   /// @param preload     Allocates the buffers and starts reading the first one at once.
   /// @param unbuffered  Bypasses the system's cache, where the configuration allows it; alignment
@@ -400,7 +400,7 @@ class ORSIN_API fWriteBuffer {
   /// Creates a file, or opens an existing one to write over it, closing the one before; if that had
   /// errors it is deleted, after the error line "Failed to write file '<name>'.".
   ///
-  /// @param name          UTF-8; name() gives back its first 259 bytes.
+  /// @param name          UTF-8, at most 259 bytes.
   /// @param initial_size  Bytes to reserve; see io_create64().
   /// @param unbuffered    Bypasses the system's cache, where the configuration allows it.
   /// @return False when it cannot be created; see io_create64() for what is logged. The count of
@@ -440,8 +440,8 @@ class ORSIN_API fWriteBuffer {
   /// Where the next byte goes, from the start of the file or of the memory.
   virtual unsigned long long get_file_position();
 
-  /// Goes to a position. Inside the current buffer it is exact, and what is stepped over is zero.
-  /// Elsewhere what is collected is written.
+  /// Goes to a position. Inside the current buffer it is exact, and what is stepped over becomes
+  /// zero, also what the file held there. Elsewhere what is collected is written.
   ///
   /// Kept on purpose: a position outside the buffer is rounded down to the alignment; see
   /// get_file_position().

@@ -5,11 +5,15 @@
 #include <string>
 #include <utility>
 
+#include "core/log_port.h"
+#include "files/io_port.h"
 #include "orsincore/files.h"
+#include "orsincore/io.h"
+#include "orsincore/log.h"
 #include "orsincore/text.h"
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
-#include "tests/files/io_start.h"
+#include "tests/files/io_fixture.h"
 #include "tests/files/known_drive.h"
 #include "tests/support/log_capture.h"
 
@@ -19,6 +23,7 @@ namespace {
 using test::below;
 using test::CopyCall;
 using test::Lines;
+using test::OpenFile;
 using test::TemporaryDirectory;
 
 constexpr std::size_t kLongest = 259;
@@ -63,6 +68,20 @@ class LongPath : public testing::Test {
                             nullptr);
   }
 
+  // The system's own words for a name that is too long.
+  static std::string too_long_text() {
+    port::set_last_system_error(port::kErrorNameTooLong);
+    return os_errormsg();
+  }
+  std::string open_refusal() const {
+    return "ERROR: IO open failed '" + too_long_ + "' (" + too_long_text() + ")";
+  }
+  // After a head line, without which there is no continuation.
+  static Lines create_refusal(const std::string& name) {
+    return {"INFO : Creating:", "ERROR: IO Create File : '" + too_long_text() + "'",
+            "     : File: '" + name + "'"};
+  }
+
   TemporaryDirectory directory_;
   std::string names_;
   std::string longest_;
@@ -89,7 +108,8 @@ TEST_F(LongPath, Of260BytesIsNoSource) {
   write(longest_, "another file");
 
   EXPECT_EQ(copy(too_long_, below(directory_, "copy.bin")), -1);
-  EXPECT_EQ(log_.lines(), Lines{"ERROR: File Copy: failed to open '" + too_long_ + "'"});
+  EXPECT_EQ(log_.lines(),
+            (Lines{open_refusal(), "ERROR: File Copy: failed to open '" + too_long_ + "'"}));
   EXPECT_EQ(copy_secure(too_long_, below(directory_, "copy.bin")), -2);
   EXPECT_EQ(get_error_file_copy_secure(-2, false),
             "File Copy: failed to open '" + too_long_ + "'\n");
@@ -110,6 +130,81 @@ TEST_F(LongPath, Of260BytesIsNoDestination) {
   EXPECT_EQ(copy_secure(source, too_long_), -2);
 
   EXPECT_EQ(read(longest_), "another file");
+}
+
+TEST_F(LongPath, Of259BytesIsCreatedAndOpened) {
+  for (const bool write_only : {true, false}) {
+    SCOPED_TRACE(write_only);
+    const OpenFile created(io_create64(longest_.c_str(), write_only, 0));
+    EXPECT_TRUE(created.is_open());
+  }
+  write(longest_, "content");
+
+  for (const int mode : {0, 1, 2}) {
+    SCOPED_TRACE(mode);
+    const OpenFile opened(io_open64(longest_.c_str(), mode, false, false, true));
+    EXPECT_TRUE(opened.is_open());
+    EXPECT_EQ(io_get_filesize64(opened.get(), longest_.c_str()), 7);
+  }
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(LongPath, Of260BytesIsNotOpened) {
+  write(longest_, "another file");
+
+  for (const int mode : {0, 1, 2}) {
+    SCOPED_TRACE(mode);
+    const OpenFile file(io_open64(too_long_.c_str(), mode, false, false, true));
+    EXPECT_FALSE(file.is_open());
+    EXPECT_EQ(log_.last_line(), open_refusal());
+  }
+  EXPECT_EQ(log_.lines().size(), 3U);
+}
+
+TEST_F(LongPath, Of260BytesIsNotCreated) {
+  msginfo("Creating:");
+  const OpenFile cached(io_create64(too_long_.c_str(), true, 1000));
+  EXPECT_FALSE(cached.is_open());
+  EXPECT_EQ(log_.lines(), create_refusal(too_long_));
+  EXPECT_EQ(file_exists(longest_.c_str()), 0);
+
+  write(longest_, "another file");
+  const OpenFile unbuffered(io_create64(too_long_.c_str(), false, 1000));
+  EXPECT_FALSE(unbuffered.is_open());
+  EXPECT_EQ(log_.lines().size(), 5U);
+  EXPECT_EQ(read(longest_), "another file");
+}
+
+TEST_F(LongPath, IsMeasuredInBytesNotInCharacters) {
+  const std::string fits = path_of(257) + "\xC3\xA9";
+  const std::string too_long = path_of(252) + "\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9";
+
+  msginfo("Creating:");
+  const OpenFile file(io_create64(fits.c_str(), true, 0));
+  EXPECT_TRUE(file.is_open());
+
+  const OpenFile refused(io_create64(too_long.c_str(), true, 0));
+  EXPECT_FALSE(refused.is_open());
+  EXPECT_EQ(log_.lines(), create_refusal(too_long));
+}
+
+TEST_F(LongPath, Of260BytesIsNoFileToTheStreams) {
+  write(longest_, "another file");
+  fReadBuffer reader;
+  fWriteBuffer writer(io_invalid_handle(), false);
+
+  EXPECT_FALSE(reader.open_file(too_long_.c_str(), true, false, false));
+  EXPECT_TRUE(reader.get_errors());
+  EXPECT_FALSE(writer.open_file(too_long_.c_str(), 0, false));
+
+  EXPECT_TRUE(reader.open_file(longest_.c_str(), true, false, false));
+  EXPECT_EQ(reader.name(), longest_);
+  reader.close_file();
+  EXPECT_TRUE(writer.open_file(longest_.c_str(), 0, false));
+  EXPECT_EQ(writer.name(), longest_);
+  EXPECT_EQ(writer.write_file("new", 1, 3), 3U);
+  EXPECT_EQ(writer.close_file(true), 1);
+  EXPECT_EQ(read(longest_), "new");
 }
 
 TEST_F(LongPath, Of260BytesIsNoFileToTheUtilities) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "orsincore/io.h"
+#include "orsincore/memory.h"
 #include "tests/files/io_fixture.h"
 
 namespace orsin {
@@ -47,6 +48,156 @@ TEST_F(StreamBuffers, WriterLeavesExactlyTheBytesThatWereWritten) {
     ASSERT_EQ(writer.close_file(true), 1);
     ASSERT_EQ(writer.error(), 0);
     ASSERT_EQ(content("out"), model) << "round " << round;
+  }
+  EXPECT_EQ(errors(), Lines{});
+}
+
+// A number, put through a writer and added to a model.
+template <typename Number>
+void put(fWriteBuffer& writer, void (fWriteBuffer::*function)(Number), Number value, bool swap,
+         std::string& model) {
+  char bytes[sizeof(Number)];
+  std::memcpy(bytes, &value, sizeof(value));
+  if (swap) {
+    std::reverse(bytes, bytes + sizeof(bytes));
+  }
+  (writer.*function)(value);
+  model.append(bytes, sizeof(bytes));
+}
+
+void put_any(fWriteBuffer& writer, std::mt19937& random, std::string& model) {
+  const bool swap = random() % 2 == 0;
+  writer.set_endian(swap ? 2 : 1);
+  const auto value = static_cast<unsigned>(random());
+  switch (random() % 4) {
+    case 0:
+      return put(writer, &fWriteBuffer::put_byte, static_cast<unsigned char>(value), swap, model);
+    case 1:
+      return put(writer, &fWriteBuffer::put_short, static_cast<short>(value), swap, model);
+    case 2:
+      return put(writer, &fWriteBuffer::put_int, static_cast<int>(value), swap, model);
+    default:
+      return put(writer, &fWriteBuffer::put_float, static_cast<float>(value), swap, model);
+  }
+}
+
+void add(fWriteBuffer& writer, const std::string& bytes, std::string& model) {
+  ASSERT_EQ(writer.write_file(bytes.data(), 1, bytes.size()), bytes.size());
+  model += bytes;
+}
+
+// Numbers, direct writes, ends written once more, other buffers half-way.
+TEST_F(StreamBuffers, WriterKeepsToItsModelOverEveryKindOfWrite) {
+  const unsigned seed = 20261123;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  constexpr std::size_t kUnit = 8192;  // Of pages, and of any drive's sectors.
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
+    fWriteBuffer writer(io_invalid_handle(), false);
+    ASSERT_TRUE(writer.set_buffer(static_cast<int>(kUnit << random() % 3), random() % 2 == 0));
+    ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, random() % 2 == 0));
+    std::string model;
+    std::vector<void*> frames;  // Direct writes need their memory until the end.
+    const auto fill_unit = [&] {
+      add(writer, random_bytes(random, (kUnit - model.size() % kUnit) % kUnit), model);
+    };
+    for (int step = 0; step < 20; ++step) {
+      switch (random() % 6) {
+        case 0:
+          for (auto count = random() % 3000; count > 0; --count) {
+            put_any(writer, random, model);
+          }
+          break;
+        case 1: {
+          fill_unit();
+          writer.flush_buffers();
+          const std::string bytes = random_bytes(random, kUnit * (1 + random() % 3));
+          frames.push_back(os_alloc(bytes.size(), 0));
+          ASSERT_NE(frames.back(), nullptr);
+          std::memcpy(frames.back(), bytes.data(), bytes.size());
+          ASSERT_EQ(writer.add_write_buffer(frames.back(), bytes.size()), bytes.size());
+          model += bytes;
+          break;
+        }
+        case 2: {
+          fill_unit();
+          writer.flush_buffers();
+          const std::size_t end = model.size();
+          model.resize(random() % (end / kUnit + 1) * kUnit);
+          ASSERT_TRUE(writer.set_file_position(model.size()));
+          add(writer, random_bytes(random, end - model.size()), model);
+          break;
+        }
+        case 3:
+          if (random() % 2 == 0) {
+            fill_unit();
+            ASSERT_TRUE(
+                writer.set_buffer(static_cast<int>(kUnit << random() % 4), random() % 2 == 0));
+          } else {
+            ASSERT_TRUE(writer.ensure_minimum_buffer_size(static_cast<int>(kUnit << random() % 4)));
+          }
+          break;
+        default:
+          add(writer, random_bytes(random, random() % 40000), model);
+          break;
+      }
+      ASSERT_EQ(writer.get_file_position(), model.size()) << "step " << step;
+    }
+    ASSERT_EQ(writer.close_file(true), 1);
+    for (void* frame : frames) {
+      EXPECT_TRUE(os_free(frame));
+    }
+    ASSERT_EQ(writer.error(), 0);
+    ASSERT_EQ(content("out").size(), model.size());
+    ASSERT_TRUE(content("out") == model);
+  }
+  EXPECT_EQ(errors(), Lines{});
+}
+
+TEST_F(StreamBuffers, MemoryKeepsToItsModelOverEveryKindOfWrite) {
+  const unsigned seed = 20261124;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
+    // The writer without a file, and the one that never has one.
+    fMemBuffer block;
+    fWriteBuffer collected(io_invalid_handle(), false);
+    fWriteBuffer& writer = round % 2 == 0 ? block : collected;
+    std::string model;
+    std::size_t position = 0;
+    const auto overwrite = [&](const std::string& bytes) {
+      model.resize(std::max(model.size(), position + bytes.size()));
+      model.replace(position, bytes.size(), bytes);
+      position += bytes.size();
+    };
+    for (int step = 0; step < 60; ++step) {
+      std::string bytes;
+      switch (random() % 4) {
+        case 0:
+          position = random() % (model.size() + 1);
+          ASSERT_TRUE(writer.set_file_position(position));
+          break;
+        case 1:
+          ASSERT_TRUE(writer.ensure_minimum_buffer_size(static_cast<int>(random() % 300000)));
+          break;
+        case 2:
+          for (auto count = random() % 500; count > 0; --count) {
+            put_any(writer, random, bytes);
+          }
+          overwrite(bytes);
+          break;
+        default:
+          add(writer, random_bytes(random, random() % 70000), bytes);
+          overwrite(bytes);
+          break;
+      }
+      ASSERT_EQ(writer.get_file_position(), position) << "step " << step;
+      ASSERT_EQ(writer.get_buffer_used(), model.size()) << "step " << step;
+    }
+    ASSERT_TRUE(model.empty() ||
+                std::memcmp(writer.get_current_buffer(), model.data(), model.size()) == 0);
   }
   EXPECT_EQ(errors(), Lines{});
 }

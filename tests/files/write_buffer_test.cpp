@@ -289,6 +289,19 @@ TEST_F(WriteBuffer, AStepAheadInsideTheBufferLeavesZeroes) {
   EXPECT_EQ(content("out"), std::string("ab\0\0\0c", 6));
 }
 
+TEST_F(WriteBuffer, AStepAheadInsideTheBufferReplacesWhatTheFileHeldThere) {
+  open(writer_);
+  add(writer_, std::string(2 * kBuffer, 'x'));
+  ASSERT_TRUE(writer_.set_file_position(0));
+
+  ASSERT_TRUE(writer_.set_file_position(100));
+  add(writer_, "new");
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out").substr(0, 103), std::string(100, '\0') + "new");
+  EXPECT_EQ(content("out").size(), 2U * kBuffer);
+}
+
 TEST_F(WriteBuffer, PutsAfterAStepAheadStayInsideTheBuffer) {
   open(writer_);
 

@@ -49,6 +49,26 @@ TEST_F(SmallBlocks, Of32And33BytesComeFromDifferentPools) {
   EXPECT_EQ(sb_alloc(32), small);
 }
 
+TEST_F(SmallBlocks, ComeFromChunksOfTheirPoolsCount) {
+  struct Case {
+    std::size_t size;
+    int chunk_elements;
+  };
+  constexpr Case kCases[] = {{32, 524288}, {64, 262144}, {128, 131072}};
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.size);
+    ASSERT_NE(sb_alloc(c.size), nullptr);
+    const long before = test::live_blocks();
+
+    for (int index = 1; index < c.chunk_elements; ++index) {
+      ASSERT_NE(sb_alloc(c.size), nullptr);
+    }
+    EXPECT_EQ(test::live_blocks(), before);
+    ASSERT_NE(sb_alloc(c.size), nullptr);
+    EXPECT_EQ(test::live_blocks(), before + 1);
+  }
+}
+
 TEST_F(SmallBlocks, GiveTheBlockThatWasFreedLastFirst) {
   void* a = sb_alloc(20);
   void* b = sb_alloc(20);

@@ -78,6 +78,34 @@ TEST(Sha1, MarksALengthThatWrapsCorrupted) {
   EXPECT_EQ(ov_SHA1Result(&context), 0);
 }
 
+TEST(Sha1, StopsAtTheByteWhereTheLengthWraps) {
+  SHA1Context context;
+  ov_SHA1Reset(&context);
+  context.Length_Low = 0xFFFFFFF0;
+  context.Length_High = 0xFFFFFFFF;
+
+  add(context, "abcd");
+
+  EXPECT_EQ(context.Corrupted, 1);
+  EXPECT_EQ(context.Length_Low, 0U);
+  EXPECT_EQ(context.Length_High, 0U);
+  EXPECT_EQ(context.Message_Block_Index, 2);
+  add(context, "e");
+  EXPECT_EQ(context.Message_Block_Index, 2);
+}
+
+TEST(Sha1, CarriesTheLengthIntoItsHighWord) {
+  SHA1Context context;
+  ov_SHA1Reset(&context);
+  context.Length_Low = 0xFFFFFFF8;
+
+  add(context, "ab");
+
+  EXPECT_EQ(context.Corrupted, 0);
+  EXPECT_EQ(context.Length_Low, 8U);
+  EXPECT_EQ(context.Length_High, 1U);
+}
+
 TEST(Sha1, GivesTheSameWordsWithAndWithoutInstructions) {
   if (!has_sha1_instructions()) {
     GTEST_SKIP() << "this processor has no SHA instructions";

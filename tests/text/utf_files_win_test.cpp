@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -41,6 +42,48 @@ TEST(Utf8FileNames, ReopenAStream) {
   std::fclose(again);
 
   EXPECT_EQ(test::TemporaryDirectory::read(second), "two");
+}
+
+// A file whose path has as many units as the library's own paths may have, and a path that continues
+// its name: by the prefix both reach the system as they are.
+class LongFileNames : public testing::Test {
+ protected:
+  static constexpr std::size_t kUnits = 259;
+
+  LongFileNames() : at_limit_("\\\\?\\" + directory_.path("n")) {
+    std::replace(at_limit_.begin(), at_limit_.end(), '/', '\\');
+    at_limit_.resize(kUnits, 'n');
+    std::FILE* file = ov_utf8_fopen(at_limit_.c_str(), "wb");
+    EXPECT_NE(file, nullptr);
+    if (file != nullptr) {
+      std::fputs("at the limit", file);
+      std::fclose(file);
+    }
+    beyond_ = at_limit_ + "bb";
+  }
+
+  test::TemporaryDirectory directory_;
+  std::string at_limit_;
+  std::string beyond_;
+};
+
+TEST_F(LongFileNames, AreNotTakenForTheirBeginning) {
+  EXPECT_EQ(ov_utf8_fopen(beyond_.c_str(), "rb"), nullptr);
+  EXPECT_EQ(test::TemporaryDirectory::read(at_limit_), "at the limit");
+}
+
+TEST_F(LongFileNames, AreOpenedWhole) {
+  std::FILE* file = ov_utf8_fopen(beyond_.c_str(), "wb");
+  ASSERT_NE(file, nullptr);
+  std::fputs("beyond", file);
+  std::fclose(file);
+  std::FILE* again = ov_utf8_freopen(beyond_.c_str(), "ab", ov_utf8_fopen(beyond_.c_str(), "rb"));
+  ASSERT_NE(again, nullptr);
+  std::fputs(" it", again);
+  std::fclose(again);
+
+  EXPECT_EQ(test::TemporaryDirectory::read(beyond_), "beyond it");
+  EXPECT_EQ(test::TemporaryDirectory::read(at_limit_), "at the limit");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <random>
 #include <string>
 
 #include "orsincore/text.h"
@@ -25,8 +26,64 @@ TEST(Utf8Decoding, ReadsStrangersAsLatin1) {
   EXPECT_EQ(position, 2U);
 }
 
+TEST(Utf8Decoding, ReadsEverySequenceOfUpToThreeBytes) {
+  char text[4] = {};
+  for (unsigned bytes = 0; bytes < 0x1000000; ++bytes) {
+    text[0] = static_cast<char>(bytes >> 16);
+    text[1] = static_cast<char>(bytes >> 8);
+    text[2] = static_cast<char>(bytes);
+    const test::NaiveCodePoint expected = test::naive_decode({text, 3}, 0);
+    std::size_t position = 0;
+    const int cp = ov_utf8_get_code_point(text, &position);
+    if (cp != static_cast<int>(expected.value) ||
+        position != (expected.value != 0 ? expected.length : 0)) {
+      FAIL() << std::hex << bytes << " read as " << cp;
+    }
+  }
+}
+
+// Written from the rule: the nearest lead byte whose own length reaches to the position.
+test::NaiveCodePoint naive_step_back(const std::string& text, std::size_t end) {
+  const auto byte = [&](std::size_t at) -> unsigned {
+    return static_cast<unsigned char>(text[at]);
+  };
+  constexpr unsigned kLeads[] = {0xC0, 0xE0, 0xF0};
+  std::size_t back = 1;
+  bool is_found = byte(end - 1) < 0x80;
+  for (std::size_t length = 2; length <= 4 && length <= end && !is_found; ++length) {
+    const unsigned lead = kLeads[length - 2];
+    if (byte(end - length) >= lead && byte(end - length) < lead / 2 + 0x80) {
+      back = length;
+      is_found = true;
+    }
+  }
+  return {is_found ? test::naive_decode(text, end - back).value : byte(end - 1), back, is_found};
+}
+
+TEST(Utf8Decoding, StepsBackByTheRuleOverAnyBytes) {
+  const unsigned seed = 815;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  constexpr unsigned char kBytes[] = {'a',  0x7F, 0x80, 0x9F, 0xA9, 0xBF, 0xC0, 0xC3,
+                                      0xDF, 0xE0, 0xE2, 0xED, 0xEF, 0xF0, 0xF4, 0xF7};
+  for (int round = 0; round < 200000; ++round) {
+    std::string text(1 + random() % 6, '\0');
+    for (char& c : text) {
+      c = static_cast<char>(kBytes[random() % sizeof(kBytes)]);
+    }
+    for (std::size_t end = text.size(); end > 0; --end) {
+      const test::NaiveCodePoint expected = naive_step_back(text, end);
+      std::size_t position = end;
+      ASSERT_EQ(ov_utf8_get_code_point_rev(text.c_str(), &position),
+                static_cast<int>(expected.value))
+          << testing::PrintToString(text) << " before " << end;
+      ASSERT_EQ(position, end - expected.length) << testing::PrintToString(text);
+    }
+  }
+}
+
 TEST(Utf8Decoding, StepsBackOverEveryCodePoint) {
-  for (unsigned cp = 1; cp <= 0x10FFFF; cp += cp < 0x1000 ? 1 : 61) {
+  for (unsigned cp = 1; cp <= 0x10FFFF; ++cp) {
     const std::string text = "a" + test::naive_encode(cp);
     std::size_t position = text.size();
     ASSERT_EQ(ov_utf8_get_code_point_rev(text.c_str(), &position), static_cast<int>(cp));
@@ -69,7 +126,23 @@ TEST(Utf8Encoding, TakesUpToFourBytes) {
 TEST(Utf8Encoding, WritesNothingWhereItDoesNotFit) {
   char bytes[] = "zz";
   EXPECT_EQ(ov_utf8_encode(0x20AC, bytes, 2), 0);
+  EXPECT_EQ(ov_utf8_encode(0x200000, bytes, 2), 0);
   EXPECT_STREQ(bytes, "zz");
+}
+
+TEST(Utf8Encoding, KeepsTheLowByteOfANegativeValue) {
+  char bytes[] = "zz";
+  EXPECT_EQ(ov_utf8_encode(-2, bytes, 2), 1);
+  EXPECT_STREQ(bytes, "\xFEz");
+}
+
+TEST(Utf8Encoding, WritesEveryCodePoint) {
+  for (unsigned cp = 0; cp <= 0x10FFFF; ++cp) {
+    char bytes[4];
+    const int length = ov_utf8_encode(static_cast<int>(cp), bytes, sizeof(bytes));
+    ASSERT_EQ(std::string_view(bytes, static_cast<std::size_t>(length)), test::naive_encode(cp))
+        << std::hex << cp;
+  }
 }
 
 TEST(Utf8Insert, InsertsACharacter) {
@@ -130,6 +203,12 @@ TEST(Utf8Validity, RefusesWhatCannotBeDecoded) {
   EXPECT_EQ(ov_utf8_is_valid("\xF4\x90\x80\x80"), 0);
   EXPECT_EQ(ov_utf8_is_valid("a\xFF"), 0);
   EXPECT_EQ(ov_utf8_is_valid("a\xC3"), 0);
+}
+
+TEST(Utf8Validity, HoldsForEveryCodePoint) {
+  for (unsigned cp = 1; cp <= 0x10FFFF; ++cp) {
+    ASSERT_EQ(ov_utf8_is_valid(test::naive_encode(cp).c_str()), 1) << std::hex << cp;
+  }
 }
 
 TEST(Utf8Validity, CutsAtTheFirstInvalidSequence) {
