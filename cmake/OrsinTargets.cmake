@@ -72,7 +72,8 @@ endif()
 if(ORSIN_COVERAGE)
   # The library's own lines only; its white-box tests link the same objects.
   # Unoptimised, or lines that were merged or moved would not count as they were written.
-  target_compile_options(orsin_objects PRIVATE --coverage -O0)
+  # Threads count at the same time.
+  target_compile_options(orsin_objects PRIVATE --coverage -O0 -fprofile-update=atomic)
   target_link_options(orsin_options INTERFACE --coverage)
 endif()
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "orsincore/memory.h"
+#include "tests/assembly/running_library.h"
 
 namespace orsin {
 namespace {
@@ -85,6 +86,48 @@ TEST(AssembledMemory, ALockedBlockStaysWhereItIs) {
   EXPECT_TRUE(large.is_intact());
   EXPECT_EQ(locked.data(), before);
   EXPECT_TRUE(locked.is_intact());
+}
+
+TEST(AssembledMemory, AKeptBlockOutlivesOneThatWasUsedBefore) {
+  Buffer first(12 * kMib, MEM_HEAP_IMAGE, 'a');
+  Buffer second(12 * kMib, MEM_HEAP_IMAGE, 'b');
+  ASSERT_EQ(mem_unlock_buffer(first.handle()), 0);
+  ASSERT_EQ(mem_unlock_buffer(second.handle()), 0);
+
+  EXPECT_EQ(mem_keep_buffer(first.handle()), 0);
+  const Buffer large(16 * kMib, MEM_HEAP_IMAGE, 'c');
+
+  EXPECT_TRUE(first.is_intact());
+  EXPECT_EQ(second.data(), nullptr);
+}
+
+TEST(AssembledMemory, PagesOfTheSystemPassForABuffer) {
+  void* pages = os_alloc(kMib, 0);
+  ASSERT_NE(pages, nullptr);
+
+  EXPECT_EQ(mem_lock_buffer(&pages), 0);
+  EXPECT_EQ(mem_keep_buffer(&pages), 0);
+  EXPECT_EQ(mem_unlock_buffer(&pages), 0);
+  EXPECT_EQ(mem_free_buffer(&pages), 0);
+
+  EXPECT_EQ(pages, nullptr);
+  EXPECT_EQ(mem_free_buffer(&pages), -1);
+}
+
+TEST(AssembledMemory, AHeapCanBeLookedAt) {
+  const Buffer buffer(kMib, MEM_HEAP_IMAGE, 'a');
+  const auto* base = static_cast<const char*>(mem_heapbase(MEM_HEAP_IMAGE));
+
+  EXPECT_GE(buffer.data(), base);
+  EXPECT_LE(buffer.data() + kMib, base + mem_heapsize(MEM_HEAP_IMAGE));
+  EXPECT_EQ(mem_validate(MEM_HEAP_IMAGE), 0);
+  EXPECT_EQ(mem_dumpheap(MEM_HEAP_IMAGE, "with one locked megabyte"), 0);
+  EXPECT_NE(test::log_line_with("with one locked megabyte"), "");
+  for (const MEM_HEAP_ID none : {MEM_HEAP_ANY, static_cast<MEM_HEAP_ID>(5)}) {
+    EXPECT_EQ(mem_heapbase(none), nullptr);
+    EXPECT_EQ(mem_validate(none), -1);
+    EXPECT_EQ(mem_dumpheap(none, "none"), -1);
+  }
 }
 
 }  // namespace
