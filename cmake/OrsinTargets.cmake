@@ -75,6 +75,9 @@ if(ORSIN_COVERAGE)
   # Threads count at the same time.
   target_compile_options(orsin_objects PRIVATE --coverage -O0 -fprofile-update=atomic)
   target_link_options(orsin_options INTERFACE --coverage)
+  if(NOT WIN32)
+    target_link_options(orsin_options INTERFACE -fsanitize=address,undefined)  # FriBidi is built so.
+  endif()
 endif()
 
 function(orsin_sources)
