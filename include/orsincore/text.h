@@ -134,8 +134,8 @@ ORSIN_API const char* ov_byte_to_utf8(char* dst, std::size_t n, const char* src)
 /// blanks. A null src gives an empty dst.
 ORSIN_API const char* validate_ascii_xml_text(char* dst, std::size_t n, const char* src);
 
-/// Opens a stream by UTF-8 name, of any length that the system takes; modes are cut at 31 units.
-/// Null when that fails; nothing is logged, errno says why. Uses 64 KiB of stack.
+/// Opens a stream by UTF-8 name. Names are cut at 259 UTF-16 units, modes at 31. Null when that
+/// fails; nothing is logged, errno says why.
 /// Windows: _wfopen, _wfreopen.
 ORSIN_API std::FILE* ov_utf8_fopen(const char* name, const char* mode);
 /// The same for a stream that is open already.
