@@ -6,7 +6,7 @@
 // Lock order. Whoever holds a lock may take one further down, never one further up:
 //
 //   1. the library loader                      core/library_loader.cpp
-//   2. the readers' direct-transfer mutex      files/read_buffer.cpp
+//   2. the readers' direct-transfer mutex      files/direct_reads.cpp
 //   3. the I/O transfer slots                  files/transfer_slots.cpp
 //   4. a movable-block heap                    memory/movable_heap.cpp
 //   5. the table of system allocations         memory/os_allocation.cpp

@@ -451,7 +451,8 @@ class ORSIN_API fWriteBuffer {
   /// Whether set_file_position() would stay within the current buffer.
   virtual bool is_file_position_inside_current_buffer(unsigned long long position);
 
-  /// The number of failed writes since the file was opened.
+  /// The number of failed writes since the file was opened. A write that ended short is one: so do
+  /// some file systems say that the disk is full.
   virtual int error();
 
   /// Numbers in the byte order of set_endian(), through write_file() where the buffer ends.
