@@ -1,6 +1,5 @@
 #include "core/restart.h"
 
-#include <cwchar>
 #include <string>
 
 #include "core/win/windows.h"
@@ -25,17 +24,9 @@ struct Restart {
 
 constinit Restart restart;
 
-// The program's path, our own arguments from the first " -" on, and the flag. Kept on purpose: the
-// path is not quoted, so a program in a folder with blanks sees the path's first word as its name.
-std::wstring successor_command_line(const char* module_path) {
-  wchar_t path[kPathUnits];
-  ov_utf8_to_wchar_n(module_path, path, kPathUnits);
-  std::wstring line = path;
-  const wchar_t* arguments = std::wcsstr(GetCommandLineW(), L" -");
-  if (arguments != nullptr) {
-    line += arguments;
-  }
-  return line + L" -restart";
+std::wstring wide_path(const char* path) {
+  wchar_t wide[kPathUnits];
+  return ov_utf8_to_wchar_n(path, wide, kPathUnits);
 }
 
 bool start_process(std::wstring command_line) {
@@ -86,7 +77,7 @@ void restart_program(const char* module_path) {
     return;
   }
   keep_until_exit(restart.mutex);
-  if (start_process(successor_command_line(module_path))) {
+  if (start_process(successor_command_line(wide_path(module_path), GetCommandLineW()))) {
     msgerror(RA_DoRestartProcessFinish() == 1 ? "* Restart failed..." : "* Restarting...");
   }
 }

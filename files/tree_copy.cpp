@@ -4,6 +4,7 @@
 // for each. They are module state: one call at a time in the process.
 #include <cstring>
 
+#include "files/ascii_case.h"
 #include "files/copy_streams.h"
 #include "files/directory_list.h"
 #include "files/file_system_port.h"
@@ -121,6 +122,21 @@ int copy_one_file(const char* source, const char* destination, unsigned long lon
   return kCopied;
 }
 
+// Copied below itself, a tree meets its copy, and the copy of that, until no path has room for more:
+// a disk full of copies, and a failure in the end.
+bool would_meet_its_copy(const char* source, const char* destination) {
+  std::size_t length = std::strlen(source);
+  while (length > 0 && (source[length - 1] == '\\' || source[length - 1] == '/')) {
+    --length;
+  }
+  for (std::size_t i = 0; i < length; ++i) {
+    if (fold_case(source[i]) != fold_case(destination[i])) {
+      return false;
+    }
+  }
+  return destination[length] == '\\' || destination[length] == '/';
+}
+
 int copy_tree(const char* source, const char* destination, bool recursive,
               unsigned long long& bytes);
 
@@ -205,6 +221,9 @@ int ov_filecopy(const char* src, const char* dst, bool recursive, unsigned long 
     return kFailed;
   }
   if (file_is_directory(src) != 0) {
+    if (recursive && would_meet_its_copy(src, dst)) {
+      return kFailed;
+    }
     const bool has_destination = file_ensure_directory(dst, nullptr, nullptr) != nullptr;
     return has_destination ? copy_tree(src, dst, recursive, bytes) : 0;
   }

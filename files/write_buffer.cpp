@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "files/buffer_configuration.h"
+#include "files/io_port.h"
 #include "files/transfer_slots.h"
 #include "files/volumes.h"
 #include "orsincore/files.h"

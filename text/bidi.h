@@ -36,7 +36,7 @@ class OvBidiImpl final : public OvBidi {
   bool NextSelectionRun(int* start, int* end) override;
   virtual ~OvBidiImpl();  // Behind the interface's functions in the table.
 
-  // What the analysis found, for hosts that show it.
+  // What the analysis found, for the tests.
   [[nodiscard]] int length() const { return length_; }
   [[nodiscard]] int capacity() const { return capacity_; }
   [[nodiscard]] int highest_level() const { return highest_level_; }

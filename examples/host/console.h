@@ -8,7 +8,7 @@
 namespace host {
 
 /// Reads the command line as UTF-8, with the program's full path in front, and switches the
-/// console's output to UTF-8. Call once, first.
+/// console's output to UTF-8 until the program ends. Call once, first.
 void open_console();
 
 /// The command line read by open_console(); argv ends with null and lives as long as the process.

@@ -1,6 +1,7 @@
 #include "core/win/windows.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -52,7 +53,11 @@ void open_console() {
     argument_pointers.push_back(argument.data());
   }
   argument_pointers.push_back(nullptr);
+
+  // The console outlives this program, and others in it may expect what they set.
+  static const UINT code_page_before = GetConsoleOutputCP();
   SetConsoleOutputCP(CP_UTF8);
+  std::atexit([] { SetConsoleOutputCP(code_page_before); });
 
   errors = _fdopen(_dup(_fileno(stderr)), "w");
   if (errors != nullptr) {

@@ -128,5 +128,8 @@ int main() {
   host::open_console();
   const int result = host::run(host::console_argv());
   // A full disk or a closed pipe must not look like success.
-  return std::fflush(stdout) == 0 ? result : host::kFailed;
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    return host::fail("cannot write to standard output");
+  }
+  return result;
 }

@@ -324,7 +324,8 @@ ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
 /// @param bytes      Set to the bytes copied.
 /// @return For a directory the number of files copied, for a file 0; a missing source gives 0.
 ///         Negative on failure: -1 same string or source cannot be opened, -2 destination cannot be
-///         created, -3 nothing read or a write fell short; -1 for a failure inside a tree.
+///         created, -3 nothing read or a write fell short; -1 for a failure inside a tree, and
+///         before anything is made for a tree that was to be copied below itself.
 /// The same string twice writes an error line. One call at a time in the process.
 ORSIN_API int ov_filecopy(const char* src, const char* dst, bool recursive,
                           unsigned long long& bytes);

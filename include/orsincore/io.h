@@ -56,10 +56,10 @@ ORSIN_API void* io_open64(const char* name, int mode, bool unbuffered, bool shar
 /// Windows: CreateFileW, SetEndOfFile, FSCTL_SET_ZERO_DATA.
 ORSIN_API void* io_create64(const char* name, bool write_only, long long initial_size);
 
-/// Cancels what this thread has in flight on the handle, waits for what others have, and closes it.
-/// Tickets of its transfers count as completed. The invalid handle is ignored.
+/// Cancels what is in flight on the handle, whichever thread started it, and closes it. Tickets of
+/// its transfers count as completed. The invalid handle is ignored.
 ///
-/// Windows: CancelIo, CloseHandle.
+/// Windows: CancelIoEx, CloseHandle.
 ORSIN_API void io_close64(void* file);
 
 /// Starts reading. The buffer belongs to the transfer until it is completed, flushed or closed.
@@ -451,7 +451,8 @@ class ORSIN_API fWriteBuffer {
   /// Whether set_file_position() would stay within the current buffer.
   virtual bool is_file_position_inside_current_buffer(unsigned long long position);
 
-  /// The number of failed writes since the file was opened.
+  /// The number of failed writes since the file was opened. A write that ended short is one: so do
+  /// some file systems say that the disk is full.
   virtual int error();
 
   /// Numbers in the byte order of set_endian(), through write_file() where the buffer ends.

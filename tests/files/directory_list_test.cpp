@@ -171,6 +171,34 @@ TEST_F(DirectoryList, OfAFileIsThatOfItsDirectory) {
   EXPECT_EQ(files_of(found), (Names{"a.wav", "b.wav"}));
 }
 
+#if defined(_WIN32)  // Elsewhere there are no drives.
+TEST_F(DirectoryList, OfADriveIsThatOfItsRoot) {
+  const UniqueList root = list("C:\\", 1);
+  ASSERT_GT(root->entry_count, 0);
+
+  for (const char* drive : {"C:", "C:\\no such file.wav"}) {
+    SCOPED_TRACE(drive);
+    const UniqueList found = list(drive, 1);
+    EXPECT_STREQ(found->path, "C:");
+    EXPECT_EQ(files_of(found), files_of(root));
+    EXPECT_EQ(directories_of(found), directories_of(root));
+  }
+}
+
+TEST_F(DirectoryList, OfNothingIsTheDrives) {
+  for (const char* path : {"", "\\"}) {
+    SCOPED_TRACE(path);
+    const UniqueList drives = list(path);
+    ASSERT_TRUE(drives);
+    const Names names = directories_of(drives);
+    const auto found = std::find(names.begin(), names.end(), "C:\\");
+    ASSERT_NE(found, names.end());
+    const char* name = drives->dirs[found - names.begin()];
+    EXPECT_EQ(std::string_view(name + 4).substr(0, 5), "C:\\ (");
+  }
+}
+#endif
+
 TEST_F(DirectoryList, OfABareNameIsThatOfTheDataPath) {
   const test::ProgramPaths paths;
   test::ProgramPaths::set_data(root());

@@ -84,6 +84,33 @@ TEST_F(TreeCopy, RefusesTheSameString) {
             std::string::npos);
 }
 
+TEST_F(TreeCopy, MakesNothingOfATreeBelowItself) {
+  directory_.write("takes/one.wav", "one");
+  const std::string takes = below(directory_, "takes");
+  const std::string takes_in_capitals = below(directory_, "TAKES");
+
+  EXPECT_EQ(copy(takes, takes + "\\copy"), -1);
+  EXPECT_EQ(copy(takes + "\\", takes_in_capitals + "/deep/copy"), -1);
+  EXPECT_EQ(copy(takes, takes + "\\"), -1);
+
+  EXPECT_EQ(file_is_directory((takes + "\\copy").c_str()), 0);
+  EXPECT_EQ(file_is_directory((takes + "\\deep").c_str()), 0);
+}
+
+TEST_F(TreeCopy, PutsATreeBesideItself) {
+  directory_.write("takes/one.wav", "one");
+  const std::string takes = below(directory_, "takes");
+
+  EXPECT_EQ(copy(takes, takes + " of today"), 1);
+  EXPECT_EQ(copy(takes, below(directory_, "take")), 1);
+  EXPECT_EQ(copy(takes, takes + "\\flat", false), 1);
+
+  for (const char* copied : {"takes of today/one.wav", "take/one.wav", "takes/flat/one.wav"}) {
+    SCOPED_TRACE(copied);
+    EXPECT_EQ(test::TemporaryDirectory::read(directory_.path(copied)), "one");
+  }
+}
+
 TEST_F(TreeCopy, KeepsRefusingAnEmptySource) {
   directory_.write("empty.bin", "");
 

@@ -1,6 +1,4 @@
 // The hand-over from a process that closes down to the one it starts in its place.
-#include <filesystem>
-
 #include "tests/host/child_process.h"
 
 namespace orsin {
@@ -87,24 +85,6 @@ TEST_F(Restart, AProgramThatCannotBeStartedLeavesNoWord) {
   const std::string text = log();
   EXPECT_EQ(text.find("* Restart"), std::string::npos) << text;
   EXPECT_EQ(text.find("* Closed normally"), std::string::npos) << text;
-}
-
-// The blank ends the successor's first word, so all its arguments stand one place further back: where
-// the name was it finds the command, and calls itself so.
-TEST_F(Restart, KeepsThePathWithABlankUnquoted) {
-  const std::string program = directory().path("two words.exe");
-  std::filesystem::copy_file(test::to_path(ORSIN_TEST_HOST), test::to_path(program));
-  SetEnvironmentVariableW(L"ORSIN_TEST_MODULE", test::to_path(program).c_str());
-  NamedEvent shifted("restartDone");
-
-  EXPECT_EQ(run("restart"), 0);
-  EXPECT_TRUE(shifted.wait());
-  SetEnvironmentVariableW(L"ORSIN_TEST_MODULE", nullptr);
-
-  const std::string text =
-      test::TemporaryDirectory::read(directory().path("Settings\\logs\\restart.log"));
-  EXPECT_NE(text.find("Log continued(2): "), std::string::npos) << text;
-  EXPECT_NE(log().find("ERROR: * Restarting..."), std::string::npos) << log();
 }
 
 TEST_F(Restart, WhereTheMutexCannotBeMadeTheProgramOnlyEnds) {
