@@ -1,6 +1,9 @@
 // Start-up and closedown: the fixed order in which everything comes up and goes down.
 //
-// Both run on the host's main thread while no other thread of the library runs.
+// Both run on the host's main thread while no other thread of the library runs. At TRACE level the
+// log names each step as it was done: those of start-up with their times once the level is set,
+// those of closedown one by one.
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 
@@ -34,6 +37,43 @@ constexpr int kTimerResolutionMs = 1;  // The platform's timer is left as it is.
 
 void* autorelease_pool = nullptr;
 
+// Does the steps of start-up and remembers them for the log, which is not at TRACE level before the
+// last one is done.
+class StartupSteps {
+ public:
+  template <typename Step>
+  void take(const char* name, Step step) {
+    const auto begin = Clock::now();
+    step();
+    if (count_ < kStepsMax) {
+      taken_[count_++] = {name, Clock::now() - begin};
+    }
+  }
+
+  void trace() const {
+    for (int i = 0; i < count_; ++i) {
+      const std::chrono::duration<double, std::milli> time = taken_[i].time;
+      msg_trace("Start-up: %s, %.2f ms", taken_[i].name, time.count());
+    }
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;  // The library's own starts on the way.
+  static constexpr int kStepsMax = 16;      // Fourteen are taken.
+
+  struct Taken {
+    const char* name;
+    Clock::duration time;
+  };
+  Taken taken_[kStepsMax] = {};
+  int count_ = 0;
+};
+
+void take_down(const char* name, void (*stop)()) {
+  msg_trace("Closedown: %s", name);
+  stop();
+}
+
 // Primes the system's generator; the identifier itself is not kept.
 void prime_identifiers() {
   char identifier[64];
@@ -66,34 +106,40 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   }
 
   // 3. What everything else needs: processors, memory, clock.
-  port::silence_error_boxes();
-  query_processors(false);
+  StartupSteps steps;
   mem_info_str memory = {};
-  start_memory(memory);
-  prime_identifiers();
-  start_clock();
+  port::silence_error_boxes();
+  steps.take("processors", [] { query_processors(false); });
+  steps.take("memory", [&memory] { start_memory(memory); });
+  steps.take("identifiers", prime_identifiers);
+  steps.take("clock", start_clock);
 
   // 4. Paths, log file and the head of the log.
-  set_paths_and_open_log(application_name, data_variable, RA_CheckProcessWasRestarted() != 0);
+  steps.take("paths and log", [=] {
+    set_paths_and_open_log(application_name, data_variable, RA_CheckProcessWasRestarted() != 0);
+  });
   const int level = msg_getlevel() + options.debug_count;
-  write_banner(application_name, level, {restart_flag(), restart_error()});
-  write_system_report(memory.total_physical, kTimerResolutionMs);
+  steps.take("system report", [&memory, application_name, level] {
+    write_banner(application_name, level, {restart_flag(), restart_error()});
+    write_system_report(memory.total_physical, kTimerResolutionMs);
+  });
 
   // 5. The subsystems.
-  mem_alloc_pools();
-  schedule_for_startup();
-  start_thread_table();
-  start_transfers();
-  start_library_loader();
-  start_localisation();
+  steps.take("standard heaps", mem_alloc_pools);
+  steps.take("scheduling", schedule_for_startup);
+  steps.take("thread table", start_thread_table);
+  steps.take("transfers", [] { start_transfers(); });
+  steps.take("library loader", start_library_loader);
+  steps.take("localisation", start_localisation);
 
   // 6. The rest of the report, and the executor.
   write_rule();
-  write_owner_report();
+  steps.take("owner report", write_owner_report);
   const int workers = options.processor_count >= 1 ? options.processor_count : mp_get_numcpu(0);
-  write_executor_report(start_executor(workers));
+  steps.take("executor", [workers] { write_executor_report(start_executor(workers)); });
   write_rule();
   msg_setlevel(level);
+  steps.trace();
   return true;
 }
 
@@ -117,21 +163,21 @@ bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
 
 void ov_closedown() {
   msginfo("*---------------------------------------------------");
-  stop_transfers();
-  mem_free_pools();
-  stop_memory();
-  stop_executor();
-  OV_Thread::Destroy();
-  stop_thread_table();
-  flist_flushcache();
-  end_single_instance();
+  take_down("transfers", stop_transfers);
+  take_down("standard heaps", mem_free_pools);
+  take_down("memory", stop_memory);
+  take_down("executor", stop_executor);
+  take_down("background worker", OV_Thread::Destroy);
+  take_down("thread table", stop_thread_table);
+  take_down("directory names", flist_flushcache);
+  take_down("single instance", end_single_instance);
   if (is_restart_requested()) {
     restart_program(program_paths().module);
   } else {
     msgcont("* Closed normally");
   }
-  stop_localisation();
-  stop_library_loader();
+  take_down("localisation", stop_localisation);
+  take_down("library loader", stop_library_loader);
   write_rule();
   msg_close();
   ov_release_autorelease_pool(autorelease_pool);

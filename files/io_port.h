@@ -58,6 +58,7 @@ void arm_record(TransferRecord& record) noexcept;
 [[nodiscard]] bool transfer_result(void* file, TransferRecord& record,
                                    std::uint32_t& bytes) noexcept;
 
+/// All of the handle's, whichever thread started them; they still end, as failed.
 void cancel_transfers(void* file) noexcept;
 
 struct OpenMode {

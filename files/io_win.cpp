@@ -106,7 +106,8 @@ bool transfer_result(void* file, TransferRecord& record, std::uint32_t& bytes) n
 }
 
 void cancel_transfers(void* file) noexcept {
-  CancelIo(file);
+  // Not CancelIo(), which leaves alone what other threads have started: closing would wait for it.
+  CancelIoEx(file, nullptr);
 }
 
 void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {

@@ -164,8 +164,9 @@ bool create_queue(int workers) {
     msgerror("SMP: Can't allocate thread local storage..");
     return false;
   }
-  return executor.ring != nullptr && executor.ring->capacity() > 0 && executor.work != nullptr &&
-         executor.space != nullptr && executor.done != nullptr && executor.workers != nullptr;
+  return executor.ring != nullptr && executor.ring->capacity() > 0 &&
+         executor.queue_mutex.exists() && executor.work != nullptr && executor.space != nullptr &&
+         executor.done_mutex.exists() && executor.done != nullptr && executor.workers != nullptr;
 }
 
 void delete_queue() {

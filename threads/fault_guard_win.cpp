@@ -180,7 +180,11 @@ void install_fault_guard() {
   if (guard.state_index != TLS_OUT_OF_INDEXES) {
     return;
   }
-  guard.state_index = TlsAlloc();
+  const DWORD index = TlsAlloc();
+  if (index == TLS_OUT_OF_INDEXES) {
+    return;  // Faults then end the process as in any program.
+  }
+  guard.state_index = index;
   guard.previous_terminate = std::set_terminate(on_terminate);
   guard.previous_filter = SetUnhandledExceptionFilter(last_filter);
 }

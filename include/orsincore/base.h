@@ -176,7 +176,7 @@ class ov_vector {
 /// A bounded ring of trivially copyable entries with its own mutex.
 ///
 /// A push into a full ring is dropped and returns false: callers bound what they have outstanding.
-/// A ring whose memory could not be had has capacity 0. Any thread.
+/// A ring whose memory could not be had has capacity 0 and must not be used. Any thread.
 template <typename T>
 class ov_queue {
   static_assert(std::is_trivially_copyable_v<T>, "entries are copied by value");
@@ -186,7 +186,7 @@ class ov_queue {
   explicit ov_queue(int capacity)
       : mutex_(mp_new_mutex(0, 0)),
         entries_(new (std::nothrow) T[static_cast<std::size_t>(capacity)]) {
-    capacity_ = entries_ != nullptr ? capacity : 0;
+    capacity_ = mutex_ != nullptr && entries_ != nullptr ? capacity : 0;
   }
   ov_queue(const ov_queue&) = delete;
   ov_queue& operator=(const ov_queue&) = delete;

@@ -59,10 +59,10 @@ ORSIN_API void* io_open64(const char* name, int mode, bool unbuffered, bool shar
 /// Windows: CreateFileW, SetEndOfFile, FSCTL_SET_ZERO_DATA.
 ORSIN_API void* io_create64(const char* name, bool write_only, long long initial_size);
 
-/// Cancels what this thread has in flight on the handle, waits for what others have, and closes it.
-/// Tickets of its transfers count as completed. The invalid handle is ignored.
+/// Cancels what is in flight on the handle, whichever thread started it, and closes it. Tickets of
+/// its transfers count as completed. The invalid handle is ignored.
 ///
-/// Windows: CancelIo, CloseHandle.
+/// Windows: CancelIoEx, CloseHandle.
 ORSIN_API void io_close64(void* file);
 
 /// Starts reading. The buffer belongs to the transfer until it is completed, flushed or closed.

@@ -41,9 +41,8 @@ ORSIN_API void ov_closedown();
 
 /// Whether a second instance was started since the last call, and its command line.
 ///
-/// @param destination  At least 260 bytes; written (padded with zeros; without a terminator when
-/// all
-///        260 are used) only when the result is 1.
+/// @param destination  At least 260 bytes; written only when the result is 1, padded with zeros,
+///        without a terminator when all 260 are used.
 /// @return 1 when there was one; only the latest is kept. 0 for a null `destination`, and it stays.
 ORSIN_API int ov_get_instance_update(char* destination);
 

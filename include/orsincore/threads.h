@@ -136,8 +136,7 @@ ORSIN_API unsigned int mp_start_thread(const char* name, void (*entry)(void*), v
 /// Waits for a thread to end and forgets it.
 ///
 /// @return 1 when it ended in time. 0 after a warning when it did not (it runs on, forgotten) or
-/// the
-///         wait failed; 0 at once for an identifier that is not in use.
+///         the wait failed; 0 at once for an identifier that is not in use.
 /// Any thread but the one waited for.
 ORSIN_API int mp_join_thread(unsigned int identifier, unsigned int timeout_ms);
 

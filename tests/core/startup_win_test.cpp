@@ -42,5 +42,52 @@ TEST(ComputerName, IsToldWhereItFits) {
   EXPECT_STRNE(name, "");
 }
 
+// A value of the machine's registration that exists for one test.
+class RegisteredValue {
+ public:
+  RegisteredValue(const wchar_t* name, DWORD type, const void* data, DWORD bytes) : name_(name) {
+    EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, name, type, data, bytes), ERROR_SUCCESS);
+  }
+  ~RegisteredValue() { RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kKey, name_); }
+  RegisteredValue(const RegisteredValue&) = delete;
+  RegisteredValue& operator=(const RegisteredValue&) = delete;
+
+ private:
+  static constexpr wchar_t kKey[] = L"Software\\Microsoft\\Windows NT\\CurrentVersion";
+  const wchar_t* name_;
+};
+
+TEST(Registration, IsReadWhereItIsAPlainTextOnly) {
+  constexpr wchar_t kText[] = L"Studio S\u00fcd";
+  constexpr DWORD kNumber = 7;
+  const RegisteredValue text(L"OrsinTestText", REG_SZ, kText, sizeof(kText));
+  const RegisteredValue open_ended(L"OrsinTestOpen", REG_SZ, kText, sizeof(kText) - 2);
+  const RegisteredValue expanding(L"OrsinTestExpanding", REG_EXPAND_SZ, kText, sizeof(kText));
+  const RegisteredValue number(L"OrsinTestNumber", REG_DWORD, &kNumber, sizeof(kNumber));
+  const RegisteredValue empty(L"OrsinTestEmpty", REG_SZ, L"", sizeof(wchar_t));
+  char found[128];
+
+  for (const char* name : {"OrsinTestText", "OrsinTestOpen"}) {
+    SCOPED_TRACE(name);
+    ASSERT_TRUE(port::registered(name, found, sizeof(found)));
+    EXPECT_STREQ(found, "Studio S\u00fcd");
+  }
+  for (const char* name :
+       {"OrsinTestExpanding", "OrsinTestNumber", "OrsinTestEmpty", "OrsinTestAbsent"}) {
+    SCOPED_TRACE(name);
+    EXPECT_FALSE(port::registered(name, found, sizeof(found)));
+  }
+}
+
+TEST(SystemVersion, IsInTheRecordToo) {
+  port::Version product;
+  ASSERT_TRUE(port::system_product_version(product));
+
+  const port::SystemVersion version = port::system_version();
+
+  EXPECT_GT(version.major, 0);
+  EXPECT_GT(version.build, 0);
+}
+
 }  // namespace
 }  // namespace orsin

@@ -140,5 +140,11 @@ TEST_F(DateTexts, KeepThePiecesThatFit) {
   EXPECT_EQ(mod_date(2, 23), "2024-01-31T12:34:56+00");
 }
 
+TEST_F(DateTexts, NeedABuffer) {
+  EXPECT_FALSE(file_ts_2_txt(1000, nullptr, 32));
+  EXPECT_FALSE(file_get_local_datetime_str(path().c_str(), nullptr, 32));
+  EXPECT_FALSE(file_get_mod_date_str(path().c_str(), nullptr, 32, 1));
+}
+
 }  // namespace
 }  // namespace orsin

@@ -9,6 +9,7 @@
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "tests/files/io_fixture.h"
+#include "tests/threads/gate.h"
 
 namespace orsin {
 namespace {
@@ -196,6 +197,26 @@ TEST_F(PipeTransfers, ClosingCancelsAPendingRead) {
 
   io_close64(client_);
   client_ = io_invalid_handle();
+
+  EXPECT_EQ(io_complete64(client_, &ticket, true), 1);
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(PipeTransfers, ClosingCancelsWhatAnotherThreadStarted) {
+  int ticket = 0;
+  test::Gate has_started;
+  test::Gate is_closed;
+  std::thread reader([&] {
+    EXPECT_TRUE(io_read_async64(client_, bytes_, 0, sizeof(bytes_), &ticket));
+    has_started.open();
+    is_closed.wait();  // A thread that ends takes its transfers with it.
+  });
+  has_started.wait();
+
+  io_close64(client_);
+  client_ = io_invalid_handle();
+  is_closed.open();
+  reader.join();
 
   EXPECT_EQ(io_complete64(client_, &ticket, true), 1);
   EXPECT_EQ(log_.lines(), Lines{});

@@ -10,6 +10,7 @@
 //   access   starts the thread "Reader", which reads through a null pointer
 //   division starts the thread "Divider", which divides by zero
 //   leave    leaves queued work and an open plug-in (ORSIN_TEST_PLUGIN) to closedown
+//   litter   leaves pages of the system and a thread that never ends to closedown
 //   serve    is a first instance: signals NAMEReady, waits for NAMEAsk, logs the updates
 //   window   the same, with a minimised main window
 //   restart  asks for a restart the first time
@@ -92,6 +93,23 @@ void leave_to_closedown() {
   }
 }
 
+void leave_litter(const char* application) {
+  static const Event never(application, "Never");
+  static const Event runs(application, "Runs");
+  mp_start_thread(
+      "Endless",
+      [](void*) {
+        SetEvent(runs.handle());
+        WaitForSingleObject(never.handle(), INFINITE);
+        msgerror("the endless thread ended by itself");
+      },
+      nullptr);
+  WaitForSingleObject(runs.handle(), INFINITE);
+  if (os_alloc(64 * 1024, 0) == nullptr) {
+    msgerror("no pages");
+  }
+}
+
 HWND make_main_window(const char* application) {
   const std::string class_name = std::string(application) + "KORVANE";
   WNDCLASSA window_class = {};
@@ -158,6 +176,8 @@ int act(const std::string& command, const char* application) {
     run_thread("Divider", divide_by_zero);
   } else if (command == "leave") {
     leave_to_closedown();
+  } else if (command == "litter") {
+    leave_litter(application);
   } else if (command == "serve") {
     serve(application, nullptr);
   } else if (command == "window") {

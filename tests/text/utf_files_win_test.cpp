@@ -29,6 +29,12 @@ TEST(Utf8FileNames, GiveNullForAMissingFile) {
   EXPECT_EQ(ov_utf8_fopen(directory.path("missing").c_str(), "rb"), nullptr);
 }
 
+TEST(Utf8FileNames, GiveNullForNull) {
+  EXPECT_EQ(ov_utf8_fopen(nullptr, "rb"), nullptr);
+  EXPECT_EQ(ov_utf8_fopen("name", nullptr), nullptr);
+  EXPECT_EQ(ov_utf8_freopen("name", "rb", nullptr), nullptr);
+}
+
 TEST(Utf8FileNames, ReopenAStream) {
   const test::TemporaryDirectory directory;
   const std::string first = directory.path("first");

@@ -34,5 +34,9 @@ TEST(Uuid, IsNewEachTime) {
   EXPECT_STRNE(first, second);
 }
 
+TEST(Uuid, IsNotMadeForNobody) {
+  EXPECT_EQ(ov_create_uuid(nullptr), nullptr);
+}
+
 }  // namespace
 }  // namespace orsin

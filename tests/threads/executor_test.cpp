@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "orsincore/threads.h"
+#include "tests/net/new_refusal.h"
 #include "tests/threads/gate.h"
 #include "threads/thread_table.h"
 
@@ -179,6 +180,32 @@ TEST_F(Executor, RunsInlineWhenItStartsAgainWithOneProcessor) {
   execute(count_part, counts);
   EXPECT_EQ(smp_numprocs(), 1);
   EXPECT_EQ(counts[0].load(), 1);
+}
+
+TEST_F(Executor, RunsInlineWithoutMemoryForAnyOfItsPieces) {
+  constexpr int kPiecesMin = 8;
+  start_thread_table();
+  int granted = 0;
+  while (true) {
+    SCOPED_TRACE(granted);
+    int workers = 0;
+    {
+      const test::NewRefusal refusal(granted);
+      workers = start_executor(2);
+    }
+    if (workers == 2) {
+      break;
+    }
+    std::atomic<int> counts[2] = {};
+    execute(count_part, counts);
+    ASSERT_EQ(workers, 1);
+    EXPECT_EQ(smp_numprocs(), 1);
+    EXPECT_EQ(counts[0].load(), 1);
+    EXPECT_EQ(counts[1].load(), 0);
+    stop_executor();
+    ++granted;
+  }
+  EXPECT_GE(granted, kPiecesMin);
 }
 
 TEST_F(Executor, FreesTheRecordsOfItsWorkers) {

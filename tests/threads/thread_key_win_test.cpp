@@ -1,40 +1,22 @@
 // Thread-local keys that the system refuses, and who needs them.
 #include <gtest/gtest.h>
 
+#include <exception>
 #include <string>
-#include <vector>
 
 #include "core/win/windows.h"
 #include "orsincore/threads.h"
 #include "tests/support/log_capture.h"
+#include "tests/threads/no_keys_left_win.h"
 #include "threads/executor.h"
+#include "threads/fault_guard.h"
 
 namespace orsin {
 namespace {
 
 using test::Lines;
 using test::LogCapture;
-
-// Takes every thread-local index of the process while it lives.
-class NoKeysLeft {
- public:
-  NoKeysLeft() {
-    for (DWORD index = TlsAlloc(); index != TLS_OUT_OF_INDEXES; index = TlsAlloc()) {
-      indices_.push_back(index);
-    }
-    error_ = GetLastError();
-  }
-  ~NoKeysLeft() {
-    for (const DWORD index : indices_) {
-      TlsFree(index);
-    }
-  }
-  [[nodiscard]] std::string error() const { return std::to_string(error_); }
-
- private:
-  std::vector<DWORD> indices_;
-  DWORD error_ = 0;
-};
+using test::NoKeysLeft;
 
 TEST(ThreadLocalKeyShortage, IsReportedWithTheSystemsCode) {
   const LogCapture log;
@@ -68,6 +50,20 @@ TEST(ThreadLocalKeyShortage, LeavesTheExecutorInline) {
   EXPECT_EQ(log.lines(),
             (Lines{"ERROR: Failed to allocate thread local storage: " + shortage.error(),
                    "ERROR: SMP: Can't allocate thread local storage.."}));
+}
+
+// Were our handler put before itself, ending would never end.
+TEST(ThreadLocalKeyShortageDeathTest, LeavesTerminationAsItIs) {
+  const auto terminate_after_shortage = [] {
+    {
+      const NoKeysLeft shortage;
+      install_fault_guard();
+      install_fault_guard();
+    }
+    std::terminate();
+  };
+
+  EXPECT_EXIT(terminate_after_shortage(), testing::ExitedWithCode(3), "");
 }
 
 }  // namespace
