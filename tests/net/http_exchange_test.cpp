@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstring>
 #include <string>
 #include <thread>
 
 #include "orsincore/network.h"
+#include "tests/net/large_answer.h"
 #include "tests/net/servers.h"
 #include "tests/support/temporary_directory.h"
 
@@ -168,24 +168,9 @@ TEST(HttpExchange, ReadsOneAnswerAfterTheOther) {
 }
 
 TEST(HttpExchange, ReadsAGibibyte) {
-  constexpr std::size_t kSize = std::size_t{1} << 30;
   ov_http_socket socket;
-  unsigned long long bytes = 0;
 
-  const char* data = socket.GetHttpData(nginx_url("/1073741824").c_str(), OV_HTTP_GET, nullptr, -1,
-                                        nullptr, &bytes);
-
-  ASSERT_NE(data, nullptr);
-  ASSERT_EQ(bytes, kSize);
-  EXPECT_EQ(data[kSize], '\0');
-  // All zeros but for four marks.
-  std::size_t marks = 0;
-  for (const std::size_t place : {std::size_t{0}, std::size_t{8191}, kSize / 2, kSize - 4}) {
-    marks += std::memcmp(data + place, "mark", 4) == 0 ? 1 : 0;
-  }
-  EXPECT_EQ(marks, 4u);
-  EXPECT_EQ(std::string_view(data + 8195, kSize / 2 - 8195).find_first_not_of('\0'),
-            std::string_view::npos);
+  test::expect_gibibyte(socket, nginx_url("/1073741824"));
 }
 
 TEST(HttpExchange, GivesStatusAndBodyOfEveryAnswer) {

@@ -6,6 +6,7 @@
 
 #include "core/win/windows.h"
 #include "orsincore/network.h"
+#include "tests/net/large_answer.h"
 #include "tests/net/servers.h"
 #include "tests/support/temporary_directory.h"
 
@@ -94,6 +95,10 @@ TEST_F(HttpTls, GetsFromATrustedServer) {
 TEST_F(HttpTls, GetsLargeFilesFromATrustedServer) {
   EXPECT_TRUE(get(socket_, tls_url("TRUSTED", "/104857600")) ==
               TemporaryDirectory::read(test::served_file("104857600")));
+}
+
+TEST_F(HttpTls, GetsAGibibyteFromATrustedServer) {
+  test::expect_gibibyte(socket_, tls_url("TRUSTED", "/1073741824"));
 }
 
 TEST_F(HttpTls, PostsToATrustedServer) {
