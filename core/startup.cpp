@@ -16,6 +16,7 @@
 #include "core/startup_letters.h"
 #include "core/startup_port.h"
 #include "core/system_report.h"
+#include "files/copy_streams.h"
 #include "files/transfer_slots.h"
 #include "memory/memory_lifecycle.h"
 #include "orsincore/files.h"
@@ -163,6 +164,7 @@ bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
 
 void ov_closedown() {
   msginfo("*---------------------------------------------------");
+  take_down("copy streams", release_copy_streams);
   take_down("transfers", stop_transfers);
   take_down("standard heaps", mem_free_pools);
   take_down("memory", stop_memory);

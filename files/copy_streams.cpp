@@ -1,8 +1,10 @@
 // What all copies share; see copy_streams.h.
 #include "files/copy_streams.h"
 
+#include <atomic>
 #include <new>
 
+#include "files/copy_writer.h"
 #include "files/file_system_port.h"
 #include "orsincore/log.h"
 
@@ -13,19 +15,41 @@ constexpr int kReaderBuffers = 8;
 constexpr unsigned long long kReaderBufferBytes = 0x100000;
 constexpr int kWriterBufferBytes = 0x1000000;
 
-// Every writer made here is one of these.
-class CopyWriter final : public fWriteBuffer {
+// A closed stream between two copies. Whoever takes it has it alone.
+template <typename Stream>
+class Kept {
  public:
-  CopyWriter() : fWriteBuffer(io_invalid_handle(), true) {}
+  std::unique_ptr<Stream> take() { return std::unique_ptr<Stream>(stream_.exchange(nullptr)); }
 
-  void abandon() {
-    if (file_ != io_invalid_handle()) {
-      io_close64(file_);
+  void keep(std::unique_ptr<Stream> stream) {
+    Stream* none = nullptr;
+    if (stream_.compare_exchange_strong(none, stream.get())) {
+      static_cast<void>(stream.release());
     }
-    file_ = io_invalid_handle();
-    opened_ = false;
   }
+
+ private:
+  std::atomic<Stream*> stream_{nullptr};
 };
+
+constinit Kept<fReadBuffer> kept_reader;
+constinit Kept<CopyWriter> kept_writer;
+
+std::unique_ptr<fReadBuffer> new_reader() {
+  std::unique_ptr<fReadBuffer> reader(new (std::nothrow) fReadBuffer(io_invalid_handle()));
+  if (reader) {
+    reader->cfg_buffers(kReaderBuffers, kReaderBufferBytes, kReaderBufferBytes);
+  }
+  return reader;
+}
+
+std::unique_ptr<CopyWriter> new_writer() {
+  std::unique_ptr<CopyWriter> writer(new (std::nothrow) CopyWriter);
+  if (writer && !writer->set_buffer(kWriterBufferBytes, true)) {
+    writer.reset();
+  }
+  return writer;
+}
 
 void copy_write_time(const char* source, const char* destination, bool share_source, bool verbose) {
   std::uint64_t time = 0;
@@ -57,26 +81,36 @@ void copy_attributes(const char* source, const char* destination, bool verbose) 
 
 }  // namespace
 
+void StreamReturn::operator()(fReadBuffer* reader) const {
+  reader->close_file();
+  kept_reader.keep(std::unique_ptr<fReadBuffer>(reader));
+}
+
+void StreamReturn::operator()(fWriteBuffer* writer) const {
+  auto* own = static_cast<CopyWriter*>(writer);  // Every writer made here is one of these.
+  own->rest();
+  kept_writer.keep(std::unique_ptr<CopyWriter>(own));
+}
+
+void release_copy_streams() {
+  kept_reader.take().reset();
+  kept_writer.take().reset();
+}
+
 BorrowedReader reader_for_copy(fReadBuffer* reader) {
   if (reader != nullptr) {
     return BorrowedReader(reader);
   }
-  std::unique_ptr<fReadBuffer> own(new (std::nothrow) fReadBuffer(io_invalid_handle()));
-  if (own) {
-    own->cfg_buffers(kReaderBuffers, kReaderBufferBytes, kReaderBufferBytes);
-  }
-  return BorrowedReader(std::move(own));
+  std::unique_ptr<fReadBuffer> own = kept_reader.take();
+  return BorrowedReader(BorrowedReader::Own(own ? own.release() : new_reader().release()));
 }
 
 BorrowedWriter writer_for_copy(fWriteBuffer* writer) {
   if (writer != nullptr) {
     return BorrowedWriter(writer);
   }
-  std::unique_ptr<fWriteBuffer> own(new (std::nothrow) CopyWriter);
-  if (own && !own->set_buffer(kWriterBufferBytes, true)) {
-    own.reset();
-  }
-  return BorrowedWriter(std::move(own));
+  std::unique_ptr<CopyWriter> own = kept_writer.take();
+  return BorrowedWriter(BorrowedWriter::Own(own ? own.release() : new_writer().release()));
 }
 
 // Below the streams a longer path would be cut, and name another file.

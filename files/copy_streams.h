@@ -1,5 +1,9 @@
 // What all copies share: the reader and the writers, the caller's or their own, and what is copied
 // beside the data.
+//
+// A copy's own streams are 40 MiB of pages, which the system clears one by one as they are first
+// touched: a quarter of the time of a copy that finds its file in the cache. So one reader and one
+// writer stay for the next copy, until closedown.
 #pragma once
 
 #include <memory>
@@ -8,12 +12,20 @@
 
 namespace orsin {
 
-/// The caller's object, or one made here and released with this.
+/// Closes a copy's own stream and keeps it for the next copy; deletes it when one is kept already.
+struct StreamReturn {
+  void operator()(fReadBuffer* reader) const;
+  void operator()(fWriteBuffer* writer) const;
+};
+
+/// The caller's object, or one made here and returned with this.
 template <typename T>
 class Borrowed {
  public:
+  using Own = std::unique_ptr<T, StreamReturn>;
+
   explicit Borrowed(T* borrowed) : object_(borrowed) {}
-  explicit Borrowed(std::unique_ptr<T> own) : object_(own.get()), own_(std::move(own)) {}
+  explicit Borrowed(Own own) : object_(own.get()), own_(std::move(own)) {}
 
   [[nodiscard]] T* get() const { return object_; }
   [[nodiscard]] bool is_own() const { return own_ != nullptr; }
@@ -21,7 +33,7 @@ class Borrowed {
 
  private:
   T* object_;
-  std::unique_ptr<T> own_;
+  Own own_;
 };
 
 using BorrowedReader = Borrowed<fReadBuffer>;
@@ -32,6 +44,9 @@ using BorrowedWriter = Borrowed<fWriteBuffer>;
 
 /// The caller's writer, or 16 MiB twice over; holds null when memory is short.
 [[nodiscard]] BorrowedWriter writer_for_copy(fWriteBuffer* writer);
+
+/// Deletes the streams that are kept. Closedown, when no copy runs.
+void release_copy_streams();
 
 /// Opens a source as every copy does: others may read it, nobody may change it meanwhile.
 [[nodiscard]] bool open_source(fReadBuffer& reader, const char* path);

@@ -328,6 +328,12 @@ bool complete_write(void* file, int ticket) {
   return true;
 }
 
+bool write_whole(void* file, const void* data, std::uint64_t position, std::uint64_t bytes) {
+  int ticket = -1;
+  return io_write_async64(file, data, static_cast<long long>(position), bytes, &ticket) &&
+         complete_write(file, ticket);
+}
+
 // A longer name is refused, never cut: cut, it would be another file's, which would be written over.
 // Null is an empty name.
 void* open_by_name(const char* name, const port::OpenMode& mode) {

@@ -22,6 +22,10 @@ int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes);
 /// say only so that the disk is full.
 [[nodiscard]] bool complete_write(void* file, int ticket);
 
+/// Writes and waits. False, after an error line, when not all of it was written.
+[[nodiscard]] bool write_whole(void* file, const void* data, std::uint64_t position,
+                               std::uint64_t bytes);
+
 /// Opens a file by its UTF-8 name. The invalid handle on failure; the last error is always set: as
 /// port::open_file() does, or to kErrorNameTooLong for a name of 260 bytes or more.
 [[nodiscard]] void* open_by_name(const char* name, const port::OpenMode& mode);

@@ -14,6 +14,8 @@
 #include "files/io_port.h"
 #include "files/transfer_slots.h"
 #include "files/volumes.h"
+#include "files/write_steps.h"
+#include "memory/slice_copy.h"
 #include "orsincore/files.h"
 #include "orsincore/io.h"
 #include "orsincore/log.h"
@@ -27,6 +29,8 @@ constexpr int kBufferBytesDefault = 0x100000;
 constexpr unsigned long long kMemoryGrowth = 0x20000;
 constexpr unsigned char kHostOrder = 1;
 constexpr unsigned long long kBufferBytesMax = 0x7FFFFFFF;
+constexpr int kLargeBufferBytes = 0x400000;            // More than a core keeps cached.
+constexpr unsigned long long kLongRunBytes = 0x10000;  // Shorter ones are memcpy()'s.
 
 unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
   return (value + unit - 1) / unit * unit;
@@ -39,20 +43,8 @@ void log_not_cut() {
 
 }  // namespace
 
-// What writing is made of. Not members: everything in an exported class is exported.
-struct WriteSteps {
-  static bool allocate_buffers(fWriteBuffer& writer, int size, bool double_buffer);
-  static void empty_buffer(fWriteBuffer& writer);
-  static bool grow_memory(fWriteBuffer& writer, unsigned long long size);
-  static void collect_ticket(fWriteBuffer& writer, int& ticket);
-  static void write_and_wait(fWriteBuffer& writer, unsigned long long bytes);
-  static void write_full_buffer(fWriteBuffer& writer);
-  static bool start_first_buffer(fWriteBuffer& writer);
-  static void finish_file(fWriteBuffer& writer);
-  static void cut_by_name(fWriteBuffer& writer);
-  template <typename Number>
-  static void put(fWriteBuffer& writer, Number value);
-
+// Friends see the members; the struct has no other use.
+struct WriteSteps::Layout {
   static_assert(offsetof(fWriteBuffer, name_) == 8);
   static_assert(offsetof(fWriteBuffer, file_) == 272);
   static_assert(offsetof(fWriteBuffer, opened_) == 280);
@@ -234,12 +226,9 @@ void WriteSteps::collect_ticket(fWriteBuffer& writer, int& ticket) {
 }
 
 void WriteSteps::write_and_wait(fWriteBuffer& writer, unsigned long long bytes) {
-  int ticket = -1;
-  if (!io_write_async64(writer.file_, writer.current_,
-                        static_cast<long long>(writer.buffer_file_position_), bytes, &ticket)) {
+  if (!write_whole(writer.file_, writer.current_, writer.buffer_file_position_, bytes)) {
     ++writer.errors_;
   }
-  collect_ticket(writer, ticket);
 }
 
 bool fWriteBuffer::open_file(const char* name, long long initial_size, bool unbuffered) {
@@ -272,38 +261,52 @@ bool fWriteBuffer::open_file(const char* name, long long initial_size, bool unbu
 
 unsigned long long fWriteBuffer::write_file(const void* data, unsigned long long size,
                                             unsigned long long count) {
+  return WriteSteps::write(*this, data, size * count, WriteSteps::make_room);
+}
+
+unsigned long long WriteSteps::write(fWriteBuffer& writer, const void* data,
+                                     unsigned long long length, MakeRoom make_room) {
   const auto* from = static_cast<const unsigned char*>(data);
-  unsigned long long left = data != nullptr ? size * count : 0;
+  unsigned long long left = data != nullptr ? length : 0;
   unsigned long long taken = 0;
   for (;;) {
-    const unsigned long long room = static_cast<unsigned long long>(buffer_size_) - offset_;
-    const unsigned long long bytes = std::min(left, room);
+    const auto capacity = static_cast<unsigned long long>(writer.buffer_size_);
+    const unsigned long long bytes = std::min(left, capacity - writer.offset_);
     if (bytes > 0) {
-      std::memcpy(cursor_, from + taken, bytes);
-      cursor_ += bytes;
-      offset_ += bytes;
-      used_ = std::max(used_, offset_);
+      collect(writer, from + taken, bytes);
       taken += bytes;
       left -= bytes;
     }
-    const bool is_full = offset_ == static_cast<unsigned long long>(buffer_size_);
-    if (!is_full) {
-      return taken;
-    }
-    if (file_ == io_invalid_handle()) {
-      if (!WriteSteps::grow_memory(*this,
-                                   static_cast<unsigned long long>(buffer_size_) + kMemoryGrowth)) {
-        return taken;
-      }
-    } else if (buffer_size_ == 0) {
-      return taken;  // No buffer could be had.
-    } else {
-      WriteSteps::write_full_buffer(*this);
-    }
-    if (left == 0) {
+    const bool is_full = writer.offset_ == capacity;
+    if (!is_full || !make_room(writer) || left == 0) {
       return taken;
     }
   }
+}
+
+// The system reads a large buffer when its beginning has left the caches already.
+void WriteSteps::collect(fWriteBuffer& writer, const unsigned char* from,
+                         unsigned long long bytes) {
+  if (writer.buffer_size_ >= kLargeBufferBytes && bytes >= kLongRunBytes) {
+    copy_past_caches(writer.cursor_, from, bytes);
+  } else {
+    std::memcpy(writer.cursor_, from, bytes);
+  }
+  writer.cursor_ += bytes;
+  writer.offset_ += bytes;
+  writer.used_ = std::max(writer.used_, writer.offset_);
+}
+
+bool WriteSteps::make_room(fWriteBuffer& writer) {
+  if (writer.file_ == io_invalid_handle()) {
+    return grow_memory(writer,
+                       static_cast<unsigned long long>(writer.buffer_size_) + kMemoryGrowth);
+  }
+  if (writer.buffer_size_ == 0) {
+    return false;  // No buffer could be had.
+  }
+  write_full_buffer(writer);
+  return true;
 }
 
 void WriteSteps::write_full_buffer(fWriteBuffer& writer) {
@@ -321,7 +324,11 @@ void WriteSteps::write_full_buffer(fWriteBuffer& writer) {
   } else {
     write_and_wait(writer, bytes);
   }
-  writer.buffer_file_position_ += bytes;
+  begin_next_buffer(writer);
+}
+
+void WriteSteps::begin_next_buffer(fWriteBuffer& writer) {
+  writer.buffer_file_position_ += static_cast<unsigned long long>(writer.buffer_size_);
   writer.data_end_ = std::max(writer.data_end_, writer.buffer_file_position_);
   empty_buffer(writer);
 }

@@ -39,12 +39,11 @@ void stream_lines(unsigned char* destination, const unsigned char* source, std::
 
 }  // namespace
 
-void copy_slice(void* destination, const void* source, std::size_t count) {
-  if (count == 0) {
-    return;  // The addresses may be null then.
-  }
-  if (count < kStreamBytesMin) {
-    std::memcpy(destination, source, count);
+void copy_past_caches(void* destination, const void* source, std::size_t count) {
+  if (count < kLineBytes) {
+    if (count != 0) {  // The addresses may be null otherwise.
+      std::memcpy(destination, source, count);
+    }
     return;
   }
   auto* to = static_cast<unsigned char*>(destination);
@@ -57,6 +56,14 @@ void copy_slice(void* destination, const void* source, std::size_t count) {
 
   const std::size_t done = head + lines * kLineBytes;
   std::memcpy(to + done, from + done, count - done);
+}
+
+void copy_slice(void* destination, const void* source, std::size_t count) {
+  if (count >= kStreamBytesMin) {
+    copy_past_caches(destination, source, count);
+  } else if (count != 0) {  // The addresses may be null otherwise.
+    std::memcpy(destination, source, count);
+  }
 }
 
 }  // namespace orsin

@@ -16,8 +16,8 @@
 //   9. the executor's queue, then its ring     threads/executor.cpp
 //  10. the message log                         core/message_log.cpp
 //
-// Held beside none of these but the log: the directory names (files/name_cache.cpp), a verified
-// copy's hasher (files/block_hasher.cpp), the executor's count of parts done.
+// Held beside none of these but the log: the directory names (files/name_cache.cpp), a line of jobs
+// (threads/job_line.cpp), the executor's count of parts done.
 //
 // The log comes last, so code that holds any other lock may log. Nobody waits for another thread
 // while holding the log.

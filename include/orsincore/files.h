@@ -253,6 +253,9 @@ ORSIN_API int file_copy(const char* src, const char* dst, bool overwrite, unsign
 /// Copies a file to up to 16 destinations in one read pass, with its last-write time and
 /// attributes. Missing directories of the destinations are made.
 ///
+/// Each destination of 16 MiB and more is written by a thread of its own beside the reading. The
+/// buffers of one copy, 40 MiB, stay for the next one until closedown.
+///
 /// The source is open meanwhile so that others may read it but not change it; destinations are open
 /// to nobody else. So a destination that is the source under another spelling of its name cannot be
 /// created. Times and attributes that could not be copied are warnings, if `verbose`.

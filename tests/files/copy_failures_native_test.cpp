@@ -29,9 +29,9 @@ class CopyFailures : public testing::Test {
  protected:
   CopyFailures() : content_(long_content()) { directory_.write("source.bin", content_); }
 
-  // Two whole buffers of the writer and some. Made once.
+  // Three whole buffers of the writer and some. Made once.
   static const std::string& long_content() {
-    static const std::string content = random_content(40 * kMebibyte + 12345);
+    static const std::string content = random_content(56 * kMebibyte + 12345);
     return content;
   }
 
@@ -62,14 +62,14 @@ TEST_F(CopyFailures, Gives8OnAFullDisk) {
 
   EXPECT_EQ(copy.run(), -8);
 
-  EXPECT_LT(copy.bytes, content_.size());
+  EXPECT_EQ(copy.bytes, 47 * kMebibyte);  // The second write fails; found when the third is due.
   ASSERT_FALSE(log_.lines().empty());
   EXPECT_EQ(log_.lines()[0], "ERROR: IO write error(1) : 'error 112'");
   EXPECT_TRUE(read_source() == content_);
 }
 
 TEST_F(CopyFailures, Gives8WhenOnlyTheEndDoesNotFit) {
-  fake_disk().writable_bytes = 32 * kMebibyte;  // Two buffers; the third is written at closing.
+  fake_disk().writable_bytes = 48 * kMebibyte;  // Three buffers; the rest is written at closing.
   CopyCall copy = call();
 
   EXPECT_EQ(copy.run(), -8);
@@ -119,12 +119,12 @@ TEST_F(CopyFailures, GiveASecureCopysRangeOnAFullDisk) {
 
   EXPECT_EQ(copy_secure(), -4);
 
-  // The 16th block fills the writer's buffer, and its write fails.
+  // The first buffer's write fails, which is found when block 32 has filled the second.
   const std::string text = get_error_file_copy_secure(-4, false);
   EXPECT_EQ(text, "File Copy: write error of " + source() + " between " +
-                      std::to_string(1000 + 15 * kMebibyte) + " and " +
-                      std::to_string(1000 + 16 * kMebibyte) + " \n");
-  EXPECT_EQ(bytes_, 1000 + 15 * kMebibyte);
+                      std::to_string(1000 + 31 * kMebibyte) + " and " +
+                      std::to_string(1000 + 32 * kMebibyte) + " \n");
+  EXPECT_EQ(bytes_, 1000 + 31 * kMebibyte);
   EXPECT_TRUE(read_source() == content_);
 }
 

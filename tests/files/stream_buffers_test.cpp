@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "files/copy_writer.h"
 #include "orsincore/io.h"
 #include "orsincore/memory.h"
 #include "tests/files/io_fixture.h"
@@ -17,14 +18,9 @@ namespace {
 using test::Lines;
 using test::random_bytes;
 
-class StreamBuffers : public test::IoTest {};
-
-TEST_F(StreamBuffers, WriterLeavesExactlyTheBytesThatWereWritten) {
-  const unsigned seed = 20261121;
-  SCOPED_TRACE(seed);
-  std::mt19937 random(seed);
-  for (int round = 0; round < 60; ++round) {
-    fWriteBuffer writer(io_invalid_handle(), false);
+class StreamBuffers : public test::IoTest {
+ protected:
+  void write_random_file(fWriteBuffer& writer, std::mt19937& random) {
     ASSERT_TRUE(writer.set_buffer(static_cast<int>(8192U << random() % 4), random() % 2 == 0));
     ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, random() % 2 == 0));
     std::string model;
@@ -47,7 +43,30 @@ TEST_F(StreamBuffers, WriterLeavesExactlyTheBytesThatWereWritten) {
     }
     ASSERT_EQ(writer.close_file(true), 1);
     ASSERT_EQ(writer.error(), 0);
-    ASSERT_EQ(content("out"), model) << "round " << round;
+    ASSERT_EQ(content("out"), model);
+  }
+};
+
+TEST_F(StreamBuffers, WriterLeavesExactlyTheBytesThatWereWritten) {
+  const unsigned seed = 20261121;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
+    fWriteBuffer writer(io_invalid_handle(), false);
+    ASSERT_NO_FATAL_FAILURE(write_random_file(writer, random));
+  }
+  EXPECT_EQ(errors(), Lines{});
+}
+
+TEST_F(StreamBuffers, ACopysWriterLeavesExactlyTheBytesThatWereWritten) {
+  const unsigned seed = 20261122;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  CopyWriter writer;  // One for all files, as copies use it.
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
+    ASSERT_NO_FATAL_FAILURE(write_random_file(writer, random));
   }
   EXPECT_EQ(errors(), Lines{});
 }

@@ -54,9 +54,10 @@ TEST_F(Order, OfStartUpIsFixed) {
 TEST_F(Order, OfClosedownIsFixed) {
   EXPECT_EQ(run("close", "-dd"), 0);
 
-  EXPECT_EQ(steps("Closedown"), (Steps{"transfers", "standard heaps", "memory", "executor",
-                                       "background worker", "thread table", "directory names",
-                                       "single instance", "localisation", "library loader"}));
+  EXPECT_EQ(steps("Closedown"),
+            (Steps{"copy streams", "transfers", "standard heaps", "memory", "executor",
+                   "background worker", "thread table", "directory names", "single instance",
+                   "localisation", "library loader"}));
 }
 
 TEST_F(Order, TheClosingLineStandsBetweenTheInstanceAndTheLocalisation) {
@@ -94,6 +95,13 @@ TEST_F(Order, ClosedownEndsEveryThreadAndReportsThePagesThatAreLeft) {
                    "DEBUG: MEMORY: Closedown: 1 OS allocations left: 65536",
                    "TRACE: Closedown: thread table", "* Closed normally"});
   EXPECT_EQ(log().find("the endless thread ended"), std::string::npos) << log();
+}
+
+TEST_F(Order, ClosedownReleasesWhatCopiesKeep) {
+  EXPECT_EQ(run("copy", "-dd"), 0);
+
+  expect_in_order({"copied with result 0", "TRACE: Closedown: memory"});
+  EXPECT_EQ(log().find("OS allocations left"), std::string::npos) << log();
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 //   filter   hands an access violation to the exception filter, as an outermost handler does
 //   access   starts the thread "Reader", which reads through a null pointer
 //   division starts the thread "Divider", which divides by zero
+//   copy     copies its own program file to DATA/copy
 //   leave    leaves queued work and an open plug-in (ORSIN_TEST_PLUGIN) to closedown
 //   litter   leaves pages of the system and a thread that never ends to closedown
 //   serve    is a first instance: signals NAMEReady, waits for NAMEAsk, logs the updates
@@ -82,6 +83,16 @@ class LoggedWork : public OV_Thread {
  private:
   int runs_ = 0;
 };
+
+void copy_program() {
+  char module[260] = {};
+  unsigned long long bytes = 0;
+  ov_modulename(module, sizeof(module));
+  const std::string destination = std::string(file_get_data()) + "\\copy";
+  const int result = file_copy(module, destination.c_str(), true, bytes, nullptr,
+                               static_cast<fWriteBuffer*>(nullptr), nullptr, nullptr, true);
+  msginfo("copied with result %d", result);
+}
 
 void leave_to_closedown() {
   static LoggedWork* const work = new LoggedWork;  // Outlives the worker.
@@ -174,6 +185,8 @@ int act(const std::string& command, const char* application) {
     run_thread("Reader", read_null);
   } else if (command == "division") {
     run_thread("Divider", divide_by_zero);
+  } else if (command == "copy") {
+    copy_program();
   } else if (command == "leave") {
     leave_to_closedown();
   } else if (command == "litter") {

@@ -50,8 +50,11 @@ struct Outcome {
   std::uint32_t bytes;
 };
 
-// Takes a transfer's bytes off what the disk still does; false when it does not.
+// Takes a transfer's bytes off what the disk still does; false when it does not. Copies write to
+// several destinations at once.
 bool disk_takes(std::uint64_t& left, std::uint32_t size) {
+  static std::mutex mutex;
+  const std::lock_guard guard(mutex);
   if (left == FakeDisk::kNoLimit) {
     return true;
   }
