@@ -19,7 +19,7 @@ constexpr int kWriterBufferBytes = 0x1000000;
 template <typename Stream>
 class Kept {
  public:
-  std::unique_ptr<Stream> take() { return std::unique_ptr<Stream>(stream_.exchange(nullptr)); }
+  Stream* take() { return stream_.exchange(nullptr); }
 
   void keep(std::unique_ptr<Stream> stream) {
     Stream* none = nullptr;
@@ -35,20 +35,24 @@ class Kept {
 constinit Kept<fReadBuffer> kept_reader;
 constinit Kept<CopyWriter> kept_writer;
 
-std::unique_ptr<fReadBuffer> new_reader() {
+// A reader for which memory was short makes do with fewer buffers for good: the next copy shall have
+// a chance of a whole one.
+BorrowedReader::Own new_reader() {
   std::unique_ptr<fReadBuffer> reader(new (std::nothrow) fReadBuffer(io_invalid_handle()));
-  if (reader) {
-    reader->cfg_buffers(kReaderBuffers, kReaderBufferBytes, kReaderBufferBytes);
+  if (!reader) {
+    return nullptr;
   }
-  return reader;
+  reader->cfg_buffers(kReaderBuffers, kReaderBufferBytes, kReaderBufferBytes);
+  const bool is_whole = reader->ensure_buffers();
+  return {reader.release(), StreamReturn{is_whole}};
 }
 
-std::unique_ptr<CopyWriter> new_writer() {
+BorrowedWriter::Own new_writer() {
   std::unique_ptr<CopyWriter> writer(new (std::nothrow) CopyWriter);
-  if (writer && !writer->set_buffer(kWriterBufferBytes, true)) {
-    writer.reset();
+  if (!writer || !writer->set_buffer(kWriterBufferBytes, true)) {
+    return nullptr;
   }
-  return writer;
+  return BorrowedWriter::Own(writer.release());
 }
 
 void copy_write_time(const char* source, const char* destination, bool share_source, bool verbose) {
@@ -82,35 +86,40 @@ void copy_attributes(const char* source, const char* destination, bool verbose) 
 }  // namespace
 
 void StreamReturn::operator()(fReadBuffer* reader) const {
-  reader->close_file();
-  kept_reader.keep(std::unique_ptr<fReadBuffer>(reader));
+  std::unique_ptr<fReadBuffer> own(reader);
+  own->close_file();
+  if (is_worth_keeping) {
+    kept_reader.keep(std::move(own));
+  }
 }
 
 void StreamReturn::operator()(fWriteBuffer* writer) const {
-  auto* own = static_cast<CopyWriter*>(writer);  // Every writer made here is one of these.
+  std::unique_ptr<CopyWriter> own(static_cast<CopyWriter*>(writer));  // All made here are.
   own->rest();
-  kept_writer.keep(std::unique_ptr<CopyWriter>(own));
+  if (is_worth_keeping) {
+    kept_writer.keep(std::move(own));
+  }
 }
 
 void release_copy_streams() {
-  kept_reader.take().reset();
-  kept_writer.take().reset();
+  delete kept_reader.take();
+  delete kept_writer.take();
 }
 
 BorrowedReader reader_for_copy(fReadBuffer* reader) {
   if (reader != nullptr) {
     return BorrowedReader(reader);
   }
-  std::unique_ptr<fReadBuffer> own = kept_reader.take();
-  return BorrowedReader(BorrowedReader::Own(own ? own.release() : new_reader().release()));
+  BorrowedReader::Own kept(kept_reader.take());
+  return BorrowedReader(kept ? std::move(kept) : new_reader());
 }
 
 BorrowedWriter writer_for_copy(fWriteBuffer* writer) {
   if (writer != nullptr) {
     return BorrowedWriter(writer);
   }
-  std::unique_ptr<CopyWriter> own = kept_writer.take();
-  return BorrowedWriter(BorrowedWriter::Own(own ? own.release() : new_writer().release()));
+  BorrowedWriter::Own kept(kept_writer.take());
+  return BorrowedWriter(kept ? std::move(kept) : new_writer());
 }
 
 // Below the streams a longer path would be cut, and name another file.

@@ -14,6 +14,8 @@ namespace orsin {
 
 /// Closes a copy's own stream and keeps it for the next copy; deletes it when one is kept already.
 struct StreamReturn {
+  bool is_worth_keeping = true;
+
   void operator()(fReadBuffer* reader) const;
   void operator()(fWriteBuffer* writer) const;
 };

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "files/copy_streams.h"
 #include "orsincore/files.h"
 #include "orsincore/text.h"
 #include "tests/files/backslash_path.h"
@@ -11,6 +12,7 @@
 #include "tests/files/io_start.h"
 #include "tests/native/fake_disk.h"
 #include "tests/native/fake_transfers.h"
+#include "tests/native/pages_native.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -233,6 +235,22 @@ TEST_F(CopyFailures, LeaveADestinationThatWasThereWhenALaterOneCannotBeCreated) 
   EXPECT_EQ(log_.last_line(),
             "ERROR: File Copy: failed to create '" + below(directory_, "there") + "'");
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
+}
+
+TEST_F(CopyFailures, DoNotLeaveAReaderWithFewBuffersToTheNextCopy) {
+  release_copy_streams();
+  {
+    const test::PagesScript pages;
+    pages->commits_granted = 3;  // Of the reader's eight.
+    const BorrowedReader poor = reader_for_copy(nullptr);
+    ASSERT_NE(poor.get(), nullptr);
+    EXPECT_EQ(log_.last_line(), "ERROR: FileBuffer: Failed to allocate buffer space (1024.00Kb/3)");
+  }
+  const test::PagesScript pages;
+
+  const BorrowedReader next = reader_for_copy(nullptr);
+
+  EXPECT_EQ(pages->commits.size(), 8U);
 }
 
 }  // namespace
