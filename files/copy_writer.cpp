@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "files/byte_count.h"
 #include "files/transfer_slots.h"
 #include "files/write_steps.h"
 
@@ -16,7 +17,7 @@ CopyWriter::~CopyWriter() {
 
 unsigned long long CopyWriter::write_file(const void* data, unsigned long long size,
                                           unsigned long long count) {
-  return WriteSteps::write(*this, data, size * count, make_room);
+  return WriteSteps::write(*this, data, block_bytes(size, count), make_room);
 }
 
 void CopyWriter::flush_buffers() {

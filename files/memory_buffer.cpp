@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "files/byte_count.h"
 #include "orsincore/io.h"
 
 namespace orsin {
@@ -93,7 +94,7 @@ int fMemBuffer::close_file(bool /*force*/) {
 unsigned long long fMemBuffer::write_file(const void* data, unsigned long long size,
                                           unsigned long long count) {
   const auto* from = static_cast<const unsigned char*>(data);
-  unsigned long long left = data != nullptr ? size * count : 0;
+  unsigned long long left = data != nullptr ? block_bytes(size, count) : 0;
   unsigned long long taken = 0;
   while (left > 0) {
     const auto position = static_cast<unsigned long long>(target_cursor_ - target_);

@@ -16,6 +16,7 @@
 #include <cstring>
 
 #include "files/buffer_configuration.h"
+#include "files/byte_count.h"
 #include "files/direct_reads.h"
 #include "files/transfer_slots.h"
 #include "files/volumes.h"
@@ -421,7 +422,7 @@ unsigned char* fReadBuffer::get_bufptr(unsigned long long* available) {
 
 unsigned long long fReadBuffer::read_file(void* destination, unsigned long long size,
                                           unsigned long long count) {
-  const unsigned long long wanted = destination != nullptr ? size * count : 0;
+  const unsigned long long wanted = destination != nullptr ? block_bytes(size, count) : 0;
   auto* to = static_cast<unsigned char*>(destination);
   unsigned long long done = 0;
   while (done < wanted) {
@@ -439,7 +440,7 @@ unsigned long long fReadBuffer::read_file(void* destination, unsigned long long 
 }
 
 unsigned long long fReadBuffer::skip_file(unsigned long long size, unsigned long long count) {
-  const unsigned long long wanted = size * count;
+  const unsigned long long wanted = byte_count(size, count);
   unsigned long long done = 0;
   while (done < wanted) {
     unsigned long long available = 0;

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "files/buffer_configuration.h"
+#include "files/byte_count.h"
 #include "files/io_port.h"
 #include "files/transfer_slots.h"
 #include "files/volumes.h"
@@ -261,7 +262,7 @@ bool fWriteBuffer::open_file(const char* name, long long initial_size, bool unbu
 
 unsigned long long fWriteBuffer::write_file(const void* data, unsigned long long size,
                                             unsigned long long count) {
-  return WriteSteps::write(*this, data, size * count, WriteSteps::make_room);
+  return WriteSteps::write(*this, data, block_bytes(size, count), WriteSteps::make_room);
 }
 
 unsigned long long WriteSteps::write(fWriteBuffer& writer, const void* data,

@@ -200,7 +200,8 @@ class ORSIN_API fReadBuffer {
   /// its bytes; 0 at the end and after a failure.
   unsigned long long getNextBlock();
 
-  /// Copies size x count bytes, or what is left. Returns the bytes.
+  /// Copies size x count bytes, or what is left; none when the product has more than 64 bits.
+  /// Returns the bytes.
   unsigned long long read_file(void* destination, unsigned long long size,
                                unsigned long long count);
 
@@ -426,7 +427,8 @@ class ORSIN_API fWriteBuffer {
 
   /// Adds size x count bytes. A full buffer is written, without waiting for it if there are two.
   ///
-  /// @return The bytes taken: all of them, but where there is no buffer or memory runs out.
+  /// @return The bytes taken: all of them, but where there is no buffer or memory runs out; none when
+  ///         the product has more than 64 bits.
   virtual unsigned long long write_file(const void* data, unsigned long long size,
                                         unsigned long long count);
 
@@ -537,7 +539,8 @@ class ORSIN_API fMemBuffer : public fWriteBuffer {
   int close_file(bool force) override;
 
   /// Adds size x count bytes; the block grows by 128 KiB at a time. Returns the bytes taken: fewer
-  /// when the memory is the caller's and full, or memory is short.
+  /// when the memory is the caller's and full, or memory is short; none when the product has more
+  /// than 64 bits.
   unsigned long long write_file(const void* data, unsigned long long size,
                                 unsigned long long count) override;
 

@@ -100,5 +100,13 @@ TEST(MemoryBuffer, DoesNothingAboutFiles) {
   EXPECT_EQ(text_of(buffer), "0123");
 }
 
+TEST(MemoryBuffer, TakesNothingWhenTheBytesDoNotFitIn64Bits) {
+  fMemBuffer buffer;
+
+  EXPECT_EQ(buffer.write_file("four", (1ULL << 62) + 1, 4), 0U);  // 4 in 64 bits.
+
+  EXPECT_EQ(buffer.get_buffer_used(), 0U);
+}
+
 }  // namespace
 }  // namespace orsin

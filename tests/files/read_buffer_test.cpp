@@ -552,5 +552,25 @@ TEST_F(ReadBuffer, ReadersComeAndGoOnManyThreads) {
   EXPECT_EQ(errors(), Lines{});
 }
 
+TEST_F(ReadBuffer, ReadsNothingWhenTheBytesDoNotFitIn64Bits) {
+  write("file", "content");
+  fReadBuffer reader;
+  ASSERT_TRUE(reader.open_file(path("file").c_str(), true, false, false));
+  char bytes[8] = {};
+
+  EXPECT_EQ(reader.read_file(bytes, (1ULL << 62) + 1, 4), 0U);  // 4 in 64 bits.
+
+  EXPECT_STREQ(bytes, "");
+  EXPECT_EQ(reader.read_file(bytes, 1, ~0ULL), 7U);  // Fits: all that there are.
+}
+
+TEST_F(ReadBuffer, SkipsToTheEndWhenTheBytesDoNotFitIn64Bits) {
+  write("file", "content");
+  fReadBuffer reader;
+  ASSERT_TRUE(reader.open_file(path("file").c_str(), true, false, false));
+
+  EXPECT_EQ(reader.skip_file((1ULL << 62) + 1, 4), 7U);
+}
+
 }  // namespace
 }  // namespace orsin

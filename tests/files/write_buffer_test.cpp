@@ -556,5 +556,15 @@ TEST_F(WriteBuffer, FreedBuffersHoldNothing) {
   EXPECT_EQ(writer_.get_file_position(), 0U);
 }
 
+TEST_F(WriteBuffer, TakesNothingWhenTheBytesDoNotFitIn64Bits) {
+  fWriteBuffer writer(io_invalid_handle(), false);
+  ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, false));
+
+  EXPECT_EQ(writer.write_file("four", (1ULL << 62) + 1, 4), 0U);  // 4 in 64 bits.
+
+  writer.close_file(true);
+  EXPECT_EQ(content("out"), "");
+}
+
 }  // namespace
 }  // namespace orsin
