@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "files/byte_count.h"
+#include "files/growing_block.h"
 #include "orsincore/io.h"
 
 namespace orsin {
@@ -16,7 +17,7 @@ constexpr unsigned long long kGrowthBytes = 0x20000;
 struct MemorySteps {
   static bool grow(fMemBuffer& buffer, unsigned long long size) {
     const auto position = static_cast<unsigned long long>(buffer.target_cursor_ - buffer.target_);
-    auto* grown = static_cast<unsigned char*>(std::realloc(buffer.target_, size));
+    unsigned char* grown = grown_block(buffer.target_, buffer.target_size_, size);
     if (grown == nullptr) {
       return false;
     }

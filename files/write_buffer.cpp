@@ -12,6 +12,7 @@
 
 #include "files/buffer_configuration.h"
 #include "files/byte_count.h"
+#include "files/growing_block.h"
 #include "files/io_port.h"
 #include "files/transfer_slots.h"
 #include "files/volumes.h"
@@ -203,7 +204,8 @@ bool WriteSteps::grow_memory(fWriteBuffer& writer, unsigned long long size) {
     return false;
   }
   const bool first = writer.memory_block_ == nullptr;
-  auto* grown = static_cast<unsigned char*>(std::realloc(writer.memory_block_, size));
+  unsigned char* grown =
+      grown_block(writer.memory_block_, static_cast<unsigned long long>(writer.buffer_size_), size);
   if (grown == nullptr) {
     return false;
   }

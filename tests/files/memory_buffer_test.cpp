@@ -1,6 +1,7 @@
 // The writer over a block of memory.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -106,6 +107,20 @@ TEST(MemoryBuffer, TakesNothingWhenTheBytesDoNotFitIn64Bits) {
   EXPECT_EQ(buffer.write_file("four", (1ULL << 62) + 1, 4), 0U);  // 4 in 64 bits.
 
   EXPECT_EQ(buffer.get_buffer_used(), 0U);
+}
+
+TEST(MemoryBuffer, GrowsFarInSmallSteps) {
+  constexpr std::size_t kPieces = 16 << 10;
+  fMemBuffer buffer;
+  const std::string piece(4097, 'p');
+  for (std::size_t i = 0; i < kPieces; ++i) {
+    ASSERT_EQ(buffer.write_file(piece.data(), 1, piece.size()), piece.size());
+  }
+
+  ASSERT_EQ(buffer.get_buffer_used(), kPieces * piece.size());
+  const unsigned char* bytes = buffer.get_current_buffer();
+  EXPECT_TRUE(std::all_of(bytes, bytes + kPieces * piece.size(),
+                          [](unsigned char byte) { return byte == 'p'; }));
 }
 
 }  // namespace
