@@ -24,12 +24,12 @@
 #include "core/process_wide.h"
 #include "threads/deadline.h"
 #include "threads/lock.h"
+#include "threads/thread_table.h"
 
 namespace orsin {
 namespace {
 
 constexpr int kCommandsMax = 64;
-constexpr unsigned int kNoThread = 0xFFFFFFFF;
 constexpr std::uint32_t kQuitTimeoutMs = 30000;
 
 static_assert(offsetof(ov_run_cmd, code) == 0);

@@ -27,6 +27,7 @@
 #include "orsincore/threads.h"
 #include "threads/lock.h"
 #include "threads/spin_wait.h"
+#include "threads/thread_table.h"
 
 namespace orsin {
 namespace {
@@ -35,7 +36,6 @@ constexpr int kWorkersMax = 128;
 constexpr int kJobsPerWorker = 3;  // So that several callers can queue without blocking.
 constexpr int kQueueCapacityInitial = 64;
 constexpr unsigned int kJoinTimeoutMs = 60000;
-constexpr unsigned int kNoThread = 0xFFFFFFFF;
 constexpr int kBetweenJobs = -1;
 
 using JobFunction = void (*)(void*, void*, void*, void*, void*, void*);

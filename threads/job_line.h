@@ -4,6 +4,8 @@
 #include <cstdint>
 
 #include "orsincore/threads.h"
+#include "threads/lock.h"
+#include "threads/thread_table.h"
 
 namespace orsin {
 
@@ -27,7 +29,7 @@ class JobLine {
   /// Starts the thread. False when none can be had; nothing is left behind then.
   [[nodiscard]] bool start(const char* thread_name);
 
-  [[nodiscard]] bool is_running() const { return mutex_ != nullptr; }
+  [[nodiscard]] bool is_running() const { return thread_ != kNoThread; }
 
   /// The number of the job that add() will add next.
   [[nodiscard]] std::uint64_t next() const { return added_; }
@@ -35,30 +37,32 @@ class JobLine {
   /// Waits until one more job fits.
   void wait_for_room() { wait_until_ahead(capacity_ - 1); }
 
-  /// Waits until everything added is done.
+  /// Waits until everything added is done; a line that is not running has nothing left to do.
   void wait_until_done() { wait_until_ahead(0); }
 
   /// Adds job next(). The owner has waited for room.
   void add();
 
-  /// Waits until everything added is done, and ends the thread.
+  /// Waits until everything added is done; a line that is not running has nothing left to do. and ends the thread.
   void stop();
 
  private:
-  static void run_thread(void* line);
-  void do_jobs();
+  static void do_jobs(void* line);
+  [[nodiscard]] bool take_job(std::uint64_t& number);
+  void finish_job();
   void wait_until_ahead(std::uint64_t jobs_max);
   void release();
 
   void* owner_;
   Job job_;
   std::uint32_t capacity_;
-  unsigned int thread_ = 0;
-  __mutex_str* mutex_ = nullptr;  // Guards the counters and the end; null without a thread.
+  unsigned int thread_ = kNoThread;
+  Mutex mutex_;  // Exists while the thread runs, as does the condition.
   __cond_str* changed_ = nullptr;
+  // Changed under the mutex by the owner, who alone may look without it.
   std::uint64_t added_ = 0;
-  std::uint64_t done_ = 0;
-  bool is_ending_ = false;
+  std::uint64_t done_ ORSIN_GUARDED_BY(mutex_) = 0;
+  bool is_ending_ ORSIN_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace orsin

@@ -24,7 +24,6 @@ namespace orsin {
 namespace {
 
 constexpr std::size_t kStackBytes = 1024 * 1024;
-constexpr unsigned int kNoThread = 0xFFFFFFFF;
 constexpr std::uint32_t kAccessViolation = 0xC0000005;
 constexpr int kFaultExitCode = -1;
 

@@ -3,6 +3,9 @@
 
 namespace orsin {
 
+/// What mp_start_thread() returns when it starts none.
+constexpr unsigned int kNoThread = 0xFFFFFFFF;
+
 /// Creates the table and makes processor faults of the calling thread catchable. Start-up calls it;
 /// the first mp_start_thread() does where start-up has not.
 void start_thread_table();
