@@ -88,7 +88,7 @@ void copy_attributes(const char* source, const char* destination, bool verbose) 
 void StreamReturn::operator()(fReadBuffer* reader) const {
   std::unique_ptr<fReadBuffer> own(reader);
   own->close_file();
-  if (is_worth_keeping) {
+  if (is_whole_reader) {
     kept_reader.keep(std::move(own));
   }
 }
@@ -96,9 +96,7 @@ void StreamReturn::operator()(fReadBuffer* reader) const {
 void StreamReturn::operator()(fWriteBuffer* writer) const {
   std::unique_ptr<CopyWriter> own(static_cast<CopyWriter*>(writer));  // All made here are.
   own->rest();
-  if (is_worth_keeping) {
-    kept_writer.keep(std::move(own));
-  }
+  kept_writer.keep(std::move(own));
 }
 
 void release_copy_streams() {

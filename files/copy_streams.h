@@ -14,7 +14,7 @@ namespace orsin {
 
 /// Closes a copy's own stream and keeps it for the next copy; deletes it when one is kept already.
 struct StreamReturn {
-  bool is_worth_keeping = true;
+  bool is_whole_reader = true;  // One with few buffers is not kept.
 
   void operator()(fReadBuffer* reader) const;
   void operator()(fWriteBuffer* writer) const;

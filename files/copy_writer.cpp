@@ -17,7 +17,7 @@ CopyWriter::~CopyWriter() {
 
 unsigned long long CopyWriter::write_file(const void* data, unsigned long long size,
                                           unsigned long long count) {
-  return WriteSteps::write(*this, data, block_bytes(size, count), make_room);
+  return WriteSteps::write(*this, data, byte_count(size, count, 0), make_room);
 }
 
 void CopyWriter::flush_buffers() {
@@ -62,8 +62,6 @@ void CopyWriter::hand_over_buffer() {
   write_ = {file_, current_, buffer_file_position_, static_cast<std::uint64_t>(buffer_size_),
             false};
   line_.add();
-  ++writes_;
-  std::swap(current_, spare_);
   WriteSteps::begin_next_buffer(*this);
 }
 
@@ -73,9 +71,6 @@ void CopyWriter::write_buffer(void* writer, std::uint64_t /*number*/) {
 }
 
 void CopyWriter::finish_write() {
-  if (!line_.is_running()) {
-    return;
-  }
   line_.wait_until_done();
   if (std::exchange(write_.has_failed, false)) {
     ++errors_;

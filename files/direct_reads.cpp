@@ -10,6 +10,7 @@
 #include <cstring>
 #include <thread>
 
+#include "core/rounding.h"
 #include "orsincore/io.h"
 #include "threads/lock.h"
 
@@ -28,10 +29,6 @@ struct DirectReads {
 };
 
 constinit DirectReads direct_reads;
-
-unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
-  return (value + unit - 1) / unit * unit;
-}
 
 // Pieces that run together, the oldest collected before an eleventh starts. Returns the bytes asked
 // for until one could not be started.

@@ -4,14 +4,14 @@
 #include <bit>
 #include <cstdlib>
 
+#include "core/rounding.h"
+
 namespace orsin {
 namespace {
 
-constexpr std::uint64_t kStepMin = 0x20000;
-
 std::uint64_t bytes_behind(std::uint64_t size) {
-  const std::uint64_t step = std::max(kStepMin, std::bit_floor(size) / 4);
-  return (size + step - 1) / step * step;
+  const std::uint64_t step = std::max(kGrowthBytes, std::bit_floor(size) / 4);
+  return rounded_up(size, step);
 }
 
 }  // namespace

@@ -5,6 +5,9 @@
 
 namespace orsin {
 
+/// By how much such a block is enlarged when it is full.
+constexpr std::uint64_t kGrowthBytes = 0x20000;
+
 /// Grows a block to `size` bytes, or makes one where there is none. Null when memory is short: the
 /// block is then as it was. Ends with free().
 ///

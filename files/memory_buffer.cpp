@@ -8,11 +8,6 @@
 #include "orsincore/io.h"
 
 namespace orsin {
-namespace {
-
-constexpr unsigned long long kGrowthBytes = 0x20000;
-
-}  // namespace
 
 struct MemorySteps {
   static bool grow(fMemBuffer& buffer, unsigned long long size) {
@@ -95,7 +90,7 @@ int fMemBuffer::close_file(bool /*force*/) {
 unsigned long long fMemBuffer::write_file(const void* data, unsigned long long size,
                                           unsigned long long count) {
   const auto* from = static_cast<const unsigned char*>(data);
-  unsigned long long left = data != nullptr ? block_bytes(size, count) : 0;
+  unsigned long long left = data != nullptr ? byte_count(size, count, 0) : 0;
   unsigned long long taken = 0;
   while (left > 0) {
     const auto position = static_cast<unsigned long long>(target_cursor_ - target_);

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/rounding.h"
 #include "files/buffer_configuration.h"
 #include "files/byte_count.h"
 #include "files/direct_reads.h"
@@ -30,10 +31,6 @@ namespace {
 constexpr int kBuffersMax = 8;
 constexpr unsigned long long kBufferBytesDefault = 0x100000;
 constexpr unsigned char kHostOrder = 1;
-
-unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
-  return (value + unit - 1) / unit * unit;
-}
 
 }  // namespace
 
@@ -422,7 +419,7 @@ unsigned char* fReadBuffer::get_bufptr(unsigned long long* available) {
 
 unsigned long long fReadBuffer::read_file(void* destination, unsigned long long size,
                                           unsigned long long count) {
-  const unsigned long long wanted = destination != nullptr ? block_bytes(size, count) : 0;
+  const unsigned long long wanted = destination != nullptr ? byte_count(size, count, 0) : 0;
   auto* to = static_cast<unsigned char*>(destination);
   unsigned long long done = 0;
   while (done < wanted) {
@@ -440,7 +437,7 @@ unsigned long long fReadBuffer::read_file(void* destination, unsigned long long 
 }
 
 unsigned long long fReadBuffer::skip_file(unsigned long long size, unsigned long long count) {
-  const unsigned long long wanted = byte_count(size, count);
+  const unsigned long long wanted = byte_count(size, count, kAllBytes);
   unsigned long long done = 0;
   while (done < wanted) {
     unsigned long long available = 0;

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/rounding.h"
 #include "files/buffer_configuration.h"
 #include "files/byte_count.h"
 #include "files/growing_block.h"
@@ -28,15 +29,10 @@ namespace orsin {
 namespace {
 
 constexpr int kBufferBytesDefault = 0x100000;
-constexpr unsigned long long kMemoryGrowth = 0x20000;
 constexpr unsigned char kHostOrder = 1;
 constexpr unsigned long long kBufferBytesMax = 0x7FFFFFFF;
 constexpr int kLargeBufferBytes = 0x400000;            // More than a core keeps cached.
 constexpr unsigned long long kLongRunBytes = 0x10000;  // Shorter ones are memcpy()'s.
-
-unsigned long long rounded_up(unsigned long long value, unsigned long long unit) {
-  return (value + unit - 1) / unit * unit;
-}
 
 // Before anything is closed: the reason is the last error.
 void log_not_cut() {
@@ -264,7 +260,7 @@ bool fWriteBuffer::open_file(const char* name, long long initial_size, bool unbu
 
 unsigned long long fWriteBuffer::write_file(const void* data, unsigned long long size,
                                             unsigned long long count) {
-  return WriteSteps::write(*this, data, block_bytes(size, count), WriteSteps::make_room);
+  return WriteSteps::write(*this, data, byte_count(size, count, 0), WriteSteps::make_room);
 }
 
 unsigned long long WriteSteps::write(fWriteBuffer& writer, const void* data,
@@ -302,8 +298,7 @@ void WriteSteps::collect(fWriteBuffer& writer, const unsigned char* from,
 
 bool WriteSteps::make_room(fWriteBuffer& writer) {
   if (writer.file_ == io_invalid_handle()) {
-    return grow_memory(writer,
-                       static_cast<unsigned long long>(writer.buffer_size_) + kMemoryGrowth);
+    return grow_memory(writer, static_cast<unsigned long long>(writer.buffer_size_) + kGrowthBytes);
   }
   if (writer.buffer_size_ == 0) {
     return false;  // No buffer could be had.
@@ -314,7 +309,6 @@ bool WriteSteps::make_room(fWriteBuffer& writer) {
 
 void WriteSteps::write_full_buffer(fWriteBuffer& writer) {
   const auto bytes = static_cast<unsigned long long>(writer.buffer_size_);
-  ++writer.writes_;
   if (writer.spare_ != nullptr) {
     collect_ticket(writer, writer.buffer_ticket_);
     if (!io_write_async64(writer.file_, writer.current_,
@@ -323,7 +317,6 @@ void WriteSteps::write_full_buffer(fWriteBuffer& writer) {
       writer.buffer_ticket_ = -1;
       ++writer.errors_;
     }
-    std::swap(writer.current_, writer.spare_);
   } else {
     write_and_wait(writer, bytes);
   }
@@ -331,6 +324,10 @@ void WriteSteps::write_full_buffer(fWriteBuffer& writer) {
 }
 
 void WriteSteps::begin_next_buffer(fWriteBuffer& writer) {
+  ++writer.writes_;
+  if (writer.spare_ != nullptr) {
+    std::swap(writer.current_, writer.spare_);
+  }
   writer.buffer_file_position_ += static_cast<unsigned long long>(writer.buffer_size_);
   writer.data_end_ = std::max(writer.data_end_, writer.buffer_file_position_);
   empty_buffer(writer);

@@ -23,7 +23,8 @@ struct WriteSteps {
   static void write_and_wait(fWriteBuffer& writer, unsigned long long bytes);
   static void write_full_buffer(fWriteBuffer& writer);
 
-  /// A full buffer is on its way: what is collected next goes behind it.
+  /// A full buffer is written or on its way: counts it, and goes on behind it, in the spare one if
+  /// there is one.
   static void begin_next_buffer(fWriteBuffer& writer);
 
   static bool start_first_buffer(fWriteBuffer& writer);

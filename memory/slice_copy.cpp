@@ -37,13 +37,17 @@ void stream_lines(unsigned char* destination, const unsigned char* source, std::
   _mm_sfence();  // Streamed stores are ordered with nothing else; the reader comes after us.
 }
 
+void copy_cached(void* destination, const void* source, std::size_t count) {
+  if (count != 0) {  // The addresses may be null otherwise.
+    std::memcpy(destination, source, count);
+  }
+}
+
 }  // namespace
 
 void copy_past_caches(void* destination, const void* source, std::size_t count) {
   if (count < kLineBytes) {
-    if (count != 0) {  // The addresses may be null otherwise.
-      std::memcpy(destination, source, count);
-    }
+    copy_cached(destination, source, count);
     return;
   }
   auto* to = static_cast<unsigned char*>(destination);
@@ -61,8 +65,8 @@ void copy_past_caches(void* destination, const void* source, std::size_t count) 
 void copy_slice(void* destination, const void* source, std::size_t count) {
   if (count >= kStreamBytesMin) {
     copy_past_caches(destination, source, count);
-  } else if (count != 0) {  // The addresses may be null otherwise.
-    std::memcpy(destination, source, count);
+  } else {
+    copy_cached(destination, source, count);
   }
 }
 

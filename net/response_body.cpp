@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "core/rounding.h"
 #include "memory/pages_port.h"
 
 namespace orsin {
@@ -39,7 +40,7 @@ Header* header_of(char* text) {
 std::uint64_t bytes_to_commit(std::uint64_t size) {
   const std::uint64_t needed = kHeaderBytes + size + kRoomBytes;
   const std::uint64_t step = needed <= kLargeStepBytes ? kSmallStepBytes : kLargeStepBytes;
-  return (needed + step - 1) / step * step;
+  return rounded_up(needed, step);
 }
 
 }  // namespace
