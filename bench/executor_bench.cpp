@@ -21,9 +21,9 @@
 #include <numeric>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/clock.h"
+#include "base/win/windows.h"
 #include "orsincore/threads.h"
-#include "threads/clock.h"
 #include "threads/executor.h"
 
 namespace {

@@ -23,7 +23,7 @@
 #include <random>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 // After the Windows headers that it needs.
 #include <psapi.h>
 

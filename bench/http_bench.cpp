@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/network.h"
 
 #include <wininet.h>

@@ -23,7 +23,7 @@
 #include <string>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "files/transfer_slots.h"
 #include "orsincore/files.h"
 #include "orsincore/io.h"

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/files.h"
 
 #include <shlwapi.h>

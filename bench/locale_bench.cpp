@@ -22,7 +22,7 @@
 #include <string>
 #include <vector>
 
-#include "core/program_paths.h"
+#include "base/program_paths.h"
 #include "orsincore/text.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/text/catalogue_builder.h"

@@ -16,7 +16,7 @@
 #include <cstring>
 #include <memory>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/text.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <thread>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/threads.h"
 
 namespace {

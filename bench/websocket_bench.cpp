@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/network.h"
 #include "orsincore/startup.h"
 #include "tests/net/child_server_win.h"

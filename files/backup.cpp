@@ -8,9 +8,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/path_buffer.h"
 #include "files/directory_creation.h"
 #include "files/file_system_port.h"
-#include "files/path_buffer.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 

@@ -1,7 +1,7 @@
 // Times of files as text, in the user's format or as the web writes them.
 #include <cstring>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "files/file_system_port.h"
 #include "orsincore/files.h"
 

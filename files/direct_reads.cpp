@@ -10,9 +10,9 @@
 #include <cstring>
 #include <thread>
 
-#include "core/rounding.h"
+#include "base/lock.h"
+#include "base/rounding.h"
 #include "orsincore/io.h"
-#include "threads/lock.h"
 
 namespace orsin {
 namespace {

@@ -2,12 +2,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/path_buffer.h"
 #include "files/directory_creation.h"
 #include "files/file_system_port.h"
-#include "files/path_buffer.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
-#include "orsincore/startup.h"
+#include "orsincore/paths.h"
 
 namespace orsin {
 namespace {

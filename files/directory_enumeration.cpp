@@ -3,8 +3,8 @@
 
 #include <atomic>
 
+#include "base/path_buffer.h"
 #include "files/file_system_port.h"
-#include "files/path_buffer.h"
 
 namespace orsin {
 namespace {

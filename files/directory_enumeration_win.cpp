@@ -1,7 +1,7 @@
 // The system's enumeration of a directory; see directory_enumeration.h.
 #include "files/directory_enumeration.h"
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/text.h"
 
 namespace orsin::port {

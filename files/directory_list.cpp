@@ -8,12 +8,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/path_buffer.h"
 #include "files/directory_enumeration.h"
 #include "files/drive_list.h"
 #include "files/name_cache.h"
-#include "files/path_buffer.h"
 #include "orsincore/log.h"
-#include "orsincore/startup.h"
+#include "orsincore/paths.h"
 
 namespace orsin {
 namespace {

@@ -1,9 +1,9 @@
 // Finding the files below a directory whose names match a pattern.
 #include <cstring>
 
+#include "base/path_buffer.h"
 #include "files/directory_enumeration.h"
 #include "files/directory_list.h"
-#include "files/path_buffer.h"
 #include "files/wildcard.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"

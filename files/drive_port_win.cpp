@@ -4,7 +4,7 @@
 #include <cstring>
 #include <cwchar>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "files/drive_list.h"
 #include "files/volume_port.h"
 

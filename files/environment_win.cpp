@@ -4,8 +4,8 @@
 #include <memory>
 #include <new>
 
-#include "core/win/windows.h"
-#include "files/wide_path_win.h"
+#include "base/wide_path_win.h"
+#include "base/win/windows.h"
 
 namespace orsin::port {
 

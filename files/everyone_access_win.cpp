@@ -3,9 +3,9 @@
 
 #include <memory>
 
-#include "core/win/windows.h"
+#include "base/wide_path_win.h"
+#include "base/win/windows.h"
 #include "files/file_system_port.h"
-#include "files/wide_path_win.h"
 
 namespace orsin::port {
 namespace {

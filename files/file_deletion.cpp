@@ -1,9 +1,9 @@
 // Deleting files and directories.
 #include <memory>
 
+#include "base/path_buffer.h"
 #include "files/directory_list.h"
 #include "files/file_system_port.h"
-#include "files/path_buffer.h"
 #include "orsincore/files.h"
 
 using namespace orsin;

@@ -1,9 +1,9 @@
 // Giving a file another name.
 #include <cstring>
 
+#include "base/path_buffer.h"
 #include "files/directory_creation.h"
 #include "files/file_system_port.h"
-#include "files/path_buffer.h"
 #include "orsincore/files.h"
 
 using namespace orsin;

@@ -2,8 +2,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/path_buffer.h"
+#include "base/program_paths.h"
 #include "files/directory_list.h"
-#include "files/path_buffer.h"
 #include "files/search_list.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"

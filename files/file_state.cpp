@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <limits>
 
+#include "base/path_buffer.h"
 #include "files/file_system_port.h"
-#include "files/path_buffer.h"
 #include "orsincore/files.h"
 #include "orsincore/text.h"
 

@@ -11,10 +11,10 @@
 #include <memory>
 #include <new>
 
-#include "core/compiler.h"
-#include "core/stream_bytes.h"
-#include "core/unique_file.h"
-#include "files/path_buffer.h"
+#include "base/compiler.h"
+#include "base/path_buffer.h"
+#include "base/stream_bytes.h"
+#include "base/unique_file.h"
 #include "orsincore/files.h"
 #include "orsincore/text.h"
 

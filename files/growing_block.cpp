@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstdlib>
 
-#include "core/rounding.h"
+#include "base/rounding.h"
 
 namespace orsin {
 namespace {

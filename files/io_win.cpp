@@ -1,6 +1,6 @@
 #include "files/io_port.h"
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 
 #include <winioctl.h>
 

@@ -4,9 +4,9 @@
 #include <atomic>
 #include <cstdlib>
 
-#include "core/compiler.h"
+#include "base/compiler.h"
+#include "base/lock.h"
 #include "memory/small_block_pool.h"
-#include "threads/lock.h"
 
 namespace orsin {
 namespace {

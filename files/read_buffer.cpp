@@ -15,7 +15,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/rounding.h"
+#include "base/rounding.h"
 #include "files/buffer_configuration.h"
 #include "files/byte_count.h"
 #include "files/direct_reads.h"

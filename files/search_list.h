@@ -6,12 +6,9 @@
 
 #include <cstddef>
 
-#include "files/path_buffer.h"
+#include "base/path_buffer.h"
 
 namespace orsin {
-
-/// The list that start-up composed; empty before. core/program_paths.cpp answers.
-[[nodiscard]] const char* search_list();
 
 /// Walks a list once. Not copied while walking: the list must outlive the walker.
 class SearchListWalker {

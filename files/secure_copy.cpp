@@ -6,10 +6,10 @@
 #include <cstring>
 #include <optional>
 
+#include "base/path_buffer.h"
 #include "files/block_hasher.h"
 #include "files/copy_streams.h"
 #include "files/directory_creation.h"
-#include "files/path_buffer.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 

@@ -17,13 +17,13 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/log_port.h"
-#include "files/path_buffer.h"
+#include "base/lock.h"
+#include "base/log_port.h"
+#include "base/path_buffer.h"
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "orsincore/text.h"
 #include "orsincore/threads.h"
-#include "threads/lock.h"
 
 namespace orsin {
 namespace {

@@ -4,11 +4,11 @@
 // for each. They are module state: one call at a time in the process.
 #include <cstring>
 
+#include "base/path_buffer.h"
 #include "files/ascii_case.h"
 #include "files/copy_streams.h"
 #include "files/directory_list.h"
 #include "files/file_system_port.h"
-#include "files/path_buffer.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 #include "files/buffer_configuration.h"
 #include "files/volume_port.h"
 #include "orsincore/files.h"

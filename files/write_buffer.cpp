@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/rounding.h"
+#include "base/rounding.h"
 #include "files/buffer_configuration.h"
 #include "files/byte_count.h"
 #include "files/growing_block.h"

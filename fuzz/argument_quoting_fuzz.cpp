@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/argument_quoting.h"
+#include "modules/argument_quoting.h"
 #include "orsincore/startup.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

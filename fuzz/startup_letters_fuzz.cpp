@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/startup_letters.h"
+#include "startup/startup_letters.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::vector<std::string> texts(1);

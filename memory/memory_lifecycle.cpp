@@ -1,11 +1,11 @@
 #include "memory/memory_lifecycle.h"
 
+#include "base/lock.h"
 #include "memory/os_allocation.h"
 #include "memory/out_of_memory.h"
 #include "memory/process_heap_port.h"
 #include "memory/small_blocks.h"
 #include "orsincore/log.h"
-#include "threads/lock.h"
 
 namespace orsin {
 namespace {

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/inline_mutex.h"
 #include "memory/heap_blocks.h"
 #include "orsincore/memory.h"
 #include "orsincore/threads.h"
-#include "threads/inline_mutex.h"
 
 namespace orsin {
 

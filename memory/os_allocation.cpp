@@ -7,12 +7,12 @@
 
 #include <memory>
 
-#include "core/process_wide.h"
+#include "base/lock.h"
+#include "base/process_wide.h"
 #include "memory/allocation_table.h"
 #include "memory/pages_port.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
-#include "threads/lock.h"
 
 using namespace orsin;
 

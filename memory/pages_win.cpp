@@ -1,7 +1,7 @@
 // Pages and the address space, answered by Windows.
 #include "memory/pages_port.h"
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 
 namespace orsin::port {
 namespace {

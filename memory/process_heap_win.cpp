@@ -1,8 +1,8 @@
 // The process heap, answered by Windows and by the run-time library whose malloc() lies on it.
 #include "memory/process_heap_port.h"
 
-#include "core/compiler.h"
-#include "core/win/windows.h"
+#include "base/compiler.h"
+#include "base/win/windows.h"
 
 // Declared by <new.h> of the run-time library. MinGW's copy declares them with C names, but the
 // library exports the mangled ones only.

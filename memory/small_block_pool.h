@@ -14,7 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/compiler.h"
+#include "base/compiler.h"
 #include "orsincore/base.h"
 
 namespace orsin {

@@ -5,12 +5,13 @@
 
 #include <cstdio>
 
-#include "core/unique_file.h"
+#include "base/path_buffer.h"
+#include "base/settings_port.h"
+#include "base/unique_file.h"
 #include "memory/heap_sizes.h"
 #include "memory/movable_heap.h"
-#include "orsincore/files.h"
 #include "orsincore/log.h"
-#include "orsincore/text.h"
+#include "orsincore/utf.h"
 
 using namespace orsin;
 
@@ -35,10 +36,9 @@ int whole_mib(std::uint64_t bytes) {
 }
 
 void read_configuration(HeapSizes& sizes) {
-  constexpr std::size_t kPathBytes = 260;
   constexpr int kLineBytes = 128;  // 127 characters; longer lines are read as several.
   char path[kPathBytes];
-  if (file_find("memory.cfg", path) == 0) {
+  if (!port::find_settings_file("memory.cfg", path)) {
     return;
   }
   const UniqueFile file(ov_utf8_fopen(path, "r"));

@@ -1,9 +1,9 @@
 // Downloads to a file and uploads from one: the two helpers of the HTTP client that use the log.
 #include <cstdio>
 
-#include "core/stream_bytes.h"
-#include "core/unique_file.h"
-#include "files/path_buffer.h"
+#include "base/path_buffer.h"
+#include "base/stream_bytes.h"
+#include "base/unique_file.h"
 #include "net/payload_writer.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <utility>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 #include "net/http_request.h"
 #include "net/internet_port.h"
 #include "net/payload_writer.h"

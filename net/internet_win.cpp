@@ -1,7 +1,7 @@
 // The HTTP client's port, answered by WinINet.
 #include "net/internet_port.h"
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 
 #include <wininet.h>
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "core/rounding.h"
+#include "base/rounding.h"
 #include "memory/pages_port.h"
 
 namespace orsin {

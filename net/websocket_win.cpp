@@ -1,5 +1,5 @@
 // WebSockets over WinHTTP; see websocket_port.h.
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "net/websocket_port.h"
 
 #include <winhttp.h>

@@ -4,7 +4,7 @@
 #include <memory>
 #include <new>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 #include "net/websocket_data.h"
 #include "net/websocket_url.h"
 #include "orsincore/log.h"

@@ -9,7 +9,7 @@
 //   adds    none   +19    +16      +4       -65       -71     none
 #include <immintrin.h>
 
-#include "core/compiler.h"
+#include "base/compiler.h"
 #include "text/base64_blocks.h"
 
 namespace orsin {

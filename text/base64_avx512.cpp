@@ -8,7 +8,7 @@
 #include <array>
 #include <cstdint>
 
-#include "core/compiler.h"
+#include "base/compiler.h"
 #include "text/base64_blocks.h"
 
 #define ORSIN_TARGET_VBMI ORSIN_TARGET("avx512f,avx512bw,avx512vbmi")

@@ -1,7 +1,7 @@
 // Which vector instructions decode base64 on this processor.
 #include <array>
 
-#include "core/cpu_features.h"
+#include "base/cpu_features.h"
 #include "text/base64_blocks.h"
 
 namespace orsin {

@@ -2,7 +2,7 @@
 
 #include <ctime>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 
 namespace orsin::port {
 namespace {

@@ -7,9 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "orsincore/files.h"
+#include "base/path_buffer.h"
+#include "base/settings_port.h"
 #include "orsincore/log.h"
-#include "orsincore/startup.h"
+#include "orsincore/paths.h"
 #include "orsincore/text.h"
 #include "text/language_configuration.h"
 #include "text/locale_port.h"
@@ -21,7 +22,6 @@ namespace {
 
 constexpr char kDomain[] = "korvane";
 constexpr char kConfigurationName[] = "language.cfg";
-constexpr std::size_t kPathBytes = 260;
 
 // Everything between start and stop. Its address is written while one thread runs.
 struct Localisation {
@@ -43,10 +43,10 @@ std::string find_locale_directory() {
   if (is_known(file_get_data())) {
     path = std::string(file_get_data()) + "\\locale";
   }
-  if (file_is_directory(path.c_str()) == 0 && is_known(file_get_code())) {
+  if (!port::is_settings_directory(path.c_str()) && is_known(file_get_code())) {
     path = std::string(file_get_code()) + "locale";
   }
-  if (file_is_directory(path.c_str()) == 0) {
+  if (!port::is_settings_directory(path.c_str())) {
     msgerror("Failed to open 'locale' data path. No language support available.");
     msgcont("Locale path: %s", path.c_str());
     path.clear();
@@ -74,7 +74,7 @@ LanguageList read_languages(const std::string& directory) {
 std::string read_configured_language() {
   char path[kPathBytes] = {};
   std::snprintf(path, sizeof(path), "%s", kConfigurationName);
-  if (file_find(kConfigurationName, path) == 0) {
+  if (!port::find_settings_file(kConfigurationName, path)) {
     return {};
   }
   const auto file = read_whole_file(path);
@@ -167,7 +167,7 @@ bool ov_save_language_cfg(const char* code) {
   // Kept on purpose: the folder comes first, even for a code that is then refused. A settings window
   // that saves nothing yet still finds a place for its other files.
   char path[kPathBytes];
-  if (file_ensure_directory("Settings", kConfigurationName, path) == nullptr || code == nullptr ||
+  if (!port::place_settings_file("Settings", kConfigurationName, path) || code == nullptr ||
       *code == '\0') {
     return false;
   }

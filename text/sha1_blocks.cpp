@@ -5,7 +5,7 @@
 #include <bit>
 #include <cstdint>
 
-#include "core/cpu_features.h"
+#include "base/cpu_features.h"
 
 namespace orsin {
 namespace {

@@ -1,6 +1,6 @@
 #include <cstring>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/text.h"
 
 #include <rpc.h>

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "core/unique_file.h"
+#include "base/unique_file.h"
 #include "orsincore/text.h"
 
 namespace orsin {

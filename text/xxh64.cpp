@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/compiler.h"
+#include "base/compiler.h"
 #include "orsincore/text.h"
 
 // The library's own code, under its own rules about warnings.

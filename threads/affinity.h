@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "core/processor_table.h"
+#include "base/processor_table.h"
 
 namespace orsin {
 

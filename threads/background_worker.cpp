@@ -21,9 +21,9 @@
 #include <cstddef>
 #include <new>
 
-#include "core/process_wide.h"
+#include "base/lock.h"
+#include "base/process_wide.h"
 #include "threads/deadline.h"
-#include "threads/lock.h"
 #include "threads/thread_table.h"
 
 namespace orsin {

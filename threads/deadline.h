@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "base/lock.h"
 #include "orsincore/threads.h"
-#include "threads/lock.h"
 
 namespace orsin {
 

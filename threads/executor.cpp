@@ -22,11 +22,11 @@
 #include <memory>
 #include <new>
 
+#include "base/lock.h"
+#include "base/spin_wait.h"
 #include "orsincore/log.h"
-#include "orsincore/startup.h"
+#include "orsincore/processors.h"
 #include "orsincore/threads.h"
-#include "threads/lock.h"
-#include "threads/spin_wait.h"
 #include "threads/thread_table.h"
 
 namespace orsin {

@@ -22,8 +22,7 @@
 #include <new>
 #include <typeinfo>
 
-#include "core/win/windows.h"
-#include "orsincore/startup.h"
+#include "base/win/windows.h"
 #include "orsincore/threads.h"
 
 #if defined(__GNUC__)

@@ -1,7 +1,7 @@
 // Jobs done in their order by a thread of their own; see job_line.h.
 #include "threads/job_line.h"
 
-#include "threads/wait_time.h"
+#include "base/wait_time.h"
 
 namespace orsin {
 

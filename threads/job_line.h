@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "base/lock.h"
 #include "orsincore/threads.h"
-#include "threads/lock.h"
 #include "threads/thread_table.h"
 
 namespace orsin {

@@ -1,4 +1,4 @@
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "threads/scheduling_port.h"
 
 namespace orsin::port {

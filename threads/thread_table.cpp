@@ -10,13 +10,13 @@
 #include <cstring>
 #include <new>
 
-#include "core/log_port.h"
-#include "core/process_wide.h"
+#include "base/lock.h"
+#include "base/log_port.h"
+#include "base/process_wide.h"
 #include "orsincore/log.h"
-#include "orsincore/startup.h"
+#include "orsincore/processors.h"
 #include "orsincore/threads.h"
 #include "threads/fault_guard.h"
-#include "threads/lock.h"
 #include "threads/thread_port.h"
 #include "threads/thread_record.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/files.h"
 #include "orsincore/io.h"
 #include "tests/assembly/running_library.h"

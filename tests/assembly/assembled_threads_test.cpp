@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/orsincore.h"
 #include "tests/assembly/running_library.h"
 

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 
 namespace orsin {
 namespace {

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <optional>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/orsincore.h"
 
 namespace orsin::test {

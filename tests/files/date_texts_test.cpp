@@ -4,7 +4,7 @@
 #include <ctime>
 #include <string>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
 

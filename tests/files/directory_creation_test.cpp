@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "files/path_buffer.h"
+#include "base/path_buffer.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
 #include "tests/files/program_paths_standin.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "files/path_buffer.h"
+#include "base/path_buffer.h"
 #include "files/search_list.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"

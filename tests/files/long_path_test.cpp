@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 #include "files/file_system_port.h"
 #include "files/io_port.h"
 #include "orsincore/files.h"

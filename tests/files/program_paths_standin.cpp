@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "core/program_paths.h"
+#include "base/program_paths.h"
 
 namespace orsin::test {
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/wide_path_win.h"
+#include "base/win/windows.h"
 #include "files/file_system_port.h"
-#include "files/wide_path_win.h"
 #include "orsincore/files.h"
 #include "orsincore/text.h"
 #include "tests/files/backslash_path.h"

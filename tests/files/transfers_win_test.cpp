@@ -5,7 +5,7 @@
 #include <string>
 #include <thread>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "tests/files/io_fixture.h"

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "tests/support/temporary_directory.h"
 
 namespace orsin::test {

@@ -25,7 +25,7 @@
 #include <cstring>
 #include <string>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/orsincore.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <new>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "memory/memory_lifecycle.h"
 #include "memory/standard_heaps.h"
 #include "orsincore/log.h"

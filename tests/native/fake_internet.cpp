@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 
 namespace orsin::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <map>
 #include <vector>
 
-#include "core/processor_port.h"
+#include "base/processor_port.h"
 
 namespace orsin::test {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/spawn_port.h"
+#include "modules/spawn_port.h"
 
 namespace orsin::test {
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-#include "core/startup_port.h"
+#include "startup/startup_port.h"
 
 namespace orsin::test {
 

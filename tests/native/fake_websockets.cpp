@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 
 namespace orsin::test {
 namespace {

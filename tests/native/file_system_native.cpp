@@ -15,10 +15,10 @@
 #include <cstring>
 #include <string>
 
+#include "base/path_buffer.h"
 #include "files/directory_enumeration.h"
 #include "files/environment_port.h"
 #include "files/file_system_port.h"
-#include "files/path_buffer.h"
 #include "orsincore/text.h"
 #include "tests/native/fake_access.h"
 #include "tests/native/fake_enumeration.h"

@@ -1,8 +1,8 @@
 // The loader's port without libraries, and what start-up's port lends to it.
 #include <cerrno>
 
-#include "core/library_port.h"
-#include "core/startup_port.h"
+#include "modules/library_port.h"
+#include "startup/startup_port.h"
 #include "tests/native/fake_libraries.h"
 
 namespace orsin::test {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 
 namespace orsin::port {
 

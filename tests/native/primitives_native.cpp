@@ -7,10 +7,10 @@
 #include <thread>
 #include <unordered_map>
 
+#include "base/clock_port.h"
+#include "base/wait_time.h"
 #include "orsincore/threads.h"
 #include "tests/native/fake_clock.h"
-#include "threads/clock_port.h"
-#include "threads/wait_time.h"
 
 struct __mutex_str {
   std::recursive_mutex mutex;

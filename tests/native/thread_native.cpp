@@ -6,10 +6,10 @@
 #include <new>
 #include <thread>
 
-#include "core/processor_port.h"
+#include "base/processor_port.h"
+#include "base/spin_wait.h"
 #include "tests/native/fake_processors.h"
 #include "threads/fault_guard.h"
-#include "threads/spin_wait.h"
 #include "threads/thread_port.h"
 
 namespace orsin {

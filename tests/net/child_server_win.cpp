@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 
 #include <winsock2.h>
 

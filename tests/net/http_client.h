@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 #include "orsincore/network.h"
 #include "tests/native/fake_internet.h"
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 #include "orsincore/network.h"
 #include "tests/native/fake_internet.h"
 #include "tests/support/log_capture.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/network.h"
 #include "tests/native/fake_internet.h"
 #include "tests/support/log_capture.h"

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/network.h"
 #include "tests/net/large_answer.h"
 #include "tests/net/servers.h"

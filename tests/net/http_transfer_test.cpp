@@ -5,7 +5,7 @@
 #include <string>
 #include <thread>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/network.h"
 #include "tests/net/servers.h"
 #include "tests/support/log_capture.h"

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 
 namespace orsin::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <string>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 #include "net/response_body.h"
 #include "orsincore/network.h"
 #include "tests/native/fake_internet.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "core/log_port.h"
+#include "base/log_port.h"
 #include "orsincore/network.h"
 #include "tests/native/fake_websockets.h"
 #include "tests/net/frame_heap.h"

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/network.h"
 #include "orsincore/text.h"
 #include "tests/net/child_server_win.h"

@@ -5,7 +5,7 @@
 // is checked on the spot.
 #include <gtest/gtest.h>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "tests/native/fake_websockets.h"
 
 #define _WINHTTP_INTERNAL_  // Declares the functions without dllimport.

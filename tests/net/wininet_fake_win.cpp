@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "tests/native/fake_internet.h"
 
 #include <wininet.h>

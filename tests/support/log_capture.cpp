@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/message_log.h"
+#include "base/message_log.h"
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 

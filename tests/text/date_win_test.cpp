@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/text.h"
 
 namespace orsin {

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "core/compiler.h"
+#include "base/compiler.h"
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 
 namespace orsin::test {
 

@@ -38,11 +38,5 @@ TEST(NullJob, IsNoJob) {
   EXPECT_EQ(smp_is_spawned(), 0);
 }
 
-TEST(NullHandle, MayBeFreed) {
-  mp_delete_mutex(nullptr);
-  mp_delete_cond_block(nullptr);
-  mp_key_delete(nullptr);
-}
-
 }  // namespace
 }  // namespace orsin

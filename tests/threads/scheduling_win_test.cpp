@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "core/win/windows.h"
+#include "base/win/windows.h"
 #include "orsincore/threads.h"
 #include "tests/support/log_capture.h"
 

@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <string>
 
-#include "core/processor_info.h"
+#include "base/processor_info.h"
 #include "orsincore/startup.h"
 #include "orsincore/threads.h"
 #include "tests/native/fake_processors.h"

@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
-#include "core/processor_info.h"
-#include "core/processor_table.h"
-#include "core/win/windows.h"
+#include "base/clock.h"
+#include "base/processor_info.h"
+#include "base/processor_table.h"
+#include "base/win/windows.h"
 #include "orsincore/threads.h"
 #include "tests/support/log_capture.h"
 #include "tests/threads/gate.h"
-#include "threads/clock.h"
 #include "threads/thread_table.h"
 
 namespace orsin {

@@ -1,0 +1,39 @@
+#include <ctime>
+
+#include "base/log_port.h"
+#include "base/win/windows.h"
+#include "orsincore/utf.h"
+
+namespace orsin::port {
+namespace {
+
+constexpr DWORD kErrorTextUnits = 256;  // A longer text is not given at all.
+
+}  // namespace
+
+unsigned last_system_error() noexcept {
+  return GetLastError();
+}
+
+void set_last_system_error(unsigned code) noexcept {
+  SetLastError(code);
+}
+
+// By way of the wide form: the other answers in the system's code page, which is no UTF-8.
+void system_error_text(unsigned code, char* text, std::size_t size) noexcept {
+  wchar_t wide[kErrorTextUnits] = {};
+  FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
+                 MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), wide, kErrorTextUnits, nullptr);
+  ov_wchar_to_utf8(wide, text, size);
+}
+
+double local_time_of_day() noexcept {
+  const __time64_t now = _time64(nullptr);
+  struct tm local = {};
+  if (_localtime64_s(&local, &now) != 0) {
+    return 0.0;
+  }
+  return (local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec;
+}
+
+}  // namespace orsin::port

@@ -1,0 +1,14 @@
+#include "base/spin_wait.h"
+#include "base/win/windows.h"
+
+namespace orsin::port {
+
+void pause_processor() noexcept {
+  YieldProcessor();
+}
+
+void yield_processor() noexcept {
+  SwitchToThread();
+}
+
+}  // namespace orsin::port

@@ -1,0 +1,18 @@
+#include <cstring>
+
+#include "startup/instance.h"
+
+namespace orsin {
+
+// Kept on purpose: the program's name ends at the first blank, even inside quotes. A quoted path with
+// a blank leaves its rest in front of the arguments; hosts have learnt to look behind it.
+const char* arguments_of(const char* command_line) {
+  if (command_line == nullptr) {
+    return "";
+  }
+  const char* text = command_line + std::strspn(command_line, " \"");
+  text += std::strcspn(text, " \"");
+  return text + std::strspn(text, " \"");
+}
+
+}  // namespace orsin

@@ -1,0 +1,42 @@
+// What start-up and its report ask of the platform. startup_win.cpp answers.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+
+namespace orsin::port {
+
+/// The executable's file name, UTF-8.
+void module_file_name(char* path, std::size_t size) noexcept;
+
+/// The folder for the data of all users, made if it is missing.
+[[nodiscard]] bool common_application_data(char* path, std::size_t size) noexcept;
+
+/// Whether somebody has the file open in a way that keeps it from being renamed.
+[[nodiscard]] bool is_file_held(const char* path) noexcept;
+
+/// Points the process's standard-error handle at the stream's file.
+void redirect_standard_error(std::FILE* stream) noexcept;
+
+/// The computer's network name as UTF-8; false when the system does not tell or it does not fit.
+[[nodiscard]] bool computer_name(char* name, std::size_t size) noexcept;
+
+struct Version {
+  int parts[4];
+};
+
+/// The product version of the system's core library; false when it cannot be read.
+[[nodiscard]] bool system_product_version(Version& version) noexcept;
+
+struct SystemVersion {
+  int major;
+  int minor;
+  int build;
+  char service_pack[128];
+};
+[[nodiscard]] SystemVersion system_version() noexcept;
+
+/// A string value of the system's registration; false when it is absent, empty or no plain string.
+[[nodiscard]] bool registered(const char* value_name, char* text, std::size_t size) noexcept;
+
+}  // namespace orsin::port

@@ -1,0 +1,87 @@
+#include "base/program_paths.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "orsincore/startup.h"
+
+namespace orsin {
+namespace {
+
+std::string code_path(const char* module) {
+  char code[kProgramPathBytes];
+  write_code_path(module, code);
+  return code;
+}
+
+TEST(CodePath, EndsBeforeBin64) {
+  EXPECT_EQ(code_path("C:\\App\\bin64\\app.exe"), "C:\\App\\");
+}
+
+TEST(CodePath, KeepsTheWholeModulePathWithoutBin64) {
+  EXPECT_EQ(code_path("C:\\App\\app.exe"), "C:\\App\\app.exe");
+  EXPECT_EQ(code_path(""), "");
+}
+
+TEST(SearchList, NamesSettingsAndTheModulesDirectory) {
+  ProgramPaths paths = {};
+  std::snprintf(paths.module, sizeof(paths.module), "C:\\App\\bin64\\app.exe");
+  std::snprintf(paths.data, sizeof(paths.data), "D:\\Data\\");
+  std::snprintf(paths.default_settings, sizeof(paths.default_settings), "C:\\App\\Settings");
+
+  write_search_list(paths, paths.search_list, sizeof(paths.search_list));
+
+  EXPECT_STREQ(paths.search_list, "D:\\Data\\Settings;C:\\App\\Settings;C:\\App\\bin64;");
+}
+
+TEST(LogPath, StandsBelowTheDataPath) {
+  char directory[kProgramPathBytes];
+  char file[kProgramPathBytes];
+  write_log_path("D:\\Data", "Take", directory, file);
+  EXPECT_STREQ(directory, "D:\\Data\\Settings\\logs");
+  EXPECT_STREQ(file, "D:\\Data\\Settings\\logs\\Take.log");
+}
+
+TEST(LogPath, FallsBackToTheNameAloneWhenTooLong) {
+  char directory[kProgramPathBytes];
+  char file[kProgramPathBytes];
+  write_log_path(std::string(250, 'x').c_str(), "Take", directory, file);
+  EXPECT_STREQ(directory, "");
+  EXPECT_STREQ(file, "Take.log");
+}
+
+TEST(LogPath, IsTheNameAloneWhereOnlyTheDirectoryFits) {
+  char directory[kProgramPathBytes];
+  char file[kProgramPathBytes];
+  const std::string data(240, 'x');
+
+  write_log_path(data.c_str(), "Take", directory, file);
+
+  EXPECT_EQ(directory, data + "\\Settings\\logs");
+  EXPECT_STREQ(file, "Take.log");
+}
+
+TEST(ModuleName, IsCopiedAsFarAsItFits) {
+  std::snprintf(program_paths().module, kProgramPathBytes, "C:\\App\\app.exe");
+  char whole[kProgramPathBytes];
+  char cut[7];
+
+  EXPECT_TRUE(ov_modulename(whole, sizeof(whole)));
+  EXPECT_TRUE(ov_modulename(cut, sizeof(cut)));
+
+  EXPECT_STREQ(whole, "C:\\App\\app.exe");
+  EXPECT_STREQ(cut, "C:\\App");
+  program_paths() = {};
+}
+
+TEST(ModuleName, IsUnknownBeforeStartUp) {
+  char name[kProgramPathBytes] = "x";
+
+  EXPECT_FALSE(ov_modulename(name, sizeof(name)));
+
+  EXPECT_STREQ(name, "");
+}
+
+}  // namespace
+}  // namespace orsin

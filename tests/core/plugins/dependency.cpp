@@ -1,6 +1,0 @@
-// What the dependent plug-in needs beside it.
-#include "tests/core/plugins/plugin.h"
-
-PLUGIN_EXPORT int dependency_answer() {
-  return 41;
-}

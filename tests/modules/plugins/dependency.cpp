@@ -1,0 +1,6 @@
+// What the dependent plug-in needs beside it.
+#include "tests/modules/plugins/plugin.h"
+
+PLUGIN_EXPORT int dependency_answer() {
+  return 41;
+}

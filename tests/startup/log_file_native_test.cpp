@@ -1,0 +1,180 @@
+// Where the log goes and what becomes of the one before, through the stand-in's knobs.
+#include "startup/log_file.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "base/program_paths.h"
+#include "orsincore/log.h"
+#include "orsincore/startup.h"
+#include "tests/files/backslash_path.h"
+#include "tests/native/fake_startup.h"
+#include "tests/support/environment_variable.h"
+#include "tests/support/log_capture.h"
+
+namespace orsin {
+namespace {
+
+using test::below;
+using test::EnvironmentVariable;
+using test::fake_startup;
+using test::LogCapture;
+using test::TemporaryDirectory;
+
+constexpr char kVariable[] = "ORSIN_TEST_DATA";
+
+class LogFile : public testing::Test {
+ protected:
+  LogFile() { set_module("App\\bin64\\app.exe"); }
+  ~LogFile() override {
+    msg_close();
+    if (fake_startup().log != nullptr) {
+      std::fclose(fake_startup().log);
+    }
+    fake_startup() = {};
+    program_paths() = {};
+  }
+
+  void set_module(const char* name) const {
+    std::snprintf(program_paths().module, kProgramPathBytes, "%s", below(directory_, name).c_str());
+  }
+
+  // Opens the log of "Take" below the directory.
+  void open(bool continues_log = false) const {
+    const EnvironmentVariable data(kVariable, backslashed(directory_).c_str());
+    set_paths_and_open_log("Take", kVariable, continues_log);
+  }
+
+  // Finds the paths where no variable is set, and leaves no log file.
+  void find_paths() const { set_paths_and_open_log("Take", nullptr, false); }
+
+  [[nodiscard]] std::string log_text(const char* name = "Take.log") const {
+    return TemporaryDirectory::read(directory_.path(std::string("Settings/logs/") + name));
+  }
+
+  TemporaryDirectory directory_;
+};
+
+TEST_F(LogFile, IsOpenedBelowTheDataPathAtInfo) {
+  open();
+  msginfo("first");
+
+  EXPECT_EQ(file_get_logfile(), below(directory_, "Settings\\logs\\Take.log"));
+  EXPECT_EQ(msg_getlevel(), 2);
+  EXPECT_EQ(fake_startup().log, msg_get_file());
+  EXPECT_NE(log_text().find("INFO : first\n"), std::string::npos) << log_text();
+}
+
+TEST_F(LogFile, RotatesTheOneBefore) {
+  directory_.write("Settings/logs/Take.log", "before\n");
+
+  open();
+
+  EXPECT_EQ(log_text("Take.1.log"), "before\n");
+  EXPECT_EQ(log_text(), "");
+}
+
+TEST_F(LogFile, ContinuesTheOneBeforeAfterARestart) {
+  directory_.write("Settings/logs/Take.log", "before\n");
+  fake_startup().held_looks = 1000;  // It is not rotated, so nobody waits for it.
+
+  open(true);
+  msginfo("after");
+
+  EXPECT_EQ(log_text().find("before\n"), 0U);
+  EXPECT_NE(log_text().find("INFO : after\n"), std::string::npos) << log_text();
+  EXPECT_EQ(fake_startup().looks, 0);
+}
+
+TEST_F(LogFile, WaitsUntilTheOneBeforeIsReleased) {
+  fake_startup().held_looks = 3;
+
+  open();
+
+  EXPECT_EQ(fake_startup().looks, 4);
+  EXPECT_EQ(msg_getlevel(), 2);
+}
+
+TEST_F(LogFile, IsOpenedWhenTheOneBeforeIsNeverReleased) {
+  fake_startup().held_looks = 1000;
+
+  open();
+
+  EXPECT_EQ(fake_startup().looks, 50);
+  EXPECT_EQ(msg_getlevel(), 2);
+}
+
+TEST_F(LogFile, GivesWayToStandardErrorWhenItCannotBeOpened) {
+  std::filesystem::create_directories(directory_.path("Settings/logs/Take.log"));
+
+  open();
+
+  EXPECT_STREQ(file_get_logfile(), "");
+  EXPECT_EQ(msg_getlevel(), 1);
+  EXPECT_EQ(msg_get_file(), stderr);
+  EXPECT_EQ(fake_startup().log, nullptr);
+}
+
+TEST_F(LogFile, LiesInTheCurrentDirectoryWhereItsOwnCannotBeMade) {
+  directory_.write("Settings", "a file");
+  const std::filesystem::path current = std::filesystem::current_path();
+  std::filesystem::current_path(directory_.path());
+  const LogCapture log;
+
+  open();
+  std::filesystem::current_path(current);
+
+  const std::string line =
+      "ERROR: Error creating directory " + below(directory_, "Settings\\logs") + " : ";
+  EXPECT_EQ(log.last_line().find(line), 0U) << log.text();
+  EXPECT_GT(log.last_line().size(), line.size());
+  EXPECT_STREQ(file_get_logfile(), "Take.log");
+  EXPECT_TRUE(std::filesystem::exists(directory_.path("Take.log")));
+}
+
+TEST_F(LogFile, NeedsAName) {
+  set_paths_and_open_log(nullptr, nullptr, false);
+
+  EXPECT_STREQ(file_get_logfile(), "");
+  EXPECT_EQ(msg_getlevel(), 1);
+  EXPECT_EQ(msg_get_file(), stderr);
+}
+
+TEST_F(LogFile, LiesInTheCommonFolderOfTheApplicationWithoutAVariable) {
+  fake_startup().common_folder = below(directory_, "common");
+
+  find_paths();
+
+  EXPECT_EQ(file_get_data(), below(directory_, "common\\Take"));
+  EXPECT_EQ(file_get_code(), below(directory_, "App\\"));
+  EXPECT_EQ(file_get_default_settings(), below(directory_, "App\\Settings"));
+}
+
+TEST_F(LogFile, LiesBesideTheCodeInAMarkedInstallation) {
+  fake_startup().common_folder = below(directory_, "common");
+  directory_.write("App/Settings/System.reg", "");
+
+  find_paths();
+
+  EXPECT_EQ(file_get_data(), below(directory_, "App\\"));
+}
+
+TEST_F(LogFile, TakesNoDirectoryForTheMark) {
+  fake_startup().common_folder = below(directory_, "common");
+  std::filesystem::create_directories(directory_.path("App/Settings/System.reg"));
+
+  find_paths();
+
+  EXPECT_EQ(file_get_data(), below(directory_, "common\\Take"));
+}
+
+TEST_F(LogFile, LiesBesideTheCodeWithoutACommonFolder) {
+  find_paths();
+
+  EXPECT_EQ(file_get_data(), below(directory_, "App\\"));
+}
+
+}  // namespace
+}  // namespace orsin

@@ -1,0 +1,93 @@
+// What start-up asks of the system, answered by the system itself.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "base/win/windows.h"
+#include "startup/startup_port.h"
+#include "tests/support/temporary_directory.h"
+
+namespace orsin {
+namespace {
+
+using test::TemporaryDirectory;
+
+// Opened as C streams are: others may read and write, but not rename.
+HANDLE hold(const std::string& path) {
+  return CreateFileW(test::to_path(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                     nullptr, OPEN_EXISTING, 0, nullptr);
+}
+
+TEST(FileThatIsHeld, CanBeToldFromOneThatIsNot) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("Take.log", "before");
+  HANDLE file = hold(path);
+  ASSERT_NE(file, INVALID_HANDLE_VALUE);
+
+  EXPECT_TRUE(port::is_file_held(path.c_str()));
+  CloseHandle(file);
+
+  EXPECT_FALSE(port::is_file_held(path.c_str()));
+  EXPECT_FALSE(port::is_file_held(directory.path("absent").c_str()));
+  EXPECT_EQ(TemporaryDirectory::read(path), "before");
+}
+
+TEST(ComputerName, IsToldWhereItFits) {
+  char name[64] = {};
+  char none[1];
+
+  EXPECT_TRUE(port::computer_name(name, sizeof(name)));
+  EXPECT_FALSE(port::computer_name(none, sizeof(none)));
+
+  EXPECT_STRNE(name, "");
+}
+
+// A value of the machine's registration that exists for one test.
+class RegisteredValue {
+ public:
+  RegisteredValue(const wchar_t* name, DWORD type, const void* data, DWORD bytes) : name_(name) {
+    EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, name, type, data, bytes), ERROR_SUCCESS);
+  }
+  ~RegisteredValue() { RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kKey, name_); }
+  RegisteredValue(const RegisteredValue&) = delete;
+  RegisteredValue& operator=(const RegisteredValue&) = delete;
+
+ private:
+  static constexpr wchar_t kKey[] = L"Software\\Microsoft\\Windows NT\\CurrentVersion";
+  const wchar_t* name_;
+};
+
+TEST(Registration, IsReadWhereItIsAPlainTextOnly) {
+  constexpr wchar_t kText[] = L"Studio S\u00fcd";
+  constexpr DWORD kNumber = 7;
+  const RegisteredValue text(L"OrsinTestText", REG_SZ, kText, sizeof(kText));
+  const RegisteredValue open_ended(L"OrsinTestOpen", REG_SZ, kText, sizeof(kText) - 2);
+  const RegisteredValue expanding(L"OrsinTestExpanding", REG_EXPAND_SZ, kText, sizeof(kText));
+  const RegisteredValue number(L"OrsinTestNumber", REG_DWORD, &kNumber, sizeof(kNumber));
+  const RegisteredValue empty(L"OrsinTestEmpty", REG_SZ, L"", sizeof(wchar_t));
+  char found[128];
+
+  for (const char* name : {"OrsinTestText", "OrsinTestOpen"}) {
+    SCOPED_TRACE(name);
+    ASSERT_TRUE(port::registered(name, found, sizeof(found)));
+    EXPECT_STREQ(found, "Studio S\u00fcd");
+  }
+  for (const char* name :
+       {"OrsinTestExpanding", "OrsinTestNumber", "OrsinTestEmpty", "OrsinTestAbsent"}) {
+    SCOPED_TRACE(name);
+    EXPECT_FALSE(port::registered(name, found, sizeof(found)));
+  }
+}
+
+TEST(SystemVersion, IsInTheRecordToo) {
+  port::Version product;
+  ASSERT_TRUE(port::system_product_version(product));
+
+  const port::SystemVersion version = port::system_version();
+
+  EXPECT_GT(version.major, 0);
+  EXPECT_GT(version.build, 0);
+}
+
+}  // namespace
+}  // namespace orsin
