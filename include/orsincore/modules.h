@@ -59,7 +59,9 @@ struct ProcessResultStruct {
 
 /// Starts a program and, if asked, waits for its end while the caller's own loop goes on.
 ///
-/// The program shares the caller's standard streams and environment. Each argument arrives as it
+/// The program shares the caller's standard streams and environment; but where standard error is the
+/// log, a program that is not waited for gets none of it: it may outlive the caller, and would hold
+/// the log's file. Each argument arrives as it
 /// is given, whatever it consists of, in a program that splits its command line as C programs do.
 /// @param program        Looked for along PATH; UTF-8.
 /// @param argv           Ends with null; argv[0] is the program's name by convention. UTF-8.

@@ -12,6 +12,9 @@
 //   copy     copies its own program file to DATA/copy
 //   leave    leaves queued work and an open plug-in (ORSIN_TEST_PLUGIN) to closedown
 //   litter   leaves pages of the system and a thread that never ends to closedown
+//   tool     waits for a child that prints to standard error
+//   outlived starts a child that prints to standard error and lives until NAMELeave
+//   child    is such a child, without the library: signals NAMEPrinted, waits for NAMELeave
 //   serve    is a first instance: signals NAMEReady, waits for NAMEAsk, logs the updates
 //   window   the same, with a minimised main window
 //   restart  asks for a restart the first time
@@ -121,6 +124,24 @@ void leave_litter(const char* application) {
   }
 }
 
+void start_child(const char* application, bool wait) {
+  char program[260] = {};
+  ov_modulename(program, sizeof(program));
+  char* argv[] = {program, const_cast<char*>("-x"), const_cast<char*>("child"),
+                  const_cast<char*>(application), nullptr};
+  ProcessResultStruct result = {};
+  SpawnAndLoopUntilFinished(program, argv, wait, nullptr, nullptr, result, 1);
+  msginfo("child started %d exited %d", result.started ? 1 : 0, result.exited ? 1 : 0);
+}
+
+void print_and_linger(const char* application) {
+  std::fputs("printed by the child\n", stderr);
+  std::fflush(stderr);
+  const Event leave(application, "Leave");
+  Event(application, "Printed").set();
+  WaitForSingleObject(leave.handle(), INFINITE);
+}
+
 HWND make_main_window(const char* application) {
   const std::string class_name = std::string(application) + "KORVANE";
   WNDCLASSA window_class = {};
@@ -191,6 +212,10 @@ int act(const std::string& command, const char* application) {
     leave_to_closedown();
   } else if (command == "litter") {
     leave_litter(application);
+  } else if (command == "tool") {
+    start_child(application, true);
+  } else if (command == "outlived") {
+    start_child(application, false);
   } else if (command == "serve") {
     serve(application, nullptr);
   } else if (command == "window") {
@@ -204,6 +229,10 @@ int act(const std::string& command, const char* application) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc >= 4 && std::strcmp(argv[2], "child") == 0) {
+    print_and_linger(argv[3]);
+    return 0;
+  }
   if (argc < 4 || !start(argc, argv)) {
     return 2;
   }
