@@ -1,31 +1,16 @@
 #include "modules/spawn_port.h"
 
 #include <cerrno>
-#include <cstring>
 #include <string>
 #include <vector>
 
+#include "base/exact_wide_win.h"
 #include "base/win/windows.h"
-#include "orsincore/utf.h"
 
 #include <process.h>
 
 namespace orsin::port {
 namespace {
-
-// Exactly what another program expects. The library's own conversion has its way with characters
-// beyond 16 bits, which only its own files' names share; it still reads what is no UTF-8.
-std::wstring to_wide(const char* text) {
-  const std::size_t size = std::strlen(text) + 1;
-  std::wstring wide(size, L'\0');  // Never more units than bytes.
-  const int units = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text, static_cast<int>(size),
-                                        wide.data(), static_cast<int>(size));
-  if (units == 0) {
-    ov_utf8_to_wchar_n(text, wide.data(), size);
-  }
-  wide.resize(std::wcslen(wide.c_str()));
-  return wide;
-}
 
 SRWLOCK start_lock = SRWLOCK_INIT;  // One start at a time has the handle below in its place.
 
@@ -78,7 +63,7 @@ class ChildStandardError {
 void* start_program(const char* program, const char* const* argv, ErrorOutput errors) {
   std::vector<std::wstring> arguments;
   for (int i = 0; argv[i] != nullptr; ++i) {
-    arguments.push_back(to_wide(argv[i]));
+    arguments.push_back(exact_wide(argv[i]));
   }
   std::vector<const wchar_t*> pointers;
   pointers.reserve(arguments.size() + 1);
@@ -88,7 +73,7 @@ void* start_program(const char* program, const char* const* argv, ErrorOutput er
   pointers.push_back(nullptr);
 
   const ChildStandardError standard_error(errors);
-  const std::intptr_t process = _wspawnvp(_P_NOWAIT, to_wide(program).c_str(), pointers.data());
+  const std::intptr_t process = _wspawnvp(_P_NOWAIT, exact_wide(program).c_str(), pointers.data());
   return process != -1 ? reinterpret_cast<void*>(process) : nullptr;
 }
 
