@@ -162,6 +162,12 @@ TEST_F(HostProcess, KeepsTenOlderLogsAndDropsTheEleventh) {
   EXPECT_NE(oldest.find("2-way multi-processing"), std::string::npos) << oldest;
 }
 
+TEST_F(HostProcess, TheHostHasItsErrorModeBackAfterClosedown) {
+  EXPECT_EQ(run("boxes"), SEM_NOGPFAULTERRORBOX);
+
+  EXPECT_NE(log().find("boxes are off"), std::string::npos) << log();
+}
+
 TEST_F(HostProcess, AChildThatOutlivesItsHostDoesNotHoldTheLog) {
   NamedEvent printed(name() + "Printed");
   NamedEvent leave(name() + "Leave");

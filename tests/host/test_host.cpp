@@ -12,6 +12,7 @@
 //   copy     copies its own program file to DATA/copy
 //   leave    leaves queued work and an open plug-in (ORSIN_TEST_PLUGIN) to closedown
 //   litter   leaves pages of the system and a thread that never ends to closedown
+//   boxes    exits with the error mode after closedown; it had set SEM_NOGPFAULTERRORBOX before
 //   tool     waits for a child that prints to standard error
 //   outlived starts a child that prints to standard error and lives until NAMELeave
 //   child    is such a child, without the library: signals NAMEPrinted, waits for NAMELeave
@@ -204,7 +205,10 @@ int act(const std::string& command, const char* application) {
   if (command == "level") {
     return 100 + 10 * msg_getlevel() + smp_numprocs();
   }
-  if (command == "paths") {
+  if (command == "boxes") {
+    constexpr UINT kBoxes = SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX;
+    msginfo("boxes are %s", (GetErrorMode() & kBoxes) == kBoxes ? "off" : "on");
+  } else if (command == "paths") {
     print_paths();
   } else if (command == "locale") {
     msginfo("locale '%s', text '%s'", ov_locale_get(), ov_pgettext("state", "Open"));
@@ -277,13 +281,22 @@ int main() {
     print_and_linger(argv[3]);
     return 0;
   }
-  if (argc < 4 || !start(argc, argv)) {
+  if (argc < 4) {
     return 2;
   }
   const std::string command = argv[2];
+  if (command == "boxes") {
+    SetErrorMode(SEM_NOGPFAULTERRORBOX);
+  }
+  if (!start(argc, argv)) {
+    return 2;
+  }
   const int answer = act(command, argv[3]);
   const bool second_run = RA_CheckProcessWasRestarted() != 0;
   ov_closedown();
+  if (command == "boxes") {
+    return static_cast<int>(GetErrorMode());
+  }
   if (second_run) {
     Event(argv[3], "Done").set();
   }
