@@ -5,7 +5,7 @@
 namespace orsin {
 
 // Kept on purpose: the program's name ends at the first blank, even inside quotes. A quoted path with
-// a blank leaves its rest in front of the arguments; hosts have learnt to look behind it.
+// a blank leaves its rest in front of the arguments. That is how the record is given.
 const char* arguments_of(const char* command_line) {
   if (command_line == nullptr) {
     return "";

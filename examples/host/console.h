@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdio>
-#include <string>
 
 namespace host {
 
@@ -34,8 +33,7 @@ unsigned long process_id();
 void catch_cancel();
 bool cancel_requested();
 
-/// A top-level window that is never shown; null when it could not be made.
-void* create_hidden_window(const std::string& class_name);
-void destroy_window(void* window);
+/// Everything is cleaned up: where the console was closed, the system may end the process now.
+void end_console();
 
 }  // namespace host

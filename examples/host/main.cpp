@@ -128,8 +128,8 @@ int main() {
   host::open_console();
   const int result = host::run(host::console_argv());
   // A full disk or a closed pipe must not look like success.
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    return host::fail("cannot write to standard output");
-  }
-  return result;
+  const bool is_written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  const int code = is_written ? result : host::fail("cannot write to standard output");
+  host::end_console();
+  return code;
 }
