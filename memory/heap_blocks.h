@@ -116,11 +116,11 @@ class HeapBlocks {
   /// Whether the index says what the headers say; for tests.
   [[nodiscard]] bool index_agrees() const;
 
-  /// The block whose header lies in front of `data`; null when that is no address of this heap.
-  ///
-  /// Kept on purpose: an address equal to base passes, where inner_block_of() wants one above it.
-  /// No data lies at base, so this matters to nobody but has always been so.
+  /// The block whose header lies in front of `data`; null when that is no address of this heap, or
+  /// one so close to its begin that no header can lie in front of it.
   [[nodiscard]] mheap_mblk* block_of(const void* data) const;
+
+  /// The same, for an address above base.
   [[nodiscard]] mheap_mblk* inner_block_of(const void* data) const;
 
   /// The block that `address` lies in, wherever in it; null when that is no address of this heap.
@@ -155,7 +155,7 @@ class HeapBlocks {
 
 // Here because locking a block is little more than this.
 
-// Null too where the header would begin before the first block: those bytes are not ours to read.
+// What lies in front of the first block is not ours to read.
 inline mheap_mblk* HeapBlocks::block_of(const void* data) const {
   const std::uint64_t address = address_of(data);
   const std::uint64_t first_data = address_of(heap_.first_block) + heap_.header_size;

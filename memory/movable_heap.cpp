@@ -1,7 +1,8 @@
 // The heap around the blocks: its mutex, its waiting, its log lines.
 //
 // `mutex` guards everything in the heap; it is taken before the allocation table's and the log's.
-// `cond` belongs to it: allocations without room wait there, and mheap_unlock() wakes one of them.
+// `cond` belongs to it: allocations without room wait there, and each mheap_unlock() wakes one waiter.
+// Both are public, so the waiter may be a thread of the host; nobody counts them here.
 // Discard callbacks run with the mutex held.
 #include "memory/movable_heap.h"
 
@@ -21,7 +22,6 @@ namespace {
 struct HeapRecord {
   _mheap heap;
   FreeRuns runs;
-  int waiting;  // Allocations in mp_cond_timedwait(); guarded by the heap's mutex.
 };
 
 HeapRecord& record_of(_mheap* heap) {
@@ -31,15 +31,6 @@ HeapRecord& record_of(_mheap* heap) {
 // The process's fatal-error handling takes over from here.
 void raise_corrupted() {
   std::raise(SIGSEGV);
-}
-
-bool wait_for_unlock(_mheap* heap) {
-  constexpr long long kWaitNs = 100000000;
-  int& waiting = record_of(heap).waiting;
-  ++waiting;
-  const bool is_woken = mp_cond_timedwait(heap->cond, heap->mutex, kWaitNs) != 0;
-  --waiting;
-  return is_woken;
 }
 
 std::uint64_t block_granules_min(const _mheap& heap) {
@@ -153,6 +144,7 @@ Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle) 
 
 int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
   constexpr int kWaitsMax = 10;
+  constexpr long long kWaitNs = 100000000;
   if (size == 0) {
     msgerror("MHeap: Illegal size (%d) requested..", static_cast<int>(size));
     return -1;
@@ -180,7 +172,7 @@ int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
     }
     msgwarn("Waiting for free space in %s heap: %llu (%d)", HeapName(*heap).text,
             static_cast<unsigned long long>(needed), waits);
-    if (!wait_for_unlock(heap)) {
+    if (mp_cond_timedwait(heap->cond, heap->mutex, kWaitNs) == 0) {
       msgwarn("Timeout while waiting for free space in %s heap", HeapName(*heap).text);
     }
     ++waits;
@@ -232,10 +224,7 @@ int mheap_unlock(_mheap* heap, void** handle) {
     if (block->lock_count > 0) {
       const std::uint32_t left = --block->lock_count;
       blocks.stamp(*block);
-      // Waking nobody is not free, and nearly always there is nobody.
-      if (record_of(heap).waiting > 0) {
-        mp_cond_signal(heap->cond);
-      }
+      mp_cond_signal(heap->cond);
       return static_cast<int>(left);
     }
   }
