@@ -1,3 +1,4 @@
+// What the log asks of Windows: last errors, their texts, the time of day; see base/log_port.h.
 #include <ctime>
 
 #include "base/log_port.h"

@@ -20,6 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/given_text.h"
 #include "base/lock.h"
 #include "base/log_port.h"
 #include "base/log_time.h"
@@ -237,8 +238,8 @@ void write_os_error(const char* text, unsigned code) {
     return;
   }
   const double now = mp_getclock();
-  static_cast<void>(std::snprintf(log_state.buffer, kBufferBytes, "%s : '%s'",
-                                  text != nullptr ? text : "", error_text(code)));
+  static_cast<void>(
+      std::snprintf(log_state.buffer, kBufferBytes, "%s : '%s'", given(text), error_text(code)));
   write_line_locked(kError, now);
 }
 

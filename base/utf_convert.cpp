@@ -11,6 +11,7 @@
 
 #include "base/ascii_run.h"
 #include "base/code_points.h"
+#include "base/given_text.h"
 #include "orsincore/utf.h"
 
 namespace orsin {
@@ -106,7 +107,7 @@ void* convert_utf8_to_utf16(const char* src, void* dst, std::size_t n) {
   if (n == 0 || dst == nullptr) {
     return dst;
   }
-  const char* from = src != nullptr ? src : "";
+  const char* from = given(src);
   char* to = static_cast<char*>(dst);
   const char* const end = to + n * sizeof(std::uint16_t);
   const auto room = [&to, end] {
@@ -215,7 +216,7 @@ unsigned int* ov_utf8_to_utf32(const char* src, unsigned int* dst, std::size_t n
   if (n == 0 || dst == nullptr) {
     return dst;
   }
-  src = src != nullptr ? src : "";
+  src = given(src);
   for (std::size_t written = 0; written < n; ++written) {
     const CodePoint cp = decode_utf8(src);
     dst[written] = static_cast<unsigned int>(cp.value);

@@ -100,9 +100,8 @@ struct Installed {
   Installed() {
     directory.write("locale/de/LC_MESSAGES/korvane.mo", make_catalogue());
     const std::string configuration = directory.write("language.cfg", "language=de_DE\n");
-    std::snprintf(orsin::program_paths().data, orsin::kProgramPathBytes, "%s",
-                  directory.path().c_str());
-    std::snprintf(orsin::program_paths().search_list, orsin::kProgramPathBytes, "%s;",
+    std::snprintf(orsin::program_paths().data, orsin::kPathBytes, "%s", directory.path().c_str());
+    std::snprintf(orsin::program_paths().search_list, orsin::kPathBytes, "%s;",
                   directory.path().c_str());
     orsin::start_localisation();
 

@@ -4,6 +4,7 @@
 // for each. They are module state: one call at a time in the process.
 #include <cstring>
 
+#include "base/given_text.h"
 #include "base/path_buffer.h"
 #include "files/ascii_case.h"
 #include "files/copy_streams.h"
@@ -211,8 +212,8 @@ int copy_file_to(const char* source, const char* destination, unsigned long long
 using namespace orsin;
 
 int ov_filecopy(const char* src, const char* dst, bool recursive, unsigned long long& bytes) {
-  src = src != nullptr ? src : "";
-  dst = dst != nullptr ? dst : "";
+  src = given(src);
+  dst = given(dst);
   if (std::strcmp(src, dst) == 0) {
     msgerror("FileCopy: Source and destination are the same!\n'%s' no copy done\n", src);
     return kFailed;

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "base/given_text.h"
 #include "orsincore/log.h"
 
 using namespace orsin;
@@ -78,7 +79,7 @@ _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment, mh
   }
   auto* record = ::new (memory) HeapRecord{};
   _mheap* heap = &record->heap;
-  std::strncpy(heap->name, name != nullptr ? name : "", sizeof heap->name);
+  std::strncpy(heap->name, given(name), sizeof heap->name);
   heap->mode = mode;
   heap->alignment = static_cast<std::uint64_t>(static_cast<std::int64_t>(alignment));
   heap->header_size = heap_header_size(heap->alignment);

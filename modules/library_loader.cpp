@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "base/given_text.h"
 #include "base/lock.h"
 #include "base/path_buffer.h"
 #include "base/process_wide.h"
@@ -232,7 +233,7 @@ int ov_rundll(const char* module, const char* entry, int argc, char** argv) {
   if (void* address = ov_resolve_symbol(library, entry)) {
     result = run_entry(address, argc, argv);
   } else {
-    msgerror("RUNDLL: Entry '%s' not found", entry != nullptr ? entry : "");
+    msgerror("RUNDLL: Entry '%s' not found", given(entry));
   }
   ov_close_library(library, false);
   return result;

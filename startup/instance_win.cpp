@@ -1,3 +1,4 @@
+// The mutex of the single instance, the section shared with a second one, and the first one's window.
 #include <cstdio>
 #include <cwchar>
 #include <string>
