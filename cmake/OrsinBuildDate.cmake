@@ -1,4 +1,5 @@
-# Sets ORSIN_COMMIT_TIME, seconds since 1970 UTC, and writes startup/build_date.h from it.
+# Sets ORSIN_COMMIT_TIME, seconds since 1970 UTC, and writes startup/build_date.h from it, and the file
+# commit-time for cmake/package.
 #
 # The first of these that is there: SOURCE_DATE_EPOCH in the environment; git's last commit;
 # cmake/commit-time, which an archive made by git fills in. Nothing takes the clock.
@@ -35,5 +36,6 @@ math(EXPR month "${month} - 1")
 list(GET months ${month} month)
 string(REGEX REPLACE "^0" " " day "${day}")
 set(ORSIN_BUILD_DATE "${month} ${day} ${year}")
+file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/commit-time" CONTENT "${ORSIN_COMMIT_TIME}\n")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/build_date.h.in"
   "${PROJECT_BINARY_DIR}/generated/startup/build_date.h" @ONLY)

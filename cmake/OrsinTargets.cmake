@@ -71,6 +71,10 @@ if(WIN32)
   target_sources(orsincore PRIVATE "${PROJECT_BINARY_DIR}/version.rc")
   target_compile_features(orsincore INTERFACE cxx_std_17)
   set_target_properties(orsincore PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
+  if(MINGW)
+    # The linker's own choice depends on the path of its output. Windows moves the DLL anyway.
+    target_link_options(orsincore PRIVATE -Wl,--image-base,0x180000000)
+  endif()
 endif()
 
 if(ORSIN_COVERAGE)
