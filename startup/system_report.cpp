@@ -8,6 +8,7 @@
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
 #include "orsincore/threads.h"
+#include "startup/build_date.h"
 #include "startup/startup_port.h"
 
 namespace orsin {
@@ -90,7 +91,7 @@ void write_banner(const char* application_name, int level, const RestartState& r
   char now[260];
   date().format(now, true);
   msginfo("%s", kRule);
-  msgcont("%s - [Build: %s]", given(application_name), __DATE__);
+  msgcont("%s - [Build: %s]", given(application_name), kBuildDate);
   if (restart.is_continued) {
     msgcont("Log continued(%d): %s", level, now);
   } else {

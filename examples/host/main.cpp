@@ -10,6 +10,7 @@
 
 #include "examples/host/command.h"
 #include "examples/host/console.h"
+#include "examples/host/own_folder.h"
 
 namespace host {
 namespace {
@@ -126,6 +127,7 @@ int run(char** argv) {
 
 int main() {
   host::open_console();
+  host::use_own_folder();
   const int result = host::run(host::console_argv());
   // A full disk or a closed pipe must not look like success.
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
