@@ -257,6 +257,10 @@ class ORSIN_API date {
   int add_days(long n);
 
   /// The user's short date, with the user's time if asked for. `out`: at least 260 bytes.
+  ///
+  /// The text is in the code page and the calendar of the user's locale: where these write more
+  /// than ASCII, as in Korean or Bulgarian, it is no UTF-8. Windows: GetDateFormatA,
+  /// GetTimeFormatA.
   void format(char* out, bool with_time) const;
   void format_xml(char* out, bool with_time) const;  ///< "2024-03-05T08:07:09"
   void format_num(char* out, bool with_time) const;  ///< "20240305_080709"
