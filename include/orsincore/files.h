@@ -186,6 +186,10 @@ ORSIN_API unsigned long long file_get_modified_ts(const char* path);
 
 /// Writes a time as local date and time in the user's date format: "31.01.2024 12:34".
 ///
+/// The hours are those of 24, but a user's format that marks the halves of the day keeps its mark:
+/// "13:05 PM". The text is in the user's code page and calendar: it may hold bytes that are no
+/// UTF-8, so show it or convert it, and do not parse it.
+///
 /// @param size  Bytes of `out`; what does not fit is left out.
 /// @return True; false for a null `out`. Any thread. Windows: GetDateFormatA, GetTimeFormatA.
 ORSIN_API bool file_ts_2_txt(unsigned long long ts, char* out, int size);
@@ -194,7 +198,7 @@ ORSIN_API bool file_ts_2_txt(unsigned long long ts, char* out, int size);
 /// read.
 ORSIN_API bool file_get_local_datetime_str(const char* path, char* out, int size);
 
-/// Writes the date of a file's last write.
+/// Writes the date of a file's last write, by the Gregorian calendar whatever the user's.
 ///
 /// @param mode  0: the local date, "2024-01-31". 2: UTC, "2024-01-31T12:34:56+00:00". Any other:
 ///              UTC, "2024-01-31T12:34:56Z".
