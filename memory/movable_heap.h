@@ -46,6 +46,9 @@ namespace movable_heap {
 /// The blocks of a heap made by mheap_initialize().
 [[nodiscard]] HeapBlocks blocks_of(_mheap* heap);
 
+/// After the line about damage: the process's fatal-error handling takes over.
+void raise_corrupted();
+
 /// Whether the heap's region holds that address. Takes no lock, but waits for a resize that is under
 /// way. Any thread.
 [[nodiscard]] bool region_holds(_mheap* heap, const void* address);
