@@ -17,7 +17,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/lock.h"
+#include "base/library_locks.h"
 #include "base/log_port.h"
 #include "base/path_buffer.h"
 #include "orsincore/io.h"
@@ -43,7 +43,7 @@ struct Slot {
 };
 
 struct Transfers {
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kTransfers};
   Slot slots[kSlotCount] = {};
   int next_slot = 0;
   std::int32_t last_ticket = 0;
@@ -304,7 +304,6 @@ void stop_transfers() {
     }
     make_idle(slot);
   }
-  transfers.mutex.destroy();
 }
 
 int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes) {

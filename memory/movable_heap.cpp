@@ -5,6 +5,7 @@
 // Discard callbacks run with the mutex held.
 #include "memory/movable_heap.h"
 
+#include <atomic>
 #include <bit>
 #include <csignal>
 #include <cstdlib>
@@ -21,7 +22,8 @@ namespace {
 struct HeapRecord {
   _mheap heap;
   FreeRuns runs;
-  int waiting;  // Allocations in mp_cond_timedwait(); guarded by the heap's mutex.
+  int waiting;                   // Allocations in mp_cond_timedwait(); guarded by the heap's mutex.
+  std::atomic<bool> is_damaged;  // A validation has failed and keeps the mutex for ever.
 };
 
 HeapRecord& record_of(_mheap* heap) {
@@ -103,7 +105,9 @@ void mheap_destroy(_mheap* heap) {
   if (heap == nullptr) {
     return;
   }
-  os_free(heap->base);
+  if (heap->base != nullptr) {
+    os_free(heap->base);
+  }
   delete_record(heap);
 }
 
@@ -111,6 +115,21 @@ namespace orsin::movable_heap {
 
 HeapBlocks blocks_of(_mheap* heap) {
   return {*heap, record_of(heap).runs};
+}
+
+void give_back_region(_mheap* heap) {
+  const bool is_guarded = !record_of(heap).is_damaged.load();
+  if (is_guarded) {
+    mp_get_mutex(heap->mutex);
+  }
+  os_free(heap->base);
+  heap->base = nullptr;
+  heap->first_block = heap->end_block = nullptr;
+  heap->total_size = 0;
+  record_of(heap).runs.destroy();
+  if (is_guarded) {
+    mp_release_mutex(heap->mutex);
+  }
 }
 
 void drop_index(_mheap* heap) {
@@ -134,6 +153,9 @@ Space search_locked(_mheap& heap, std::uint64_t needed, bool may_compact) {
 }  // namespace
 
 Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle) {
+  if (heap.first_block == nullptr) {
+    return Attempt::kNoRegion;
+  }
   Space space = search_locked(heap, needed, heap.mode != MHEAP_DISCARD);
   if (space.block == nullptr && space.result != SpaceResult::kCorrupted &&
       heap.mode == MHEAP_DISCARD) {
@@ -168,6 +190,7 @@ int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
       case movable_heap::Attempt::kAllocated:
         return 1;
       case movable_heap::Attempt::kDamaged:
+      case movable_heap::Attempt::kNoRegion:
         return -1;
       case movable_heap::Attempt::kNoRoom:
         break;
@@ -411,5 +434,6 @@ int mheap_validate(_mheap* heap) {
   }
   // Kept on purpose: the mutex stays held. Nobody shall build on a damaged heap; threads that try
   // stand still, where a debugger finds them.
+  record_of(heap).is_damaged.store(true);
   return -1;
 }

@@ -41,8 +41,9 @@ namespace movable_heap {
 
 enum class Attempt {
   kAllocated,
-  kNoRoom,   ///< Now; an unlock may change that.
-  kDamaged,  ///< Logged, and the signal raised.
+  kNoRoom,    ///< Now; an unlock may change that.
+  kDamaged,   ///< Logged, and the signal raised.
+  kNoRegion,  ///< Given back: nothing will ever fit.
 };
 
 /// One attempt of mheap_alloc_lock(), without waiting. The caller holds the heap's mutex. `needed`
@@ -51,6 +52,10 @@ enum class Attempt {
 
 /// The blocks of a heap made by mheap_initialize().
 [[nodiscard]] HeapBlocks blocks_of(_mheap* heap);
+
+/// Gives the region back to the system and leaves a heap without blocks, in which nothing is found and
+/// nothing fits: for a heap that threads may still come to. mheap_destroy() frees the rest.
+void give_back_region(_mheap* heap);
 
 /// Goes on without the index, as a heap does that had no memory for one; for tests.
 void drop_index(_mheap* heap);

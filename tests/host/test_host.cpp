@@ -15,6 +15,7 @@
 //   serve    is a first instance: signals NAMEReady, waits for NAMEAsk, logs the updates
 //   window   the same, with a minimised main window
 //   restart  asks for a restart the first time
+//   busy-X   leaves threads to closedown that do X for ever: see busy_threads.h
 //
 // A second process of "restart" signals NAMEDone. The first argument is "-x", as a restart passes
 // on what follows a dash; the third names the application ("-" gives null); the data path comes from
@@ -27,6 +28,7 @@
 
 #include "base/win/windows.h"
 #include "orsincore/orsincore.h"
+#include "tests/host/busy_threads.h"
 
 namespace {
 
@@ -167,6 +169,10 @@ bool start(int argc, char** argv) {
 }
 
 int act(const std::string& command, const char* application) {
+  constexpr char kBusy[] = "busy-";
+  if (command.starts_with(kBusy)) {
+    return orsin::test::start_busy_threads(command.substr(sizeof(kBusy) - 1)) ? 0 : 1;
+  }
   if (command == "level") {
     return 100 + 10 * msg_getlevel() + smp_numprocs();
   }
