@@ -21,7 +21,7 @@
 #include <cstring>
 
 #include "base/given_text.h"
-#include "base/lock.h"
+#include "base/library_locks.h"
 #include "base/log_port.h"
 #include "base/log_time.h"
 #include "orsincore/log.h"
@@ -46,7 +46,7 @@ struct Log {
   std::atomic<int> level = -1;       // Negative: closed.
   std::atomic<int> last_level = -1;  // Of the latest head; decides about continuation lines.
   std::FILE* stream = nullptr;       // Never owned.
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kLog};
   char* buffer = nullptr;
   std::size_t previous_length = 0;
   int repeat_count = 0;
@@ -277,7 +277,6 @@ void msg_close() {
   std::free(log_state.buffer);
   log_state.buffer = nullptr;
   log_state.stream = nullptr;
-  log_state.mutex.destroy();
 }
 
 int msg(int level, const char* format, ...) {

@@ -76,7 +76,9 @@ void mheap_destroy(_mheap* heap) {
   if (heap == nullptr) {
     return;
   }
-  os_free(heap->base);
+  if (heap->base != nullptr) {
+    os_free(heap->base);
+  }
   delete_record(heap);
 }
 
@@ -113,6 +115,23 @@ std::uint64_t mheap_resize(_mheap* heap, std::uint64_t size, int os_flags) {
 }
 
 namespace orsin::movable_heap {
+
+void give_back_region(_mheap* heap) {
+  HeapRecord& record = record_of(heap);
+  const bool is_guarded = !record.is_damaged.load();
+  if (is_guarded) {
+    mp_get_mutex(heap->mutex);
+  }
+  os_free(heap->base);
+  heap->base = nullptr;
+  heap->first_block = heap->end_block = nullptr;
+  heap->total_size = 0;
+  record.bounds.set(*heap);
+  record.runs.destroy();
+  if (is_guarded) {
+    mp_release_mutex(heap->mutex);
+  }
+}
 
 void drop_index(_mheap* heap) {
   record_of(heap).runs.destroy();
