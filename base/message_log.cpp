@@ -20,7 +20,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/lock.h"
+#include "base/given_text.h"
+#include "base/library_locks.h"
 #include "base/log_port.h"
 #include "base/log_time.h"
 #include "orsincore/log.h"
@@ -45,7 +46,7 @@ struct Log {
   std::atomic<int> level = -1;       // Negative: closed.
   std::atomic<int> last_level = -1;  // Of the latest head; decides about continuation lines.
   std::FILE* stream = nullptr;       // Never owned.
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kLog};
   char* buffer = nullptr;
   std::size_t previous_length = 0;
   int repeat_count = 0;
@@ -237,8 +238,8 @@ void write_os_error(const char* text, unsigned code) {
     return;
   }
   const double now = mp_getclock();
-  static_cast<void>(std::snprintf(log_state.buffer, kBufferBytes, "%s : '%s'",
-                                  text != nullptr ? text : "", error_text(code)));
+  static_cast<void>(
+      std::snprintf(log_state.buffer, kBufferBytes, "%s : '%s'", given(text), error_text(code)));
   write_line_locked(kError, now);
 }
 
@@ -276,7 +277,6 @@ void msg_close() {
   std::free(log_state.buffer);
   log_state.buffer = nullptr;
   log_state.stream = nullptr;
-  log_state.mutex.destroy();
 }
 
 int msg(int level, const char* format, ...) {

@@ -48,6 +48,10 @@ if(ORSIN_SANITIZE)
   target_link_options(orsin_options INTERFACE -fsanitize=${ORSIN_SANITIZE})
 endif()
 
+# The date of what is built, for the log's banner: startup/build_date.h.
+include(OrsinBuildDate)
+target_include_directories(orsin_options INTERFACE "${PROJECT_BINARY_DIR}/generated")
+
 # In a Windows build the objects make the DLL and the white-box tests; in a native build, the tests.
 add_library(orsin_objects OBJECT)
 target_compile_definitions(orsin_objects PRIVATE ORSIN_BUILDING)
@@ -65,8 +69,12 @@ if(WIN32)
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>")
   configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" "${PROJECT_BINARY_DIR}/version.rc" @ONLY)
   target_sources(orsincore PRIVATE "${PROJECT_BINARY_DIR}/version.rc")
-  target_compile_features(orsincore INTERFACE cxx_std_20)
+  target_compile_features(orsincore INTERFACE cxx_std_17)
   set_target_properties(orsincore PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
+  if(MINGW)
+    # The linker's own choice depends on the path of its output. Windows moves the DLL anyway.
+    target_link_options(orsincore PRIVATE -Wl,--image-base,0x180000000)
+  endif()
 endif()
 
 if(ORSIN_COVERAGE)

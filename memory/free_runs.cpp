@@ -1,3 +1,4 @@
+// Finds, adds and joins free runs by their slots; see the header for the layout.
 #include "memory/free_runs.h"
 
 #include <algorithm>

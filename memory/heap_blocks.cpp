@@ -1,3 +1,4 @@
+// First fit, freeing, moving and validation of a heap's blocks; see the header for the layout.
 #include "memory/heap_blocks.h"
 
 #include <bit>

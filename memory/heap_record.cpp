@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 
+#include "base/given_text.h"
 #include "memory/movable_heap.h"
 
 using namespace orsin;
@@ -49,7 +50,7 @@ _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment, mh
   }
   auto* record = ::new (memory) HeapRecord{};
   _mheap* heap = &record->heap;
-  std::strncpy(heap->name, name != nullptr ? name : "", sizeof heap->name);
+  std::strncpy(heap->name, given(name), sizeof heap->name);
   heap->mode = mode;
   heap->alignment = static_cast<std::uint64_t>(static_cast<std::int64_t>(alignment));
   heap->header_size = heap_header_size(heap->alignment);
@@ -75,7 +76,9 @@ void mheap_destroy(_mheap* heap) {
   if (heap == nullptr) {
     return;
   }
-  os_free(heap->base);
+  if (heap->base != nullptr) {
+    os_free(heap->base);
+  }
   delete_record(heap);
 }
 
@@ -112,6 +115,23 @@ std::uint64_t mheap_resize(_mheap* heap, std::uint64_t size, int os_flags) {
 }
 
 namespace orsin::movable_heap {
+
+void give_back_region(_mheap* heap) {
+  HeapRecord& record = record_of(heap);
+  const bool is_guarded = !record.is_damaged.load();
+  if (is_guarded) {
+    mp_get_mutex(heap->mutex);
+  }
+  os_free(heap->base);
+  heap->base = nullptr;
+  heap->first_block = heap->end_block = nullptr;
+  heap->total_size = 0;
+  record.bounds.set(*heap);
+  record.runs.destroy();
+  if (is_guarded) {
+    mp_release_mutex(heap->mutex);
+  }
+}
 
 void drop_index(_mheap* heap) {
   record_of(heap).runs.destroy();

@@ -27,6 +27,7 @@ struct HeapRecord {
   _mheap heap;
   FreeRuns runs;
   RegionBounds bounds;
+  std::atomic<bool> is_damaged;  // A validation has failed and keeps the mutex for ever.
 };
 
 [[nodiscard]] inline HeapRecord& record_of(_mheap* heap) {

@@ -83,6 +83,9 @@ int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
   HeapLock lock(heap);
   const std::uint64_t needed = heap_block_size(*heap, size);
   for (int waits = 0; waits < kWaitsMax;) {
+    if (heap->first_block == nullptr) {
+      return -1;  // The region was given back meanwhile.
+    }
     if (movable_heap::allocate_once_locked(*heap, needed, handle)) {
       return 1;
     }

@@ -2,6 +2,7 @@
 //
 // Questions take no lock, as their answers are old in any case; whatever changes blocks takes the
 // heap's mutex.
+#include "memory/heap_record.h"
 #include "memory/movable_heap.h"
 #include "orsincore/log.h"
 
@@ -70,5 +71,6 @@ int mheap_validate(_mheap* heap) {
   }
   // Kept on purpose: the mutex stays held. Nobody shall build on a damaged heap; threads that try
   // stand still, where a debugger finds them.
+  record_of(heap).is_damaged.store(true);
   return -1;
 }
