@@ -32,6 +32,7 @@ struct Command {
 extern const Command kReportCommand;
 extern const Command kCopyCommand;
 extern const Command kIngestCommand;
+extern const Command kCheckCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
 extern const Command kRunCommand;

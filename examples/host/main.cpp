@@ -16,9 +16,10 @@ namespace host {
 namespace {
 
 const Command* const kCommands[] = {
-    &kReportCommand, &kCopyCommand, &kIngestCommand,    &kListCommand, &kHashCommand,
-    &kHeapsCommand,  &kDateCommand, &kBidiCommand,      &kTrCommand,   &kGetCommand,
-    &kPutCommand,    &kHttpCommand, &kWebSocketCommand, &kRunCommand,  &kRundllCommand};
+    &kReportCommand, &kCopyCommand,      &kIngestCommand, &kCheckCommand,
+    &kListCommand,   &kHashCommand,      &kHeapsCommand,  &kDateCommand,
+    &kBidiCommand,   &kTrCommand,        &kGetCommand,    &kPutCommand,
+    &kHttpCommand,   &kWebSocketCommand, &kRunCommand,    &kRundllCommand};
 
 constexpr std::string_view kUsage =
     "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"
