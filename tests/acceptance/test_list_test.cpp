@@ -23,8 +23,8 @@ TEST(AcceptanceList, TakesOneTestFromEachLine) {
 }
 
 TEST(AcceptanceList, RefusesALineThatIsNoTest) {
-  for (const char* line : {"", "A.B", "A.B\ta.exe\tA.B", "A.B\ta.exe\tA.B\tsoon\t",
-                           "A.B\ta.exe\tA.B\t1\tX\tmore"}) {
+  for (const char* line :
+       {"", "A.B", "A.B\ta.exe\tA.B", "A.B\ta.exe\tA.B\tsoon\t", "A.B\ta.exe\tA.B\t1\tX\tmore"}) {
     SCOPED_TRACE(line);
     std::string bad = "none";
 

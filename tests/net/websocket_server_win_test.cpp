@@ -26,7 +26,8 @@ using test::FrameHeap;
 using test::Lines;
 using test::LogCapture;
 
-const std::string kScript = test::kit_path("servers/websocket.py", ORSIN_TEST_SERVERS "/websocket.py");
+const std::string kScript =
+    test::kit_path("servers/websocket.py", ORSIN_TEST_SERVERS "/websocket.py");
 
 // One server for all tests of a run; started by the first that needs it.
 class SharedServer : public testing::Environment {
