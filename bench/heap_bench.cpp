@@ -15,7 +15,6 @@
 //
 // Linked with the library's objects, so that the heap can be made to walk.
 #include <benchmark/benchmark.h>
-#include <mimalloc.h>
 
 #include <array>
 #include <cstdlib>
@@ -30,6 +29,10 @@
 #include "memory/movable_heap.h"
 #include "memory/standard_heaps.h"
 #include "orsincore/memory.h"
+
+#ifdef ORSIN_RIVAL_MIMALLOC
+#include <mimalloc.h>
+#endif
 
 namespace {
 
@@ -93,11 +96,13 @@ class WalkingHeap : public MovableHeap {
   }
 };
 
+#ifdef ORSIN_RIVAL_MIMALLOC
 struct Mimalloc {
   explicit Mimalloc(std::size_t) {}
   void take(void*& block) { block = mi_malloc(kProxyBytes); }
   void give_back(void*& block) { mi_free(block); }
 };
+#endif
 
 struct RuntimeMalloc {
   explicit RuntimeMalloc(std::size_t) {}
@@ -135,7 +140,9 @@ void replace(benchmark::State& state) {
 
 BENCHMARK_TEMPLATE(replace, MovableHeap)->Arg(100)->Arg(1000)->Arg(10000);
 BENCHMARK_TEMPLATE(replace, WalkingHeap)->Arg(100)->Arg(1000)->Arg(10000);
+#ifdef ORSIN_RIVAL_MIMALLOC
 BENCHMARK_TEMPLATE(replace, Mimalloc)->Arg(100)->Arg(1000)->Arg(10000);
+#endif
 BENCHMARK_TEMPLATE(replace, RuntimeMalloc)->Arg(100)->Arg(1000)->Arg(10000);
 
 // --- An editor's frames ---

@@ -57,7 +57,8 @@ bool is_absolute(const char* dir) {
   return dir[0] == '\\' || (dir[0] != '\0' && dir[1] == ':');
 }
 
-// The directory as it was meant; false when it does not fit.
+}  // namespace
+
 bool resolve_directory(PathBuffer& path, const char* dir) {
   if (is_absolute(dir)) {
     return path.append(dir);
@@ -65,8 +66,6 @@ bool resolve_directory(PathBuffer& path, const char* dir) {
   return path.append(file_get_data()) && (path.ends_in_separator() || path.append("\\")) &&
          path.append(dir);
 }
-
-}  // namespace
 
 bool ensure_directory_part(std::string_view directory) {
   const PathBuffer path(directory);

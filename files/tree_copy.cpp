@@ -6,8 +6,9 @@
 
 #include "base/given_text.h"
 #include "base/path_buffer.h"
-#include "files/ascii_case.h"
 #include "files/copy_streams.h"
+#include "files/directory_creation.h"
+#include "files/directory_identity.h"
 #include "files/directory_list.h"
 #include "files/file_system_port.h"
 #include "orsincore/files.h"
@@ -107,6 +108,11 @@ Result copy_opened(const char* destination, unsigned long long& bytes) {
   return all_taken && streams.writer->error() == 0 ? kCopied : kDataNotCopied;
 }
 
+int path_too_long(const char* directory, const char* name) {
+  msgerror("FileCopy: The path of '%s' in '%s', or of its copy, is too long\n", name, directory);
+  return kFailed;
+}
+
 int copy_one_file(const char* source, const char* destination, unsigned long long& bytes) {
   if (!open_source(*streams.reader, source)) {
     return kFailed;
@@ -124,36 +130,49 @@ int copy_one_file(const char* source, const char* destination, unsigned long lon
 }
 
 // Copied below itself, a tree meets its copy, and the copy of that, until no path has room for more:
-// a disk full of copies, and a failure in the end.
+// a disk full of copies, and a failure in the end. A destination that is not absolute is made below
+// the data path and written to below the current directory.
 bool would_meet_its_copy(const char* source, const char* destination) {
-  std::size_t length = std::strlen(source);
-  while (length > 0 && (source[length - 1] == '\\' || source[length - 1] == '/')) {
-    --length;
+  PathBuffer made;
+  const bool meets = lies_in(destination, source) ||
+                     (resolve_directory(made, destination) && lies_in(made.c_str(), source));
+  if (meets) {
+    msgerror("FileCopy: '%s' lies in '%s', no copy done\n", destination, source);
   }
-  for (std::size_t i = 0; i < length; ++i) {
-    if (fold_case(source[i]) != fold_case(destination[i])) {
-      return false;
-    }
-  }
-  return destination[length] == '\\' || destination[length] == '/';
+  return meets;
 }
 
 int copy_tree(const char* source, const char* destination, bool recursive,
               unsigned long long& bytes);
 
-// How deep this goes is bounded by the length of a path.
+// Kept on purpose: a subdirectory for which there is no place, or that leads back, counts as one
+// without files. Callers want the rest of the tree; the log names what is missing.
+bool has_place(const char* source, const char* destination, const char* subdirectory) {
+  char ensured[kPathBytes];
+  if (file_ensure_directory(destination, nullptr, ensured) == nullptr ||
+      file_ensure_directory(subdirectory, nullptr, ensured) == nullptr) {
+    msgerror("FileCopy: '%s' has no directory to go to, not copied\n", source);
+    return false;
+  }
+  return true;
+}
+
+// How deep this goes is bounded by the length of a path, also where links lead in circles that are
+// not seen.
 int copy_subdirectories(const dir_list& list, const char* source, const char* destination,
                         unsigned long long& bytes) {
   int copied = 0;
   PathBuffer from;
   PathBuffer to;
-  char ensured[kPathBytes];
   for (int i = 0; i < list.dir_count; ++i) {
     if (!join_path(from, source, list.dirs[i]) || !join_path(to, destination, list.dirs[i])) {
-      return kFailed;
+      return path_too_long(source, list.dirs[i]);
     }
-    if (file_ensure_directory(destination, nullptr, ensured) == nullptr ||
-        file_ensure_directory(to.c_str(), nullptr, ensured) == nullptr) {
+    if (leads_back(from.c_str())) {
+      msgwarn("FileCopy: '%s' leads to a directory above it, not copied\n", from.c_str());
+      continue;
+    }
+    if (!has_place(from.c_str(), destination, to.c_str())) {
       continue;
     }
     const int below = copy_tree(from.c_str(), to.c_str(), true, bytes);
@@ -167,15 +186,25 @@ int copy_subdirectories(const dir_list& list, const char* source, const char* de
 
 int copy_tree(const char* source, const char* destination, bool recursive,
               unsigned long long& bytes) {
-  const UniqueList list(flist_new(source, 1));
-  if (!list) {
+  ListingEnd end = ListingEnd::kWhole;
+  const UniqueList list = list_directory(source, 1, end);
+  if (!list || end == ListingEnd::kNotOpened) {
+    // Kept on purpose: a directory that cannot be listed counts as one without files. Callers want
+    // the rest of the tree; the log names what is missing.
+    msgerror("FileCopy: '%s' cannot be listed, not copied\n", source);
     return 0;
+  }
+  if (end == ListingEnd::kBrokenOff) {
+    msgerror("FileCopy: '%s' was not listed to its end, not copied\n", source);
+    return kFailed;
   }
   PathBuffer from;
   PathBuffer to;
   for (int i = 0; i < list->file_count; ++i) {
-    if (!join_path(from, source, list->files[i]) || !join_path(to, destination, list->files[i]) ||
-        copy_one_file(from.c_str(), to.c_str(), bytes) < 0) {
+    if (!join_path(from, source, list->files[i]) || !join_path(to, destination, list->files[i])) {
+      return path_too_long(source, list->files[i]);
+    }
+    if (copy_one_file(from.c_str(), to.c_str(), bytes) < 0) {
       return kFailed;
     }
   }

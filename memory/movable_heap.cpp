@@ -1,10 +1,12 @@
 // The heap around the blocks: its mutex, its waiting, its log lines.
 //
 // `mutex` guards everything in the heap; it is taken before the allocation table's and the log's.
-// `cond` belongs to it: allocations without room wait there, and mheap_unlock() wakes one of them.
+// `cond` belongs to it: allocations without room wait there, and each mheap_unlock() wakes one waiter.
+// Both are public, so the waiter may be a thread of the host; nobody counts them here.
 // Discard callbacks run with the mutex held.
 #include "memory/movable_heap.h"
 
+#include <atomic>
 #include <bit>
 #include <csignal>
 #include <cstdlib>
@@ -18,11 +20,24 @@ using movable_heap::blocks_of;
 
 namespace {
 
+// Where the region lies, for readers that do not hold the mutex. While `changes` is odd the region is
+// being replaced, and owners' variables point into the old one or the new one.
+struct RegionBounds {
+  std::atomic<std::uint32_t> changes;
+  std::atomic<std::uint64_t> begin;
+  std::atomic<std::uint64_t> bytes;
+
+  void set(const _mheap& heap) {
+    begin.store(address_of(heap.base), std::memory_order_release);
+    bytes.store(heap.total_size, std::memory_order_release);
+  }
+};
+
 // One allocation with the record: the public structure first.
 struct HeapRecord {
   _mheap heap;
   FreeRuns runs;
-  int waiting;  // Allocations in mp_cond_timedwait(); guarded by the heap's mutex.
+  RegionBounds bounds;
 };
 
 HeapRecord& record_of(_mheap* heap) {
@@ -34,13 +49,15 @@ void raise_corrupted() {
   std::raise(SIGSEGV);
 }
 
-bool wait_for_unlock(_mheap* heap) {
-  constexpr long long kWaitNs = 100000000;
-  int& waiting = record_of(heap).waiting;
-  ++waiting;
-  const bool is_woken = mp_cond_timedwait(heap->cond, heap->mutex, kWaitNs) != 0;
-  --waiting;
-  return is_woken;
+void report_corrupted(const _mheap& heap) {
+  msgerror("HEAP '%s' CORRUPTED: Illegal (0 size) block detected...", HeapName(heap).text);
+  raise_corrupted();
+}
+
+void release_locked(_mheap* heap, mheap_mblk* block) {
+  if (!blocks_of(heap).release(block)) {
+    report_corrupted(*heap);
+  }
 }
 
 std::uint64_t block_granules_min(const _mheap& heap) {
@@ -95,6 +112,7 @@ _mheap* mheap_initialize(const char* name, std::uint64_t size, int alignment, mh
     delete_record(heap);
     return nullptr;
   }
+  record->bounds.set(*heap);
   create_index(heap, 2 * block_granules_min(*heap));  // A used and a free block lie between.
   blocks_of(heap).lay_out();
   return heap;
@@ -118,6 +136,23 @@ void drop_index(_mheap* heap) {
   record_of(heap).runs.destroy();
 }
 
+bool region_holds(_mheap* heap, const void* address) {
+  const RegionBounds& bounds = record_of(heap).bounds;
+  // Each turn waits for a resize that is under way, or comes right after one.
+  for (;;) {
+    const std::uint32_t changes = bounds.changes.load(std::memory_order_acquire);
+    if (changes % 2 != 0) {
+      const HeapLock until_it_ends(heap);
+      continue;
+    }
+    const std::uint64_t begin = bounds.begin.load(std::memory_order_acquire);
+    const std::uint64_t bytes = bounds.bytes.load(std::memory_order_acquire);
+    if (bounds.changes.load(std::memory_order_relaxed) == changes) {
+      return address_of(address) - begin < bytes;
+    }
+  }
+}
+
 namespace {
 
 // Looks for room, and says in the log what stands in the way.
@@ -126,34 +161,30 @@ Space search_locked(_mheap& heap, std::uint64_t needed, bool may_compact) {
   if (space.result == SpaceResult::kAllLocked) {
     mheap_dump(&heap, "TOTALLY LOCKED !!");
   } else if (space.result == SpaceResult::kCorrupted) {
-    msgerror("HEAP '%s' CORRUPTED: Illegal (0 size) block detected...", HeapName(heap).text);
-    raise_corrupted();
+    report_corrupted(heap);
   }
   return space;
 }
 
 }  // namespace
 
-Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle) {
+bool allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle) {
   Space space = search_locked(heap, needed, heap.mode != MHEAP_DISCARD);
-  if (space.block == nullptr && space.result != SpaceResult::kCorrupted &&
-      heap.mode == MHEAP_DISCARD) {
+  if (space.block == nullptr && heap.mode == MHEAP_DISCARD) {
     space = search_locked(heap, needed, true);
   }
-  if (space.result == SpaceResult::kCorrupted) {
-    return Attempt::kDamaged;
-  }
   if (space.block == nullptr) {
-    return Attempt::kNoRoom;
+    return false;
   }
   blocks_of(&heap).claim(space.block, needed, handle);
-  return Attempt::kAllocated;
+  return true;
 }
 
 }  // namespace orsin::movable_heap
 
 int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
   constexpr int kWaitsMax = 10;
+  constexpr long long kWaitNs = 100000000;
   if (size == 0) {
     msgerror("MHeap: Illegal size (%d) requested..", static_cast<int>(size));
     return -1;
@@ -165,13 +196,8 @@ int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
   HeapLock lock(heap);
   const std::uint64_t needed = heap_block_size(*heap, size);
   for (int waits = 0; waits < kWaitsMax;) {
-    switch (movable_heap::allocate_once_locked(*heap, needed, handle)) {
-      case movable_heap::Attempt::kAllocated:
-        return 1;
-      case movable_heap::Attempt::kDamaged:
-        return -1;
-      case movable_heap::Attempt::kNoRoom:
-        break;
+    if (movable_heap::allocate_once_locked(*heap, needed, handle)) {
+      return 1;
     }
     if (heap->mode != MHEAP_DISCARD) {
       // Kept on purpose: such a heap never waits and never gives up. Its users free blocks on other
@@ -181,7 +207,7 @@ int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
     }
     msgwarn("Waiting for free space in %s heap: %llu (%d)", HeapName(*heap).text,
             static_cast<unsigned long long>(needed), waits);
-    if (!wait_for_unlock(heap)) {
+    if (mp_cond_timedwait(heap->cond, heap->mutex, kWaitNs) == 0) {
       msgwarn("Timeout while waiting for free space in %s heap", HeapName(*heap).text);
     }
     ++waits;
@@ -233,10 +259,7 @@ int mheap_unlock(_mheap* heap, void** handle) {
     if (block->lock_count > 0) {
       const std::uint32_t left = --block->lock_count;
       blocks.stamp(*block);
-      // Waking nobody is not free, and nearly always there is nobody.
-      if (record_of(heap).waiting > 0) {
-        mp_cond_signal(heap->cond);
-      }
+      mp_cond_signal(heap->cond);
       return static_cast<int>(left);
     }
   }
@@ -265,7 +288,7 @@ int mheap_free(_mheap* heap, void** handle) {
     return -1;
   }
   if (block->lockex_count == 0) {
-    blocks.release(block);
+    release_locked(heap, block);
     return 1;
   }
   // Somebody without a handle still uses the data: the owner is rid of it, the block stays.
@@ -299,7 +322,7 @@ int mheap_unlock_ex(_mheap* heap, void* data) {
   // Kept on purpose: the first ex-unlock after a pending free releases the block, whatever other ex
   // locks are left. Holders of raw pointers take turns; the one who is done last has freed it.
   if ((block->flags & kFreePending) != 0) {
-    blocks.release(block);
+    release_locked(heap, block);
   }
   return 1;
 }
@@ -364,7 +387,11 @@ std::uint64_t mheap_resize(_mheap* heap, std::uint64_t size, int os_flags) {
   }
   std::uint8_t* old_region = heap->base;
   HeapBlocks blocks = blocks_of(heap);
+  RegionBounds& bounds = record_of(heap).bounds;
+  bounds.changes.fetch_add(1, std::memory_order_relaxed);
   blocks.move_to(region, total_size);
+  bounds.set(*heap);
+  bounds.changes.fetch_add(1, std::memory_order_release);
   if (FreeRuns& runs = record_of(heap).runs; runs.exists()) {
     runs.destroy();
     create_index(heap, block_granules_min(*heap) + 1);  // The block that was added may be tiny.

@@ -39,18 +39,16 @@ struct HeapName {
 
 namespace movable_heap {
 
-enum class Attempt {
-  kAllocated,
-  kNoRoom,   ///< Now; an unlock may change that.
-  kDamaged,  ///< Logged, and the signal raised.
-};
-
 /// One attempt of mheap_alloc_lock(), without waiting. The caller holds the heap's mutex. `needed`
-/// is the size of the whole block.
-[[nodiscard]] Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle);
+/// is the size of the whole block. False: no room now, or damage, which has been logged and signalled.
+[[nodiscard]] bool allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle);
 
 /// The blocks of a heap made by mheap_initialize().
 [[nodiscard]] HeapBlocks blocks_of(_mheap* heap);
+
+/// Whether the heap's region holds that address. Takes no lock, but waits for a resize that is under
+/// way. Any thread.
+[[nodiscard]] bool region_holds(_mheap* heap, const void* address);
 
 /// Goes on without the index, as a heap does that had no memory for one; for tests.
 void drop_index(_mheap* heap);

@@ -7,6 +7,7 @@
 
 #include "base/program_paths.h"
 #include "base/unique_file.h"
+#include "files/backup_name.h"
 #include "files/environment_port.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
@@ -61,14 +62,22 @@ bool make_log_directory(char* directory) {
 }
 
 // A predecessor gives its instance up before its log, and the system may hold an ended process's file
-// for a moment longer. Rotating now would fail, and opening then empty the predecessor's log. There
-// is nothing to wait on, so this looks again until a limit.
+// for a moment longer. Emptying the file now would cut off what that one still writes. There is
+// nothing to wait on, so this looks again until a limit. Whoever merely reads is not waited for.
 void wait_until_released(const char* path) {
   constexpr long long kPauseNs = 10'000'000;
   constexpr int kLooks = 50;
-  for (int look = 0; look < kLooks && port::is_file_held(path); ++look) {
+  for (int look = 0; look < kLooks && port::is_file_written(path); ++look) {
     mp_timedwait(kPauseNs);
   }
+}
+
+// Makes the latest log number 1. A file that somebody holds cannot be renamed, and is copied. False
+// when the lines of the one before are in that file only.
+bool rotate_log(const char* path) {
+  wait_until_released(path);
+  file_backup(path, kLogGenerations);
+  return file_exists(path) == 0 || port::copy_file(path, backup_name(path, 1).c_str());
 }
 
 // Standard error becomes the log file, so that whatever any code writes there lands in the log. Null
@@ -82,11 +91,9 @@ std::FILE* reopen_standard_error(const char* path, const char* mode) {
 }
 
 bool open_log(const char* path, bool continues) {
-  if (!continues) {
-    wait_until_released(path);
-    file_backup(path, kLogGenerations);
-  }
-  std::FILE* stream = reopen_standard_error(path, continues ? "a+" : "w+");
+  // Not inherited: a child that lives longer than this process would hold the file.
+  const bool empties = !continues && rotate_log(path);
+  std::FILE* stream = reopen_standard_error(path, empties ? "w+N" : "a+N");
   if (stream == nullptr) {
     msg_open(nullptr);
     return false;

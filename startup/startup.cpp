@@ -13,8 +13,8 @@
 #include "files/copy_streams.h"
 #include "files/transfer_slots.h"
 #include "memory/memory_lifecycle.h"
+#include "modules/error_boxes.h"
 #include "modules/library_loader.h"
-#include "modules/library_port.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
@@ -110,7 +110,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   // 3. What everything else needs: processors, memory, clock.
   StartupSteps steps;
   mem_info_str memory = {};
-  port::silence_error_boxes();
+  silence_error_boxes();
   steps.take("processors", [] { query_processors(false); });
   steps.take("memory", [&memory] { start_memory(memory); });
   steps.take("identifiers", prime_identifiers);
@@ -181,6 +181,7 @@ void ov_closedown() {
   }
   take_down("localisation", stop_localisation);
   take_down("library loader", stop_library_loader);
+  restore_error_boxes();
   write_rule();
   msg_close();
   ov_release_autorelease_pool(autorelease_pool);

@@ -16,9 +16,9 @@ namespace host {
 namespace {
 
 const Command* const kCommands[] = {
-    &kReportCommand, &kCopyCommand,      &kListCommand, &kHashCommand,  &kHeapsCommand,
-    &kDateCommand,   &kBidiCommand,      &kTrCommand,   &kGetCommand,   &kPutCommand,
-    &kHttpCommand,   &kWebSocketCommand, &kRunCommand,  &kRundllCommand};
+    &kReportCommand, &kCopyCommand, &kIngestCommand,    &kListCommand, &kHashCommand,
+    &kHeapsCommand,  &kDateCommand, &kBidiCommand,      &kTrCommand,   &kGetCommand,
+    &kPutCommand,    &kHttpCommand, &kWebSocketCommand, &kRunCommand,  &kRundllCommand};
 
 constexpr std::string_view kUsage =
     "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"
@@ -30,7 +30,8 @@ constexpr std::string_view kUsage =
 
 constexpr std::string_view kExitCodes =
     "\n"
-    "Exit codes: 0 done, 1 failed, 2 bad usage, 3 cancelled, 4 another copy is running.\n";
+    "Exit codes: 0 done, 1 failed, 2 bad usage, 3 cancelled, 4 another copy is running\n"
+    "or has what is needed.\n";
 
 void print(std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), stdout);

@@ -62,7 +62,7 @@ ORSIN_API std::size_t ov_utf8_insert(char* s, std::size_t n, int index, const ch
 /// 1 if the whole string is strict UTF-8 (three-byte surrogate values included), else 0; 0 for null.
 ORSIN_API int ov_utf8_is_valid(const char* s);
 
-/// Cuts the string at its first invalid sequence. Returns it.
+/// Cuts the string at its first invalid sequence. Returns it. A valid string is not written to.
 ORSIN_API char* ov_utf8_validate(char* s);
 
 // ---------------------------------------------------------------------------------------------
@@ -124,14 +124,14 @@ ORSIN_API wchar_t* ov_utf8_to_wchar_n(const char* src, wchar_t* dst, std::size_t
 ORSIN_API wchar_t* ov_utf8_to_wchar_s(const char* src, wchar_t* dst, std::size_t n);
 #endif
 
-/// UTF-8 to Latin-1, at most n - 2 characters. A null src gives an empty dst.
+/// UTF-8 to Latin-1, at most n - 2 characters. A null src gives an empty dst; dst may be src.
 ORSIN_API const char* ov_utf8_to_byte(char* dst, std::size_t n, const char* src);
 
-/// Latin-1 to UTF-8. A null src gives an empty dst.
+/// Latin-1 to UTF-8. A null src gives an empty dst. The two must not overlap: text grows.
 ORSIN_API const char* ov_byte_to_utf8(char* dst, std::size_t n, const char* src);
 
 /// Copies at most n - 2 bytes; control characters other than line feed and carriage return become
-/// blanks. A null src gives an empty dst.
+/// blanks. A null src gives an empty dst; dst may be src.
 ORSIN_API const char* validate_ascii_xml_text(char* dst, std::size_t n, const char* src);
 
 /// Opens a stream by UTF-8 name. Names are cut at 259 UTF-16 units, modes at 31. Null when that

@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "base/path_buffer.h"
@@ -45,11 +46,24 @@ constexpr std::uint64_t kUnixEpochTicks = 11644473600 * kTicksPerSecond;
 constexpr mode_t kHiddenBit = S_ISVTX;
 constexpr mode_t kSystemBit = S_ISGID;
 
-// Empty for a path that is too long.
+// Empty for a path that is too long. As on Windows a separator at its end says nothing.
 std::string native_path(const char* path) {
   std::string native = path != nullptr && std::strlen(path) < kPathBytes ? path : "";
   std::replace(native.begin(), native.end(), '\\', '/');
+  while (native.size() > 1 && native.back() == '/') {
+    native.pop_back();
+  }
   return native;
+}
+
+// As on Windows a link to a directory is a directory of its own, also when it leads nowhere; a link
+// to a file passes for the file.
+bool is_directory_link(const std::string& native) {
+  struct stat status;
+  if (lstat(native.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) {
+    return false;
+  }
+  return stat(native.c_str(), &status) != 0 || S_ISDIR(status.st_mode);
 }
 
 std::uint32_t attributes_of(const struct stat& status) {
@@ -73,12 +87,57 @@ std::uint64_t write_time_of(const struct stat& status) {
 
 bool read_facts(const char* path, FileFacts& facts) noexcept {
   struct stat status;
-  if (stat(native_path(path).c_str(), &status) != 0) {
+  const std::string native = native_path(path);
+  if (is_directory_link(native)) {
+    facts = {kDirectory | kReparsePoint, 0, 0};
+    return true;
+  }
+  if (stat(native.c_str(), &status) != 0) {
     return false;
   }
   facts = {attributes_of(status), static_cast<std::uint64_t>(status.st_size),
            write_time_of(status)};
   return true;
+}
+
+bool read_reparse_tag(const char* path, std::uint32_t& tag) noexcept {
+  constexpr std::uint32_t kSymbolicLink = 0xA000000C;
+  tag = is_directory_link(native_path(path)) ? kSymbolicLink : 0;
+  return true;
+}
+
+bool read_identity(const char* path, DirectoryIdentity& identity) noexcept {
+  struct stat status;
+  if (stat(native_path(path).c_str(), &status) != 0) {
+    return false;
+  }
+  identity = {status.st_dev, status.st_ino};
+  return true;
+}
+
+namespace {
+
+bool take_path(std::string native, char* path, std::size_t size) {
+  std::replace(native.begin(), native.end(), '/', '\\');
+  if (native.size() >= size) {
+    return false;
+  }
+  std::memcpy(path, native.c_str(), native.size() + 1);
+  return true;
+}
+
+}  // namespace
+
+bool full_path(const char* path, char* full, std::size_t size) noexcept {
+  const std::filesystem::path native = native_path(path);
+  return !native.empty() &&
+         take_path(std::filesystem::absolute(native).lexically_normal().string(), full, size);
+}
+
+bool final_path(const char* path, char* real, std::size_t size) noexcept {
+  std::error_code error;
+  const std::filesystem::path native = std::filesystem::canonical(native_path(path), error);
+  return !error && take_path(native.string(), real, size);
 }
 
 bool read_attributes(const char* path, std::uint32_t& attributes) noexcept {
@@ -146,11 +205,17 @@ bool make_directory(const char* path) noexcept {
 }
 
 bool remove_file(const char* path) noexcept {
-  return unlink(native_path(path).c_str()) == 0;
+  const std::string native = native_path(path);
+  if (is_directory_link(native)) {
+    errno = EACCES;
+    return false;
+  }
+  return unlink(native.c_str()) == 0;
 }
 
 bool remove_directory(const char* path) noexcept {
-  return rmdir(native_path(path).c_str()) == 0;
+  const std::string native = native_path(path);
+  return (is_directory_link(native) ? unlink(native.c_str()) : rmdir(native.c_str())) == 0;
 }
 
 // As on Windows, nothing is replaced.
@@ -161,7 +226,12 @@ bool rename_path(const char* from, const char* to) noexcept {
     errno = EEXIST;
     return false;
   }
-  return std::rename(native_path(from).c_str(), native.c_str()) == 0;
+  const std::string native_from = native_path(from);
+  if (native_from == test::fake_access().held) {
+    errno = EACCES;
+    return false;
+  }
+  return std::rename(native_from.c_str(), native.c_str()) == 0;
 }
 
 AccessGrant grant_everyone(const char* dir, std::uint32_t& merge_error) noexcept {
@@ -197,34 +267,46 @@ void* start_enumeration(const char* pattern, bool fast, FoundEntry& entry) noexc
   if (test::FakeEnumeration& fake = test::fake_enumeration(); fake.is_watched) {
     fake.forms += fast ? "fast " : "plain ";
   }
-  std::string path = native_path(pattern);
+  std::string path = pattern;  // Longer than a path.
+  std::replace(path.begin(), path.end(), '\\', '/');
   path.erase(path.rfind('/') + 1);
+  if (test::FakeEnumeration& fake = test::fake_enumeration();
+      !fake.refuses.empty() && path.ends_with("/" + fake.refuses + "/")) {
+    errno = static_cast<int>(fake.error);
+    return nullptr;
+  }
   DIR* directory = opendir(path.c_str());
   if (directory == nullptr) {
+    errno = errno == ENOENT ? kErrorPathNotFound : errno;
     return nullptr;
   }
   auto* enumeration = new Enumeration{directory, path};
-  if (!continue_enumeration(enumeration, entry)) {
+  if (continue_enumeration(enumeration, entry) != NextEntry::kFound) {
     end_enumeration(enumeration);
     return nullptr;
   }
   return enumeration;
 }
 
-bool continue_enumeration(void* handle, FoundEntry& entry) noexcept {
+NextEntry continue_enumeration(void* handle, FoundEntry& entry) noexcept {
   auto* enumeration = static_cast<Enumeration*>(handle);
   const dirent* found = readdir(enumeration->directory);
   if (found == nullptr) {
-    return false;
+    return NextEntry::kEnd;
   }
-  struct stat status = {};
-  if (stat((enumeration->path + found->d_name).c_str(), &status) != 0) {
+  if (test::FakeEnumeration& fake = test::fake_enumeration();
+      !fake.breaks_off_at.empty() && fake.breaks_off_at == found->d_name) {
+    errno = static_cast<int>(fake.error);
+    return NextEntry::kFailed;
+  }
+  FileFacts facts;
+  if (!read_facts((enumeration->path + found->d_name).c_str(), facts)) {
     return continue_enumeration(handle, entry);  // It was deleted meanwhile.
   }
   std::snprintf(entry.name, sizeof(entry.name), "%s", found->d_name);
-  entry.attributes = attributes_of(status);
-  entry.write_time = write_time_of(status);
-  return true;
+  entry.attributes = facts.attributes;
+  entry.write_time = facts.write_time;
+  return NextEntry::kFound;
 }
 
 void end_enumeration(void* handle) noexcept {
