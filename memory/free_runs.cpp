@@ -5,12 +5,13 @@
 #include <bit>
 #include <cstddef>
 #include <cstdlib>
+#include <utility>
 
 namespace orsin {
 namespace {
 
-constexpr std::uint32_t kFan = 16;  // Lengths: one cache line of children.
 constexpr std::uint32_t kBitFan = 64;
+constexpr int kShiftMax = 8;  // An offset in a slot has 8 bits.
 constexpr std::size_t kLineBytes = 64;
 
 constexpr std::uint64_t groups(std::uint64_t count, std::uint64_t fan) {
@@ -46,14 +47,17 @@ bool FreeRuns::create(std::uint64_t granules, std::uint64_t distance_min) {
   if (granules >= kNone) {
     return false;
   }
-  shift_ = static_cast<int>(std::bit_width(distance_min)) - 1;
+  shift_ = std::min(static_cast<int>(std::bit_width(distance_min)) - 1, kShiftMax);
   const std::uint64_t slots = (granules >> shift_) + 1;
 
   const auto lay_out = [&](std::byte* memory) {
     Carver carver(memory);
     top_ = 0;
     std::uint64_t count = groups(slots, kFan) * kFan;
-    slots_ = carver.take<Slot>(count);
+    const std::uint64_t leaves = count / kFan + 1;
+    leaves_of_ = carver.take<std::uint32_t>(count / kFan);
+    lengths_ = carver.take<Lengths>(leaves);
+    offsets_ = carver.take<Offsets>(leaves);
     while (count > kFan) {
       count = groups(count / kFan, kFan) * kFan;
       maxima_[++top_] = carver.take<std::uint32_t>(count);
@@ -86,74 +90,140 @@ void FreeRuns::destroy() {
 
 void FreeRuns::insert(std::uint32_t begin, std::uint32_t end) {
   const std::uint32_t slot = slot_of(begin);
-  slots_[slot].offset = begin - (slot << shift_);
-  slots_[slot_of(end)].begin_of_ended = begin;
-  set_length(slot, end - begin);
+  std::uint32_t& leaf = leaves_of_[slot / kFan];
+  if (leaf == 0) {
+    leaf = take_leaf();
+  }
+  lengths_[leaf].of[slot % kFan] = end - begin;
+  offsets_[leaf].of[slot % kFan] = static_cast<std::uint8_t>(begin - (slot << shift_));
+  raise_maxima(slot, end - begin);
 }
 
 std::uint32_t FreeRuns::remove(std::uint32_t begin) {
   const std::uint32_t slot = slot_of(begin);
-  const std::uint32_t end = begin + slots_[slot].length;
+  std::uint32_t& leaf = leaves_of_[slot / kFan];
+  std::uint32_t& length = lengths_[leaf].of[slot % kFan];
+  const std::uint32_t length_before = std::exchange(length, 0);
   mark_joined(begin);
-  set_length(slot, 0);
-  return end;
+  lower_maxima(slot, length_before);
+  if (largest(lengths_[leaf].of) == 0) {
+    give_back_leaf(std::exchange(leaf, 0));
+  }
+  return begin + length_before;
+}
+
+std::uint32_t FreeRuns::take_leaf() {
+  if (unused_leaf_ == 0) {
+    return ++leaves_touched_;
+  }
+  const std::uint32_t leaf = unused_leaf_;
+  unused_leaf_ = std::exchange(lengths_[leaf].of[0], 0);
+  return leaf;
+}
+
+void FreeRuns::give_back_leaf(std::uint32_t leaf) {
+  lengths_[leaf].of[0] = unused_leaf_;
+  unused_leaf_ = leaf;
 }
 
 std::uint32_t FreeRuns::end_of_run_at(std::uint32_t begin) const {
   const std::uint32_t slot = slot_of(begin);
-  const std::uint32_t length = slots_[slot].length;
+  const std::uint32_t length = length_in(slot);
   return length != 0 && begin_in(slot) == begin ? begin + length : kNone;
 }
 
 std::uint32_t FreeRuns::begin_of_run_to(std::uint32_t end) const {
-  const std::uint32_t begin = slots_[slot_of(end)].begin_of_ended;
-  return end_of_run_at(begin) == end ? begin : kNone;
+  std::uint32_t slot = slot_of(end);
+  if (length_in(slot) == 0 || begin_in(slot) >= end) {
+    slot = last_slot_before(slot);
+    if (slot == kNone) {
+      return kNone;
+    }
+  }
+  const std::uint32_t begin = begin_in(slot);
+  return begin + length_in(slot) == end ? begin : kNone;
 }
 
-std::uint32_t FreeRuns::largest_below(int level, std::uint32_t index) const {
+std::uint32_t FreeRuns::largest(const std::uint32_t* lengths) {
   std::uint32_t largest = 0;
-  for (std::uint32_t child = index * kFan; child < (index + 1) * kFan; ++child) {
-    largest = std::max(largest, length_at(level - 1, child));
+  for (std::uint32_t child = 0; child < kFan; ++child) {
+    largest = std::max(largest, lengths[child]);
   }
   return largest;
 }
 
-void FreeRuns::set_length(std::uint32_t slot, std::uint32_t length) {
-  std::uint32_t before = slots_[slot].length;
-  slots_[slot].length = length;
+// Up until something begins further left in the same group, and down to the last of that.
+std::uint32_t FreeRuns::last_slot_before(std::uint32_t slot) const {
+  std::uint32_t index = slot;
+  for (int level = 0; level <= top_; ++level) {
+    const std::uint32_t group = index / kFan;
+    const std::uint32_t* const lengths = children(level, group);
+    for (std::uint32_t child = index % kFan; child-- > 0;) {
+      if (lengths[child] != 0) {
+        return last_slot_below(level, group * kFan + child);
+      }
+    }
+    index = group;
+  }
+  return kNone;
+}
+
+std::uint32_t FreeRuns::last_slot_below(int level, std::uint32_t index) const {
+  while (level > 0) {
+    --level;
+    const std::uint32_t* const lengths = children(level, index);
+    std::uint32_t child = kFan - 1;
+    while (lengths[child] == 0) {
+      --child;  // Ends: the level above promised one.
+    }
+    index = index * kFan + child;
+  }
+  return index;
+}
+
+// A length has come.
+void FreeRuns::raise_maxima(std::uint32_t slot, std::uint32_t length) {
   std::uint32_t index = slot;
   for (int level = 1; level <= top_; ++level) {
     index /= kFan;
-    std::uint32_t& largest = maxima_[level][index];
-    const std::uint32_t largest_before = largest;
-    if (length >= largest_before) {
-      largest = length;
-    } else if (before == largest_before) {
-      largest = largest_below(level, index);
-    }
-    if (largest == largest_before) {
+    if (maxima_[level][index] >= length) {
       return;
     }
-    before = largest_before;
-    length = largest;
+    maxima_[level][index] = length;
+  }
+}
+
+// A length has gone.
+void FreeRuns::lower_maxima(std::uint32_t slot, std::uint32_t length) {
+  std::uint32_t index = slot;
+  for (int level = 1; level <= top_; ++level) {
+    index /= kFan;
+    if (maxima_[level][index] != length) {
+      return;
+    }
+    const std::uint32_t left = largest(children(level - 1, index));
+    if (left == length) {
+      return;
+    }
+    maxima_[level][index] = left;
   }
 }
 
 std::uint32_t FreeRuns::first_fit(std::uint64_t length) const {
   std::uint32_t group = 0;
   for (int level = top_;; --level) {
-    const std::uint32_t end = (group + 1) * kFan;
-    std::uint32_t child = group * kFan;
-    while (child < end && length_at(level, child) < length) {
+    const std::uint32_t* const lengths = children(level, group);
+    std::uint32_t child = 0;
+    while (child < kFan && lengths[child] < length) {
       ++child;
     }
-    if (child == end) {
+    if (child == kFan) {
       return kNone;  // Only at the top: below it the maximum promised one.
     }
+    group = group * kFan + child;
     if (level == 0) {
-      return begin_in(child);
+      return begin_in(group);
     }
-    group = child;
   }
 }
 

@@ -30,7 +30,6 @@ void stop_memory() {
   if (!port::process_heap_is_valid()) {
     msgdebug("MEMORY: Closedown: System heap corrupted...");
   }
-  os_allocation::stop();
   general_mutex.destroy();
 }
 

@@ -17,7 +17,7 @@
 #include <string>
 
 #include "base/given_text.h"
-#include "base/lock.h"
+#include "base/library_locks.h"
 #include "base/path_buffer.h"
 #include "base/process_wide.h"
 #include "modules/error_boxes.h"
@@ -44,7 +44,7 @@ static_assert(offsetof(lib_entry, module) == 264);
 static_assert(offsetof(lib_entry, reference_count) == 272);
 
 struct Loader {
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kLibraryLoader};
   ov_vector<lib_entry> libraries ORSIN_GUARDED_BY(mutex);
 };
 
@@ -189,16 +189,13 @@ void start_library_loader() {
 // hold pointers into it while the process ends.
 void stop_library_loader() {
   Loader& state = loader();
-  {
-    const ScopedLock guard(state.mutex);
-    for (int i = state.libraries.count() - 1; i >= 0; --i) {
-      if (i < state.libraries.count()) {
-        drop_reference_locked(state, i);
-      }
+  const ScopedLock guard(state.mutex);
+  for (int i = state.libraries.count() - 1; i >= 0; --i) {
+    if (i < state.libraries.count()) {
+      drop_reference_locked(state, i);
     }
-    state.libraries.release();
   }
-  state.mutex.destroy();
+  state.libraries.release();
 }
 
 }  // namespace orsin

@@ -26,6 +26,7 @@ struct ThreadStart {
                                          std::size_t stack_bytes) noexcept;
 [[nodiscard]] unsigned int current_thread_identifier() noexcept;
 [[nodiscard]] ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept;
+/// Ends a thread wherever it stands; it has run its last instruction when this returns true.
 [[nodiscard]] bool terminate_thread(void* handle) noexcept;
 void close_thread(void* handle) noexcept;
 

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <new>
 
-#include "base/lock.h"
+#include "base/library_locks.h"
 #include "base/log_port.h"
 #include "base/process_wide.h"
 #include "orsincore/log.h"
@@ -31,7 +31,7 @@ constexpr char kAsterisks[] = "*************************************************
 static_assert(sizeof(kAsterisks) - 1 == 56);
 
 struct Table {
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kThreadTable};
   ov_vector<thread_entry_str*> records;
 };
 
@@ -62,6 +62,20 @@ thread_entry_str* find_locked(Table& threads, unsigned int identifier) {
     }
   }
   return nullptr;
+}
+
+// Ends every thread of the table that can be ended and gives its record free. None holds a lock of the
+// library then.
+void end_threads(Table& threads) {
+  const unsigned int own_identifier = port::current_thread_identifier();
+  const AllLibraryLocks all_held;
+  for (thread_entry_str* record : threads.records) {
+    const bool is_other = record->in_use != 0 && record->identifier != own_identifier;
+    if (is_other && record->handle != nullptr && port::terminate_thread(record->handle)) {
+      port::close_thread(record->handle);
+      record->in_use = 0;
+    }
+  }
 }
 
 [[noreturn]] void end_after_fault(const char* name, std::uint32_t code) {
@@ -103,21 +117,21 @@ void stop_thread_table() {
   if (!threads.mutex.exists()) {
     return;
   }
-  {
-    const ScopedLock guard(threads.mutex);
-    for (int i = 0; i < threads.records.count(); ++i) {
-      thread_entry_str* record = threads.records[i];
-      if (record->in_use != 0 && record->handle != nullptr) {
-        if (!port::terminate_thread(record->handle)) {
-          msgwarn("MP: Can't terminate thread(%d): %d\n", i, static_cast<int>(record->identifier));
-        }
+  end_threads(threads);
+
+  const ScopedLock guard(threads.mutex);
+  for (int i = 0; i < threads.records.count(); ++i) {
+    thread_entry_str* record = threads.records[i];
+    if (record->in_use != 0) {
+      // A record that was left by a failed start has no thread to end either.
+      msgwarn("MP: Can't terminate thread(%d): %d\n", i, static_cast<int>(record->identifier));
+      if (record->handle != nullptr) {
         port::close_thread(record->handle);
       }
-      delete record;
     }
-    threads.records.release();
+    delete record;
   }
-  threads.mutex.destroy();
+  threads.records.release();
 }
 
 void* thread_handle(int identifier) {
