@@ -24,7 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Result {
-  Test test;
+  ListedTest test;
   Ending ending = Ending::kFailed;
   unsigned long long milliseconds = 0;
   std::string detail;  // The reason of a skipped test, the output of a failed one.
@@ -134,7 +134,7 @@ class TemporaryFolder {
   fs::path path_;
 };
 
-Result run_test(const Test& test, const fs::path& kit, const fs::path& temporary) {
+Result run_test(const ListedTest& test, const fs::path& kit, const fs::path& temporary) {
   Result result;
   result.test = test;
   if (!test.needs.empty() && GetEnvironmentVariableA(test.needs.c_str(), nullptr, 0) == 0) {
@@ -263,7 +263,7 @@ int fail(const char* reason) {
 int accept(bool with_benchmarks) {
   const fs::path kit = program_folder();
   std::string bad;
-  const std::vector<Test> tests = parse_list(read(kit / L"tests.txt"), bad);
+  const std::vector<ListedTest> tests = parse_list(read(kit / L"tests.txt"), bad);
   if (!bad.empty() || tests.empty()) {
     return fail("tests.txt is missing or damaged");
   }
@@ -274,7 +274,7 @@ int accept(bool with_benchmarks) {
       (L"orsincore-acceptance-" + std::to_wstring(GetCurrentProcessId())));
 
   std::vector<Result> results;
-  for (const Test& test : tests) {
+  for (const ListedTest& test : tests) {
     results.push_back(run_test(test, kit, temporary.path()));
     std::printf("%s\n", line_of(results.back()).c_str());
     std::fflush(stdout);

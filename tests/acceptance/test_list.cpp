@@ -20,12 +20,12 @@ std::string_view take_until(std::string_view& text, char end) {
 
 }  // namespace
 
-std::vector<Test> parse_list(std::string_view text, std::string& bad) {
-  std::vector<Test> tests;
+std::vector<ListedTest> parse_list(std::string_view text, std::string& bad) {
+  std::vector<ListedTest> tests;
   while (!text.empty()) {
     std::string_view line = take_until(text, '\n');
     const std::string whole(line);
-    Test test;
+    ListedTest test;
     test.name = take_until(line, '\t');
     test.program = take_until(line, '\t');
     test.filter = take_until(line, '\t');

@@ -8,7 +8,7 @@
 namespace orsin::acceptance {
 
 /// One test of the list: a line "NAME<tab>PROGRAM<tab>FILTER<tab>SECONDS<tab>NEEDS".
-struct Test {
+struct ListedTest {
   std::string name;
   std::string program;  ///< Its file name in the folder tests/.
   std::string filter;   ///< Selects it in the program.
@@ -17,7 +17,7 @@ struct Test {
 };
 
 /// The lines of a list; `bad` gets the first that is none.
-std::vector<Test> parse_list(std::string_view text, std::string& bad);
+std::vector<ListedTest> parse_list(std::string_view text, std::string& bad);
 
 enum class Ending { kPassed, kSkipped, kFailed };
 

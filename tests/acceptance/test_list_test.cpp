@@ -8,7 +8,7 @@ namespace {
 TEST(AcceptanceList, TakesOneTestFromEachLine) {
   std::string bad;
 
-  const std::vector<Test> tests =
+  const std::vector<ListedTest> tests =
       parse_list("A.B\ta.exe\tA.B\t300\t\r\nC.D/1\tc.exe\tC.D/1\t60\tVARIABLE\n", bad);
 
   ASSERT_EQ(tests.size(), 2U);
