@@ -157,7 +157,9 @@ if(MINGW)
     endif()
     set(copy "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}")
     add_custom_command(OUTPUT "${copy}" DEPENDS "${path}" VERBATIM
-      COMMAND ${CMAKE_STRIP} --strip-debug -o "${copy}" "${path}")
+      # Without the variable the copy would hold the time of this moment.
+      COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0
+        ${CMAKE_STRIP} --strip-debug -o "${copy}" "${path}")
     list(APPEND runtime_libraries "${copy}")
   endforeach()
   # Built by cmake/dependencies with its symbols stripped already.

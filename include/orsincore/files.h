@@ -23,9 +23,9 @@
 
 #include "orsincore/base.h"
 
-class fReadBuffer;   ///< The buffered reader, io.h.
-class fWriteBuffer;  ///< The buffered writer, io.h.
-struct md5_state_s;  ///< The MD5 context, text.h.
+class fReadBuffer;   // The buffered reader, io.h.
+class fWriteBuffer;  // The buffered writer, io.h.
+struct md5_state_s;  // The MD5 context, text.h.
 
 // ---------------------------------------------------------------------------------------------
 // Directory lists
@@ -143,7 +143,7 @@ ORSIN_API bool file_in_use(const char* path);
 ///         either is null.
 /// Any thread.
 ORSIN_API const char* file_extension(const char* path, const char* ext);
-/// @overload
+/// The same for a path that may be changed through the result.
 ORSIN_API char* file_extension(char* path, const char* ext);
 
 /// The size in bytes; 0 when the attributes cannot be read. Any thread.

@@ -15,6 +15,7 @@
 
 #include "orsincore/text.h"
 #include "tests/support/environment_variable.h"
+#include "tests/support/kit_path.h"
 #include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 #include "tests/text/catalogue_builder.h"
@@ -31,7 +32,9 @@ using test::LogCapture;
 using test::TemporaryDirectory;
 
 std::string compiled(const std::string& name) {
-  return TemporaryDirectory::read(std::string(ORSIN_TEST_CATALOGUES) + "/" + name + ".mo");
+  return TemporaryDirectory::read(
+      test::kit_path(std::string("catalogues/") + name + ".mo",
+                     std::string(ORSIN_TEST_CATALOGUES) + "/" + name + ".mo"));
 }
 
 // The process has its locale back in the end.
