@@ -16,7 +16,8 @@
 #include <new>
 #include <string>
 
-#include "base/lock.h"
+#include "base/given_text.h"
+#include "base/library_locks.h"
 #include "base/path_buffer.h"
 #include "base/process_wide.h"
 #include "modules/error_boxes.h"
@@ -43,7 +44,7 @@ static_assert(offsetof(lib_entry, module) == 264);
 static_assert(offsetof(lib_entry, reference_count) == 272);
 
 struct Loader {
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kLibraryLoader};
   ov_vector<lib_entry> libraries ORSIN_GUARDED_BY(mutex);
 };
 
@@ -188,16 +189,13 @@ void start_library_loader() {
 // hold pointers into it while the process ends.
 void stop_library_loader() {
   Loader& state = loader();
-  {
-    const ScopedLock guard(state.mutex);
-    for (int i = state.libraries.count() - 1; i >= 0; --i) {
-      if (i < state.libraries.count()) {
-        drop_reference_locked(state, i);
-      }
+  const ScopedLock guard(state.mutex);
+  for (int i = state.libraries.count() - 1; i >= 0; --i) {
+    if (i < state.libraries.count()) {
+      drop_reference_locked(state, i);
     }
-    state.libraries.release();
   }
-  state.mutex.destroy();
+  state.libraries.release();
 }
 
 }  // namespace orsin
@@ -246,7 +244,7 @@ int ov_rundll(const char* module, const char* entry, int argc, char** argv) {
   if (void* address = ov_resolve_symbol(library, entry)) {
     result = run_entry(address, argc, argv);
   } else {
-    msgerror("RUNDLL: Entry '%s' not found", entry != nullptr ? entry : "");
+    msgerror("RUNDLL: Entry '%s' not found", given(entry));
   }
   ov_close_library(library, false);
   return result;

@@ -1,3 +1,4 @@
+// Loading, looking up and unloading by the Windows loader; see modules/library_port.h.
 #include <cstdio>
 
 #include "base/wide_path_win.h"

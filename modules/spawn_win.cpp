@@ -1,3 +1,4 @@
+// Starting a program and asking after its end; see modules/spawn_port.h.
 #include "modules/spawn_port.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Finds the process's paths, rotates the old logs and makes the new one standard error.
 #include "startup/log_file.h"
 
 #include <cerrno>
@@ -21,7 +22,7 @@ constexpr int kLogGenerations = 10;
 
 // A file in the program's settings marks an installation that keeps everything in its own folder.
 bool is_self_contained(const char* code) {
-  char marker[kProgramPathBytes];
+  char marker[kPathBytes];
   std::snprintf(marker, sizeof(marker), "%s%s\\%s", code, "Settings", "System.reg");
   return file_exists(marker) != 0;
 }
@@ -31,7 +32,7 @@ void write_data_path(ProgramPaths& paths, const char* application_name, const ch
       port::read_environment(data_variable, paths.data, sizeof(paths.data))) {
     return;
   }
-  char folder[kProgramPathBytes];
+  char folder[kPathBytes];
   if (!is_self_contained(paths.code) && application_name != nullptr &&
       port::common_application_data(folder, sizeof(folder))) {
     std::snprintf(paths.data, sizeof(paths.data), "%s\\%s", folder, application_name);
@@ -114,7 +115,7 @@ void set_paths_and_open_log(const char* application_name, const char* data_varia
     msg_open(nullptr);
     return;
   }
-  char directory[kProgramPathBytes];
+  char directory[kPathBytes];
   write_log_path(paths.data, application_name, directory, paths.log_file);
   if (directory[0] != '\0' && !make_log_directory(directory)) {
     std::snprintf(paths.log_file, sizeof(paths.log_file), "%s.log", application_name);

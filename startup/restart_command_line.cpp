@@ -1,3 +1,4 @@
+// The command line of a successor: the arguments of this process and "-restart".
 #include "startup/restart.h"
 
 namespace orsin {

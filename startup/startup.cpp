@@ -52,7 +52,7 @@ void prime_identifiers() {
 
 void set_module_path(int argc, char** argv) {
   const char* path = argc > 0 && argv != nullptr && argv[0] != nullptr ? argv[0] : "";
-  std::snprintf(program_paths().module, kProgramPathBytes, "%s", path);
+  std::snprintf(program_paths().module, kPathBytes, "%s", path);
 }
 
 }  // namespace
@@ -114,7 +114,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
 }
 
 bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
-  port::module_file_name(program_paths().module, kProgramPathBytes);
+  port::module_file_name(program_paths().module, kPathBytes);
   query_processors(false);
   mem_info_str memory = {};
   start_memory(memory);

@@ -1,3 +1,4 @@
+// What start-up and its report ask of Windows; see startup/startup_port.h.
 #include "startup/startup_port.h"
 
 #include <cstdio>

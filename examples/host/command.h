@@ -34,6 +34,8 @@ struct Command {
 
 extern const Command kReportCommand;
 extern const Command kCopyCommand;
+extern const Command kIngestCommand;
+extern const Command kCheckCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
 extern const Command kRunCommand;
@@ -70,6 +72,16 @@ class FullLibrary {
  private:
   bool started_ = false;
   std::unique_ptr<MainWindow> window_;  // A second copy looks for it instead of showing a message.
+};
+
+/// The whole library without the single instance, for several copies side by side. Its log goes to
+/// standard error: warnings and errors, more with -d.
+class SharedLibrary {
+ public:
+  SharedLibrary();
+  ~SharedLibrary();
+  SharedLibrary(const SharedLibrary&) = delete;
+  SharedLibrary& operator=(const SharedLibrary&) = delete;
 };
 
 /// The library for small tools: its log goes to standard error, warnings and errors only. Commands

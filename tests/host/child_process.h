@@ -49,6 +49,9 @@ class NamedEvent {
   HANDLE event_;
 };
 
+/// The test host's path.
+std::string host_program();
+
 /// A test whose children keep their data and their log in a folder of its own.
 class HostTest : public testing::Test {
  protected:

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "tests/host/child_process.h"
+#include "tests/support/kit_path.h"
 
 namespace orsin {
 namespace {
@@ -123,7 +124,8 @@ TEST_F(HostProcess, AFaultInAThreadEndsTheProcessWithABlockThatNamesTheThread) {
 }
 
 TEST_F(HostProcess, ClosesDownInTheFixedOrder) {
-  const auto plugin = std::filesystem::absolute(ORSIN_TEST_PLUGINS "/plugin_logging.dll");
+  const auto plugin = test::to_path(
+      test::kit_path("tests/plugins/plugin_logging.dll", ORSIN_TEST_PLUGINS "/plugin_logging.dll"));
   SetEnvironmentVariableA("ORSIN_TEST_PLUGIN", plugin.string().c_str());
 
   EXPECT_EQ(run("leave"), 0);
@@ -232,7 +234,7 @@ TEST_F(HostProcess, AFastStartLogsWarningsToStandardErrorAndMakesNoFile) {
 }
 
 TEST_F(HostProcess, WithoutANameTheLogGoesToStandardErrorAtWarnings) {
-  const std::string command = std::string("\"") + ORSIN_TEST_HOST + "\" -x level - -P2";
+  const std::string command = std::string("\"") + test::host_program() + "\" -x level - -P2";
   ChildProcess first(command, directory().path("output"));
   ChildProcess second(command, directory().path("output"));
 

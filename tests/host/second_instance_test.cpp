@@ -149,7 +149,7 @@ TEST_F(SecondInstance, KeepsTheRestOfAQuotedPathWithABlankBeforeTheArguments) {
   start_first("window");
   // Quotes and blanks before the name are skipped; the name ends at the blank within its quotes.
   const std::string program = directory().path("two words.exe");
-  std::filesystem::copy_file(test::to_path(ORSIN_TEST_HOST), test::to_path(program));
+  std::filesystem::copy_file(test::to_path(test::host_program()), test::to_path(program));
 
   EXPECT_EQ(ChildProcess("\"" + program + "\" -x close " + name()).wait(), kRefused);
 

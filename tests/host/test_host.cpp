@@ -20,6 +20,7 @@
 //   window   the same, with a minimised main window
 //   hung     the same, but the window's thread sees to no message
 //   restart  asks for a restart the first time
+//   busy-X   leaves threads to closedown that do X for ever: see busy_threads.h
 //
 // A second process of "restart" signals NAMEDone. The first argument is "-x", as a restart passes
 // on what follows a dash; the third names the application ("-" gives null); the data path comes from
@@ -34,6 +35,7 @@
 
 #include "base/win/windows.h"
 #include "orsincore/orsincore.h"
+#include "tests/host/busy_threads.h"
 
 #include <shellapi.h>
 
@@ -202,6 +204,10 @@ bool start(int argc, char** argv) {
 }
 
 int act(const std::string& command, const char* application) {
+  constexpr char kBusy[] = "busy-";
+  if (command.starts_with(kBusy)) {
+    return orsin::test::start_busy_threads(command.substr(sizeof(kBusy) - 1)) ? 0 : 1;
+  }
   if (command == "level") {
     return 100 + 10 * msg_getlevel() + smp_numprocs();
   }

@@ -13,6 +13,7 @@
 #include "base/win/windows.h"
 #include "modules/library_loader.h"
 #include "orsincore/startup.h"
+#include "tests/support/kit_path.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/threads/gate.h"
@@ -25,8 +26,7 @@ using test::LogCapture;
 
 // The path of a test plug-in, without ".dll".
 std::string plugin(const char* name) {
-  const auto directory = std::filesystem::absolute(ORSIN_TEST_PLUGINS).make_preferred();
-  return test::to_utf8(directory) + "\\plugin_" + name;
+  return test::kit_path("tests/plugins", ORSIN_TEST_PLUGINS) + "\\plugin_" + name;
 }
 
 int count_of(const char* name) {

@@ -41,7 +41,7 @@ class LogFile : public testing::Test {
   }
 
   void set_module(const char* name) const {
-    std::snprintf(program_paths().module, kProgramPathBytes, "%s", below(directory_, name).c_str());
+    std::snprintf(program_paths().module, kPathBytes, "%s", below(directory_, name).c_str());
   }
 
   // Opens the log of "Take" below the directory.
