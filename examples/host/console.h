@@ -27,6 +27,9 @@ bool output_is_console();
 /// From now on standard output takes bytes as they are, without turning line ends into CR LF.
 void use_binary_output();
 
+/// The system's code of what failed last on this thread.
+unsigned long last_error_code();
+
 /// A number that no other running process has.
 unsigned long process_id();
 
