@@ -35,6 +35,9 @@ std::size_t console_width();
 int silence_errors();
 void restore_errors(int saved);
 
+/// The system's code of what failed last on this thread.
+unsigned long last_error_code();
+
 /// A number that no other running process has.
 unsigned long process_id();
 

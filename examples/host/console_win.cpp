@@ -131,6 +131,10 @@ void use_binary_output() {
   _setmode(_fileno(stdout), _O_BINARY);
 }
 
+unsigned long last_error_code() {
+  return GetLastError();
+}
+
 unsigned long process_id() {
   return GetCurrentProcessId();
 }

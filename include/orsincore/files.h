@@ -398,9 +398,14 @@ ORSIN_API int ov_copy_valid_filename(char* out, const char* name, int size);
 
 // ---------------------------------------------------------------------------------------------
 // Volumes
+//
+// These pass paths on unchanged to the system's narrow calls, which read them in the user's code
+// page: a name outside ASCII finds nothing, or in a page of several bytes a letter swallows the
+// backslash behind it. Ask by the drive's root, "C:\", wherever that is enough.
 // ---------------------------------------------------------------------------------------------
 
-/// The free bytes of a path's volume, whatever the caller's quota; 0 on failure. Any thread.
+/// The free bytes of a path's volume, whatever the caller's quota; 0 on failure. The path is a
+/// directory, one on a share ends in a backslash; a file's path fails. Any thread.
 /// Windows: GetDiskFreeSpaceExA.
 ORSIN_API unsigned long long ov_freespace(const char* path);
 
@@ -413,7 +418,7 @@ ORSIN_API bool ov_get_volumeinfo(const char* path, unsigned int& extents, unsign
 
 /// The mount point of a path, as in "C:\". False after a warning.
 ///
-/// @param size  Bytes of `out`.
+/// @param size  Bytes of `out`; 3 are enough for "C:" alone, which is then the answer.
 /// Any thread. Windows: GetVolumePathNameA.
 ORSIN_API bool ov_get_volumepath(const char* path, char* out, std::size_t size);
 
