@@ -30,6 +30,7 @@ void stop_memory() {
   if (!port::process_heap_is_valid()) {
     msgdebug("MEMORY: Closedown: System heap corrupted...");
   }
+  port::stop_reporting_out_of_memory();
   general_mutex.destroy();
 }
 

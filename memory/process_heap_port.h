@@ -15,6 +15,10 @@ using OutOfMemoryReport = void (*)(std::size_t requested);
 /// for the same report and change nothing.
 void report_out_of_memory_to(OutOfMemoryReport report) noexcept;
 
+/// Puts back what was there before, unless somebody has put something over it since: the handler is
+/// one for the process, which may go on without the library.
+void stop_reporting_out_of_memory() noexcept;
+
 [[nodiscard]] bool process_heap_is_valid() noexcept;
 
 /// Joins free blocks and returns the size of the largest committed one. 0 with last error 0 means

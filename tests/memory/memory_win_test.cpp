@@ -5,12 +5,19 @@
 #include <cstring>
 #include <new>
 
+#include "base/compiler.h"
 #include "base/win/windows.h"
 #include "memory/memory_lifecycle.h"
 #include "memory/standard_heaps.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
 #include "tests/support/log_capture.h"
+
+// As memory/process_heap_win.cpp declares them.
+using NewHandler = int(__cdecl*)(std::size_t);
+NewHandler __cdecl _set_new_handler(NewHandler handler)
+    ORSIN_LINK_NAME("?_set_new_handler@@YAP6AH_K@ZP6AH0@Z@Z");
+int __cdecl _set_new_mode(int mode) ORSIN_LINK_NAME("?_set_new_mode@@YAHH@Z");
 
 namespace orsin {
 namespace {
@@ -48,6 +55,31 @@ TEST_F(OutOfMemory, IsReportedByNewWhichThenThrowsOnce) {
   EXPECT_THROW(static_cast<void>(::operator new(impossible_bytes)), std::bad_alloc);
 
   EXPECT_EQ(log.lines(), kOutOfMemory);
+}
+
+int __cdecl hosts_handler(std::size_t /*requested*/) {
+  return 0;
+}
+
+TEST(OutOfMemoryHandler, IsTheHostsAgainAtTheEnd) {
+  _set_new_handler(hosts_handler);
+  mem_info_str info = {};
+  start_memory(info);
+  start_memory(info);
+  stop_memory();
+
+  EXPECT_EQ(_set_new_mode(0), 0);
+  EXPECT_EQ(_set_new_handler(nullptr), hosts_handler);
+}
+
+TEST(OutOfMemoryHandler, StaysTheHostsThatCameLater) {
+  mem_info_str info = {};
+  start_memory(info);
+  _set_new_handler(hosts_handler);
+  stop_memory();
+
+  EXPECT_EQ(_set_new_mode(0), 1);
+  EXPECT_EQ(_set_new_handler(nullptr), hosts_handler);
 }
 
 TEST(ProcessHeap, IsValidAndAnswersACompaction) {

@@ -196,6 +196,7 @@ TEST(MemoryLifecycle, HasTheHeapReportWhatItCannotGive) {
 
     EXPECT_EQ(log.lines(),
               (Lines{"ERROR: ************************************", request.line, "     : *"}));
+    EXPECT_EQ(test::native_process_heap().report, nullptr);
   }
 }
 

@@ -146,6 +146,10 @@ void report_out_of_memory_to(OutOfMemoryReport report) noexcept {
   native_process_heap().report = report;
 }
 
+void stop_reporting_out_of_memory() noexcept {
+  native_process_heap().report = nullptr;
+}
+
 bool process_heap_is_valid() noexcept {
   return native_process_heap().is_valid;
 }
