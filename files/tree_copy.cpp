@@ -78,17 +78,7 @@ void finish_destination() {
 }
 
 bool copy_blocks(unsigned long long& bytes) {
-  for (;;) {
-    const Block block = current_block(*streams.reader);
-    if (block.is_end()) {
-      return true;
-    }
-    if (streams.writer->write_file(block.data, 1, block.length) != block.length) {
-      return false;
-    }
-    bytes += block.length;
-    streams.reader->skip_file(block.length, 1);
-  }
+  return copy_to_own_writer(*streams.reader, *streams.writer, bytes);
 }
 
 Result copy_opened(const char* destination, unsigned long long& bytes) {
