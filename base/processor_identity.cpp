@@ -1,3 +1,4 @@
+// Reads names, features and cores out of the identification registers; see the header.
 #include "base/processor_identity.h"
 
 #include <cstdio>

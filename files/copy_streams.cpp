@@ -109,7 +109,7 @@ bool copy_to_own_writer(fReadBuffer& reader, fWriteBuffer& writer, unsigned long
     blocks.advance();
   }
   blocks.finish();
-  return writer.error() == 0;
+  return writer.error() <= 0;
 }
 
 void copy_file_facts(const char* source, const char* destination, bool share_source, bool verbose) {

@@ -151,7 +151,7 @@ class Writers {
     bool are_complete = true;
     for (int i = 0; i < count_; ++i) {
       at(i)->close_file(true);
-      are_complete = are_complete && at(i)->error() == 0;
+      are_complete = are_complete && at(i)->error() <= 0;
     }
     return are_complete;
   }

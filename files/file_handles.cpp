@@ -2,6 +2,7 @@
 // transfer_slots.cpp, and so does closing, which ends them.
 #include <cstring>
 
+#include "base/given_text.h"
 #include "base/log_port.h"
 #include "base/path_buffer.h"
 #include "files/io_port.h"
@@ -44,7 +45,7 @@ void* io_open64(const char* name, int mode, bool unbuffered, bool share, bool ov
   open.write_through = open.write;
   void* file = open_by_name(name, open);
   if (!is_valid(file)) {
-    msgerror("IO open failed '%s' (%s)", name != nullptr ? name : "", os_errormsg());
+    msgerror("IO open failed '%s' (%s)", given(name), os_errormsg());
   }
   return file;
 }
@@ -60,7 +61,7 @@ void* io_create64(const char* name, bool write_only, long long initial_size) {
   const unsigned error = port::last_system_error();
   if (error != 0 && error != port::kErrorAlreadyExists && error != port::kErrorPathNotFound) {
     msg_os_error("IO Create File", static_cast<int>(error));
-    msgcont("File: '%s'", name != nullptr ? name : "");
+    msgcont("File: '%s'", given(name));
   }
   if (is_valid(file) && initial_size >= 1) {
     const auto size = static_cast<std::uint64_t>(initial_size);

@@ -1,3 +1,4 @@
+// Overlapped transfers on Windows handles; see files/io_port.h.
 #include "files/io_port.h"
 
 #include "base/win/windows.h"

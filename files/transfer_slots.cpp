@@ -20,7 +20,7 @@
 
 #include <atomic>
 
-#include "base/lock.h"
+#include "base/library_locks.h"
 #include "base/log_port.h"
 #include "files/transfer_reports.h"
 #include "orsincore/io.h"
@@ -47,7 +47,7 @@ struct Slot {
 };
 
 struct Transfers {
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kTransfers};
   Slot slots[kSlotCount] = {};
   int next_slot = 0;
   std::int32_t last_ticket = 0;
@@ -325,7 +325,6 @@ void stop_transfers() {
     }
     make_idle(slot);
   }
-  transfers.mutex.destroy();
 }
 
 bool start_own_read(OwnTransfer& own, void* file, void* buffer, std::uint64_t offset,

@@ -1,6 +1,7 @@
 // Downloads to a file and uploads from one: the two helpers of the HTTP client that use the log.
 #include <cstdio>
 
+#include "base/given_text.h"
 #include "base/path_buffer.h"
 #include "base/stream_bytes.h"
 #include "base/unique_file.h"
@@ -70,7 +71,7 @@ bool ov_http_socket::ReadFile(const char* url, const char* path) {
     return fail_with_code(socket);
   }
   if (!write_whole_file(path, data, bytes)) {
-    msgerror("HTTP: File loader failed: Can't write '%s'", path != nullptr ? path : "");
+    msgerror("HTTP: File loader failed: Can't write '%s'", given(path));
     return false;
   }
   return true;

@@ -12,8 +12,8 @@
 #include "base/program_paths.h"
 #include "files/transfer_slots.h"
 #include "memory/memory_lifecycle.h"
+#include "modules/error_boxes.h"
 #include "modules/library_loader.h"
-#include "modules/library_port.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
@@ -83,7 +83,7 @@ void prime_identifiers() {
 
 void set_module_path(int argc, char** argv) {
   const char* path = argc > 0 && argv != nullptr && argv[0] != nullptr ? argv[0] : "";
-  std::snprintf(program_paths().module, kProgramPathBytes, "%s", path);
+  std::snprintf(program_paths().module, kPathBytes, "%s", path);
 }
 
 }  // namespace
@@ -109,7 +109,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   // 3. What everything else needs: processors, memory, clock.
   StartupSteps steps;
   mem_info_str memory = {};
-  port::silence_error_boxes();
+  silence_error_boxes();
   steps.take("processors", [] { query_processors(false); });
   steps.take("memory", [&memory] { start_memory(memory); });
   steps.take("identifiers", prime_identifiers);
@@ -145,7 +145,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
 }
 
 bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
-  port::module_file_name(program_paths().module, kProgramPathBytes);
+  port::module_file_name(program_paths().module, kPathBytes);
   query_processors(false);
   mem_info_str memory = {};
   start_memory(memory);
@@ -179,6 +179,7 @@ void ov_closedown() {
   }
   take_down("localisation", stop_localisation);
   take_down("library loader", stop_library_loader);
+  restore_error_boxes();
   write_rule();
   msg_close();
   ov_release_autorelease_pool(autorelease_pool);

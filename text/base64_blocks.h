@@ -9,6 +9,10 @@
 
 namespace orsin {
 
+/// Each character stands at its value.
+inline constexpr char kBase64Alphabet[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 constexpr std::size_t kBase64BlockCharacters = 128;
 constexpr std::size_t kBase64BlockBytes = 96;
 constexpr std::size_t kBase64StreamAlignment = 32;

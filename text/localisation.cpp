@@ -1,3 +1,4 @@
+// Finds the catalogues, chooses the language and answers ov_pgettext(); see the header.
 #include "text/localisation.h"
 
 #include <cstdio>

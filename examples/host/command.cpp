@@ -4,6 +4,7 @@
 #include <string>
 
 #include "examples/host/console.h"
+#include "orsincore/log.h"
 #include "orsincore/startup.h"
 
 namespace host {
@@ -44,6 +45,22 @@ FullLibrary::~FullLibrary() {
     destroy_window(window_);
     ov_closedown();
   }
+}
+
+SharedLibrary::SharedLibrary() {
+  constexpr int kWarnings = 1;
+  constexpr int kInformation = 2;
+  const int saved = silence_errors();  // The system report is for log files.
+  ov_initialize(nullptr, "ORSIN_HOST_DATA", console_argc(), console_argv());
+  std::fflush(stderr);
+  restore_errors(saved);
+  if (msg_getlevel() <= kInformation) {
+    msg_setlevel(kWarnings);
+  }
+}
+
+SharedLibrary::~SharedLibrary() {
+  ov_closedown();
 }
 
 FastLibrary::FastLibrary(bool with_heaps) {

@@ -31,6 +31,8 @@ struct Command {
 
 extern const Command kReportCommand;
 extern const Command kCopyCommand;
+extern const Command kIngestCommand;
+extern const Command kCheckCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
 extern const Command kRunCommand;
@@ -67,6 +69,16 @@ class FullLibrary {
  private:
   void* window_ = nullptr;
   bool started_ = false;
+};
+
+/// The whole library without the single instance, for several copies side by side. Its log goes to
+/// standard error: warnings and errors, more with -d.
+class SharedLibrary {
+ public:
+  SharedLibrary();
+  ~SharedLibrary();
+  SharedLibrary(const SharedLibrary&) = delete;
+  SharedLibrary& operator=(const SharedLibrary&) = delete;
 };
 
 /// The library for small tools: its log goes to standard error, warnings and errors only. Commands

@@ -2,6 +2,7 @@
 // progress line, Ctrl-C. console_win.cpp answers.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -26,6 +27,14 @@ bool output_is_console();
 
 /// From now on standard output takes bytes as they are, without turning line ends into CR LF.
 void use_binary_output();
+
+/// The characters in a line of the console; 80 when there is none.
+std::size_t console_width();
+
+/// From here to restore_errors() nothing that is written to standard error is seen. Takes what
+/// silence_errors() gave.
+int silence_errors();
+void restore_errors(int saved);
 
 /// A number that no other running process has.
 unsigned long process_id();

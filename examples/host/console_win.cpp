@@ -87,6 +87,35 @@ bool output_is_console() {
   return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
 }
 
+std::size_t console_width() {
+  constexpr std::size_t kUsual = 80;
+  CONSOLE_SCREEN_BUFFER_INFO information;
+  if (GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &information) == 0) {
+    return kUsual;
+  }
+  const int width = information.srWindow.Right - information.srWindow.Left + 1;
+  return width > 0 ? static_cast<std::size_t>(width) : kUsual;
+}
+
+int silence_errors() {
+  std::fflush(stderr);
+  const int saved = _dup(_fileno(stderr));
+  const int nowhere = _open("NUL", _O_WRONLY);
+  if (saved >= 0 && nowhere >= 0) {
+    _dup2(nowhere, _fileno(stderr));
+    _close(nowhere);
+  }
+  return saved;
+}
+
+void restore_errors(int saved) {
+  std::fflush(stderr);
+  if (saved >= 0) {
+    _dup2(saved, _fileno(stderr));
+    _close(saved);
+  }
+}
+
 void use_binary_output() {
   _setmode(_fileno(stdout), _O_BINARY);
 }

@@ -38,9 +38,9 @@
 #define ORSIN_PRINTF(position, first)
 #endif
 
-struct __mutex_str;    ///< A recursive mutex: mp_new_mutex() and mp_delete_mutex().
-struct __cond_str;     ///< A condition variable: mp_new_cond_block() and mp_delete_cond_block().
-struct __tls_key_str;  ///< A thread-local cell: mp_key_create() and mp_key_delete().
+struct __mutex_str;    // A recursive mutex: mp_new_mutex() and mp_delete_mutex().
+struct __cond_str;     // A condition variable: mp_new_cond_block() and mp_delete_cond_block().
+struct __tls_key_str;  // A thread-local cell: mp_key_create() and mp_key_delete().
 
 /// @cond the few functions that the containers below call; documented in log.h and threads.h
 ORSIN_API int msgerror(const char* format, ...) ORSIN_PRINTF(1, 2);

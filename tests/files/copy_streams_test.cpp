@@ -33,7 +33,6 @@ class CopyStreams : public testing::Test {
   }
   void TearDown() override {
     stop_thread_table();
-    os_allocation::stop();
   }
 
   std::string in(const std::string& name) const { return below(directory_, name.c_str()); }

@@ -313,7 +313,7 @@ TEST_F(ScriptedTransfers, CollectedSlotsAreFreeAtOnce) {
 
 // ---- Flush and close
 
-TEST_F(ScriptedTransfers, FlushWaitsForEveryFileAndForgetsTheTickets) {
+TEST_F(ScriptedTransfers, KeepsWaitingForEveryFileInAFlushAndForgetsTheTickets) {
   const OpenFile other(io_create64(path("other").c_str(), true, 0));
   transfers_.every({.pends = true});
   int first = 0;

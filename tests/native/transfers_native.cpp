@@ -162,6 +162,26 @@ port::TransferStart start(PendingTransfer transfer) {
 
 }  // namespace
 
+bool transfer_now(const PendingTransfer& transfer, std::uint32_t& bytes) {
+  PendingTransfer now = transfer;
+  now.offset = static_cast<std::uint64_t>(::lseek(descriptor_of(now.file), 0, SEEK_CUR));
+  {
+    TransferScript& script = transfer_script();
+    const std::lock_guard guard(script.mutex);
+    now.fate = next_fate_locked();
+    if (script.is_watched) {
+      script.started.push_back({now.is_read, now.offset, now.size});
+    }
+  }
+  const Outcome outcome = carry_out(now);
+  bytes = outcome.bytes;
+  if (outcome.error != 0 && outcome.error != port::kErrorEndOfFile) {
+    errno = static_cast<int>(outcome.error);
+    return false;
+  }
+  return ::lseek(descriptor_of(now.file), static_cast<off_t>(bytes), SEEK_CUR) >= 0;
+}
+
 bool FakeTransfers::release_oldest() {
   const std::lock_guard guard(transfer_script().mutex);
   const auto transfer = take_pending_locked([](const PendingTransfer&) { return true; });
