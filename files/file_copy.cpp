@@ -12,7 +12,9 @@
 
 #include "base/path_buffer.h"
 #include "files/copy_streams.h"
+#include "files/copy_writer.h"
 #include "files/directory_creation.h"
+#include "files/source_blocks.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 
@@ -119,24 +121,37 @@ class Writers {
     return count_;
   }
 
+  // The copy's own work on the blocks as they are handed over.
+  void join(SourceBlocks& blocks) {
+    for (int i = 0; i < count_; ++i) {
+      if (CopyWriter* own = own_writer(*slots_[i])) {
+        blocks.add_worker(*own, "Copy", kWriteBytesMax);
+      }
+    }
+  }
+
+  // The callers' are given the block; of the copy's own it is seen whether they still write.
   bool write(const Block& block) {
     for (int i = 0; i < count_; ++i) {
-      const bool is_short = at(i)->write_file(block.data, 1, block.length) != block.length;
+      const bool is_short =
+          !slots_[i]->is_own() && at(i)->write_file(block.data, 1, block.length) != block.length;
       if (is_short || at(i)->error() > 0) {
-        // Kept on purpose: as above, once for each destination.
-        close_repeatedly(i, count_);
+        failed_ = i;
         return false;
       }
     }
     return true;
   }
 
+  // Kept on purpose: as when opening, the writer that failed is closed once for each destination.
+  void close_failed() { close_repeatedly(failed_, count_); }
+
   // What a destination holds is on disk only now: the last buffers are written here.
   bool close() {
     bool are_complete = true;
     for (int i = 0; i < count_; ++i) {
       at(i)->close_file(true);
-      are_complete = are_complete && at(i)->error() == 0;
+      are_complete = are_complete && at(i)->error() <= 0;
     }
     return are_complete;
   }
@@ -159,12 +174,13 @@ class Writers {
 
   std::optional<BorrowedWriter> slots_[kDestinationsMax];
   int count_;
+  int failed_ = 0;
 };
 
 // Every block to the callback, then to all destinations.
-bool copy_blocks(const Copy& copy, fReadBuffer& reader, Writers& writers) {
+bool copy_blocks(const Copy& copy, SourceBlocks& blocks, Writers& writers) {
   for (;;) {
-    const Block block = current_block(reader);
+    const Block block = blocks.current();
     if (copy.progress != nullptr) {
       copy.progress(copy.user, block.is_end() ? nullptr : block.data,
                     block.is_end() ? 0 : block.length);
@@ -174,12 +190,25 @@ bool copy_blocks(const Copy& copy, fReadBuffer& reader, Writers& writers) {
       // see what is missing in `bytes`, and rescue what can be read off a damaged disk.
       return true;
     }
+    blocks.hand_over();
     if (!writers.write(block)) {
       return false;
     }
     copy.bytes += block.length;
-    reader.skip_file(block.length, 1);
+    blocks.advance();
   }
+}
+
+// False when a destination does not take all of it; it is closed then.
+bool copy_all(const Copy& copy, fReadBuffer& reader, Writers& writers) {
+  SourceBlocks blocks(reader);
+  writers.join(blocks);
+  const bool all_taken = copy_blocks(copy, blocks, writers);
+  blocks.finish();
+  if (!all_taken) {
+    writers.close_failed();
+  }
+  return all_taken;
 }
 
 Result copy_data(const Copy& copy, fReadBuffer& reader, Writers& writers) {
@@ -197,7 +226,7 @@ Result copy_data(const Copy& copy, fReadBuffer& reader, Writers& writers) {
     }
     return kDestinationNotCreated;
   }
-  if (has_data && !copy_blocks(copy, reader, writers)) {
+  if (has_data && !copy_all(copy, reader, writers)) {
     return kWriteFailed;
   }
   return writers.close() ? kCopied : kWriteFailed;

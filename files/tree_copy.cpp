@@ -84,17 +84,7 @@ void finish_destination(Copier& copier) {
 }
 
 bool copy_blocks(Copier& copier, unsigned long long& bytes) {
-  for (;;) {
-    const Block block = current_block(copier.reader());
-    if (block.is_end()) {
-      return true;
-    }
-    if (copier.writer().write_file(block.data, 1, block.length) != block.length) {
-      return false;
-    }
-    bytes += block.length;
-    copier.reader().skip_file(block.length, 1);
-  }
+  return copy_to_own_writer(copier.reader(), copier.writer(), bytes);
 }
 
 Result copy_opened(Copier& copier, const char* destination, unsigned long long& bytes) {

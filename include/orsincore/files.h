@@ -265,8 +265,8 @@ ORSIN_API int file_copy(const char* src, const char* dst, bool overwrite, unsign
 /// Copies a file to up to 16 destinations in one read pass, with its last-write time and
 /// attributes. Missing directories of the destinations are made.
 ///
-/// Each destination of 16 MiB and more is written by a thread of its own beside the reading. The
-/// buffers of one copy, 40 MiB, stay for the next one until closedown.
+/// The destinations of a file of 4 MiB and more are written by a thread each, beside the reading, from
+/// the reader's own buffers.
 ///
 /// The source is open meanwhile so that others may read it but not change it; destinations are open
 /// to nobody else. So a destination that is the source under another spelling of its name cannot be
@@ -277,7 +277,7 @@ ORSIN_API int file_copy(const char* src, const char* dst, bool overwrite, unsign
 /// @param bytes      Grows by the bytes copied; never reset. A source that could not be read to its
 ///                   end counts as ended there: compare with its size.
 /// @param reader     The caller's, or null for one of eight 1 MiB buffers.
-/// @param writers    As many as destinations, ended by null; or null for writers of 16 MiB. The
+/// @param writers    As many as destinations, ended by null; or null for the copy's own. The
 ///                   caller's are closed after success; after a failure only the one that failed.
 /// @param progress   May be null. Sees each block before it is written, and (null, 0) at the end of
 ///                   a source that is not empty. May look at the bytes, not keep them.
@@ -300,7 +300,8 @@ ORSIN_API int file_copy(const char* src, const char** dsts, bool overwrite,
 /// hashes (bit 1). An existing destination is always replaced.
 ///
 /// @param overwrite  Not looked at.
-/// @param bytes      Grows by the bytes copied; never reset.
+/// @param bytes      Grows by the bytes copied; never reset. A source that could not be read to its
+///                   end counts as ended there, also when it is verified: compare with its size.
 /// @param md5        Finished with the source's digest when bit 0 is set, else not touched.
 /// @param flags      Bit 1 needs bit 0 or an `md5` that already holds the expected digest.
 /// @param reader     The caller's or null, as for file_copy(); `writer` alike.
@@ -343,7 +344,8 @@ ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
 /// be listed, or whose copy cannot be made.
 ///
 /// @param recursive  Also copies subdirectories.
-/// @param bytes      Set to the bytes copied.
+/// @param bytes      Set to the bytes copied. A source that could not be read to its end counts as
+///                   ended there: compare with its size.
 /// @return For a directory the number of files copied, for a file 0; a missing source gives 0, and
 ///         a directory without a destination, too.
 ///         Negative on failure: -1 same string or source cannot be opened, -2 destination cannot be
