@@ -99,7 +99,7 @@ Result copy_blocks(const SecureCopy& copy, fReadBuffer& reader, fWriteBuffer& wr
   return writer.error() > 0 ? write_failed(copy, start, copy.bytes) : kDone;
 }
 
-Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, fWriteBuffer& writer) {
+Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, const BorrowedWriter& writer) {
   if (reader.getNextBlock() == 0 && reader.get_file_size() > 0) {
     std::snprintf(error_text, kTextBytes, "File Copy: failed to read '%s'\n", copy.source);
     return kNotRead;
@@ -107,7 +107,7 @@ Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, fWriteBuffer& wr
   if (!create_destination(writer, copy.destination)) {
     return not_opened(copy.source);  // The source is named in this case as well.
   }
-  return copy_blocks(copy, reader, writer);
+  return copy_blocks(copy, reader, *writer.get());
 }
 
 Result run_copy(const SecureCopy& copy, fReadBuffer* borrowed_reader,
@@ -118,7 +118,7 @@ Result run_copy(const SecureCopy& copy, fReadBuffer* borrowed_reader,
       !open_source(*reader.get(), copy.source)) {
     return not_opened(copy.source);
   }
-  const Result result = copy_opened(copy, *reader.get(), *writer.get());
+  const Result result = copy_opened(copy, *reader.get(), writer);
   reader->close_file();
   return result;
 }
@@ -126,6 +126,21 @@ Result run_copy(const SecureCopy& copy, fReadBuffer* borrowed_reader,
 // Both contexts are finished: the words hold the digests.
 bool digests_differ(const md5_state_s& a, const md5_state_s& b) {
   return std::memcmp(a.abcd, b.abcd, sizeof(a.abcd)) != 0;
+}
+
+// The text is the line's format, in which "%%" stands for "%". But it holds names of files, whose
+// conversions must never be carried out, so this is the only thing in it that is replaced.
+void log_as_format(const char* text) {
+  char line[kTextBytes];
+  std::size_t length = 0;
+  for (; *text != '\0'; ++text) {
+    line[length++] = *text;
+    if (text[0] == '%' && text[1] == '%') {
+      ++text;
+    }
+  }
+  line[length] = '\0';
+  msgerror("%s", line);
 }
 
 Result read_opened(const char* path, md5_state_s& md5, fReadBuffer& reader,
@@ -201,8 +216,7 @@ const char* get_error_file_copy_secure(int code, bool log) {
     return error_text;
   }
   if (log) {
-    // Names may hold per cent signs: the text goes through a format, not as one.
-    msgerror("%s", error_text);
+    log_as_format(error_text);
   }
   return error_text;
 }
