@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/given_text.h"
 #include "base/path_buffer.h"
 #include "files/directory_creation.h"
 #include "files/file_system_port.h"
@@ -99,7 +100,7 @@ char* file_ensure_directory(const char* dir, const char* name, char* out) {
     out = own_buffer;
   }
   PathBuffer path;
-  if (!resolve_directory(path, dir != nullptr ? dir : "")) {
+  if (!resolve_directory(path, given(dir))) {
     return nullptr;
   }
   if (path.ends_in_separator()) {

@@ -98,7 +98,6 @@ constexpr std::uint32_t kErrorNoneMapped = 1332;
 ///         when the directory cannot be opened.
 bool file_grant_everyone_access(const char* dir);
 
-/// The system's text for the thread's last error, without line ends and blanks at its end; empty
-/// for no error. In one buffer of 256 bytes for the process, which the next call overwrites.
-/// Windows: FormatMessageA.
+/// The system's text for the thread's last error in UTF-8, without line ends and blanks at its end;
+/// empty for no error. In one buffer of 256 bytes for the process, which the next call overwrites.
 const char* file_last_error_text();

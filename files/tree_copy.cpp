@@ -6,6 +6,7 @@
 #include <cstring>
 #include <optional>
 
+#include "base/given_text.h"
 #include "base/path_buffer.h"
 #include "files/copy_streams.h"
 #include "files/directory_creation.h"
@@ -283,8 +284,8 @@ int copy_file_to(Copier& copier, const char* source, const char* destination,
 using namespace orsin;
 
 int ov_filecopy(const char* src, const char* dst, bool recursive, unsigned long long& bytes) {
-  src = src != nullptr ? src : "";
-  dst = dst != nullptr ? dst : "";
+  src = given(src);
+  dst = given(dst);
   if (std::strcmp(src, dst) == 0) {
     msgerror("FileCopy: Source and destination are the same!\n'%s' no copy done\n", src);
     return kFailed;

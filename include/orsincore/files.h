@@ -23,9 +23,9 @@
 
 #include "orsincore/base.h"
 
-class fReadBuffer;   ///< The buffered reader, io.h.
-class fWriteBuffer;  ///< The buffered writer, io.h.
-struct md5_state_s;  ///< The MD5 context, text.h.
+class fReadBuffer;   // The buffered reader, io.h.
+class fWriteBuffer;  // The buffered writer, io.h.
+struct md5_state_s;  // The MD5 context, text.h.
 
 // ---------------------------------------------------------------------------------------------
 // Directory lists
@@ -143,7 +143,7 @@ ORSIN_API bool file_in_use(const char* path);
 ///         either is null.
 /// Any thread.
 ORSIN_API const char* file_extension(const char* path, const char* ext);
-/// @overload
+/// The same for a path that may be changed through the result.
 ORSIN_API char* file_extension(char* path, const char* ext);
 
 /// The size in bytes; 0 when the attributes cannot be read. Any thread.
@@ -193,6 +193,10 @@ ORSIN_API unsigned long long file_get_modified_ts(const char* path);
 
 /// Writes a time as local date and time in the user's date format: "31.01.2024 12:34".
 ///
+/// The hours are those of 24, but a user's format that marks the halves of the day keeps its mark:
+/// "13:05 PM". The text is in the user's code page and calendar: it may hold bytes that are no
+/// UTF-8, so show it or convert it, and do not parse it.
+///
 /// @param size  Bytes of `out`; what does not fit is left out.
 /// @return True; false for a null `out`. Any thread. Windows: GetDateFormatA, GetTimeFormatA.
 ORSIN_API bool file_ts_2_txt(unsigned long long ts, char* out, int size);
@@ -201,7 +205,7 @@ ORSIN_API bool file_ts_2_txt(unsigned long long ts, char* out, int size);
 /// read.
 ORSIN_API bool file_get_local_datetime_str(const char* path, char* out, int size);
 
-/// Writes the date of a file's last write.
+/// Writes the date of a file's last write, by the Gregorian calendar whatever the user's.
 ///
 /// @param mode  0: the local date, "2024-01-31". 2: UTC, "2024-01-31T12:34:56+00:00". Any other:
 ///              UTC, "2024-01-31T12:34:56Z".
@@ -402,9 +406,14 @@ ORSIN_API int ov_copy_valid_filename(char* out, const char* name, int size);
 
 // ---------------------------------------------------------------------------------------------
 // Volumes
+//
+// These pass paths on unchanged to the system's narrow calls, which read them in the user's code
+// page: a name outside ASCII finds nothing, or in a page of several bytes a letter swallows the
+// backslash behind it. Ask by the drive's root, "C:\", wherever that is enough.
 // ---------------------------------------------------------------------------------------------
 
-/// The free bytes of a path's volume, whatever the caller's quota; 0 on failure. Any thread.
+/// The free bytes of a path's volume, whatever the caller's quota; 0 on failure. The path is a
+/// directory, one on a share ends in a backslash; a file's path fails. Any thread.
 /// Windows: GetDiskFreeSpaceExA.
 ORSIN_API unsigned long long ov_freespace(const char* path);
 
@@ -417,7 +426,7 @@ ORSIN_API bool ov_get_volumeinfo(const char* path, unsigned int& extents, unsign
 
 /// The mount point of a path, as in "C:\". False after a warning.
 ///
-/// @param size  Bytes of `out`.
+/// @param size  Bytes of `out`; 3 are enough for "C:" alone, which is then the answer.
 /// Any thread. Windows: GetVolumePathNameA.
 ORSIN_API bool ov_get_volumepath(const char* path, char* out, std::size_t size);
 

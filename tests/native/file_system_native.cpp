@@ -232,7 +232,12 @@ bool rename_path(const char* from, const char* to) noexcept {
     errno = EEXIST;
     return false;
   }
-  return std::rename(native_path(from).c_str(), native.c_str()) == 0;
+  const std::string native_from = native_path(from);
+  if (native_from == test::fake_access().held) {
+    errno = EACCES;
+    return false;
+  }
+  return std::rename(native_from.c_str(), native.c_str()) == 0;
 }
 
 AccessGrant grant_everyone(const char* dir, std::uint32_t& merge_error) noexcept {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <optional>
 
@@ -134,6 +135,7 @@ port::TransferStart start(PendingTransfer transfer) {
     }
     if (transfer.fate.pends) {
       script.pending.push_back(transfer);
+      transfer.event->is_signalled = transfer.fate.signals_early;
       script.most_pending = std::max(script.most_pending, script.pending.size());
       script.changed.notify_all();
       return {false, 0, port::kErrorPending};
@@ -230,8 +232,14 @@ EventWait wait_for_event(void* handle, std::uint32_t timeout_ms) noexcept {
     }
     return EventWait::kCompletionRoutine;  // Completed at once, or about to be started.
   }
-  script.changed.wait(guard, [event] { return event->is_signalled; });
-  return EventWait::kSignalled;
+  const auto is_signalled = [event] { return event->is_signalled; };
+  if (timeout_ms == kWaitForever) {
+    script.changed.wait(guard, is_signalled);
+    return EventWait::kSignalled;
+  }
+  return script.changed.wait_for(guard, std::chrono::milliseconds(timeout_ms), is_signalled)
+             ? EventWait::kSignalled
+             : EventWait::kTimedOut;
 }
 
 void arm_record(TransferRecord& record) noexcept {
