@@ -72,13 +72,14 @@ bool open_source(fReadBuffer& reader, const char* path) {
   return reader.open_file(path, true, false, true);
 }
 
-bool create_destination(fWriteBuffer& writer, const char* path) {
+bool create_destination(const BorrowedWriter& writer, const char* path) {
   // Some systems let an administrator write to read-only files; the mark is meant for all.
   std::uint32_t attributes = 0;
-  if (port::read_attributes(path, attributes) && (attributes & port::kReadOnly) != 0) {
+  if (writer.is_own() && port::read_attributes(path, attributes) &&
+      (attributes & port::kReadOnly) != 0) {
     return false;
   }
-  return writer.open_file(path, 0, true);
+  return writer->open_file(path, 0, true);
 }
 
 void abandon_destination(const BorrowedWriter& writer) {

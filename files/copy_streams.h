@@ -48,9 +48,10 @@ class CopyWriter;
 /// Opens a source as every copy does: others may read it, nobody may change it meanwhile.
 [[nodiscard]] bool open_source(fReadBuffer& reader, const char* path);
 
-/// Opens a destination as every copy does: unshared, what it held is replaced as data comes.
-/// Refuses a read-only file.
-[[nodiscard]] bool create_destination(fWriteBuffer& writer, const char* path);
+/// Opens a destination as every copy does: unshared, what it held is replaced as data comes. A writer
+/// made here refuses a read-only file; a caller's is asked all the same, as it may clear the mark, or
+/// keep the data elsewhere.
+[[nodiscard]] bool create_destination(const BorrowedWriter& writer, const char* path);
 
 /// Closes the file of a writer made here as it is: nothing is written, nothing cut. A caller's
 /// writer is left alone.

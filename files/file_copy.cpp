@@ -10,11 +10,13 @@
 #include <cstring>
 #include <optional>
 
+#include "base/log_port.h"
 #include "base/path_buffer.h"
 #include "files/copy_streams.h"
 #include "files/copy_writer.h"
 #include "files/directory_creation.h"
 #include "files/source_blocks.h"
+#include "files/file_system_port.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 
@@ -68,6 +70,13 @@ int count_writers(fWriteBuffer** writers) {
   return count;
 }
 
+Result destination_exists(const Copy& copy) {
+  if (copy.verbose) {
+    msgerror("File Copy: destination file already exists!");
+  }
+  return kDestinationExists;
+}
+
 Result check_destination(const Copy& copy, const char* destination) {
   if (std::strcmp(copy.source, destination) == 0) {
     if (copy.verbose) {
@@ -82,13 +91,7 @@ Result check_destination(const Copy& copy, const char* destination) {
   if (!ensure_directory_part(split.directory)) {
     return kDirectoryNotCreated;
   }
-  if (!copy.overwrite && file_exists(destination) != 0) {
-    if (copy.verbose) {
-      msgerror("File Copy: destination file already exists!");
-    }
-    return kDestinationExists;
-  }
-  return kCopied;
+  return !copy.overwrite && file_exists(destination) != 0 ? destination_exists(copy) : kCopied;
 }
 
 // Up to 16 writers; the ones made here go when this goes.
@@ -108,9 +111,10 @@ class Writers {
   }
 
   // The index of the first destination that cannot be created; the count when all were.
-  int open(const char** destinations) {
+  int open(const char** destinations, bool overwrite) {
     for (int i = 0; i < count_; ++i) {
-      if (!create_destination(*at(i), destinations[i])) {
+      if (!may_create(i, destinations[i], overwrite) ||
+          !create_destination(*slots_[i], destinations[i])) {
         // Kept on purpose: the writer that failed is closed once for each one opened before it, and
         // those stay open. Derived writers of hosts count these calls.
         close_repeatedly(i, i);
@@ -131,6 +135,9 @@ class Writers {
   }
 
   // The callers' are given the block; of the copy's own it is seen whether they still write.
+  /// Whether the destination that cannot be created had been made meanwhile, and may not be replaced.
+  [[nodiscard]] bool has_found_file() const { return has_found_file_; }
+
   bool write(const Block& block) {
     for (int i = 0; i < count_; ++i) {
       const bool is_short =
@@ -159,6 +166,20 @@ class Writers {
  private:
   fWriteBuffer* at(int index) { return slots_[index]->get(); }
 
+  // A file that must not be replaced may have come since it was looked for. Of two copies to one new
+  // name, exactly one makes it. Where a caller's writer puts its data is the writer's business: it
+  // is only looked for once more.
+  bool may_create(int index, const char* destination, bool overwrite) {
+    if (overwrite) {
+      return true;
+    }
+    has_found_file_ =
+        slots_[index]->is_own()
+            ? !port::make_file(destination) && port::last_system_error() == port::kErrorFileExists
+            : file_exists(destination) != 0;
+    return !has_found_file_;
+  }
+
   // Closed in the ordinary way, files that nothing was written to would lose what they held.
   void abandon_before(int end) {
     for (int i = 0; i < end; ++i) {
@@ -175,6 +196,7 @@ class Writers {
   std::optional<BorrowedWriter> slots_[kDestinationsMax];
   int count_;
   int failed_ = 0;
+  bool has_found_file_ = false;
 };
 
 // Every block to the callback, then to all destinations.
@@ -219,7 +241,10 @@ Result copy_data(const Copy& copy, fReadBuffer& reader, Writers& writers) {
     }
     return kSourceNotRead;
   }
-  const int opened = writers.open(copy.destinations);
+  const int opened = writers.open(copy.destinations, copy.overwrite);
+  if (opened < copy.count && writers.has_found_file()) {
+    return destination_exists(copy);
+  }
   if (opened < copy.count) {
     if (copy.verbose) {
       msgerror("File Copy: failed to create '%s'\n", copy.destinations[opened]);

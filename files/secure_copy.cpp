@@ -115,7 +115,7 @@ Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, const BorrowedWr
     std::snprintf(error_text, kTextBytes, "File Copy: failed to read '%s'\n", copy.source);
     return kNotRead;
   }
-  if (!create_destination(*writer.get(), copy.destination)) {
+  if (!create_destination(writer, copy.destination)) {
     return not_opened(copy.source);  // The source is named in this case as well.
   }
   return copy_all(copy, reader, writer);
@@ -137,6 +137,21 @@ Result run_copy(const SecureCopy& copy, fReadBuffer* borrowed_reader,
 // Both contexts are finished: the words hold the digests.
 bool digests_differ(const md5_state_s& a, const md5_state_s& b) {
   return std::memcmp(a.abcd, b.abcd, sizeof(a.abcd)) != 0;
+}
+
+// The text is the line's format, in which "%%" stands for "%". But it holds names of files, whose
+// conversions must never be carried out, so this is the only thing in it that is replaced.
+void log_as_format(const char* text) {
+  char line[kTextBytes];
+  std::size_t length = 0;
+  for (; *text != '\0'; ++text) {
+    line[length++] = *text;
+    if (text[0] == '%' && text[1] == '%') {
+      ++text;
+    }
+  }
+  line[length] = '\0';
+  msgerror("%s", line);
 }
 
 Result read_opened(const char* path, md5_state_s& md5, fReadBuffer& reader,
@@ -211,8 +226,7 @@ const char* get_error_file_copy_secure(int code, bool log) {
     return error_text;
   }
   if (log) {
-    // Names may hold per cent signs: the text goes through a format, not as one.
-    msgerror("%s", error_text);
+    log_as_format(error_text);
   }
   return error_text;
 }

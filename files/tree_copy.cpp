@@ -46,6 +46,7 @@ class Copier {
   [[nodiscard]] SmallCopies& small() { return small_; }
   [[nodiscard]] fReadBuffer& reader() { return *reader_->get(); }
   [[nodiscard]] fWriteBuffer& writer() { return *writer_->get(); }
+  [[nodiscard]] const BorrowedWriter& own_writer() const { return *writer_; }
 
  private:
   SmallCopies small_;
@@ -93,7 +94,7 @@ Result copy_opened(Copier& copier, const char* destination, unsigned long long& 
   if (copier.reader().getNextBlock() == 0) {
     return kDataNotCopied;
   }
-  if (!create_destination(copier.writer(), destination)) {
+  if (!create_destination(copier.own_writer(), destination)) {
     return kDestinationNotCreated;
   }
   const bool all_taken = copy_blocks(copier, bytes);

@@ -273,12 +273,18 @@ ORSIN_API int file_copy(const char* src, const char* dst, bool overwrite, unsign
 /// created. Times and attributes that could not be copied are warnings, if `verbose`.
 ///
 /// @param dsts       Ends at the first null or empty entry. Null: the source is only read.
-/// @param overwrite  False refuses a destination that exists as a file.
+/// @param overwrite  False refuses a destination that exists as a file; of two copies to one new name
+///                   at once, one is refused. With writers of the caller it is looked for once more
+///                   right before the writer is asked to open it.
 /// @param bytes      Grows by the bytes copied; never reset. A source that could not be read to its
 ///                   end counts as ended there: compare with its size.
 /// @param reader     The caller's, or null for one of eight 1 MiB buffers.
 /// @param writers    As many as destinations, ended by null; or null for the copy's own. The
 ///                   caller's are closed after success; after a failure only the one that failed.
+///                   After -2 the ones before it are open still: closed, they cut their files to
+///                   what was written, which is nothing. A caller's writer is asked to open a
+///                   read-only file, too; our own refuse it with -2. error() counts when it is
+///                   positive.
 /// @param progress   May be null. Sees each block before it is written, and (null, 0) at the end of
 ///                   a source that is not empty. May look at the bytes, not keep them.
 /// @param verbose    Writes an error line for what fails.
@@ -328,7 +334,8 @@ ORSIN_API int file_read_secure(const char* path, md5_state_s& md5, fReadBuffer* 
 /// The text of the last failed secure copy or read of the process.
 ///
 /// @param code  What the failing call returned; anything but -7 to -1 clears the text.
-/// @param log   Also writes it as an error line.
+/// @param log   Also writes it as an error line, in which "%%" becomes "%"; nothing else in it, such
+///              as a conversion in a file's name, is looked at.
 /// @return The library's own buffer of 512 bytes, which the next failure overwrites. -6 leaves the
 ///         text of the failure before.
 ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
@@ -351,7 +358,8 @@ ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
 ///         Negative on failure: -1 same string or source cannot be opened, -2 destination cannot be
 ///         created, -3 nothing read or a write fell short; -1 for a failure inside a tree, also for
 ///         a directory that cannot be read to its end. -1 before anything is made for a tree that
-///         was to be copied below itself, however the paths are spelled.
+///         was to be copied below itself, however the paths are spelled. Files of at most 1 MiB
+///         are copied two at a time: up to 15 that come after the one that failed may be there.
 /// The same string twice writes an error line, and a tree below itself. One call at a time in the
 /// process.
 ORSIN_API int ov_filecopy(const char* src, const char* dst, bool recursive,
