@@ -1,0 +1,500 @@
+// The list of waiters under every order in which its threads can run.
+//
+// The threads of a small scenario are coroutines with stacks of their own on one real thread. Before
+// each step that others can see (taking the section, touching an atomic, going to sleep) a thread
+// stops, and the explorer says who goes on; a wait with a time-out can also end there and then. All
+// choices are tried, depth first. A state that was met before is not tried again: what each thread
+// has seen so far decides what it will do, and with the shared words that is the whole state.
+//
+// What must hold in every order: nobody is left asleep, a signal ends one wait at most, a wait that
+// says "woken" has a signal of its own, and nothing is touched that is gone.
+#include <gtest/gtest.h>
+#include <ucontext.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "base/wait_list.h"
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#include <sanitizer/asan_interface.h>
+#endif
+#endif
+
+namespace orsin {
+namespace {
+
+constexpr std::size_t kStackBytes = 128 * 1024;
+constexpr std::size_t kThreadsMax = 5;
+
+// Used again in every run, whatever the run before has left on them.
+alignas(64) std::array<std::array<char, kStackBytes>, kThreadsMax> stacks;
+
+void clear_stacks() {
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+  __asan_unpoison_memory_region(stacks.data(), sizeof(stacks));
+#endif
+#endif
+}
+
+std::uint64_t mixed(std::uint64_t hash, std::uint64_t value) {
+  return (hash ^ value) * 0x9E3779B97F4A7C15ull ^ (hash >> 29);
+}
+
+// What a thread waits for before it can go on.
+struct Blocked {
+  const bool* while_true = nullptr;  // A section that somebody holds.
+  const void* asleep_at = nullptr;   // A word; until woken.
+  bool has_timeout = false;          // Then it can also go on by itself.
+};
+
+struct Thread {
+  ucontext_t context;
+  std::function<void()> body;
+  Blocked blocked;
+  bool is_done = false;
+  bool timed_out = false;
+  std::uint64_t seen = 0;  // A hash of every result so far.
+};
+
+// One run of a scenario, driven by a list of choices.
+class Explorer {
+ public:
+  std::vector<Thread> threads;
+  std::vector<std::uint64_t> words;  // Every shared word's value, in order of creation.
+  std::vector<std::string> faults;
+  bool is_condition_gone = false;
+  std::uint64_t section_order = 0;
+  std::uint64_t mutex_order = 0;
+
+  void fault(const char* text) { faults.emplace_back(text); }
+
+  Thread& self() { return threads[static_cast<std::size_t>(running_)]; }
+
+  /// Stops the running thread before its next visible step.
+  void stop(Blocked blocked = {}) {
+    self().blocked = blocked;
+    saw(0);
+    swapcontext(&self().context, &main_);
+    self().blocked = {};
+  }
+
+  /// Notes in which order the threads have come by a lock.
+  void took(std::uint64_t& order) {
+    order = mixed(order, static_cast<std::uint64_t>(running_) + 1);
+    saw(order);
+  }
+
+  void saw(std::uint64_t value) { self().seen = mixed(self().seen, value + 1); }
+
+  void start() {
+    clear_stacks();
+    for (std::size_t i = 0; i < threads.size(); ++i) {
+      Thread& thread = threads[i];
+      getcontext(&thread.context);
+      thread.context.uc_stack.ss_sp = stacks.at(i).data();
+      thread.context.uc_stack.ss_size = kStackBytes;
+      thread.context.uc_link = &main_;
+      makecontext(&thread.context, &Explorer::run_current, 0);
+    }
+  }
+
+  /// Twice a thread's number, plus one where its wait ends by time-out.
+  [[nodiscard]] std::vector<int> choices() const {
+    std::vector<int> result;
+    for (int i = 0; i < static_cast<int>(threads.size()); ++i) {
+      const Thread& thread = threads[static_cast<std::size_t>(i)];
+      if (thread.is_done) {
+        continue;
+      }
+      const Blocked& blocked = thread.blocked;
+      const bool is_held = blocked.while_true != nullptr && *blocked.while_true;
+      if (!is_held && blocked.asleep_at == nullptr) {
+        result.push_back(2 * i);
+      } else if (blocked.has_timeout) {
+        result.push_back(2 * i + 1);
+      }
+    }
+    return result;
+  }
+
+  void take(int choice) {
+    running_ = choice / 2;
+    self().timed_out = choice % 2 != 0;
+    current = this;
+    swapcontext(&main_, &self().context);
+  }
+
+  [[nodiscard]] std::uint64_t state() const {
+    std::uint64_t hash = mixed(section_order, mutex_order);
+    hash = mixed(hash, is_condition_gone ? 1 : 0);
+    for (const Thread& thread : threads) {
+      hash = mixed(hash, thread.seen);
+      hash = mixed(hash, thread.is_done ? 1 : 0);
+      hash = mixed(hash, thread.blocked.asleep_at != nullptr ? 1 : 0);
+    }
+    for (const std::uint64_t word : words) {
+      hash = mixed(hash, word);
+    }
+    return hash;
+  }
+
+  static Explorer* current;
+
+ private:
+  static void run_current() {
+    Thread& thread = current->self();
+    thread.body();
+    thread.is_done = true;
+  }
+
+  ucontext_t main_ = {};
+  int running_ = 0;
+};
+
+Explorer* Explorer::current = nullptr;
+
+Explorer& explorer() {
+  return *Explorer::current;
+}
+
+// ---------------------------------------------------------------------------------------------
+// The platform of the model
+// ---------------------------------------------------------------------------------------------
+
+struct ModelWaits {
+  // Of the condition: gone with it.
+  class Section {
+   public:
+    void lock() {
+      explorer().stop({&is_held_, nullptr, false});
+      check();
+      is_held_ = true;
+      explorer().took(explorer().section_order);
+    }
+    void unlock() {
+      // No stop before: nobody but the holder could tell. One after it, as it may take a while.
+      check();
+      is_held_ = false;
+      explorer().stop();
+      check();
+    }
+
+   private:
+    static void check() {
+      if (explorer().is_condition_gone) {
+        explorer().fault("the section was touched after the condition was deleted");
+      }
+    }
+    bool is_held_ = false;
+  };
+
+  template <typename T>
+  class Atomic {
+   public:
+    Atomic(T value) : value_(value), index_(explorer().words.size()) {  // NOLINT: as std::atomic.
+      explorer().words.push_back(number(value));
+    }
+    ~Atomic() { is_gone_ = true; }
+    Atomic(const Atomic&) = delete;
+    Atomic& operator=(const Atomic&) = delete;
+
+    T load() {
+      visit();
+      explorer().saw(number(value_));
+      return value_;
+    }
+    void store(T value) {
+      visit();
+      set(value);
+    }
+    T exchange(T value) {
+      visit();
+      const T before = value_;
+      set(value);
+      explorer().saw(number(before));
+      return before;
+    }
+    bool compare_exchange_strong(T& expected, T value) {
+      visit();
+      explorer().saw(number(value_));
+      if (value_ != expected) {
+        expected = value_;
+        return false;
+      }
+      set(value);
+      return true;
+    }
+    [[nodiscard]] T peek() const { return value_; }
+
+   private:
+    void visit() {
+      explorer().stop();
+      if (is_gone_) {
+        explorer().fault("a word was touched after its owner had gone");
+      }
+      if (std::is_pointer_v<T> && explorer().is_condition_gone) {
+        explorer().fault("the list was touched after the condition was deleted");
+      }
+    }
+    void set(T value) {
+      value_ = value;
+      explorer().words[index_] = number(value);
+    }
+    // Addresses differ from run to run; which node it is does not: they lie in order of the threads.
+    static std::uint64_t number(T value) {
+      if constexpr (std::is_pointer_v<T>) {
+        const auto address = reinterpret_cast<std::uintptr_t>(value);
+        for (std::size_t i = 0; i < stacks.size(); ++i) {
+          const auto base = reinterpret_cast<std::uintptr_t>(stacks[i].data());
+          if (address >= base && address < base + kStackBytes) {
+            return i + 1;
+          }
+        }
+        return 0;
+      } else {
+        return static_cast<std::uint64_t>(value);
+      }
+    }
+
+    T value_;
+    bool is_gone_ = false;
+    std::size_t index_;
+  };
+
+  // The explorer decides when a time is over.
+  struct Deadline {
+    explicit Deadline(std::uint32_t timeout_ms) : timeout(timeout_ms) {}
+    [[nodiscard]] std::uint32_t left_ms() const { return timeout; }
+    std::uint32_t timeout;
+  };
+
+  template <typename Condition>
+  [[nodiscard]] static bool spin(Condition is_done) {
+    return is_done();
+  }
+
+  [[nodiscard]] static bool wait(Atomic<WaitState>& word, WaitState value,
+                                 std::uint32_t timeout_ms) {
+    explorer().stop();
+    if (word.peek() != value) {
+      explorer().saw(2);
+      return true;
+    }
+    explorer().stop({nullptr, &word, timeout_ms != kForeverMs});
+    const bool is_woken = !explorer().self().timed_out;
+    explorer().saw(is_woken ? 3 : 4);
+    return is_woken;
+  }
+
+  static void wake(const void* address) {
+    explorer().stop();
+    for (Thread& thread : explorer().threads) {
+      if (thread.blocked.asleep_at == address) {
+        thread.blocked.asleep_at = nullptr;
+        thread.blocked.has_timeout = false;
+        return;
+      }
+    }
+  }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Scenarios
+// ---------------------------------------------------------------------------------------------
+
+struct Scenario {
+  const char* what;
+  std::vector<std::uint32_t> timeouts_ms;  // One a waiter.
+  std::vector<bool> broadcasts;            // One a signaller; false: a signal.
+};
+
+// The callers' mutex: waiters hold it until they are on the list, signallers take it for a moment.
+struct CallersMutex {
+  bool is_held = false;
+  void lock() {
+    explorer().stop({&is_held, nullptr, false});
+    is_held = true;
+    explorer().took(explorer().mutex_order);
+  }
+  void unlock() { is_held = false; }
+};
+
+struct Outcome {
+  WaitList<ModelWaits> list;
+  CallersMutex mutex;
+  int ready = 0;    // How many may go on. Guarded by the mutex.
+  int woken = 0;    // Waits that said so.
+  int signals = 0;  // Wake-ups that were sent while somebody waited.
+  int waiting = 0;
+  int left = 0;  // Waiters that have not returned yet.
+};
+
+// A waiter that goes as soon as it has been woken once; the last one deletes the condition.
+void run_waiter(Outcome& outcome, std::uint32_t timeout_ms) {
+  outcome.mutex.lock();
+  while (outcome.ready == 0) {
+    ++outcome.waiting;
+    const bool is_woken = outcome.list.wait(outcome.mutex, timeout_ms);
+    --outcome.waiting;
+    outcome.woken += is_woken ? 1 : 0;
+    if (!is_woken) {
+      break;
+    }
+  }
+  outcome.ready -= outcome.ready > 0 ? 1 : 0;
+  --outcome.left;
+  outcome.mutex.unlock();
+}
+
+void run_signaller(Outcome& outcome, bool is_broadcast, int waiters) {
+  outcome.mutex.lock();
+  outcome.ready += is_broadcast ? waiters : 1;
+  outcome.signals += is_broadcast ? waiters : 1;
+  outcome.mutex.unlock();
+  if (is_broadcast) {
+    outcome.list.broadcast();
+  } else {
+    outcome.list.signal();
+  }
+}
+
+struct Result {
+  std::uint64_t states = 0;
+  std::uint64_t ends = 0;
+  std::vector<std::string> faults;
+};
+
+using Setup = std::function<void(Explorer&)>;
+using Check = std::function<void(Explorer&)>;
+
+// Depth first over all choices; each run repeats the choices so far from the beginning.
+Result explore(const Setup& set_up, const Check& at_the_end) {
+  Result result;
+  std::unordered_set<std::uint64_t> met;
+  std::vector<std::pair<std::vector<int>, std::size_t>> path;  // Choices, and which is taken.
+  for (;;) {
+    Explorer run;
+    Explorer::current = &run;
+    set_up(run);
+    run.start();
+    for (const auto& [choices, taken] : path) {
+      run.take(choices[taken]);
+    }
+    for (;;) {
+      if (!met.insert(run.state()).second) {
+        break;
+      }
+      ++result.states;
+      std::vector<int> choices = run.choices();
+      if (choices.empty()) {
+        ++result.ends;
+        at_the_end(run);
+        break;
+      }
+      run.take(choices[0]);
+      path.emplace_back(std::move(choices), 0);
+    }
+    if (!run.faults.empty()) {
+      result.faults = run.faults;
+      return result;
+    }
+    while (!path.empty() && path.back().second + 1 == path.back().first.size()) {
+      path.pop_back();
+    }
+    if (path.empty()) {
+      return result;
+    }
+    ++path.back().second;
+  }
+}
+
+Result explore(const Scenario& scenario) {
+  std::unique_ptr<Outcome> outcome;
+  const auto set_up = [&](Explorer& run) {
+    outcome = std::make_unique<Outcome>();
+    outcome->left = static_cast<int>(scenario.timeouts_ms.size());
+    for (const std::uint32_t timeout : scenario.timeouts_ms) {
+      run.threads.emplace_back().body = [&, timeout] { run_waiter(*outcome, timeout); };
+    }
+    for (const bool broadcast : scenario.broadcasts) {
+      run.threads.emplace_back().body = [&, broadcast] {
+        run_signaller(*outcome, broadcast, static_cast<int>(scenario.timeouts_ms.size()));
+      };
+    }
+  };
+  return explore(set_up, [&](Explorer& run) {
+    for (const Thread& thread : run.threads) {
+      if (!thread.is_done) {
+        run.fault("a thread is asleep for ever");
+      }
+    }
+    if (outcome->woken > outcome->signals) {
+      run.fault("a wait ended without a signal of its own");
+    }
+  });
+}
+
+constexpr std::uint32_t kForever = kForeverMs;
+constexpr std::uint32_t kTimed = 5;
+
+TEST(WaitListModel, HoldsInEveryOrderOfItsThreads) {
+  const Scenario scenarios[] = {
+      {"one waiter, one signal", {kForever}, {false}},
+      {"a time-out against a signal", {kTimed}, {false}},
+      {"two waiters, two signals", {kForever, kForever}, {false, false}},
+      {"two waiters, one broadcast", {kForever, kForever}, {true}},
+      {"a time-out beside one that waits for ever", {kTimed, kForever}, {false, false}},
+      {"two time-outs against two signals", {kTimed, kTimed}, {false, false}},
+      {"a signal and a broadcast", {kTimed, kForever}, {false, true}},
+      {"three waiters, one broadcast", {kForever, kTimed, kForever}, {true}},
+      {"three waiters, two broadcasts", {kForever, kTimed, kForever}, {true, true}},
+      {"three waiters, a signal and a broadcast", {kTimed, kForever, kTimed}, {false, true}},
+  };
+  for (const Scenario& scenario : scenarios) {
+    SCOPED_TRACE(scenario.what);
+
+    const Result result = explore(scenario);
+
+    EXPECT_EQ(result.faults, std::vector<std::string>{});
+    EXPECT_GT(result.ends, 0U);
+    RecordProperty(scenario.what, std::to_string(result.states));
+  }
+}
+
+// The waiter deletes the condition as soon as it is woken.
+TEST(WaitListModel, TouchesNothingOfTheConditionAfterItsLastWaiterWasWoken) {
+  for (const bool is_broadcast : {false, true}) {
+    std::unique_ptr<Outcome> outcome;
+    const Result result = explore(
+        [&](Explorer& run) {
+          outcome = std::make_unique<Outcome>();
+          run.threads.emplace_back().body = [&] {
+            outcome->mutex.lock();
+            while (outcome->ready == 0) {
+              if (!outcome->list.wait(outcome->mutex, kForever)) {
+                explorer().fault("a wait without a limit ended without a signal");
+              }
+              explorer().is_condition_gone = true;
+            }
+          };
+          run.threads.emplace_back().body = [&] { run_signaller(*outcome, is_broadcast, 1); };
+        },
+        [](Explorer&) {});
+
+    EXPECT_EQ(result.faults, std::vector<std::string>{});
+  }
+}
+
+}  // namespace
+}  // namespace orsin
