@@ -1,3 +1,4 @@
+// Brings the memory layer up and takes it down, with what it leaves at the end told to the log.
 #include "memory/memory_lifecycle.h"
 
 #include "base/lock.h"

@@ -230,16 +230,20 @@ int mem_dumpheap(MEM_HEAP_ID id, const char* title) {
 
 namespace orsin::standard_heaps {
 
-_mheap* owner_of(void** handle) {
-  for (_mheap* heap : {heaps.frame, heaps.proxy, heaps.audio, heaps.image}) {
-    if (heap == nullptr) {
-      continue;
+_mheap* heap_around(void** handle) {
+  void* data = get_pointer(handle);
+  while (data != nullptr) {
+    for (_mheap* heap : {heaps.frame, heaps.proxy, heaps.audio, heaps.image}) {
+      if (heap != nullptr && movable_heap::region_holds(heap, data)) {
+        return heap;
+      }
     }
-    // Under the heap's mutex: another thread's allocation may be moving this very block.
-    const HeapLock lock(heap);
-    if (mheap_is_valid(heap, handle)) {
-      return heap;
+    // A heap that has got another region meanwhile has told the handle, and one more look finds it.
+    void* data_now = get_pointer(handle);
+    if (data_now == data) {
+      return nullptr;
     }
+    data = data_now;
   }
   return nullptr;
 }

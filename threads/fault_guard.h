@@ -23,4 +23,9 @@ void remove_fault_guard();
 /// whoever would have caught it.
 [[nodiscard]] std::uint32_t run_guarded(void (*entry)(void*), void* argument);
 
+/// Calls entry(argument) and lets nothing out: no processor fault, no exception, no code that software
+/// or another compiler's throw has raised. False when there was one; what was thrown is destroyed
+/// before this returns.
+[[nodiscard]] bool run_shielded(void (*entry)(void*), void* argument);
+
 }  // namespace orsin

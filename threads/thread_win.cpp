@@ -1,3 +1,4 @@
+// Starting, waiting for and ending Windows threads; see threads/thread_port.h.
 #include "base/win/windows.h"
 #include "threads/thread_port.h"
 

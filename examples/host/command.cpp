@@ -4,6 +4,7 @@
 #include <string>
 
 #include "examples/host/console.h"
+#include "orsincore/log.h"
 #include "orsincore/startup.h"
 
 namespace host {
@@ -34,16 +35,31 @@ int busy() {
 FullLibrary::FullLibrary() {
   started_ = ov_initialize(application_name, "ORSIN_HOST_DATA", console_argc(), console_argv());
   if (started_) {
-    // A second copy looks for this window instead of stopping at a message box.
-    window_ = create_hidden_window(std::string(application_name) + "KORVANE");
+    window_ = std::make_unique<MainWindow>(std::string(application_name) + "KORVANE");
   }
 }
 
 FullLibrary::~FullLibrary() {
   if (started_) {
-    destroy_window(window_);
+    window_.reset();
     ov_closedown();
   }
+}
+
+SharedLibrary::SharedLibrary() {
+  constexpr int kWarnings = 1;
+  constexpr int kInformation = 2;
+  const int saved = silence_errors();  // The system report is for log files.
+  ov_initialize(nullptr, "ORSIN_HOST_DATA", console_argc(), console_argv());
+  std::fflush(stderr);
+  restore_errors(saved);
+  if (msg_getlevel() <= kInformation) {
+    msg_setlevel(kWarnings);
+  }
+}
+
+SharedLibrary::~SharedLibrary() {
+  ov_closedown();
 }
 
 FastLibrary::FastLibrary(bool with_heaps) {

@@ -2,8 +2,8 @@
 // progress line, Ctrl-C. console_win.cpp answers.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
-#include <string>
 
 namespace host {
 
@@ -27,6 +27,17 @@ bool output_is_console();
 /// From now on standard output takes bytes as they are, without turning line ends into CR LF.
 void use_binary_output();
 
+/// The characters in a line of the console; 80 when there is none.
+std::size_t console_width();
+
+/// From here to restore_errors() nothing that is written to standard error is seen. Takes what
+/// silence_errors() gave.
+int silence_errors();
+void restore_errors(int saved);
+
+/// The system's code of what failed last on this thread.
+unsigned long last_error_code();
+
 /// A number that no other running process has.
 unsigned long process_id();
 
@@ -34,8 +45,7 @@ unsigned long process_id();
 void catch_cancel();
 bool cancel_requested();
 
-/// A top-level window that is never shown; null when it could not be made.
-void* create_hidden_window(const std::string& class_name);
-void destroy_window(void* window);
+/// Everything is cleaned up: where the console was closed, the system may end the process now.
+void end_console();
 
 }  // namespace host

@@ -10,14 +10,16 @@
 
 #include "examples/host/command.h"
 #include "examples/host/console.h"
+#include "examples/host/own_folder.h"
 
 namespace host {
 namespace {
 
 const Command* const kCommands[] = {
-    &kReportCommand, &kCopyCommand,      &kListCommand, &kHashCommand,  &kHeapsCommand,
-    &kDateCommand,   &kBidiCommand,      &kTrCommand,   &kGetCommand,   &kPutCommand,
-    &kHttpCommand,   &kWebSocketCommand, &kRunCommand,  &kRundllCommand};
+    &kReportCommand, &kCopyCommand,      &kIngestCommand, &kCheckCommand,
+    &kListCommand,   &kHashCommand,      &kHeapsCommand,  &kDateCommand,
+    &kBidiCommand,   &kTrCommand,        &kGetCommand,    &kPutCommand,
+    &kHttpCommand,   &kWebSocketCommand, &kRunCommand,    &kRundllCommand};
 
 constexpr std::string_view kUsage =
     "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"
@@ -29,7 +31,8 @@ constexpr std::string_view kUsage =
 
 constexpr std::string_view kExitCodes =
     "\n"
-    "Exit codes: 0 done, 1 failed, 2 bad usage, 3 cancelled, 4 another copy is running.\n";
+    "Exit codes: 0 done, 1 failed, 2 bad usage, 3 cancelled, 4 another copy is running\n"
+    "or has what is needed.\n";
 
 void print(std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
@@ -126,10 +129,11 @@ int run(char** argv) {
 
 int main() {
   host::open_console();
+  host::use_own_folder();
   const int result = host::run(host::console_argv());
   // A full disk or a closed pipe must not look like success.
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    return host::fail("cannot write to standard output");
-  }
-  return result;
+  const bool is_written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  const int code = is_written ? result : host::fail("cannot write to standard output");
+  host::end_console();
+  return code;
 }

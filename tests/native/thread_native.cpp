@@ -26,6 +26,15 @@ std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
   return 0;
 }
 
+bool run_shielded(void (*entry)(void*), void* argument) {
+  try {
+    entry(argument);
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
 namespace test {
 
 FakeProcessors& fake_processors() {
