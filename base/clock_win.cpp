@@ -1,3 +1,4 @@
+// The high-resolution counter; see base/clock_port.h.
 #include "base/clock_port.h"
 #include "base/win/windows.h"
 

@@ -1,3 +1,4 @@
+// The floating-point mode that fpu_setup() recorded.
 #pragma once
 
 namespace orsin {

@@ -21,12 +21,24 @@
 //
 // The log comes last, so code that holds any other lock may log. Nobody waits for another thread
 // while holding the log.
+//
+// Those of which the process has one are a LibraryMutex (library_locks.h): closedown holds them all
+// while it ends threads, so that none is ended holding one.
 #pragma once
+
+#include <atomic>
 
 #include "base/compiler.h"
 #include "orsincore/primitives.h"
 
 namespace orsin {
+
+/// While closedown collects the library's locks, nobody queues up for one: where a lock is handed
+/// from waiter to waiter, a queue that never ends would keep closedown out.
+inline constinit std::atomic<bool> locks_are_collected = false;
+
+/// Takes the mutex as one of many who look again and again.
+void take_without_queueing(__mutex_str* mutex);
 
 class ORSIN_CAPABILITY("mutex") Mutex {
  public:
@@ -36,34 +48,35 @@ class ORSIN_CAPABILITY("mutex") Mutex {
 
   /// Start and stop; a second create() changes nothing. False when memory is exhausted.
   bool create() {
-    if (handle_ == nullptr) {
-      handle_ = mp_new_mutex(0, 0);
+    if (!exists()) {
+      handle_.store(mp_new_mutex(0, 0), std::memory_order_release);
     }
-    return handle_ != nullptr;
+    return exists();
   }
-  void destroy() {
-    if (handle_ != nullptr) {
-      mp_delete_mutex(handle_);
-      handle_ = nullptr;
-    }
-  }
+  void destroy() { mp_delete_mutex(handle_.exchange(nullptr)); }
 
-  [[nodiscard]] bool exists() const { return handle_ != nullptr; }
-  [[nodiscard]] __mutex_str* handle() const { return handle_; }
+  [[nodiscard]] bool exists() const { return handle() != nullptr; }
+  [[nodiscard]] __mutex_str* handle() const { return handle_.load(std::memory_order_acquire); }
 
   void lock() ORSIN_ACQUIRE() {
-    if (handle_ != nullptr) {
-      mp_get_mutex(handle_);
+    __mutex_str* mutex = handle();
+    if (mutex == nullptr) {
+      return;
     }
+    if (locks_are_collected.load(std::memory_order_relaxed)) {
+      take_without_queueing(mutex);
+      return;
+    }
+    mp_get_mutex(mutex);
   }
   void unlock() ORSIN_RELEASE() {
-    if (handle_ != nullptr) {
-      mp_release_mutex(handle_);
+    if (__mutex_str* mutex = handle()) {
+      mp_release_mutex(mutex);
     }
   }
 
- private:
-  __mutex_str* handle_ = nullptr;
+ protected:
+  std::atomic<__mutex_str*> handle_ = nullptr;
 };
 
 class ORSIN_SCOPED_CAPABILITY ScopedLock {

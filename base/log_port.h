@@ -9,8 +9,9 @@ namespace orsin::port {
 [[nodiscard]] unsigned last_system_error() noexcept;
 void set_last_system_error(unsigned code) noexcept;
 
-/// The system's text for an error code in UTF-8, as it is (with its line end), cut to the buffer and
-/// terminated. An unknown code gives an empty text. Windows: FormatMessageW.
+/// The system's text for an error code in UTF-8, as it is (with its line end), terminated and cut to
+/// whole characters that fit. An unknown code, or one whose text the system cannot give, leaves an
+/// empty text. Windows: FormatMessageW.
 void system_error_text(unsigned code, char* text, std::size_t size) noexcept;
 
 /// Seconds since local midnight by the wall clock.

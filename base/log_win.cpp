@@ -1,3 +1,5 @@
+// What the log asks of Windows: last errors, their texts, the time of day; see base/log_port.h.
+#include <cstring>
 #include <ctime>
 
 #include "base/log_port.h"
@@ -7,7 +9,7 @@
 namespace orsin::port {
 namespace {
 
-constexpr DWORD kErrorTextUnits = 256;  // A longer text is not given at all.
+constexpr DWORD kErrorTextUnits = 4096;  // The system's longest texts have some hundred.
 
 }  // namespace
 
@@ -19,12 +21,18 @@ void set_last_system_error(unsigned code) noexcept {
   SetLastError(code);
 }
 
-// By way of the wide form: the other answers in the system's code page, which is no UTF-8.
+// By way of the wide form: the other answers in the system's code page, which is no UTF-8. A text
+// that does not fit is refused, but its beginning has been written all the same: only the count
+// tells.
 void system_error_text(unsigned code, char* text, std::size_t size) noexcept {
-  wchar_t wide[kErrorTextUnits] = {};
-  FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
-                 MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), wide, kErrorTextUnits, nullptr);
-  ov_wchar_to_utf8(wide, text, size);
+  wchar_t wide[kErrorTextUnits];
+  const DWORD units =
+      FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
+                     MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), wide, kErrorTextUnits, nullptr);
+  wide[units] = L'\0';
+  // Where the text fills the buffer, the terminator may stand inside the last character.
+  std::memset(text, 0, size);
+  ov_utf8_validate(ov_wchar_to_utf8(wide, text, size));
 }
 
 double local_time_of_day() noexcept {

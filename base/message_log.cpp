@@ -20,7 +20,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/lock.h"
+#include "base/given_text.h"
+#include "base/library_locks.h"
 #include "base/log_port.h"
 #include "base/log_time.h"
 #include "orsincore/log.h"
@@ -45,7 +46,7 @@ struct Log {
   std::atomic<int> level = -1;       // Negative: closed.
   std::atomic<int> last_level = -1;  // Of the latest head; decides about continuation lines.
   std::FILE* stream = nullptr;       // Never owned.
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kLog};
   char* buffer = nullptr;
   std::size_t previous_length = 0;
   int repeat_count = 0;
@@ -80,7 +81,7 @@ void store(std::atomic<int>& level, int value) {
 }
 
 // The log never reports its own failures: what the stream refuses is lost.
-void write_bytes(const char* bytes, std::size_t count) {
+void put_in_stream(const char* bytes, std::size_t count) {
   static_cast<void>(std::fwrite(bytes, 1, count, log_state.stream));
 }
 
@@ -99,7 +100,7 @@ void write_head(int level, double now) {
   char head[] = "00:00:00.00 LEVEL: ";
   write_log_time(split_time_of_day(seconds_since_midnight(now)), head);
   std::memcpy(head + kLogTimeBytes + 1, kLevelNames[level], kLevelNameBytes);
-  write_bytes(head, sizeof(head) - 1);
+  put_in_stream(head, sizeof(head) - 1);
 }
 
 char* previous_line() {
@@ -122,7 +123,7 @@ void flush_repeats() {
     char text[64];
     const int length = std::snprintf(text, sizeof(text), "               # : Repeated %d times\n",
                                      log_state.repeat_count);
-    write_bytes(text, static_cast<std::size_t>(length));
+    put_in_stream(text, static_cast<std::size_t>(length));
   }
   log_state.repeat_count = 0;
   // Kept on purpose: the override ends here and nowhere else. Set while nothing is pending, it
@@ -159,14 +160,14 @@ void write_line_locked(int level, double now) {
   const std::size_t written = end_line(length);
   const std::size_t kept = std::min(length, kPreviousMax);
   if (level == kContinuation) {
-    write_bytes(kContinuationHead, sizeof(kContinuationHead) - 1);
-    write_bytes(log_state.buffer, written);
+    put_in_stream(kContinuationHead, sizeof(kContinuationHead) - 1);
+    put_in_stream(log_state.buffer, written);
     // Kept on purpose: the text is remembered but its length is not, so a continuation line only
     // counts as a repeat where it has the length of the head before it.
     std::memcpy(previous_line(), log_state.buffer, kept + 2);
   } else {
     write_head(level, now);
-    write_bytes(log_state.buffer, written);
+    put_in_stream(log_state.buffer, written);
     std::memcpy(previous_line(), log_state.buffer, kept);
     log_state.previous_length = kept;
   }
@@ -237,8 +238,8 @@ void write_os_error(const char* text, unsigned code) {
     return;
   }
   const double now = mp_getclock();
-  static_cast<void>(std::snprintf(log_state.buffer, kBufferBytes, "%s : '%s'",
-                                  text != nullptr ? text : "", error_text(code)));
+  static_cast<void>(
+      std::snprintf(log_state.buffer, kBufferBytes, "%s : '%s'", given(text), error_text(code)));
   write_line_locked(kError, now);
 }
 
@@ -276,7 +277,6 @@ void msg_close() {
   std::free(log_state.buffer);
   log_state.buffer = nullptr;
   log_state.stream = nullptr;
-  log_state.mutex.destroy();
 }
 
 int msg(int level, const char* format, ...) {
@@ -387,8 +387,8 @@ int msglist(const char* text) {
   if (log_state.stream == nullptr || text == nullptr) {
     return 0;
   }
-  write_bytes(text, std::strlen(text));
-  write_bytes("\n", 1);
+  put_in_stream(text, std::strlen(text));
+  put_in_stream("\n", 1);
   return 1;
 }
 

@@ -1,20 +1,17 @@
 // Mutexes, condition blocks, thread-local keys and sleeps over the Windows primitives.
 //
-// A mutex is a critical section: taking a free one costs no system call. A condition block is a
-// list of its waiters, each with a word of its own to wait at, instead of the system's condition
-// variable:
-//
-//   - waking nobody, the common case in an executor or a heap, costs one read;
-//   - a waiter looks at its word for some microseconds before it sleeps, so that a turn handed over
-//     quickly costs no system call on either side;
-//   - a signal picks its waiter, the one that has waited longest, and no wait ends without one.
-//
-// The list's own section is taken after the caller's mutex, for a few instructions.
+// A mutex is a critical section: taking a free one costs no system call. A condition block is a list
+// of its waiters (wait_list.h), each with a word of its own to wait at, instead of the system's
+// condition variable: it wakes nobody for the price of one read, and hands a turn over faster.
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <new>
 
+#include "base/spin_wait.h"
+#include "base/wait_deadline.h"
+#include "base/wait_list.h"
 #include "base/wait_time.h"
 #include "base/win/windows.h"
 #include "orsincore/log.h"
@@ -30,23 +27,52 @@ static_assert(offsetof(__mutex_str, section) == 0, "inline_mutex.h takes one for
 
 namespace {
 
-enum : std::uint32_t { kWaiting, kAsleep, kWoken };
+constexpr std::chrono::microseconds kLooksTime(10);
 
-// One waiting thread, on its own stack. Whoever sets `state` to kWoken has taken it off the list
-// and must not touch it again: the thread may be gone.
-struct Waiter {
-  Waiter* next = nullptr;
-  std::atomic<std::uint32_t> state = kWaiting;
+// Waits at addresses, with a critical section around the list.
+struct WindowsWaits {
+  class Section {
+   public:
+    Section() { InitializeCriticalSection(&section_); }
+    ~Section() { DeleteCriticalSection(&section_); }
+    Section(const Section&) = delete;
+    Section& operator=(const Section&) = delete;
+
+    void lock() { EnterCriticalSection(&section_); }
+    void unlock() { LeaveCriticalSection(&section_); }
+
+   private:
+    CRITICAL_SECTION section_;
+  };
+
+  template <typename T>
+  using Atomic = std::atomic<T>;
+  using Deadline = orsin::WaitDeadline;
+
+  template <typename Condition>
+  [[nodiscard]] static bool spin(Condition is_done) {
+    return orsin::spin_until(is_done, kLooksTime);
+  }
+
+  static_assert(orsin::kForeverMs == INFINITE);
+  [[nodiscard]] static bool wait(Atomic<orsin::WaitState>& word, orsin::WaitState value,
+                                 std::uint32_t timeout_ms) {
+    return WaitOnAddress(&word, &value, sizeof(value), timeout_ms) != 0;
+  }
+  static void wake(const void* address) { WakeByAddressSingle(const_cast<void*>(address)); }
+};
+
+// A caller's mutex, as the list of waiters takes it.
+struct CallersMutex {
+  __mutex_str& mutex;
+  void lock() { EnterCriticalSection(&mutex.section); }
+  void unlock() { LeaveCriticalSection(&mutex.section); }
 };
 
 }  // namespace
 
 struct __cond_str {
-  CRITICAL_SECTION section;  // Guards the list.
-  // A waiter appears here while it holds its mutex. Whoever then changes what it waits for, under
-  // that mutex, sees it; a signal that overtakes the change would be missed in any case.
-  std::atomic<Waiter*> first;
-  Waiter* last;
+  orsin::WaitList<WindowsWaits> waiters;
 };
 
 struct __tls_key_str {
@@ -87,154 +113,36 @@ int mp_test_mutex(__mutex_str* mutex) {
   return TryEnterCriticalSection(&mutex->section) != 0;
 }
 
-namespace {
-
-void append(__cond_str& condition, Waiter& waiter) {
-  EnterCriticalSection(&condition.section);
-  if (condition.first.load(std::memory_order_relaxed) == nullptr) {
-    condition.first.store(&waiter);
-  } else {
-    condition.last->next = &waiter;
-  }
-  condition.last = &waiter;
-  LeaveCriticalSection(&condition.section);
-}
-
-// False when the waiter is not on the list any more: it has been woken.
-bool remove(__cond_str& condition, const Waiter& waiter) {
-  EnterCriticalSection(&condition.section);
-  Waiter* before = nullptr;
-  Waiter* found = condition.first.load(std::memory_order_relaxed);
-  while (found != nullptr && found != &waiter) {
-    before = found;
-    found = found->next;
-  }
-  if (found != nullptr) {
-    if (before != nullptr) {
-      before->next = found->next;
-    } else {
-      condition.first.store(found->next);
-    }
-    if (condition.last == found) {
-      condition.last = before;
-    }
-  }
-  LeaveCriticalSection(&condition.section);
-  return found != nullptr;
-}
-
-// Looks for some 10 microseconds. The time slice is given away now and then: with as many runnable
-// threads as processors, this one would hold up the thread it waits for.
-bool spin_until_woken(const Waiter& waiter) {
-  constexpr int kRounds = 16;
-  constexpr int kLooksPerRound = 8;
-  for (int round = 0; round < kRounds; ++round) {
-    for (int look = 0; look < kLooksPerRound; ++look) {
-      if (waiter.state.load(std::memory_order_acquire) == kWoken) {
-        return true;
-      }
-      YieldProcessor();
-    }
-    SwitchToThread();
-  }
-  return false;
-}
-
-// False when the time was over first.
-bool sleep_until_woken(Waiter& waiter, DWORD timeout_ms) {
-  std::uint32_t expected = kWaiting;
-  if (!waiter.state.compare_exchange_strong(expected, kAsleep)) {
-    return true;
-  }
-  const ULONGLONG start_ms = GetTickCount64();
-  DWORD left_ms = timeout_ms;
-  std::uint32_t asleep = kAsleep;
-  while (waiter.state.load(std::memory_order_acquire) != kWoken) {
-    const BOOL in_time = WaitOnAddress(&waiter.state, &asleep, sizeof(asleep), left_ms);
-    if (timeout_ms == INFINITE) {
-      continue;
-    }
-    const ULONGLONG passed_ms = GetTickCount64() - start_ms;
-    if (in_time == 0 || passed_ms >= timeout_ms) {
-      return waiter.state.load(std::memory_order_acquire) == kWoken;
-    }
-    left_ms = timeout_ms - static_cast<DWORD>(passed_ms);
-  }
-  return true;
-}
-
-bool wait(__cond_str& condition, __mutex_str& mutex, DWORD timeout_ms) {
-  Waiter waiter;
-  append(condition, waiter);
-  LeaveCriticalSection(&mutex.section);
-  const bool woken = spin_until_woken(waiter) || sleep_until_woken(waiter, timeout_ms) ||
-                     !remove(condition, waiter);
-  EnterCriticalSection(&mutex.section);
-  return woken;
-}
-
-// Takes the first waiter off the list and wakes it; false when there is none. Under the section.
-bool wake_first_locked(__cond_str& condition) {
-  Waiter* waiter = condition.first.load(std::memory_order_relaxed);
-  if (waiter == nullptr) {
-    return false;
-  }
-  condition.first.store(waiter->next);
-  void* address = &waiter->state;
-  if (waiter->state.exchange(kWoken) == kAsleep) {
-    WakeByAddressSingle(address);  // Only the number counts; nothing stands there any more.
-  }
-  return true;
-}
-
-}  // namespace
-
 __cond_str* mp_new_cond_block() {
-  auto* condition = new (std::nothrow) __cond_str;
-  if (condition != nullptr) {
-    InitializeCriticalSection(&condition->section);
-    condition->first.store(nullptr);
-    condition->last = nullptr;
-  }
-  return condition;
+  return new (std::nothrow) __cond_str;
 }
 
 void mp_delete_cond_block(__cond_str* condition) {
-  if (condition != nullptr) {
-    DeleteCriticalSection(&condition->section);
-    delete condition;
-  }
+  delete condition;
 }
 
 void mp_cond_wait(__cond_str* condition, __mutex_str* mutex) {
-  static_cast<void>(wait(*condition, *mutex, INFINITE));
+  CallersMutex callers{*mutex};
+  static_cast<void>(condition->waiters.wait(callers, orsin::kForeverMs));
 }
 
 int mp_cond_timedwait(__cond_str* condition, __mutex_str* mutex, long long nanoseconds) {
   const std::uint32_t timeout_ms = orsin::whole_milliseconds(nanoseconds);
   // Kept on purpose: below one millisecond this is a poll that reports a time-out without letting
-  // go of the mutex, and callers rely on nothing else running in between.
+  // go of the mutex.
   if (timeout_ms == 0 || timeout_ms == orsin::kForeverMs) {
     return 0;
   }
-  return wait(*condition, *mutex, timeout_ms) ? 1 : 0;
+  CallersMutex callers{*mutex};
+  return condition->waiters.wait(callers, timeout_ms) ? 1 : 0;
 }
 
 void mp_cond_signal(__cond_str* condition) {
-  if (condition->first.load() != nullptr) {
-    EnterCriticalSection(&condition->section);
-    wake_first_locked(*condition);
-    LeaveCriticalSection(&condition->section);
-  }
+  condition->waiters.signal();
 }
 
 void mp_cond_broadcast(__cond_str* condition) {
-  if (condition->first.load() != nullptr) {
-    EnterCriticalSection(&condition->section);
-    while (wake_first_locked(*condition)) {
-    }
-    LeaveCriticalSection(&condition->section);
-  }
+  condition->waiters.broadcast();
 }
 
 __tls_key_str* mp_key_create() {

@@ -1,3 +1,5 @@
+// Processors, groups and the floating-point control word as Windows has them; see
+// base/processor_port.h.
 #include <cfloat>
 #include <cstddef>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// The one set of paths of the process, and how each follows from the program's own path.
 #include "base/program_paths.h"
 
 #include <cstdio>
@@ -31,24 +32,24 @@ const char* search_list() {
   return program_paths().search_list;
 }
 
-// Kept on purpose: without "bin64" the file's name stays part of the code path. Programs that are
-// not installed never find settings there, and must not.
+// Kept on purpose: without "bin64" the file's name stays part of the code path. So it is
+// given; a program that is not installed finds no settings there.
 void write_code_path(const char* module, char* code) {
   const char* folder = std::strstr(module, "bin64");
   const std::size_t length =
       folder != nullptr ? static_cast<std::size_t>(folder - module) : std::strlen(module);
-  std::snprintf(code, kProgramPathBytes, "%.*s", static_cast<int>(length), module);
+  std::snprintf(code, kPathBytes, "%.*s", static_cast<int>(length), module);
 }
 
 bool write_joined(const char* path, const char* name, char* out) {
-  const int length = std::snprintf(out, kProgramPathBytes, "%s%s%s", path,
-                                   ends_with_backslash(path) ? "" : "\\", name);
-  return length >= 0 && length < static_cast<int>(kProgramPathBytes);
+  const int length =
+      std::snprintf(out, kPathBytes, "%s%s%s", path, ends_with_backslash(path) ? "" : "\\", name);
+  return length >= 0 && length < static_cast<int>(kPathBytes);
 }
 
 void write_search_list(const ProgramPaths& paths, char* list, std::size_t size) {
   list[0] = '\0';
-  char entry[kProgramPathBytes];
+  char entry[kPathBytes];
   write_joined(paths.data, "Settings", entry);
   append(list, size, entry);
   append(list, size, paths.default_settings);
@@ -65,10 +66,10 @@ void write_log_path(const char* data, const char* application_name, char* direct
   if (!write_joined(data, kLogDirectory, directory)) {
     directory[0] = '\0';
   }
-  char name[kProgramPathBytes];
+  char name[kPathBytes];
   std::snprintf(name, sizeof(name), "%s.log", application_name);
   if (directory[0] == '\0' || !write_joined(directory, name, file_name)) {
-    std::snprintf(file_name, kProgramPathBytes, "%s", name);
+    std::snprintf(file_name, kPathBytes, "%s", name);
   }
 }
 

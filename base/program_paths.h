@@ -3,17 +3,17 @@
 
 #include <cstddef>
 
+#include "base/path_buffer.h"
+
 namespace orsin {
 
-constexpr std::size_t kProgramPathBytes = 260;  // With the terminator.
-
 struct ProgramPaths {
-  char module[kProgramPathBytes] = {};
-  char code[kProgramPathBytes] = {};
-  char data[kProgramPathBytes] = {};
-  char default_settings[kProgramPathBytes] = {};
-  char log_file[kProgramPathBytes] = {};
-  char search_list[3 * kProgramPathBytes] = {};
+  char module[kPathBytes] = {};
+  char code[kPathBytes] = {};
+  char data[kPathBytes] = {};
+  char default_settings[kPathBytes] = {};
+  char log_file[kPathBytes] = {};
+  char search_list[3 * kPathBytes] = {};
 };
 
 /// The process's one set of paths.

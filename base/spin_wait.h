@@ -1,9 +1,12 @@
 // Waiting a little for another processor before sleeping.
 //
 // A sleep and a wake-up cost more than a short job takes, so a waiter first looks again and again
-// for about 50 microseconds. It gives its time slice away every few looks: with as many runnable
-// threads as processors, a plain pause loop would hold up the very thread it waits for.
+// for some microseconds. It does not give its time slice away meanwhile: on a busy machine that
+// costs whole slices, and lets threads of lower priority go first. Nor does it go on when others
+// have had the processor between two looks at the clock: then they want it, and sleeping is right.
 #pragma once
+
+#include <chrono>
 
 namespace orsin {
 
@@ -17,34 +20,30 @@ void yield_processor() noexcept;
 
 }  // namespace port
 
-/// Looks until `is_done()` or until the time is over; true when it is done.
+/// Looks until `is_done()`, until the time is over, or until others want the processor. True when it
+/// is done.
 template <typename Condition>
-[[nodiscard]] bool spin_until(Condition is_done);
-
-}  // namespace orsin
-
-#include "orsincore/primitives.h"
-
-template <typename Condition>
-bool orsin::spin_until(Condition is_done) {
-  constexpr double kSpinSeconds = 50e-6;
-  constexpr int kLooksPerYield = 8;
-  constexpr int kYieldsMax = 1000;  // Ends the loop where the clock does not run.
-  double deadline = 0.0;
-  for (int yields = 0; yields < kYieldsMax; ++yields) {
-    for (int look = 0; look < kLooksPerYield; ++look) {
+[[nodiscard]] bool spin_until(Condition is_done, std::chrono::microseconds time) {
+  using Clock = std::chrono::steady_clock;
+  constexpr int kLooksPerReading = 8;
+  constexpr std::chrono::microseconds kInterruption(5);  // Far more than the looks take.
+  if (is_done()) {
+    return true;
+  }
+  const Clock::time_point begin = Clock::now();
+  for (Clock::time_point last = begin;;) {
+    for (int look = 0; look < kLooksPerReading; ++look) {
+      port::pause_processor();
       if (is_done()) {
         return true;
       }
-      port::pause_processor();
     }
-    port::yield_processor();
-    const double now = mp_getclock();
-    if (deadline == 0.0) {
-      deadline = now + kSpinSeconds;
-    } else if (now >= deadline) {
+    const Clock::time_point now = Clock::now();
+    if (now - begin >= time || now - last >= kInterruption) {
       return is_done();
     }
+    last = now;
   }
-  return is_done();
 }
+
+}  // namespace orsin

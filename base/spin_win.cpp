@@ -1,3 +1,4 @@
+// The pauses of spin_wait.h, as Windows has them.
 #include "base/spin_wait.h"
 #include "base/win/windows.h"
 

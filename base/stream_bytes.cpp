@@ -1,3 +1,4 @@
+// Reads and writes a C stream in pieces that no C library miscounts; see the header.
 #include "base/stream_bytes.h"
 
 #include <algorithm>

@@ -11,6 +11,7 @@
 
 #include "base/ascii_run.h"
 #include "base/code_points.h"
+#include "base/given_text.h"
 #include "orsincore/utf.h"
 
 namespace orsin {
@@ -106,7 +107,7 @@ void* convert_utf8_to_utf16(const char* src, void* dst, std::size_t n) {
   if (n == 0 || dst == nullptr) {
     return dst;
   }
-  const char* from = src != nullptr ? src : "";
+  const char* from = given(src);
   char* to = static_cast<char*>(dst);
   const char* const end = to + n * sizeof(std::uint16_t);
   const auto room = [&to, end] {
@@ -137,12 +138,17 @@ bool is_high(char c) {
   return static_cast<unsigned char>(c) >= 0x80;
 }
 
-bool starts_empty(char* dst, std::size_t n, const char* src) {
+// Whether there is nothing to convert or no room for it; the destination is empty then. It may be the
+// source, so it is written to only then.
+bool ends_empty(char* dst, std::size_t n, const char* src) {
   if (n == 0 || dst == nullptr) {
     return true;
   }
-  dst[0] = '\0';
-  return src == nullptr || *src == '\0';
+  if (src == nullptr || *src == '\0') {
+    dst[0] = '\0';
+    return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -215,7 +221,7 @@ unsigned int* ov_utf8_to_utf32(const char* src, unsigned int* dst, std::size_t n
   if (n == 0 || dst == nullptr) {
     return dst;
   }
-  src = src != nullptr ? src : "";
+  src = given(src);
   for (std::size_t written = 0; written < n; ++written) {
     const CodePoint cp = decode_utf8(src);
     dst[written] = static_cast<unsigned int>(cp.value);
@@ -231,7 +237,7 @@ unsigned int* ov_utf8_to_utf32(const char* src, unsigned int* dst, std::size_t n
 // Kept on purpose: lead bytes other than C2 and C3 pass unchanged, and a byte after C3 wraps in
 // eight bits (C3 C0 gives 0, which ends the text early). Old metadata was written through this.
 const char* ov_utf8_to_byte(char* dst, std::size_t n, const char* src) {
-  if (starts_empty(dst, n, src)) {
+  if (ends_empty(dst, n, src)) {
     return dst;
   }
   char* to = dst;
@@ -252,7 +258,7 @@ const char* ov_utf8_to_byte(char* dst, std::size_t n, const char* src) {
 }
 
 const char* ov_byte_to_utf8(char* dst, std::size_t n, const char* src) {
-  if (starts_empty(dst, n, src)) {
+  if (ends_empty(dst, n, src)) {
     return dst;
   }
   std::size_t written = 0;
@@ -269,7 +275,7 @@ const char* ov_byte_to_utf8(char* dst, std::size_t n, const char* src) {
 }
 
 const char* validate_ascii_xml_text(char* dst, std::size_t n, const char* src) {
-  if (starts_empty(dst, n, src)) {
+  if (ends_empty(dst, n, src)) {
     return dst;
   }
   std::size_t written = 0;

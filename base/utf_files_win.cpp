@@ -1,3 +1,4 @@
+// C streams by UTF-8 names, over the wide calls of the C library.
 #include <cwchar>
 
 #include "orsincore/utf.h"

@@ -162,8 +162,12 @@ int ov_utf8_is_valid(const char* s) {
 }
 
 char* ov_utf8_validate(char* s) {
-  if (s != nullptr) {
-    s[first_invalid(s) - s] = '\0';
+  if (s == nullptr) {
+    return s;
+  }
+  // A text that is valid may stand where nobody can write.
+  if (const char* invalid = first_invalid(s); *invalid != '\0') {
+    s[invalid - s] = '\0';
   }
   return s;
 }

@@ -12,8 +12,6 @@
 // Linked with the library's objects rather than the DLL, so that the workers start without the rest
 // of start-up. oneTBB is Debian's, built for Windows; it runs a part on the calling thread too.
 #include <benchmark/benchmark.h>
-#include <tbb/global_control.h>
-#include <tbb/parallel_for.h>
 
 #include <chrono>
 #include <cstdint>
@@ -25,6 +23,11 @@
 #include "base/win/windows.h"
 #include "orsincore/threads.h"
 #include "threads/executor.h"
+
+#ifdef ORSIN_RIVAL_TBB
+#include <tbb/global_control.h>
+#include <tbb/parallel_for.h>
+#endif
 
 namespace {
 
@@ -97,6 +100,7 @@ class WindowsPool {
   Work work_[kParts];
 };
 
+#ifdef ORSIN_RIVAL_TBB
 class OneTbb {
  public:
   void run(Part part, void* argument) {
@@ -107,6 +111,7 @@ class OneTbb {
  private:
   tbb::global_control two_threads_{tbb::global_control::max_allowed_parallelism, kParts};
 };
+#endif
 
 void do_nothing(int /*part*/, void* /*argument*/) {}
 
@@ -120,7 +125,9 @@ void BackToBack(benchmark::State& state) {
 }
 BENCHMARK_TEMPLATE(BackToBack, SmpExec)->UseRealTime();
 BENCHMARK_TEMPLATE(BackToBack, WindowsPool)->UseRealTime();
+#ifdef ORSIN_RIVAL_TBB
 BENCHMARK_TEMPLATE(BackToBack, OneTbb)->UseRealTime();
+#endif
 
 template <typename Pool>
 void AfterAGap(benchmark::State& state) {
@@ -136,7 +143,9 @@ void AfterAGap(benchmark::State& state) {
 }
 BENCHMARK_TEMPLATE(AfterAGap, SmpExec)->UseManualTime()->Iterations(500);
 BENCHMARK_TEMPLATE(AfterAGap, WindowsPool)->UseManualTime()->Iterations(500);
+#ifdef ORSIN_RIVAL_TBB
 BENCHMARK_TEMPLATE(AfterAGap, OneTbb)->UseManualTime()->Iterations(500);
+#endif
 
 struct Halves {
   std::vector<std::uint64_t> numbers = std::vector<std::uint64_t>(4 << 20, 1);
@@ -163,6 +172,8 @@ void MemoryBound(benchmark::State& state) {
 }
 BENCHMARK_TEMPLATE(MemoryBound, SmpExec)->UseRealTime();
 BENCHMARK_TEMPLATE(MemoryBound, WindowsPool)->UseRealTime();
+#ifdef ORSIN_RIVAL_TBB
 BENCHMARK_TEMPLATE(MemoryBound, OneTbb)->UseRealTime();
+#endif
 
 }  // namespace

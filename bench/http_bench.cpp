@@ -16,8 +16,10 @@
 
 #include <wininet.h>
 
+#ifdef ORSIN_RIVAL_CURL
 // After the Windows headers, or the sockets' newer header comes too late.
 #include <curl/curl.h>
+#endif
 
 namespace {
 
@@ -57,6 +59,7 @@ std::int64_t client_get(ov_http_socket& client, const char* url) {
   return static_cast<std::int64_t>(bytes);
 }
 
+#ifdef ORSIN_RIVAL_CURL
 std::size_t append_to_string(char* data, std::size_t size, std::size_t count, void* user) {
   static_cast<std::string*>(user)->append(data, size * count);
   return size * count;
@@ -69,6 +72,7 @@ std::int64_t curl_get(CURL* curl, const char* url) {
   curl_easy_setopt(curl, CURLOPT_WRITEDATA, &body);
   return curl_easy_perform(curl) == CURLE_OK ? static_cast<std::int64_t>(body.size()) : -1;
 }
+#endif
 
 // Runs `get` on one URL until the benchmark has seen enough; each answer must be whole.
 template <typename Get>
@@ -103,6 +107,7 @@ void measure_client(benchmark::State& state, const char* path, std::int64_t size
   measure(state, path, size, [](const char* url) { return client_get(client, url); });
 }
 
+#ifdef ORSIN_RIVAL_CURL
 void measure_curl(benchmark::State& state, const char* path, std::int64_t size) {
   static CURL* curl = [] {
     curl_global_init(CURL_GLOBAL_ALL);
@@ -110,6 +115,7 @@ void measure_curl(benchmark::State& state, const char* path, std::int64_t size) 
   }();
   measure(state, path, size, [](const char* url) { return curl_get(curl, url); });
 }
+#endif
 
 void Get256MiB_Orsin(benchmark::State& state) {
   measure_client(state, kLargePath, kLargeBytes);
@@ -121,10 +127,12 @@ void Get256MiB_BareLoop(benchmark::State& state) {
 }
 BENCHMARK(Get256MiB_BareLoop)->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 
+#ifdef ORSIN_RIVAL_CURL
 void Get256MiB_Curl(benchmark::State& state) {
   measure_curl(state, kLargePath, kLargeBytes);
 }
 BENCHMARK(Get256MiB_Curl)->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();
+#endif
 
 void SmallGet_Orsin(benchmark::State& state) {
   measure_client(state, kSmallPath, kSmallBytes);

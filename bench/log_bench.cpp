@@ -20,6 +20,7 @@
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 
+#ifdef ORSIN_RIVAL_SPDLOG
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"
@@ -30,6 +31,7 @@
 #include <spdlog/spdlog.h>
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
+#endif
 #endif
 
 namespace {
@@ -105,6 +107,7 @@ void Filtered(benchmark::State& state) {
 }
 BENCHMARK(Filtered);
 
+#ifdef ORSIN_RIVAL_SPDLOG
 // With the same head as ours.
 std::unique_ptr<spdlog::logger> open_spdlog(const ScratchFile& scratch) {
   auto sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(scratch.path(), true);
@@ -134,6 +137,7 @@ void Filtered_Spdlog(benchmark::State& state) {
   }
 }
 BENCHMARK(Filtered_Spdlog);
+#endif
 
 void write_lines(benchmark::State& state, bool joined) {
   const ScratchFile scratch;

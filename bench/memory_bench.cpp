@@ -9,7 +9,6 @@
 // smp_exec() that does nothing. A good result is twice memcpy()'s bytes per second from 16 MiB on,
 // and 1 KiB within 1.2 times the empty call.
 #include <benchmark/benchmark.h>
-#include <mimalloc.h>
 
 #include <array>
 #include <cstdlib>
@@ -20,6 +19,10 @@
 #include "orsincore/startup.h"
 #include "orsincore/threads.h"
 
+#ifdef ORSIN_RIVAL_MIMALLOC
+#include <mimalloc.h>
+#endif
+
 namespace {
 
 constexpr std::size_t kBatch = 256;
@@ -29,10 +32,12 @@ struct OrsinSmallBlocks {
   static void give_back(void* block, std::size_t size) { sb_free(block, size); }
 };
 
+#ifdef ORSIN_RIVAL_MIMALLOC
 struct Mimalloc {
   static void* take(std::size_t size) { return mi_malloc(size); }
   static void give_back(void* block, std::size_t) { mi_free(block); }
 };
+#endif
 
 struct RuntimeMalloc {
   static void* take(std::size_t size) { return std::malloc(size); }
@@ -102,12 +107,16 @@ void first_in_first_out(benchmark::State& state) {
 
 #define ORSIN_SMALL_BLOCK_BENCHMARKS(order)                       \
   BENCHMARK_TEMPLATE(order, OrsinSmallBlocks)->Arg(24)->Arg(100); \
-  BENCHMARK_TEMPLATE(order, Mimalloc)->Arg(24)->Arg(100);         \
   BENCHMARK_TEMPLATE(order, RuntimeMalloc)->Arg(24)->Arg(100);    \
   BENCHMARK_TEMPLATE(order, BareList)->Arg(24)
 
 ORSIN_SMALL_BLOCK_BENCHMARKS(last_in_first_out);
 ORSIN_SMALL_BLOCK_BENCHMARKS(first_in_first_out);
+
+#ifdef ORSIN_RIVAL_MIMALLOC
+BENCHMARK_TEMPLATE(last_in_first_out, Mimalloc)->Arg(24)->Arg(100);
+BENCHMARK_TEMPLATE(first_in_first_out, Mimalloc)->Arg(24)->Arg(100);
+#endif
 
 // Starts the executor with two workers, once.
 void start_library() {

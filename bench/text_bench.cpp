@@ -8,7 +8,6 @@
 // Base64: 64 KiB and 16 MiB of clean text. Rivals: a plain loop with the same meaning, and memcpy()
 // of the decoded bytes. A good result is 12 times the loop at 64 KiB, 0.9 of memcpy() at 16 MiB.
 #include <benchmark/benchmark.h>
-#include <simdutf.h>
 
 #include <algorithm>
 #include <array>
@@ -18,6 +17,10 @@
 
 #include "base/win/windows.h"
 #include "orsincore/text.h"
+
+#ifdef ORSIN_RIVAL_SIMDUTF
+#include <simdutf.h>
+#endif
 
 namespace {
 
@@ -72,6 +75,7 @@ void to_wide_system(benchmark::State& state) {
   report(state, text.size());
 }
 
+#ifdef ORSIN_RIVAL_SIMDUTF
 // Null where the processor cannot run it.
 const simdutf::implementation* simdutf_avx2() {
   const simdutf::implementation* found = simdutf::get_available_implementations()["haswell"];
@@ -93,6 +97,7 @@ void to_wide_simdutf(benchmark::State& state) {
   }
   report(state, text.size());
 }
+#endif
 
 void to_utf8_orsin(benchmark::State& state) {
   const std::string text = make_text(state.range(0), state.range(1));
@@ -118,6 +123,7 @@ void to_utf8_system(benchmark::State& state) {
   report(state, text.size());
 }
 
+#ifdef ORSIN_RIVAL_SIMDUTF
 void to_utf8_simdutf(benchmark::State& state) {
   const simdutf::implementation* simdutf = simdutf_avx2();
   if (simdutf == nullptr) {
@@ -134,6 +140,7 @@ void to_utf8_simdutf(benchmark::State& state) {
   }
   report(state, text.size());
 }
+#endif
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
@@ -220,10 +227,12 @@ void conversions(benchmark::internal::Benchmark* benchmark) {
 
 BENCHMARK(to_wide_orsin)->Apply(conversions);
 BENCHMARK(to_wide_system)->Apply(conversions);
-BENCHMARK(to_wide_simdutf)->Apply(conversions);
 BENCHMARK(to_utf8_orsin)->Apply(conversions);
 BENCHMARK(to_utf8_system)->Apply(conversions);
+#ifdef ORSIN_RIVAL_SIMDUTF
+BENCHMARK(to_wide_simdutf)->Apply(conversions);
 BENCHMARK(to_utf8_simdutf)->Apply(conversions);
+#endif
 BENCHMARK(base64_orsin)->Arg(64 << 10)->Arg(16 << 20);
 BENCHMARK(base64_plain_loop)->Arg(64 << 10)->Arg(16 << 20);
 BENCHMARK(base64_memcpy)->Arg(64 << 10)->Arg(16 << 20);

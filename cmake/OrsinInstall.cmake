@@ -1,9 +1,10 @@
 # What "cmake --install" lays out for those who only use the library:
 #
-#   bin/       orsincore.dll and the DLLs that it needs
+#   bin/       orsincore.dll and the DLLs that it needs; the sample host
 #   lib/       the import library, and lib/cmake/OrsinCore for find_package(OrsinCore)
 #   include/   the public headers
 #   doc/       notices and guides
+#   locale/, Settings/    what the sample host reads and writes
 include(CMakePackageConfigHelpers)
 
 install(TARGETS orsincore EXPORT OrsinCoreTargets

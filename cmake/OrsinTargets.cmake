@@ -48,6 +48,10 @@ if(ORSIN_SANITIZE)
   target_link_options(orsin_options INTERFACE -fsanitize=${ORSIN_SANITIZE})
 endif()
 
+# The date of what is built, for the log's banner: startup/build_date.h.
+include(OrsinBuildDate)
+target_include_directories(orsin_options INTERFACE "${PROJECT_BINARY_DIR}/generated")
+
 # What the sample host reads manifests with. As part of each build, so that sanitizers see into it.
 if(MSVC)
   find_package(pugixml CONFIG REQUIRED)
@@ -79,8 +83,12 @@ if(WIN32)
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>")
   configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" "${PROJECT_BINARY_DIR}/version.rc" @ONLY)
   target_sources(orsincore PRIVATE "${PROJECT_BINARY_DIR}/version.rc")
-  target_compile_features(orsincore INTERFACE cxx_std_20)
+  target_compile_features(orsincore INTERFACE cxx_std_17)
   set_target_properties(orsincore PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
+  if(MINGW)
+    # The linker's own choice depends on the path of its output. Windows moves the DLL anyway.
+    target_link_options(orsincore PRIVATE -Wl,--image-base,0x180000000)
+  endif()
 endif()
 
 if(ORSIN_COVERAGE)
@@ -149,7 +157,9 @@ if(MINGW)
     endif()
     set(copy "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}")
     add_custom_command(OUTPUT "${copy}" DEPENDS "${path}" VERBATIM
-      COMMAND ${CMAKE_STRIP} --strip-debug -o "${copy}" "${path}")
+      # Without the variable the copy would hold the time of this moment.
+      COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0
+        ${CMAKE_STRIP} --strip-debug -o "${copy}" "${path}")
     list(APPEND runtime_libraries "${copy}")
   endforeach()
   # Built by cmake/dependencies with its symbols stripped already.

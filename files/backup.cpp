@@ -3,6 +3,8 @@
 //   app.log -> app.1.log -> app.2.log -> ... -> app.N.log, the old one of which is removed
 //
 // The steps run from the highest number down, so each finds its place free.
+#include "files/backup_name.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -16,37 +18,6 @@
 
 namespace orsin {
 namespace {
-
-// "%s.%d.%s" of what stands before and after the path's last dot.
-class BackupNames {
- public:
-  explicit BackupNames(const char* path) : path_(path) {
-    // Kept on purpose: the last dot anywhere counts, also one in a directory's name; the number
-    // then goes there. And a name without any dot gets numbers that end in one. Rotations of
-    // earlier versions are continued only under the same names.
-    const std::size_t dot = path_.view().rfind('.');
-    base_ = path_.view().substr(0, dot);
-    extension_ = dot != std::string_view::npos ? path_.view().substr(dot + 1) : "";
-  }
-  BackupNames(const BackupNames&) = delete;  // The views point into path_.
-  BackupNames& operator=(const BackupNames&) = delete;
-
-  /// Number 0 is the path itself. Cut to 260 bytes.
-  [[nodiscard]] PathBuffer numbered(int number) const {
-    if (number == 0) {
-      return path_;
-    }
-    char name[kPathBytes];
-    std::snprintf(name, sizeof(name), "%.*s.%d.%.*s", static_cast<int>(base_.size()), base_.data(),
-                  number, static_cast<int>(extension_.size()), extension_.data());
-    return PathBuffer(name);
-  }
-
- private:
-  PathBuffer path_;
-  std::string_view base_;
-  std::string_view extension_;
-};
 
 void remove_last_generation(const char* path) {
   if (file_delete(path) != 0) {
@@ -65,6 +36,24 @@ bool move_generation(const char* from, const char* to) {
 }
 
 }  // namespace
+
+PathBuffer backup_name(const char* path, int number) {
+  const PathBuffer whole(path);
+  if (number == 0) {
+    return whole;
+  }
+  // Kept on purpose: the last dot anywhere counts, also one in a directory's name; the number then
+  // goes there. And a name without any dot gets numbers that end in one. Rotations of earlier
+  // versions are continued only under the same names.
+  const std::size_t dot = whole.view().rfind('.');
+  const std::string_view base = whole.view().substr(0, dot);
+  const char* extension = dot != std::string_view::npos ? whole.c_str() + dot + 1 : "";
+  char name[kPathBytes];
+  std::snprintf(name, sizeof(name), "%.*s.%d.%s", static_cast<int>(base.size()), base.data(),
+                number, extension);
+  return PathBuffer(name);
+}
+
 }  // namespace orsin
 
 using namespace orsin;
@@ -73,11 +62,10 @@ int file_backup(const char* path, int generations) {
   if (!fits_path(path)) {
     return 0;  // Cut, it would name another file.
   }
-  const BackupNames names(path);
   int steps = 0;
   for (int i = generations - 1; i >= 0; --i) {
-    const PathBuffer from = names.numbered(i);
-    const PathBuffer to = names.numbered(i + 1);
+    const PathBuffer from = backup_name(path, i);
+    const PathBuffer to = backup_name(path, i + 1);
     if (file_exists(from.c_str()) == 0) {
       continue;
     }

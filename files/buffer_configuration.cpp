@@ -1,3 +1,4 @@
+// The sizes that rwBufferConfigure() sets for all readers and writers opened later.
 #include "files/buffer_configuration.h"
 
 #include "orsincore/io.h"

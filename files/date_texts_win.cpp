@@ -12,16 +12,19 @@ namespace {
 constexpr unsigned long long kTicksPerSecond = 10000000;  // 100 ns each.
 constexpr unsigned long long kUnixEpochSeconds = 11644473600;
 
+// For what programs read: a user's own calendar may count other years, a Thai one 2567 for 2024.
+constexpr LCID kCommonCalendar = LOCALE_INVARIANT;
+constexpr char kDatePicture[] = "yyyy-MM-dd";
+
 bool to_utc(std::uint64_t ticks, SYSTEMTIME& time) {
   const FILETIME file_time = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
   return FileTimeToSystemTime(&file_time, &time) != 0;
 }
 
+// Summer or winter by the date itself: the conversion of file times would take today's offset.
 bool to_local(std::uint64_t ticks, SYSTEMTIME& time) {
-  const FILETIME file_time = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-  FILETIME local;
-  return FileTimeToLocalFileTime(&file_time, &local) != 0 &&
-         FileTimeToSystemTime(&local, &time) != 0;
+  SYSTEMTIME utc;
+  return to_utc(ticks, utc) && SystemTimeToTzSpecificLocalTime(nullptr, &utc, &time) != 0;
 }
 
 // Text pieces one after the other, as many as fit.
@@ -42,14 +45,14 @@ class Text {
       *out_ = '\0';
     }
   }
-  void append_date(const SYSTEMTIME& time, const char* picture) {
+  void append_date(LCID locale, const SYSTEMTIME& time, const char* picture) {
     if (room_ > 0) {
-      step(GetDateFormatA(LOCALE_USER_DEFAULT, 0, &time, picture, out_, room_));
+      step(GetDateFormatA(locale, 0, &time, picture, out_, room_));
     }
   }
-  void append_time(const SYSTEMTIME& time, DWORD flags, const char* picture) {
+  void append_time(LCID locale, DWORD flags, const SYSTEMTIME& time, const char* picture) {
     if (room_ > 0) {
-      step(GetTimeFormatA(LOCALE_USER_DEFAULT, flags, &time, picture, out_, room_));
+      step(GetTimeFormatA(locale, flags, &time, picture, out_, room_));
     }
   }
 
@@ -72,9 +75,9 @@ void write_local_text(std::uint64_t ticks, char* out, int size) {
   if (!to_local(ticks, time)) {
     return;
   }
-  text.append_date(time, nullptr);
+  text.append_date(LOCALE_USER_DEFAULT, time, nullptr);
   text.append(" ");
-  text.append_time(time, TIME_NOSECONDS | TIME_FORCE24HOURFORMAT, nullptr);
+  text.append_time(LOCALE_USER_DEFAULT, TIME_NOSECONDS | TIME_FORCE24HOURFORMAT, time, nullptr);
 }
 
 }  // namespace
@@ -107,14 +110,14 @@ bool file_get_mod_date_str(const char* path, char* out, int size, int mode) {
   SYSTEMTIME time;
   if (mode == kLocalDate) {
     if (to_local(facts.write_time, time)) {
-      text.append_date(time, "yyyy-MM-dd");
+      text.append_date(kCommonCalendar, time, kDatePicture);
     }
     return true;
   }
   if (to_utc(facts.write_time, time)) {
-    text.append_date(time, "yyyy-MM-dd");
+    text.append_date(kCommonCalendar, time, kDatePicture);
     text.append("T");
-    text.append_time(time, 0, "HH:mm:ss");
+    text.append_time(kCommonCalendar, 0, time, "HH:mm:ss");
     text.append(mode == kWithOffset ? "+00:00" : "Z");
   }
   return true;

@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/given_text.h"
 #include "base/path_buffer.h"
 #include "files/directory_creation.h"
 #include "files/file_system_port.h"
@@ -56,7 +57,8 @@ bool is_absolute(const char* dir) {
   return dir[0] == '\\' || (dir[0] != '\0' && dir[1] == ':');
 }
 
-// The directory as it was meant; false when it does not fit.
+}  // namespace
+
 bool resolve_directory(PathBuffer& path, const char* dir) {
   if (is_absolute(dir)) {
     return path.append(dir);
@@ -64,8 +66,6 @@ bool resolve_directory(PathBuffer& path, const char* dir) {
   return path.append(file_get_data()) && (path.ends_in_separator() || path.append("\\")) &&
          path.append(dir);
 }
-
-}  // namespace
 
 bool ensure_directory_part(std::string_view directory) {
   const PathBuffer path(directory);
@@ -92,7 +92,7 @@ char* file_ensure_directory(const char* dir, const char* name, char* out) {
     out = own_buffer;
   }
   PathBuffer path;
-  if (!resolve_directory(path, dir != nullptr ? dir : "")) {
+  if (!resolve_directory(path, given(dir))) {
     return nullptr;
   }
   if (path.ends_in_separator()) {

@@ -2,9 +2,11 @@
 #include "files/directory_enumeration.h"
 
 #include <atomic>
+#include <cstring>
 
-#include "base/path_buffer.h"
+#include "base/log_port.h"
 #include "files/file_system_port.h"
+#include "orsincore/log.h"
 
 namespace orsin {
 namespace {
@@ -48,15 +50,16 @@ bool is_directory(const FoundEntry& entry) {
   return (entry.attributes & port::kDirectory) != 0;
 }
 
-DirectoryEnumeration::DirectoryEnumeration(const char* directory) {
-  PathBuffer pattern(directory);
-  const bool has_separator = !pattern.empty() && pattern.ends_in_separator();
+DirectoryEnumeration::DirectoryEnumeration(const char* directory)
+    : directory_(std::string_view(directory)) {
+  const bool has_separator = !directory_.empty() && directory_.ends_in_separator();
   char text[kPathBytes + 8];  // Longer than a path: the directory may be one of 259 bytes.
-  const std::size_t length = pattern.length();
-  std::memcpy(text, pattern.c_str(), length);
+  const std::size_t length = directory_.length();
+  std::memcpy(text, directory_.c_str(), length);
   std::memcpy(text + length, has_separator ? "*.*" : "\\*.*", has_separator ? 4 : 5);
   enumeration_ = start(text, entry_);
   has_entry_ = enumeration_ != nullptr;
+  has_started_ = has_entry_ || port::last_system_error() == port::kErrorFileNotFound;
 }
 
 DirectoryEnumeration::~DirectoryEnumeration() {
@@ -65,12 +68,24 @@ DirectoryEnumeration::~DirectoryEnumeration() {
   }
 }
 
-const FoundEntry* DirectoryEnumeration::next() {
-  while (enumeration_ != nullptr) {
-    if (!has_entry_ && !port::continue_enumeration(enumeration_, entry_)) {
-      return nullptr;
-    }
+bool DirectoryEnumeration::read_next() {
+  if (has_entry_) {
     has_entry_ = false;
+    return true;
+  }
+  if (enumeration_ == nullptr || has_broken_off_) {
+    return false;
+  }
+  const port::NextEntry next = port::continue_enumeration(enumeration_, entry_);
+  if (next == port::NextEntry::kFailed) {
+    has_broken_off_ = true;
+    msgwarn("ERROR: Can't read on in directory: '%s' (%s)\n", directory_.c_str(), os_errormsg());
+  }
+  return next == port::NextEntry::kFound;
+}
+
+const FoundEntry* DirectoryEnumeration::next() {
+  while (read_next()) {
     if (is_listed(entry_)) {
       return &entry_;
     }

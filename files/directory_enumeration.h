@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/path_buffer.h"
+
 namespace orsin {
 
 constexpr std::size_t kNameBytes = 262;  // What a name is cut to, with its terminator.
@@ -28,8 +30,15 @@ namespace port {
 /// FindFirstFileExW: fast is FindExInfoBasic with FIND_FIRST_EX_LARGE_FETCH.
 [[nodiscard]] void* start_enumeration(const char* pattern, bool fast, FoundEntry& entry) noexcept;
 
-/// The next entry; false at the end. FindNextFileW.
-[[nodiscard]] bool continue_enumeration(void* enumeration, FoundEntry& entry) noexcept;
+/// Why an enumeration cannot start: there is no such directory; or the directory has no entries at
+/// all, as only a drive's root can have none.
+constexpr std::uint32_t kErrorPathNotFound = 3;
+constexpr std::uint32_t kErrorFileNotFound = 2;
+
+enum class NextEntry { kFound, kEnd, kFailed };
+
+/// The next entry; kFailed leaves the last error. FindNextFileW.
+[[nodiscard]] NextEntry continue_enumeration(void* enumeration, FoundEntry& entry) noexcept;
 
 /// FindClose.
 void end_enumeration(void* enumeration) noexcept;
@@ -38,6 +47,9 @@ void end_enumeration(void* enumeration) noexcept;
 
 /// The entries that lists show: no system entries, no hidden ones whose name begins with ".", no
 /// directory "." and none whose name begins with "..".
+///
+/// An enumeration that breaks off, as over a network that goes away, leaves a warning, and is told
+/// from the end of the directory.
 class DirectoryEnumeration {
  public:
   explicit DirectoryEnumeration(const char* directory);
@@ -46,13 +58,21 @@ class DirectoryEnumeration {
   DirectoryEnumeration& operator=(const DirectoryEnumeration&) = delete;
 
   /// False when the directory cannot be opened.
-  [[nodiscard]] bool has_started() const { return enumeration_ != nullptr; }
+  [[nodiscard]] bool has_started() const { return has_started_; }
+
+  /// True when there were entries that nobody has seen.
+  [[nodiscard]] bool has_broken_off() const { return has_broken_off_; }
 
   /// The next entry, valid until the next call; null at the end.
   [[nodiscard]] const FoundEntry* next();
 
  private:
+  [[nodiscard]] bool read_next();
+
+  PathBuffer directory_;
   void* enumeration_ = nullptr;
+  bool has_started_ = false;
+  bool has_broken_off_ = false;
   bool has_entry_ = false;  // `entry_` was read and not handed out yet.
   FoundEntry entry_;
 };

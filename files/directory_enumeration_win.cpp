@@ -43,13 +43,13 @@ void* start_enumeration(const char* pattern, bool fast, FoundEntry& entry) noexc
   return enumeration;
 }
 
-bool continue_enumeration(void* enumeration, FoundEntry& entry) noexcept {
+NextEntry continue_enumeration(void* enumeration, FoundEntry& entry) noexcept {
   WIN32_FIND_DATAW data;
   if (FindNextFileW(enumeration, &data) == 0) {
-    return false;
+    return GetLastError() == ERROR_NO_MORE_FILES ? NextEntry::kEnd : NextEntry::kFailed;
   }
   read_entry(data, entry);
-  return true;
+  return NextEntry::kFound;
 }
 
 void end_enumeration(void* enumeration) noexcept {

@@ -78,19 +78,20 @@ void cut_to_parent(PathBuffer& path) {
   }
 }
 
-void read_directory(dir_list& list) {
+ListingEnd read_directory(dir_list& list) {
   DirectoryEnumeration enumeration(list.path);
   if (!enumeration.has_started()) {
     msgwarn("ERROR: Can't open directory: '%s'\n", list.path);
-    return;
+    return ListingEnd::kNotOpened;
   }
+  bool has_all = true;
   while (const FoundEntry* entry = enumeration.next()) {
-    if (is_directory(*entry)) {
-      add_directory(list, entry->name, "", entry->write_time);
-    } else {
-      add_file(list, entry->name, entry->write_time);
-    }
+    const bool is_added = is_directory(*entry)
+                              ? add_directory(list, entry->name, "", entry->write_time)
+                              : add_file(list, entry->name, entry->write_time);
+    has_all = has_all && is_added;
   }
+  return has_all && !enumeration.has_broken_off() ? ListingEnd::kWhole : ListingEnd::kBrokenOff;
 }
 
 }  // namespace
@@ -138,6 +139,20 @@ bool add_directory(dir_list& list, const char* name, const char* label,
   return true;
 }
 
+UniqueList list_directory(const char* path, int sort, ListingEnd& end) {
+  UniqueList list = make_list();
+  if (!list) {
+    end = ListingEnd::kNotOpened;
+    return list;
+  }
+  const PathBuffer listed{std::string_view(path)};
+  std::memcpy(list->path, listed.c_str(), listed.length() + 1);
+  prepare_listing();
+  end = read_directory(*list);
+  flist_sort(list.get(), sort);
+  return list;
+}
+
 }  // namespace orsin
 
 using namespace orsin;
@@ -153,10 +168,6 @@ dir_list* flist_new(const char* path, int sort) {
   if (length == 0 || std::strcmp(path, "\\") == 0) {
     return flist_mountp(false);
   }
-  UniqueList list = make_list();
-  if (!list) {
-    return nullptr;
-  }
   PathBuffer listed(path);
   if (length >= 2 && listed.ends_in_separator()) {
     listed.truncate(length - 1);
@@ -164,11 +175,8 @@ dir_list* flist_new(const char* path, int sort) {
   if (!is_drive(listed) && file_is_directory(listed.c_str()) == 0) {
     cut_to_parent(listed);
   }
-  std::memcpy(list->path, listed.c_str(), listed.length() + 1);
-  prepare_listing();
-  read_directory(*list);
-  flist_sort(list.get(), sort);
-  return list.release();
+  ListingEnd end = ListingEnd::kWhole;
+  return list_directory(listed.c_str(), sort, end).release();
 }
 
 void flist_delete(dir_list* list) {

@@ -17,6 +17,14 @@ using UniqueList = std::unique_ptr<dir_list, DeleteList>;
 /// One zeroed record; null when memory is short.
 [[nodiscard]] UniqueList make_list();
 
+/// What became of reading a directory: all of it is in the list; nothing, after a warning; not all,
+/// because reading it broke off or memory ran short.
+enum class ListingEnd { kWhole, kNotOpened, kBrokenOff };
+
+/// Lists exactly this directory: where there is none, neither its parent nor the drives. Null when
+/// memory is short.
+[[nodiscard]] UniqueList list_directory(const char* path, int sort, ListingEnd& end);
+
 /// Sets the name storage up on the first listing in the process; see name_cache.h.
 void prepare_listing();
 

@@ -3,6 +3,7 @@
 
 #include "base/path_buffer.h"
 #include "files/directory_enumeration.h"
+#include "files/directory_identity.h"
 #include "files/directory_list.h"
 #include "files/wildcard.h"
 #include "orsincore/files.h"
@@ -29,7 +30,9 @@ int search_subdirectories(const Search& search, const PathBuffer& directory) {
   DirectoryEnumeration enumeration(directory.c_str());
   PathBuffer path;
   while (const FoundEntry* entry = enumeration.next()) {
-    if (is_directory(*entry) && join_path(path, directory.view(), entry->name)) {
+    // What a link to a directory above holds is searched from there.
+    if (is_directory(*entry) && join_path(path, directory.view(), entry->name) &&
+        !leads_back(path.c_str(), entry->attributes)) {
       found += search_directory(search, path.view());
     }
   }

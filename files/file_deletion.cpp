@@ -1,7 +1,6 @@
 // Deleting files and directories.
-#include <memory>
-
 #include "base/path_buffer.h"
+#include "files/directory_identity.h"
 #include "files/directory_list.h"
 #include "files/file_system_port.h"
 #include "orsincore/files.h"
@@ -16,8 +15,10 @@ int file_delete(const char* path) {
 }
 
 int file_delete_directory(const char* path, bool recursive) {
-  // The list of something that is no directory would be its parent's.
-  const UniqueList list(file_is_directory(path) != 0 ? flist_new(path, 1) : nullptr);
+  // The list of something that is no directory would be its parent's. That of a link would be the
+  // list of what it leads to, which is not ours to delete: the link itself goes, as an entry.
+  const bool is_entered = file_is_directory(path) != 0 && !is_directory_link(path);
+  const UniqueList list(is_entered ? flist_new(path, 1) : nullptr);
   if (!list) {
     return file_delete(path) == 0 ? 1 : -1;
   }

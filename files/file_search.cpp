@@ -4,6 +4,7 @@
 
 #include "base/path_buffer.h"
 #include "base/program_paths.h"
+#include "files/directory_identity.h"
 #include "files/directory_list.h"
 #include "files/search_list.h"
 #include "orsincore/files.h"
@@ -56,7 +57,8 @@ int file_search(const char* dir, const char* name, char* out, std::size_t size) 
   }
   for (int i = 0; i < list->dir_count; ++i) {
     PathBuffer subdirectory;
-    if (join_path(subdirectory, dir, list->dirs[i]) &&
+    // What a link to a directory above holds is searched from there.
+    if (join_path(subdirectory, dir, list->dirs[i]) && !leads_back(subdirectory.c_str()) &&
         file_search(subdirectory.c_str(), component, out, size) != 0) {
       return 1;
     }

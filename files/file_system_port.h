@@ -6,6 +6,7 @@
 // thread's last error, and errno where it says so. Nothing is logged, nothing is tried twice.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace orsin::port {
@@ -15,6 +16,7 @@ constexpr std::uint32_t kReadOnly = 0x01;
 constexpr std::uint32_t kHidden = 0x02;
 constexpr std::uint32_t kSystem = 0x04;
 constexpr std::uint32_t kDirectory = 0x10;
+constexpr std::uint32_t kReparsePoint = 0x400;
 
 /// What a directory entry knows about a file. Times: 100 ns since 1601 UTC.
 struct FileFacts {
@@ -47,7 +49,29 @@ struct FileFacts {
 [[nodiscard]] bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcept;
 [[nodiscard]] bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept;
 
-/// These set errno. _wmkdir, _wunlink, _wrmdir, _wrename.
+/// What kind of reparse point a path itself is, links not followed; 0 when the system does not say.
+/// FindFirstFileW.
+[[nodiscard]] bool read_reparse_tag(const char* path, std::uint32_t& tag) noexcept;
+
+/// A directory whatever path leads to it. Index 0: the file system gives none.
+struct DirectoryIdentity {
+  std::uint64_t volume;
+  std::uint64_t index;
+  bool operator==(const DirectoryIdentity&) const = default;
+};
+
+/// Of what a path leads to, links followed. CreateFileW, GetFileInformationByHandle.
+[[nodiscard]] bool read_identity(const char* path, DirectoryIdentity& identity) noexcept;
+
+/// A path made absolute, without dots; it need not exist. False when it does not fit. GetFullPathNameW.
+[[nodiscard]] bool full_path(const char* path, char* full, std::size_t size) noexcept;
+
+/// Where an existing path really is, links followed; false also when that does not fit.
+/// GetFinalPathNameByHandleW.
+[[nodiscard]] bool final_path(const char* path, char* real, std::size_t size) noexcept;
+
+/// These set errno. A link to a directory is removed as a directory, and its target stays. _wmkdir,
+/// _wunlink, _wrmdir, _wrename.
 [[nodiscard]] bool make_directory(const char* path) noexcept;
 [[nodiscard]] bool remove_file(const char* path) noexcept;
 [[nodiscard]] bool remove_directory(const char* path) noexcept;
@@ -70,7 +94,6 @@ constexpr std::uint32_t kErrorNoneMapped = 1332;
 ///         when the directory cannot be opened.
 bool file_grant_everyone_access(const char* dir);
 
-/// The system's text for the thread's last error, without line ends and blanks at its end; empty
-/// for no error. In one buffer of 256 bytes for the process, which the next call overwrites.
-/// Windows: FormatMessageA.
+/// The system's text for the thread's last error in UTF-8, without line ends and blanks at its end;
+/// empty for no error. In one buffer of 256 bytes for the process, which the next call overwrites.
 const char* file_last_error_text();

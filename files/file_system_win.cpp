@@ -3,6 +3,9 @@
 #include <io.h>
 #include <wchar.h>
 
+#include <cstring>
+
+#include "base/log_port.h"
 #include "base/wide_path_win.h"
 #include "base/win/windows.h"
 #include "files/file_system_port.h"
@@ -143,15 +146,11 @@ using namespace orsin;
 const char* file_last_error_text() {
   static char text[256];
   text[0] = '\0';
-  const DWORD code = GetLastError();
-  if (code == 0) {
-    return text;
+  if (const DWORD code = GetLastError(); code != 0) {
+    port::system_error_text(code, text, sizeof(text));
   }
-  DWORD length =
-      FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
-                     MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), text, sizeof(text), nullptr);
-  while (length > 0 &&
-         (text[length - 1] == '\r' || text[length - 1] == '\n' || text[length - 1] == ' ')) {
+  std::size_t length = std::strlen(text);
+  while (length > 0 && std::strchr("\r\n ", text[length - 1]) != nullptr) {
     --length;
   }
   text[length] = '\0';

@@ -1,3 +1,4 @@
+// Reallocates with room ahead, so that growing in small steps copies little; see the header.
 #include "files/growing_block.h"
 
 #include <algorithm>

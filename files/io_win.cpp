@@ -1,3 +1,4 @@
+// Overlapped transfers on Windows handles; see files/io_port.h.
 #include "files/io_port.h"
 
 #include "base/win/windows.h"
@@ -7,8 +8,8 @@
 namespace orsin::port {
 namespace {
 
-constexpr ULONG_PTR kStatusPending = 0x103;
-constexpr ULONG_PTR kStatusEndOfFile = 0xC0000011;
+constexpr DWORD kStatusPending = 0x103;
+constexpr DWORD kStatusEndOfFile = 0xC0000011;
 
 static_assert(sizeof(TransferRecord) == sizeof(OVERLAPPED));
 static_assert(alignof(TransferRecord) >= alignof(OVERLAPPED));
@@ -17,9 +18,10 @@ OVERLAPPED* overlapped_of(TransferRecord& record) {
   return reinterpret_cast<OVERLAPPED*>(record.storage);
 }
 
-// The system writes the status behind the compiler's back.
-ULONG_PTR status_of(const TransferRecord& record) {
-  return *reinterpret_cast<const volatile ULONG_PTR*>(record.storage);
+// The system writes the status behind the compiler's back: 32 bits, which share their place with a
+// pointer, so that nothing is known of the others.
+DWORD status_of(const TransferRecord& record) {
+  return *reinterpret_cast<const volatile DWORD*>(record.storage);
 }
 
 void prepare(TransferRecord& record, std::uint64_t offset, void* event) {
@@ -138,9 +140,10 @@ bool get_file_size(void* file, std::uint64_t& size) noexcept {
 }
 
 bool set_file_size(void* file, std::uint64_t size) noexcept {
-  LARGE_INTEGER position;
-  position.QuadPart = static_cast<LONGLONG>(size);
-  return SetFilePointerEx(file, position, nullptr, FILE_BEGIN) != 0 && SetEndOfFile(file) != 0;
+  // Not through the file pointer, which unbuffered handles accept at whole sectors only.
+  FILE_END_OF_FILE_INFO end;
+  end.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
+  return SetFileInformationByHandle(file, FileEndOfFileInfo, &end, sizeof(end)) != 0;
 }
 
 bool zero_range(void* file, std::uint64_t size) noexcept {

@@ -1,11 +1,10 @@
 // Where the names of all directory lists live; see name_cache.h.
 #include "files/name_cache.h"
 
-#include <atomic>
 #include <cstdlib>
 
 #include "base/compiler.h"
-#include "base/lock.h"
+#include "base/library_locks.h"
 #include "memory/small_block_pool.h"
 
 namespace orsin {
@@ -15,9 +14,7 @@ constexpr std::size_t kBlockBytes = 64;
 constexpr std::size_t kBlocksPerChunk = 8192;
 
 struct NameCache {
-  std::atomic<bool> is_started = false;
-  std::atomic_flag is_starting = ATOMIC_FLAG_INIT;
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kDirectoryNames};
   SmallBlockPool pool ORSIN_GUARDED_BY(mutex){kBlockBytes, kBlocksPerChunk, "directory names"};
 };
 
@@ -30,15 +27,7 @@ bool is_short(std::uint32_t stored_length) {
 }  // namespace
 
 void start_name_cache() {
-  if (cache.is_started.load(std::memory_order_acquire)) {
-    return;
-  }
-  // Two first listings at once: one makes the mutex, the other waits those few microseconds.
-  while (cache.is_starting.test_and_set(std::memory_order_acquire)) {
-    mp_yield();
-  }
-  cache.is_started.store(cache.mutex.create(), std::memory_order_release);
-  cache.is_starting.clear(std::memory_order_release);
+  cache.mutex.create();
 }
 
 char* take_name(std::uint32_t stored_length) {
@@ -67,12 +56,8 @@ void NameReturn::give_back(char* name,
 }
 
 void flush_name_cache() {
-  {
-    const ScopedLock guard(cache.mutex);
-    cache.pool.release_chunks();
-  }
-  cache.mutex.destroy();
-  cache.is_started.store(false, std::memory_order_release);
+  const ScopedLock guard(cache.mutex);
+  cache.pool.release_chunks();
 }
 
 }  // namespace orsin

@@ -110,7 +110,8 @@ fReadBuffer::fReadBuffer(void* file)
       cursor_(nullptr),
       swap_(false),
       host_order_(kHostOrder),
-      block_end_(nullptr) {
+      block_end_(nullptr),
+      reads_{} {
   count_reader(1);
   for (Slot& slot : slots_) {
     slot.ticket = -1;
@@ -185,10 +186,11 @@ void fReadBuffer::close_file() {
 
 // Waits for what is in flight: the buffers must not be written to any more.
 void ReadSteps::drop_reads(fReadBuffer& reader) {
-  for (Slot& slot : reader.slots_) {
+  for (int i = 0; i < kBuffersMax; ++i) {
+    Slot& slot = reader.slots_[i];
     if (slot.ticket != -1) {
       std::uint64_t bytes = 0;
-      static_cast<void>(complete_transfer(reader.file_, slot.ticket, true, bytes));
+      static_cast<void>(finish_own(reader.reads_[i], bytes));
     }
     slot.ticket = -1;
     slot.pending = 0;
@@ -289,9 +291,8 @@ bool ReadSteps::issue_read(fReadBuffer& reader, int index) {
   unsigned long long expected = 0;
   const unsigned long long size =
       request_size(reader, reader.read_ahead_offset_, reader.buffer_size_, expected);
-  if (size == 0 ||
-      !io_read_async64(reader.file_, slot.buffer, static_cast<long long>(reader.read_ahead_offset_),
-                       size, &slot.ticket)) {
+  if (size == 0 || !start_own_read(reader.reads_[index], reader.file_, slot.buffer,
+                                   reader.read_ahead_offset_, size, &slot.ticket)) {
     return false;
   }
   slot.pending = expected;
@@ -303,12 +304,12 @@ bool ReadSteps::issue_read(fReadBuffer& reader, int index) {
 // meanwhile; 0 when it failed.
 unsigned long long ReadSteps::complete_slot(fReadBuffer& reader, int index) {
   Slot& slot = reader.slots_[index];
-  std::uint64_t bytes = slot.pending;
-  const int result = complete_transfer(reader.file_, slot.ticket, true, bytes);
+  std::uint64_t bytes = 0;
+  const bool succeeded = finish_own(reader.reads_[index], bytes);
   const unsigned long long expected = slot.pending;
   slot.ticket = -1;
   slot.pending = 0;
-  return result < 0 ? 0 : std::min<unsigned long long>(bytes, expected);
+  return succeeded ? std::min<unsigned long long>(bytes, expected) : 0;
 }
 
 void ReadSteps::end_file(fReadBuffer& reader) {
@@ -360,8 +361,8 @@ unsigned long long ReadSteps::fetch_now(fReadBuffer& reader) {
   const unsigned long long size = request_size(reader, reader.position_, wanted, expected);
   Slot& slot = reader.slots_[reader.current_];
   slot.pending = expected;
-  if (size == 0 || !io_read_async64(reader.file_, slot.buffer,
-                                    static_cast<long long>(reader.position_), size, &slot.ticket)) {
+  if (size == 0 || !start_own_read(reader.reads_[reader.current_], reader.file_, slot.buffer,
+                                   reader.position_, size, &slot.ticket)) {
     slot.pending = 0;
     return 0;
   }

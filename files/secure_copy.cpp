@@ -6,6 +6,7 @@
 #include <cstring>
 #include <optional>
 
+#include "base/given_text.h"
 #include "base/path_buffer.h"
 #include "files/block_hasher.h"
 #include "files/copy_streams.h"
@@ -41,11 +42,6 @@ struct SecureCopy {
   md5_state_s& md5;
   bool with_md5;
 };
-
-// No name is an empty one, which names nothing.
-const char* given(const char* path) {
-  return path != nullptr ? path : "";
-}
 
 Result not_opened(const char* path) {
   std::snprintf(error_text, kTextBytes, "File Copy: failed to open '%s'\n", path);

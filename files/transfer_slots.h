@@ -1,9 +1,10 @@
-// The transfer layer's life, and what the reader and writer need beyond its public face.
+// The transfer layer's life, and what the streams need beyond its public face.
 #pragma once
 
 #include <cstdint>
 
 #include "files/io_port.h"
+#include "orsincore/io.h"
 
 namespace orsin {
 
@@ -14,13 +15,25 @@ void start_transfers(std::int32_t last_ticket = 0);
 /// Closes the events and the mutex. Closedown, when nothing is in flight.
 void stop_transfers();
 
-/// As io_complete64(), and tells how many bytes were transferred; `bytes` stays untouched where
-/// that is not known any more.
-int complete_transfer(void* file, int ticket, bool wait, std::uint64_t& bytes);
+/// Starts a transfer whose result is left in `own`, whoever overtakes, flushes or closes it
+/// meanwhile. Each that has started is finished once; until then `own` stays where it is.
+///
+/// @param ticket  Receives its ticket, which is positive; may be null.
+/// @return False after an error line; there is nothing to finish then.
+[[nodiscard]] bool start_own_read(OwnTransfer& own, void* file, void* buffer, std::uint64_t offset,
+                                  std::uint64_t size, int* ticket);
+/// The same for a write.
+[[nodiscard]] bool start_own_write(OwnTransfer& own, void* file, const void* buffer,
+                                   std::uint64_t offset, std::uint64_t size, int* ticket);
+
+/// Waits for a transfer. False after an error line: also when its result cannot be known.
+///
+/// @param bytes  Receives how many were transferred, on success; fewer than asked count as one.
+[[nodiscard]] bool finish_own(OwnTransfer& own, std::uint64_t& bytes);
 
 /// Waits for a write. False, after an error line, when it failed, or ended short: some file systems
 /// say only so that the disk is full.
-[[nodiscard]] bool complete_write(void* file, int ticket);
+[[nodiscard]] bool finish_own_write(OwnTransfer& own);
 
 /// Writes and waits. False, after an error line, when not all of it was written.
 [[nodiscard]] bool write_whole(void* file, const void* data, std::uint64_t position,

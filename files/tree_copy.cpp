@@ -1,14 +1,19 @@
 // Copying a file, or the files of a directory with everything below.
 //
-// One reader and one writer serve a whole call, so a tree of small files does not allocate 40 MiB
-// for each. They are module state: one call at a time in the process.
+// Small files go in one piece each, several of a directory at a time. For the others one reader and one writer serve a whole call, made
+// when the first of them comes.
+#include <algorithm>
 #include <cstring>
+#include <optional>
 
+#include "base/given_text.h"
 #include "base/path_buffer.h"
-#include "files/ascii_case.h"
 #include "files/copy_streams.h"
+#include "files/directory_creation.h"
+#include "files/directory_identity.h"
 #include "files/directory_list.h"
 #include "files/file_system_port.h"
+#include "files/small_copies.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 
@@ -22,29 +27,30 @@ enum Result : int {
   kDataNotCopied = -3,
 };
 
-struct TreeCopy {
-  fReadBuffer* reader;
-  fWriteBuffer* writer;
-};
-
-constinit TreeCopy streams = {nullptr, nullptr};
-
-class StreamsOfOneCall {
+// What one call copies with. A tree of small files never needs the streams.
+class Copier {
  public:
-  StreamsOfOneCall() : reader_(reader_for_copy(nullptr)), writer_(writer_for_copy(nullptr)) {
-    streams = {reader_.get(), writer_.get()};
-  }
-  ~StreamsOfOneCall() { streams = {nullptr, nullptr}; }
-  StreamsOfOneCall(const StreamsOfOneCall&) = delete;
-  StreamsOfOneCall& operator=(const StreamsOfOneCall&) = delete;
+  Copier() = default;
+  Copier(const Copier&) = delete;
+  Copier& operator=(const Copier&) = delete;
 
-  [[nodiscard]] bool are_ready() const {
-    return reader_.get() != nullptr && writer_.get() != nullptr;
+  // False when memory is short.
+  [[nodiscard]] bool has_streams() {
+    if (!reader_) {
+      reader_.emplace(reader_for_copy(nullptr));
+      writer_.emplace(writer_for_copy(nullptr));
+    }
+    return reader_->get() != nullptr && writer_->get() != nullptr;
   }
+
+  [[nodiscard]] SmallCopies& small() { return small_; }
+  [[nodiscard]] fReadBuffer& reader() { return *reader_->get(); }
+  [[nodiscard]] fWriteBuffer& writer() { return *writer_->get(); }
 
  private:
-  BorrowedReader reader_;
-  BorrowedWriter writer_;
+  SmallCopies small_;
+  std::optional<BorrowedReader> reader_;
+  std::optional<BorrowedWriter> writer_;
 };
 
 void copy_write_time(const char* source, const char* destination) {
@@ -72,90 +78,152 @@ void copy_attributes(const char* source, const char* destination) {
 }
 
 // Cuts the file to the source's size, so that what is there is at least not more.
-void finish_destination() {
-  streams.writer->set_file_position(streams.reader->get_file_size());
-  streams.writer->close_file(true);
+void finish_destination(Copier& copier) {
+  copier.writer().set_file_position(copier.reader().get_file_size());
+  copier.writer().close_file(true);
 }
 
-bool copy_blocks(unsigned long long& bytes) {
+bool copy_blocks(Copier& copier, unsigned long long& bytes) {
   for (;;) {
-    const Block block = current_block(*streams.reader);
+    const Block block = current_block(copier.reader());
     if (block.is_end()) {
       return true;
     }
-    if (streams.writer->write_file(block.data, 1, block.length) != block.length) {
+    if (copier.writer().write_file(block.data, 1, block.length) != block.length) {
       return false;
     }
     bytes += block.length;
-    streams.reader->skip_file(block.length, 1);
+    copier.reader().skip_file(block.length, 1);
   }
 }
 
-Result copy_opened(const char* destination, unsigned long long& bytes) {
+Result copy_opened(Copier& copier, const char* destination, unsigned long long& bytes) {
   // Kept on purpose: an empty source is refused here, unlike in file_copy(). Callers tell damaged
   // takes from good ones by it.
-  if (streams.reader->getNextBlock() == 0) {
+  if (copier.reader().getNextBlock() == 0) {
     return kDataNotCopied;
   }
-  if (!create_destination(*streams.writer, destination)) {
+  if (!create_destination(copier.writer(), destination)) {
     return kDestinationNotCreated;
   }
-  const bool all_taken = copy_blocks(bytes);
-  finish_destination();
+  const bool all_taken = copy_blocks(copier, bytes);
+  finish_destination(copier);
   // The last buffers were written by the closing.
-  return all_taken && streams.writer->error() == 0 ? kCopied : kDataNotCopied;
+  return all_taken && copier.writer().error() <= 0 ? kCopied : kDataNotCopied;
 }
 
-int copy_one_file(const char* source, const char* destination, unsigned long long& bytes) {
-  if (!open_source(*streams.reader, source)) {
+void say_too_long(const char* directory, const char* name) {
+  msgerror("FileCopy: The path of '%s' in '%s', or of its copy, is too long\n", name, directory);
+}
+
+Result copy_data(Copier& copier, const char* source, const char* destination,
+                 unsigned long long& bytes) {
+  if (!copier.has_streams() || !open_source(copier.reader(), source)) {
     return kFailed;
   }
-  const Result result = copy_opened(destination, bytes);
-  streams.reader->close_file();
-  if (result != kCopied) {
-    return result;
+  const Result result = copy_opened(copier, destination, bytes);
+  copier.reader().close_file();
+  return result;
+}
+
+// Kept on purpose: times and attributes go through the calls for the system's code page. For a name
+// outside ASCII they are not found, which is a warning; the data is complete. Names in ASCII are the
+// same to both kinds of calls, so only theirs may go through the handles.
+//
+// What was done for a small file already is counted here, and what was not is done.
+int finish_file(Copier& copier, const SmallCopies::Outcome& small, const char* source,
+                const char* destination, unsigned long long& bytes) {
+  bytes += small.bytes;
+  if (small.result == SmallCopy::Result::kCopied) {
+    return kCopied;
   }
-  // Kept on purpose: times and attributes go through the calls for the system's code page. For a
-  // name outside ASCII they are not found, which is a warning; the data is complete.
+  if (small.result == SmallCopy::Result::kNotDone) {
+    const Result result = copy_data(copier, source, destination, bytes);
+    if (result != kCopied) {
+      return result;
+    }
+  }
   copy_write_time(source, destination);
   copy_attributes(source, destination);
   return kCopied;
 }
 
-// Copied below itself, a tree meets its copy, and the copy of that, until no path has room for more:
-// a disk full of copies, and a failure in the end.
-bool would_meet_its_copy(const char* source, const char* destination) {
-  std::size_t length = std::strlen(source);
-  while (length > 0 && (source[length - 1] == '\\' || source[length - 1] == '/')) {
-    --length;
-  }
-  for (std::size_t i = 0; i < length; ++i) {
-    if (fold_case(source[i]) != fold_case(destination[i])) {
-      return false;
-    }
-  }
-  return destination[length] == '\\' || destination[length] == '/';
+int copy_one_file(Copier& copier, const char* source, const char* destination,
+                  unsigned long long& bytes) {
+  return finish_file(copier, copier.small().copy_one(source, destination), source, destination,
+                     bytes);
 }
 
-int copy_tree(const char* source, const char* destination, bool recursive,
+// False at the first that cannot be copied.
+bool copy_files(Copier& copier, const dir_list& list, const char* source, const char* destination,
+                unsigned long long& bytes) {
+  PathBuffer from;
+  PathBuffer to;
+  for (int first = 0; first < list.file_count; first += SmallCopies::kMost) {
+    const int count = std::min(list.file_count - first, SmallCopies::kMost);
+    char* const* names = list.files + first;
+    copier.small().copy(source, destination, names, count);
+    for (int i = 0; i < count; ++i) {
+      if (!join_path(from, source, names[i]) || !join_path(to, destination, names[i])) {
+        say_too_long(source, names[i]);
+        return false;
+      }
+      if (finish_file(copier, copier.small().outcome(i), from.c_str(), to.c_str(), bytes) < 0) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+// Copied below itself, a tree meets its copy, and the copy of that, until no path has room for more:
+// a disk full of copies, and a failure in the end. A destination that is not absolute is made below
+// the data path and written to below the current directory.
+bool would_meet_its_copy(const char* source, const char* destination) {
+  PathBuffer made;
+  const bool meets = lies_in(destination, source) ||
+                     (resolve_directory(made, destination) && lies_in(made.c_str(), source));
+  if (meets) {
+    msgerror("FileCopy: '%s' lies in '%s', no copy done\n", destination, source);
+  }
+  return meets;
+}
+
+int copy_tree(Copier& copier, const char* source, const char* destination, bool recursive,
               unsigned long long& bytes);
 
-// How deep this goes is bounded by the length of a path.
-int copy_subdirectories(const dir_list& list, const char* source, const char* destination,
-                        unsigned long long& bytes) {
+// Kept on purpose: a subdirectory for which there is no place, or that leads back, counts as one
+// without files. Callers want the rest of the tree; the log names what is missing.
+bool has_place(const char* source, const char* destination, const char* subdirectory) {
+  char ensured[kPathBytes];
+  if (file_ensure_directory(destination, nullptr, ensured) == nullptr ||
+      file_ensure_directory(subdirectory, nullptr, ensured) == nullptr) {
+    msgerror("FileCopy: '%s' has no directory to go to, not copied\n", source);
+    return false;
+  }
+  return true;
+}
+
+// How deep this goes is bounded by the length of a path, also where links lead in circles that are
+// not seen.
+int copy_subdirectories(Copier& copier, const dir_list& list, const char* source,
+                        const char* destination, unsigned long long& bytes) {
   int copied = 0;
   PathBuffer from;
   PathBuffer to;
-  char ensured[kPathBytes];
   for (int i = 0; i < list.dir_count; ++i) {
     if (!join_path(from, source, list.dirs[i]) || !join_path(to, destination, list.dirs[i])) {
+      say_too_long(source, list.dirs[i]);
       return kFailed;
     }
-    if (file_ensure_directory(destination, nullptr, ensured) == nullptr ||
-        file_ensure_directory(to.c_str(), nullptr, ensured) == nullptr) {
+    if (leads_back(from.c_str())) {
+      msgwarn("FileCopy: '%s' leads to a directory above it, not copied\n", from.c_str());
       continue;
     }
-    const int below = copy_tree(from.c_str(), to.c_str(), true, bytes);
+    if (!has_place(from.c_str(), destination, to.c_str())) {
+      continue;
+    }
+    const int below = copy_tree(copier, from.c_str(), to.c_str(), true, bytes);
     if (below < 0) {
       return kFailed;
     }
@@ -164,24 +232,27 @@ int copy_subdirectories(const dir_list& list, const char* source, const char* de
   return copied;
 }
 
-int copy_tree(const char* source, const char* destination, bool recursive,
+int copy_tree(Copier& copier, const char* source, const char* destination, bool recursive,
               unsigned long long& bytes) {
-  const UniqueList list(flist_new(source, 1));
-  if (!list) {
+  ListingEnd end = ListingEnd::kWhole;
+  const UniqueList list = list_directory(source, 1, end);
+  if (!list || end == ListingEnd::kNotOpened) {
+    // Kept on purpose: a directory that cannot be listed counts as one without files. Callers want
+    // the rest of the tree; the log names what is missing.
+    msgerror("FileCopy: '%s' cannot be listed, not copied\n", source);
     return 0;
   }
-  PathBuffer from;
-  PathBuffer to;
-  for (int i = 0; i < list->file_count; ++i) {
-    if (!join_path(from, source, list->files[i]) || !join_path(to, destination, list->files[i]) ||
-        copy_one_file(from.c_str(), to.c_str(), bytes) < 0) {
-      return kFailed;
-    }
+  if (end == ListingEnd::kBrokenOff) {
+    msgerror("FileCopy: '%s' was not listed to its end, not copied\n", source);
+    return kFailed;
+  }
+  if (!copy_files(copier, *list, source, destination, bytes)) {
+    return kFailed;
   }
   if (!recursive) {
     return list->file_count;
   }
-  const int below = copy_subdirectories(*list, source, destination, bytes);
+  const int below = copy_subdirectories(copier, *list, source, destination, bytes);
   return below < 0 ? below : list->file_count + below;
 }
 
@@ -194,15 +265,16 @@ bool destination_in_directory(PathBuffer& path, const char* directory, const cha
          path.append(separator != nullptr ? separator : source);
 }
 
-int copy_file_to(const char* source, const char* destination, unsigned long long& bytes) {
+int copy_file_to(Copier& copier, const char* source, const char* destination,
+                 unsigned long long& bytes) {
   if (file_is_directory(destination) == 0) {
-    return copy_one_file(source, destination, bytes);
+    return copy_one_file(copier, source, destination, bytes);
   }
   PathBuffer path;
   if (!destination_in_directory(path, destination, source)) {
     return kDestinationNotCreated;
   }
-  return copy_one_file(source, path.c_str(), bytes);
+  return copy_one_file(copier, source, path.c_str(), bytes);
 }
 
 }  // namespace
@@ -211,17 +283,14 @@ int copy_file_to(const char* source, const char* destination, unsigned long long
 using namespace orsin;
 
 int ov_filecopy(const char* src, const char* dst, bool recursive, unsigned long long& bytes) {
-  src = src != nullptr ? src : "";
-  dst = dst != nullptr ? dst : "";
+  src = given(src);
+  dst = given(dst);
   if (std::strcmp(src, dst) == 0) {
     msgerror("FileCopy: Source and destination are the same!\n'%s' no copy done\n", src);
     return kFailed;
   }
-  const StreamsOfOneCall call;
+  Copier copier;
   bytes = 0;
-  if (!call.are_ready()) {
-    return kFailed;
-  }
   if (file_is_directory(src) != 0) {
     if (recursive && would_meet_its_copy(src, dst)) {
       return kFailed;
@@ -229,7 +298,7 @@ int ov_filecopy(const char* src, const char* dst, bool recursive, unsigned long 
     // Joined to an empty one, the names would be those of the drive's root.
     const bool has_destination =
         *dst != '\0' && file_ensure_directory(dst, nullptr, nullptr) != nullptr;
-    return has_destination ? copy_tree(src, dst, recursive, bytes) : 0;
+    return has_destination ? copy_tree(copier, src, dst, recursive, bytes) : 0;
   }
-  return file_exists(src) != 0 ? copy_file_to(src, dst, bytes) : 0;
+  return file_exists(src) != 0 ? copy_file_to(copier, src, dst, bytes) : 0;
 }

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "base/given_text.h"
 #include "base/log_port.h"
 #include "files/buffer_configuration.h"
 #include "files/volume_port.h"
@@ -81,13 +82,9 @@ int ask_file_system_sector_size(int index) {
   return bytes;
 }
 
-const char* shown(const char* path) {
-  return path != nullptr ? path : "";
-}
-
 bool find_mount_point(const char* path, char* mount_point) {
   if (!port::read_mount_point(path, mount_point, kMountPointBytes)) {
-    msgwarn("Failed to find mount point for path '%s'", shown(path));
+    msgwarn("Failed to find mount point for path '%s'", given(path));
     return false;
   }
   return true;
@@ -167,7 +164,7 @@ bool ov_get_volumeinfo(const char* path, unsigned int& extents, unsigned int& cl
 
 bool ov_get_volumepath(const char* path, char* out, std::size_t size) {
   if (!port::read_mount_point(path, out, size)) {
-    msgwarn(" Failed to get volume path '%s' (%d)", shown(path),
+    msgwarn(" Failed to get volume path '%s' (%d)", given(path),
             static_cast<int>(port::last_system_error()));
     return false;
   }

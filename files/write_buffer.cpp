@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "base/rounding.h"
 #include "files/buffer_configuration.h"
@@ -141,7 +142,7 @@ bool fWriteBuffer::ensure_minimum_buffer_size(int size) {
     return WriteSteps::grow_memory(*this, static_cast<unsigned long long>(size));
   }
   // Flushing would round the position up and leave a hole: what is collected moves instead.
-  WriteSteps::collect_ticket(*this, buffer_ticket_);
+  WriteSteps::collect_buffer(*this);
   unsigned char* const old_allocation = allocation_;
   unsigned char* const old_current = current_;
   unsigned char* const old_spare = spare_;
@@ -215,12 +216,15 @@ bool WriteSteps::grow_memory(fWriteBuffer& writer, unsigned long long size) {
   return true;
 }
 
-void WriteSteps::collect_ticket(fWriteBuffer& writer, int& ticket) {
-  if (ticket != -1) {
-    if (!complete_write(writer.file_, ticket)) {
-      ++writer.errors_;
-    }
-    ticket = -1;
+void WriteSteps::collect_buffer(fWriteBuffer& writer) {
+  if (std::exchange(writer.buffer_ticket_, -1) != -1 && !finish_own_write(writer.buffer_write_)) {
+    ++writer.errors_;
+  }
+}
+
+void WriteSteps::collect_direct(fWriteBuffer& writer) {
+  if (std::exchange(writer.direct_ticket_, -1) != -1 && !finish_own_write(writer.direct_write_)) {
+    ++writer.errors_;
   }
 }
 
@@ -310,11 +314,9 @@ bool WriteSteps::make_room(fWriteBuffer& writer) {
 void WriteSteps::write_full_buffer(fWriteBuffer& writer) {
   const auto bytes = static_cast<unsigned long long>(writer.buffer_size_);
   if (writer.spare_ != nullptr) {
-    collect_ticket(writer, writer.buffer_ticket_);
-    if (!io_write_async64(writer.file_, writer.current_,
-                          static_cast<long long>(writer.buffer_file_position_), bytes,
-                          &writer.buffer_ticket_)) {
-      writer.buffer_ticket_ = -1;
+    collect_buffer(writer);
+    if (!start_own_write(writer.buffer_write_, writer.file_, writer.current_,
+                         writer.buffer_file_position_, bytes, &writer.buffer_ticket_)) {
       ++writer.errors_;
     }
   } else {
@@ -341,15 +343,14 @@ bool WriteSteps::start_first_buffer(fWriteBuffer& writer) {
   const unsigned long long bytes = rounded_up(writer.used_, writer.alignment_);
   writer.data_end_ = std::max(writer.data_end_, writer.used_);
   ++writer.writes_;
-  const bool started =
-      io_write_async64(writer.file_, writer.current_, 0, bytes, &writer.buffer_ticket_);
+  const bool started = start_own_write(writer.buffer_write_, writer.file_, writer.current_, 0,
+                                       bytes, &writer.buffer_ticket_);
   if (!started) {
-    writer.buffer_ticket_ = -1;
     ++writer.errors_;
   } else if (writer.spare_ != nullptr) {
     std::swap(writer.current_, writer.spare_);
   } else {
-    collect_ticket(writer, writer.buffer_ticket_);  // The one buffer is needed again.
+    collect_buffer(writer);  // The one buffer is needed again.
   }
   writer.buffer_file_position_ += bytes;
   empty_buffer(writer);
@@ -367,11 +368,10 @@ unsigned long long fWriteBuffer::add_write_buffer(const void* buffer, unsigned l
   if (bytes != size) {
     msgwarn("fWriteBuffer: Write buffer not aligned");
   }
-  WriteSteps::collect_ticket(*this, direct_ticket_);
+  WriteSteps::collect_direct(*this);
   ++writes_;
-  if (!io_write_async64(file_, buffer, static_cast<long long>(buffer_file_position_), bytes,
-                        &direct_ticket_)) {
-    direct_ticket_ = -1;
+  if (!start_own_write(direct_write_, file_, buffer, buffer_file_position_, bytes,
+                       &direct_ticket_)) {
     ++errors_;
     return 0;
   }
@@ -384,8 +384,8 @@ void fWriteBuffer::flush_buffers() {
   if (file_ == io_invalid_handle()) {
     return;
   }
-  WriteSteps::collect_ticket(*this, buffer_ticket_);
-  WriteSteps::collect_ticket(*this, direct_ticket_);
+  WriteSteps::collect_buffer(*this);
+  WriteSteps::collect_direct(*this);
   if (used_ == 0) {
     return;
   }

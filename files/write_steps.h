@@ -19,7 +19,8 @@ struct WriteSteps {
   static bool allocate_buffers(fWriteBuffer& writer, int size, bool double_buffer);
   static void empty_buffer(fWriteBuffer& writer);
   static bool grow_memory(fWriteBuffer& writer, unsigned long long size);
-  static void collect_ticket(fWriteBuffer& writer, int& ticket);
+  static void collect_buffer(fWriteBuffer& writer);
+  static void collect_direct(fWriteBuffer& writer);
   static void write_and_wait(fWriteBuffer& writer, unsigned long long bytes);
   static void write_full_buffer(fWriteBuffer& writer);
 

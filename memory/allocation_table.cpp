@@ -1,3 +1,4 @@
+// Finds, adds and forgets the records of system allocations; see the header.
 #include "memory/allocation_table.h"
 
 #include <algorithm>

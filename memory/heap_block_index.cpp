@@ -69,36 +69,38 @@ mheap_mblk* HeapBlocks::block_at_granule(std::uint32_t granule) const {
 }
 
 // Takes in the free blocks behind a block that becomes free, as join_free() does, but without a look
-// at their headers: those lie in pages that nobody has touched for long. False without an index.
-bool HeapBlocks::join_run_behind(mheap_mblk* block) {
-  if (!runs_.exists()) {
-    return false;
-  }
+// at any header but the first: the others lie in pages that nobody has touched for long.
+void HeapBlocks::join_run_behind(mheap_mblk* block) {
   const std::uint32_t end = runs_.end_of_run_at(granule_of(next_block(block)));
   if (end != FreeRuns::kNone) {
     block->size = address_of(block_at_granule(end)) - address_of(block);
   }
-  return true;
 }
 
-// A block has become free and has taken in the free blocks behind it, which began at `behind`.
+// A block has become free. It has taken in the free blocks behind it, which began at `behind`, unless
+// one of them is damaged: then it stays in front of them, and each search that comes by says so.
 void HeapBlocks::index_freed(const mheap_mblk* block, const mheap_mblk* behind) {
   if (!runs_.exists()) {
     return;
   }
-  const std::uint32_t begin = granule_of(block);
-  const std::uint32_t end = granule_of(next_block(block));
-  if (const std::uint32_t absorbed = granule_of(behind); absorbed != end) {
-    runs_.remove(absorbed);
+  std::uint32_t begin = granule_of(block);
+  std::uint32_t end = granule_of(next_block(block));
+  bool is_joined = true;
+  if (const std::uint32_t absorbed = granule_of(behind);
+      runs_.end_of_run_at(absorbed) != FreeRuns::kNone) {
+    const std::uint32_t end_behind = runs_.remove(absorbed);
+    is_joined = end_behind == end;
+    end = end_behind;
   }
-  const std::uint32_t before = runs_.begin_of_run_to(begin);
-  if (before == FreeRuns::kNone) {
-    runs_.insert(begin, end);
-    return;
+  if (const std::uint32_t before = runs_.begin_of_run_to(begin); before != FreeRuns::kNone) {
+    runs_.remove(before);
+    begin = before;
+    is_joined = false;
   }
-  runs_.remove(before);
-  runs_.insert(before, end);
-  runs_.mark_unjoined(before);
+  runs_.insert(begin, end);
+  if (!is_joined) {
+    runs_.mark_unjoined(begin);
+  }
 }
 
 // The rest of a free block whose first part is used now. No run is known there any more.

@@ -1,3 +1,4 @@
+// First fit, freeing, moving and validation of a heap's blocks; see the header for the layout.
 #include "memory/heap_blocks.h"
 
 #include <bit>
@@ -124,7 +125,9 @@ Space HeapBlocks::find_space(std::uint64_t needed, bool may_compact) {
     if (found.victim == nullptr) {
       return {SpaceResult::kFragmented, nullptr};
     }
-    release(found.victim);
+    if (!release(found.victim)) {
+      return {SpaceResult::kCorrupted, nullptr};
+    }
     if (found.victim->size >= needed) {
       index_taken(found.victim);
       return {SpaceResult::kFound, found.victim};
@@ -174,10 +177,11 @@ std::optional<Space> HeapBlocks::compact(mheap_mblk* start, std::uint64_t needed
     index_taken(block);
     block = slide_down(block, next);
     const mheap_mblk* behind = next_block(block);
-    if (!join_free(block)) {
+    const bool is_sound = join_free(block);
+    index_freed(block, behind);
+    if (!is_sound) {
       return Space{SpaceResult::kCorrupted, nullptr};
     }
-    index_freed(block, behind);
     if (block->size >= needed) {
       index_taken(block);
       return Space{SpaceResult::kFound, block};
@@ -225,14 +229,18 @@ void HeapBlocks::claim(mheap_mblk* block, std::uint64_t needed, void** owner) {
   stamp(*block);  // its first lock another.
 }
 
-void HeapBlocks::release(mheap_mblk* block) {
+bool HeapBlocks::release(mheap_mblk* block) {
   empty_block(*block);
   const mheap_mblk* behind = next_block(block);
-  if (!join_run_behind(block)) {
-    // A block of size 0 behind it stops the joining; the next search reports it.
-    static_cast<void>(join_free(block));
+  // A free neighbour is damaged by a write beyond this block's end: one look before it is trusted.
+  bool is_sound = behind == heap_.end_block || behind->size != 0;
+  if (is_sound && runs_.exists()) {
+    join_run_behind(block);
+  } else if (is_sound) {
+    is_sound = join_free(block);
   }
   index_freed(block, behind);
+  return is_sound;
 }
 
 // Takes in the free blocks that follow. False: the block after them has size 0.

@@ -13,6 +13,9 @@
 // that fits, joins included, exactly as the walk would; without one the walk does. Only a search that
 // finds nothing walks in any case.
 //
+// A block of size 0 is damage: somebody wrote zeros beyond the end of the block before it. Whoever
+// steps onto one says so and joins nothing.
+//
 // No lock, no log, no waiting: the heap around the blocks (movable_heap.cpp) has them. Only owners'
 // pointer variables and discard callbacks are touched here, because they must change in the same
 // breath as the blocks.
@@ -57,12 +60,12 @@ constexpr std::uint32_t kFreePending = 1;  // In mheap_mblk::flags.
 
 /// Owners' pointer variables. They change under their heap's mutex; whoever looks for a handle's heap
 /// reads them before it knows which mutex that is. A stale value is harmless: the heap's own header
-/// has the last word.
+/// has the last word. Who reads a new one sees what its heap did before it wrote that.
 inline void set_pointer(void** owner, void* data) {
-  std::atomic_ref<void*>(*owner).store(data, std::memory_order_relaxed);
+  std::atomic_ref<void*>(*owner).store(data, std::memory_order_release);
 }
 [[nodiscard]] inline void* get_pointer(void** owner) {
-  return std::atomic_ref<void*>(*owner).load(std::memory_order_relaxed);
+  return std::atomic_ref<void*>(*owner).load(std::memory_order_acquire);
 }
 
 enum class SpaceResult {
@@ -95,8 +98,9 @@ class HeapBlocks {
   /// Gives a found block to a handle, locked once, and cuts off what is not needed.
   void claim(mheap_mblk* block, std::uint64_t needed, void** owner);
 
-  /// Frees a block: callback, owner's variable, header; takes in the free blocks behind it.
-  void release(mheap_mblk* block);
+  /// Frees a block: callback, owner's variable, header; takes in the free blocks behind it. False:
+  /// freed, but a block of size 0 stands behind it.
+  [[nodiscard]] bool release(mheap_mblk* block);
 
   /// Discards every unlocked block and joins what is free. False: a block of size 0.
   [[nodiscard]] bool discard_all();
@@ -116,11 +120,11 @@ class HeapBlocks {
   /// Whether the index says what the headers say; for tests.
   [[nodiscard]] bool index_agrees() const;
 
-  /// The block whose header lies in front of `data`; null when that is no address of this heap.
-  ///
-  /// Kept on purpose: an address equal to base passes, where inner_block_of() wants one above it.
-  /// No data lies at base, so this matters to nobody but has always been so.
+  /// The block whose header lies in front of `data`; null when that is no address of this heap, or
+  /// one so close to its begin that no header can lie in front of it.
   [[nodiscard]] mheap_mblk* block_of(const void* data) const;
+
+  /// The same, for an address above base.
   [[nodiscard]] mheap_mblk* inner_block_of(const void* data) const;
 
   /// The block that `address` lies in, wherever in it; null when that is no address of this heap.
@@ -143,7 +147,7 @@ class HeapBlocks {
 
   [[nodiscard]] std::uint32_t granule_of(const mheap_mblk* block) const;
   [[nodiscard]] mheap_mblk* block_at_granule(std::uint32_t granule) const;
-  [[nodiscard]] bool join_run_behind(mheap_mblk* block);
+  void join_run_behind(mheap_mblk* block);
   void index_freed(const mheap_mblk* block, const mheap_mblk* behind);
   void index_cut_off(const mheap_mblk* rest);
   void index_taken(const mheap_mblk* block);
@@ -155,7 +159,7 @@ class HeapBlocks {
 
 // Here because locking a block is little more than this.
 
-// Null too where the header would begin before the first block: those bytes are not ours to read.
+// What lies in front of the first block is not ours to read.
 inline mheap_mblk* HeapBlocks::block_of(const void* data) const {
   const std::uint64_t address = address_of(data);
   const std::uint64_t first_data = address_of(heap_.first_block) + heap_.header_size;

@@ -1,4 +1,7 @@
 // Buffers by handle: in whichever standard heap they lie, or straight from the system.
+#include <optional>
+
+#include "memory/movable_heap.h"
 #include "memory/os_allocation.h"
 #include "memory/standard_heaps.h"
 #include "orsincore/log.h"
@@ -22,8 +25,24 @@ unsigned int reference(void** handle) {
   return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(*handle));
 }
 
-_mheap* heap_of(void** handle) {
-  return handle != nullptr ? standard_heaps::owner_of(handle) : nullptr;
+// Runs `use` under the mutex of the heap that the handle's block lies in; nothing where it has none.
+//
+// That mutex alone is taken, as heaps are independent: the others' may be held while a discard
+// callback runs, or for good after a failed validation.
+template <typename Use>
+std::optional<int> in_own_heap(void** handle, Use use) {
+  _mheap* heap = handle != nullptr ? standard_heaps::heap_around(handle) : nullptr;
+  if (heap == nullptr) {
+    return std::nullopt;
+  }
+  const HeapLock lock(
+      heap);  // Until here another thread's allocation may be moving this very block.
+  return mheap_is_valid(heap, handle) ? std::optional(use(heap, handle)) : std::nullopt;
+}
+
+int unlock_and_free(_mheap* heap, void** handle) {
+  const int locks = mheap_unlock(heap, handle);
+  return locks < 0 ? locks : mheap_free(heap, handle);
 }
 
 }  // namespace
@@ -51,9 +70,8 @@ void* mem_alloc_locked_buffer(void** handle, std::uint64_t size, MEM_HEAP_ID id)
 }
 
 int mem_free_locked_buffer(void** handle) {
-  if (_mheap* heap = heap_of(handle); heap != nullptr) {
-    const int locks = mheap_unlock(heap, handle);
-    return locks < 0 ? locks : mheap_free(heap, handle);
+  if (const auto result = in_own_heap(handle, unlock_and_free); result) {
+    return *result;
   }
   if (handle == nullptr || *handle == nullptr || !os_free(*handle)) {
     return -1;
@@ -63,8 +81,8 @@ int mem_free_locked_buffer(void** handle) {
 }
 
 int mem_lock_buffer(void** handle) {
-  if (_mheap* heap = heap_of(handle); heap != nullptr) {
-    return mheap_lock(heap, handle);
+  if (const auto locks = in_own_heap(handle, mheap_lock); locks) {
+    return *locks;
   }
   if (needs_no_lock(handle)) {
     return 0;
@@ -74,8 +92,8 @@ int mem_lock_buffer(void** handle) {
 }
 
 int mem_keep_buffer(void** handle) {
-  if (_mheap* heap = heap_of(handle); heap != nullptr) {
-    return mheap_keep(heap, handle);
+  if (const auto locks = in_own_heap(handle, mheap_keep); locks) {
+    return *locks;
   }
   if (needs_no_lock(handle)) {
     return 0;
@@ -85,8 +103,8 @@ int mem_keep_buffer(void** handle) {
 }
 
 int mem_unlock_buffer(void** handle) {
-  if (_mheap* heap = heap_of(handle); heap != nullptr) {
-    return mheap_unlock(heap, handle);
+  if (const auto locks = in_own_heap(handle, mheap_unlock); locks) {
+    return *locks;
   }
   if (needs_no_lock(handle)) {
     return 0;
@@ -96,8 +114,8 @@ int mem_unlock_buffer(void** handle) {
 }
 
 int mem_free_buffer(void** handle) {
-  if (_mheap* heap = heap_of(handle); heap != nullptr) {
-    return mheap_free(heap, handle);
+  if (const auto result = in_own_heap(handle, mheap_free); result) {
+    return *result;
   }
   if (handle == nullptr || *handle == nullptr) {
     return -1;

@@ -1,4 +1,5 @@
 // A heap's blocks in the log.
+#include "base/given_text.h"
 #include "memory/movable_heap.h"
 #include "orsincore/log.h"
 
@@ -71,7 +72,7 @@ void trace_block(const mheap_mblk& block, int index, const char* marker, Totals&
 
 void mheap_dump(_mheap* heap, const char* title) {
   const HeapLock lock(heap);
-  if (msgdebug("HEAP '%s' - %s:", HeapName(*heap).text, title != nullptr ? title : "") == 0) {
+  if (msgdebug("HEAP '%s' - %s:", HeapName(*heap).text, given(title)) == 0) {
     return;
   }
   std::uint64_t total = 0;

@@ -1,3 +1,4 @@
+// The arithmetic of the standard heaps' sizes, and the lines of "memory.cfg".
 #include "memory/heap_sizes.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Brings the memory layer up and takes it down, with what it leaves at the end told to the log.
 #include "memory/memory_lifecycle.h"
 
 #include "base/lock.h"
@@ -29,7 +30,6 @@ void stop_memory() {
   if (!port::process_heap_is_valid()) {
     msgdebug("MEMORY: Closedown: System heap corrupted...");
   }
-  os_allocation::stop();
   general_mutex.destroy();
 }
 

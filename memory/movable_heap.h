@@ -39,18 +39,23 @@ struct HeapName {
 
 namespace movable_heap {
 
-enum class Attempt {
-  kAllocated,
-  kNoRoom,   ///< Now; an unlock may change that.
-  kDamaged,  ///< Logged, and the signal raised.
-};
-
 /// One attempt of mheap_alloc_lock(), without waiting. The caller holds the heap's mutex. `needed`
-/// is the size of the whole block.
-[[nodiscard]] Attempt allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle);
+/// is the size of the whole block. False: no room now, or damage, which has been logged and signalled.
+[[nodiscard]] bool allocate_once_locked(_mheap& heap, std::uint64_t needed, void** handle);
 
 /// The blocks of a heap made by mheap_initialize().
 [[nodiscard]] HeapBlocks blocks_of(_mheap* heap);
+
+/// After the line about damage: the process's fatal-error handling takes over.
+void raise_corrupted();
+
+/// Whether the heap's region holds that address. Takes no lock, but waits for a resize that is under
+/// way. Any thread.
+[[nodiscard]] bool region_holds(_mheap* heap, const void* address);
+
+/// Gives the region back to the system and leaves a heap without blocks, in which nothing is found and
+/// nothing fits: for a heap that threads may still come to. mheap_destroy() frees the rest.
+void give_back_region(_mheap* heap);
 
 /// Goes on without the index, as a heap does that had no memory for one; for tests.
 void drop_index(_mheap* heap);

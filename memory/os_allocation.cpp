@@ -2,12 +2,12 @@
 //
 // Promises: an address in the table is live and is given back to the system exactly once; a call
 // that fails leaves nothing behind. `table_mutex` guards the table. It is taken after a heap's
-// mutex and before the log's. memory_lifecycle.cpp starts and stops it.
+// mutex and before the log's. memory_lifecycle.cpp starts it.
 #include "memory/os_allocation.h"
 
 #include <memory>
 
-#include "base/lock.h"
+#include "base/library_locks.h"
 #include "base/process_wide.h"
 #include "memory/allocation_table.h"
 #include "memory/pages_port.h"
@@ -18,7 +18,8 @@ using namespace orsin;
 
 namespace {
 
-constinit Mutex table_mutex;  // Does nothing before start-up, while one thread runs.
+constinit LibraryMutex table_mutex{
+    LockRank::kSystemAllocations};  // Does nothing before start-up, while one thread runs.
 
 AllocationTable& table_locked() ORSIN_REQUIRES(table_mutex) {
   return process_wide<AllocationTable>();
@@ -107,10 +108,6 @@ void report_and_forget() {
              static_cast<int>(table.held_bytes()));
   }
   table.clear();
-}
-
-void stop() {
-  table_mutex.destroy();
 }
 
 bool is_live(const void* address) {

@@ -1,21 +1,19 @@
 // The owner of the allocation table, as the rest of the memory layer sees it.
 //
-// os_alloc() and os_free() stand in orsincore/memory.h. Both work before start() and after stop()
-// too, but unguarded: then only one thread may run.
+// os_alloc() and os_free() stand in orsincore/memory.h. Both work before start() too, but unguarded:
+// then only one thread may run.
 #pragma once
 
 #include <cstdint>
 
 namespace orsin::os_allocation {
 
-/// Creates the mutex that guards the table. Calling it twice is harmless.
+/// Creates the mutex that guards the table, for the life of the process. Calling it twice is
+/// harmless.
 void start();
 
 /// Closedown: reports pages that nobody gave back, and forgets them. The pages stay.
 void report_and_forget();
-
-/// Deletes the mutex.
-void stop();
 
 /// True while `address` is in the table.
 [[nodiscard]] bool is_live(const void* address);

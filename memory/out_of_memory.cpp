@@ -1,3 +1,4 @@
+// Writes the lines about an allocation that failed; formats and logs, and allocates nothing.
 #include "memory/out_of_memory.h"
 
 #include "orsincore/log.h"

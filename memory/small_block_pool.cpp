@@ -1,3 +1,4 @@
+// Chunks of equal elements on the process heap; see the header for the layout.
 #include "memory/small_block_pool.h"
 
 #include <algorithm>

@@ -3,7 +3,9 @@
 // The heap pointers are written while one thread runs, by start-up and closedown, and read by all.
 #include "memory/standard_heaps.h"
 
+#include <array>
 #include <cstdio>
+#include <utility>
 
 #include "base/path_buffer.h"
 #include "base/settings_port.h"
@@ -23,6 +25,10 @@ struct StandardHeaps {
   _mheap* audio = nullptr;
   _mheap* image = nullptr;
   std::uint64_t total = 0;  // Of all four; not 0 once they have been made.
+
+  // Those of mem_free_pools(). Threads that closedown has yet to end may be on their way into one.
+  std::array<_mheap*, 4> retired = {};
+  std::size_t retired_count = 0;
 };
 
 constinit StandardHeaps heaps;
@@ -57,6 +63,13 @@ void destroy(_mheap*& heap) {
   if (heap != nullptr) {
     mheap_destroy(heap);
     heap = nullptr;
+  }
+}
+
+void retire(_mheap*& heap) {
+  if (heap != nullptr) {
+    movable_heap::give_back_region(heap);
+    heaps.retired[heaps.retired_count++] = std::exchange(heap, nullptr);
   }
 }
 
@@ -164,10 +177,10 @@ std::uint64_t mem_alloc_pools() {
 // Kept on purpose: the total stays, so the heaps are made once in the life of a process. A plug-in
 // that asks for them after closedown shall not bring gigabytes back.
 void mem_free_pools() {
-  destroy(heaps.image);
-  destroy(heaps.audio);
-  destroy(heaps.proxy);
-  destroy(heaps.frame);
+  retire(heaps.image);
+  retire(heaps.audio);
+  retire(heaps.proxy);
+  retire(heaps.frame);
 }
 
 _mheap* mem_getheap(MEM_HEAP_ID id) {
@@ -217,16 +230,20 @@ int mem_dumpheap(MEM_HEAP_ID id, const char* title) {
 
 namespace orsin::standard_heaps {
 
-_mheap* owner_of(void** handle) {
-  for (_mheap* heap : {heaps.frame, heaps.proxy, heaps.audio, heaps.image}) {
-    if (heap == nullptr) {
-      continue;
+_mheap* heap_around(void** handle) {
+  void* data = get_pointer(handle);
+  while (data != nullptr) {
+    for (_mheap* heap : {heaps.frame, heaps.proxy, heaps.audio, heaps.image}) {
+      if (heap != nullptr && movable_heap::region_holds(heap, data)) {
+        return heap;
+      }
     }
-    // Under the heap's mutex: another thread's allocation may be moving this very block.
-    const HeapLock lock(heap);
-    if (mheap_is_valid(heap, handle)) {
-      return heap;
+    // A heap that has got another region meanwhile has told the handle, and one more look finds it.
+    void* data_now = get_pointer(handle);
+    if (data_now == data) {
+      return nullptr;
     }
+    data = data_now;
   }
   return nullptr;
 }
@@ -234,6 +251,9 @@ _mheap* owner_of(void** handle) {
 void reset() {
   mem_free_pools();
   heaps.total = 0;
+  while (heaps.retired_count > 0) {
+    mheap_destroy(heaps.retired[--heaps.retired_count]);
+  }
 }
 
 }  // namespace orsin::standard_heaps

@@ -5,8 +5,9 @@
 
 namespace orsin::standard_heaps {
 
-/// The heap whose block belongs to this very handle; null when there is none. Any thread.
-[[nodiscard]] _mheap* owner_of(void** handle);
+/// The heap in whose region `*handle` lies; null when there is none. Takes no lock: whether the block
+/// there is this handle's own is known under that heap's mutex. Any thread.
+[[nodiscard]] _mheap* heap_around(void** handle);
 
 /// Back to the state before start-up. mem_free_pools() alone does not go that far: it leaves the
 /// total, and with it the belief that the heaps have been made.

@@ -1,3 +1,4 @@
+// Quotes and backslashes by the rules that C run-time libraries split by.
 #include "modules/argument_quoting.h"
 
 #include <algorithm>

@@ -13,10 +13,14 @@
 #include <atomic>
 #include <cstddef>
 #include <cstring>
+#include <new>
+#include <string>
 
-#include "base/lock.h"
+#include "base/given_text.h"
+#include "base/library_locks.h"
 #include "base/path_buffer.h"
 #include "base/process_wide.h"
+#include "modules/error_boxes.h"
 #include "modules/library_port.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
@@ -40,7 +44,7 @@ static_assert(offsetof(lib_entry, module) == 264);
 static_assert(offsetof(lib_entry, reference_count) == 272);
 
 struct Loader {
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kLibraryLoader};
   ov_vector<lib_entry> libraries ORSIN_GUARDED_BY(mutex);
 };
 
@@ -50,36 +54,42 @@ Loader& loader() {
 
 constinit std::atomic<const char*> main_entry = nullptr;
 
-// Libraries beside a path are found as long as this lives.
+// Libraries beside a path are found as long as this lives; then those are that the host had named.
 class OwnDirectory {
  public:
   OwnDirectory(const char* path, bool is_wanted) {
     const SplitPath split = split_path(path);
-    is_set_ = is_wanted && split.has_directory;
-    if (is_set_) {
-      PathBuffer directory(path);
-      directory.truncate(split.directory.size() + 1);  // "C:" alone would be another directory.
-      port::set_library_directory(directory.c_str());
+    if (!is_wanted || !split.has_directory) {
+      return;
     }
+    try {
+      hosts_ = port::library_directory();
+    } catch (const std::bad_alloc&) {
+      return;  // The load may still go well, and the host's must not be lost.
+    }
+    PathBuffer directory(path);
+    directory.truncate(split.directory.size() + 1);  // "C:" alone would be another directory.
+    port::set_library_directory(directory.c_str());
+    is_set_ = true;
   }
   ~OwnDirectory() {
     if (is_set_) {
-      port::set_library_directory(nullptr);
+      port::restore_library_directory(hosts_);
     }
   }
   OwnDirectory(const OwnDirectory&) = delete;
   OwnDirectory& operator=(const OwnDirectory&) = delete;
 
  private:
+  std::wstring hosts_;
   bool is_set_ = false;
 };
 
-// What a library may have done to the thread and the process while it initialised.
-void check_side_effects(const char* name) {
+// What a library may have done to the thread while it initialised.
+void check_fpu_mode(const char* name) {
   if (!fpu_check() && msgdebug("FPU setup changed un-expected after loading:") != 0) {
     msgcont("    '%s'", name);
   }
-  port::silence_error_boxes();
 }
 
 lib_entry* find_locked(Loader& state, const char* name) ORSIN_REQUIRES(state.mutex) {
@@ -99,13 +109,21 @@ void* load_locked(Loader& state, const char* name, int flags) ORSIN_REQUIRES(sta
     std::strcpy(path, name);
   }
 
-  const OwnDirectory own_directory(path, (flags & kUseOwnDirectory) != 0);
+  // While another directory is searched the current one is not: such a path would lead nowhere.
+  const bool uses_own_directory = (flags & kUseOwnDirectory) != 0;
+  if (uses_own_directory && is_file && !port::absolute_path(path, path, sizeof(path))) {
+    std::strcpy(path, name);
+  }
+
+  const OwnDirectory own_directory(path, uses_own_directory);
+  const unsigned error_mode = port::error_mode();
   void* module = port::load_library(path);
   if (module == nullptr) {
     // A library that is nowhere is no news: hosts try names to see what is installed.
     if (is_file && msgwarn("Can't open module: '%s'", name) != 0) {
       msgcont("%s", os_errormsg());
     }
+    silence_error_boxes(error_mode);
     return nullptr;
   }
   port::silence_thread_notices(module);
@@ -115,9 +133,11 @@ void* load_locked(Loader& state, const char* name, int flags) ORSIN_REQUIRES(sta
   entry.reference_count = 1;
   if (!state.libraries.append(entry)) {
     port::unload_library(module);
+    silence_error_boxes(error_mode);
     return nullptr;
   }
-  check_side_effects(name);
+  check_fpu_mode(name);
+  silence_error_boxes(error_mode);  // The library may have turned them on.
   const double seconds = mp_getclock() - started;
   if (seconds > kSlowSeconds) {
     msgwarn("Library loader took %.3f for: %s", seconds, path);
@@ -151,14 +171,9 @@ void call_entry(void* argument) {
   call->result = call->entry(call->argc, call->argv);
 }
 
-// What was thrown is destroyed in here, while the code of its destructor is still loaded.
 int run_entry(void* entry, int argc, char** argv) {
   EntryCall call = {reinterpret_cast<int (*)(int, char**)>(entry), argc, argv, kThrew};
-  try {
-    return run_guarded(call_entry, &call) == 0 ? call.result : kThrew;
-  } catch (...) {
-    return kThrew;
-  }
+  return run_shielded(call_entry, &call) ? call.result : kThrew;
 }
 
 }  // namespace
@@ -174,16 +189,13 @@ void start_library_loader() {
 // hold pointers into it while the process ends.
 void stop_library_loader() {
   Loader& state = loader();
-  {
-    const ScopedLock guard(state.mutex);
-    for (int i = state.libraries.count() - 1; i >= 0; --i) {
-      if (i < state.libraries.count()) {
-        drop_reference_locked(state, i);
-      }
+  const ScopedLock guard(state.mutex);
+  for (int i = state.libraries.count() - 1; i >= 0; --i) {
+    if (i < state.libraries.count()) {
+      drop_reference_locked(state, i);
     }
-    state.libraries.release();
   }
-  state.mutex.destroy();
+  state.libraries.release();
 }
 
 }  // namespace orsin
@@ -232,7 +244,7 @@ int ov_rundll(const char* module, const char* entry, int argc, char** argv) {
   if (void* address = ov_resolve_symbol(library, entry)) {
     result = run_entry(address, argc, argv);
   } else {
-    msgerror("RUNDLL: Entry '%s' not found", entry != nullptr ? entry : "");
+    msgerror("RUNDLL: Entry '%s' not found", given(entry));
   }
   ov_close_library(library, false);
   return result;

@@ -1,6 +1,9 @@
 // What the library loader asks of the platform. library_win.cpp answers.
 #pragma once
 
+#include <cstddef>
+#include <string>
+
 namespace orsin::port {
 
 /// Loads a library by path or name. Null: see the last error.
@@ -13,10 +16,22 @@ void unload_library(void* module) noexcept;
 /// Spares the library the calls about threads that start and end.
 void silence_thread_notices(void* module) noexcept;
 
-/// Where else libraries are looked for, in the whole process; null takes it back.
+/// The path from the root on, of a file whose path counts from the current directory. False when it
+/// does not fit.
+[[nodiscard]] bool absolute_path(const char* path, char* out, std::size_t size) noexcept;
+
+/// Where else libraries are looked for, in the whole process; empty: nowhere. Windows answers so too
+/// where an empty directory was set. May throw std::bad_alloc.
+[[nodiscard]] std::wstring library_directory();
 void set_library_directory(const char* directory) noexcept;
 
-/// Turns the system's boxes about critical errors and files that cannot be opened off.
-void silence_error_boxes() noexcept;
+/// Sets what library_directory() answered.
+void restore_library_directory(const std::wstring& directory) noexcept;
+
+/// The process's error mode, in which these two bits are the boxes that are not shown.
+constexpr unsigned kNoCriticalErrorBox = 0x0001;
+constexpr unsigned kNoOpenFileBox = 0x8000;
+[[nodiscard]] unsigned error_mode() noexcept;
+void set_error_mode(unsigned mode) noexcept;
 
 }  // namespace orsin::port

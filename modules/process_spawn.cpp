@@ -42,7 +42,7 @@ std::vector<std::string> quoted(char* const* argv) {
 }
 
 // Null with the reason in errno.
-UniqueProgram start(const char* program, char* const* argv) {
+UniqueProgram start(const char* program, char* const* argv, bool is_waited_for) {
   if (program == nullptr || argv == nullptr || argv[0] == nullptr) {
     errno = EINVAL;
     return nullptr;
@@ -55,7 +55,9 @@ UniqueProgram start(const char* program, char* const* argv) {
       pointers.push_back(argument.c_str());
     }
     pointers.push_back(nullptr);
-    return UniqueProgram(port::start_program(program, pointers.data()));
+    // What may live longer than this process must not hold its log.
+    const auto errors = is_waited_for ? port::ErrorOutput::kOurs : port::ErrorOutput::kNowhere;
+    return UniqueProgram(port::start_program(program, pointers.data(), errors));
   } catch (const std::bad_alloc&) {
     errno = ENOMEM;
     return nullptr;
@@ -78,7 +80,7 @@ bool SpawnAndLoopUntilFinished(const char* program, char* const* argv, bool wait
                                void (*idle)(void*), void* idle_argument,
                                ProcessResultStruct& result, int poll_ms) {
   result = {false, -1, false, 0};
-  const UniqueProgram process = start(program, argv);
+  const UniqueProgram process = start(program, argv, wait);
   if (process == nullptr) {
     msgerror("_spawnvp failed (%s)", std::strerror(errno));
     return false;

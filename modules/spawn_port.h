@@ -5,11 +5,15 @@
 
 namespace orsin::port {
 
+/// Whose standard error a program gets where that of this process is not for children to inherit, as
+/// that of a process whose log it is.
+enum class ErrorOutput { kOurs, kNowhere };
+
 /// Starts a program, looked for along PATH, and does not wait for it.
 ///
 /// @param argv  Ends with null; joined with blanks as it is. UTF-8.
 /// @return A handle for close_program(); null with the reason in errno.
-[[nodiscard]] void* start_program(const char* program, const char* const* argv);
+[[nodiscard]] void* start_program(const char* program, const char* const* argv, ErrorOutput errors);
 
 enum class ProgramState { kRunning, kEnded, kUnknown };
 

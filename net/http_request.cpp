@@ -1,3 +1,4 @@
+// Methods, headers and lengths of a request; see the header.
 #include "net/http_request.h"
 
 #include <cstring>

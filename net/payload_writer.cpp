@@ -1,3 +1,4 @@
+// Hands a payload to an open request, in as few pieces as the system's counts allow.
 #include "net/payload_writer.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Reserves, commits and grows the memory of an answer; see the header.
 #include "net/response_body.h"
 
 #include <algorithm>

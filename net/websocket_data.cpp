@@ -1,3 +1,4 @@
+// Takes, fills and gives back the heap buffer of a message; see the header.
 #include "net/websocket_data.h"
 
 #include "orsincore/memory.h"

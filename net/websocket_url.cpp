@@ -1,3 +1,4 @@
+// Splits a WebSocket URL by three characters; see the header.
 #include "net/websocket_url.h"
 
 #include <algorithm>

@@ -1,9 +1,11 @@
+// Connecting, sending, receiving and closing over the WinHTTP port; see the header.
 #include "net/websocket_winhttp.h"
 
 #include <cstring>
 #include <memory>
 #include <new>
 
+#include "base/given_text.h"
 #include "base/log_port.h"
 #include "net/websocket_data.h"
 #include "net/websocket_url.h"
@@ -31,8 +33,8 @@ std::unique_ptr<char16_t[]> to_wide(const char* url) {
 }  // namespace
 
 bool WebSocketWinHttp::Connect(const char* url) {
-  close_handles();                  // Of an earlier Connect().
-  url = url != nullptr ? url : "";  // A server without a name, which is not there.
+  close_handles();   // Of an earlier Connect().
+  url = given(url);  // A server without a name, which is not there.
 
   session_ = port::open_web_session();
   if (session_ == nullptr) {

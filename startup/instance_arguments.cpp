@@ -1,3 +1,4 @@
+// What a second instance hands to the first: the command line without the program.
 #include <cstring>
 
 #include "startup/instance.h"
@@ -5,7 +6,7 @@
 namespace orsin {
 
 // Kept on purpose: the program's name ends at the first blank, even inside quotes. A quoted path with
-// a blank leaves its rest in front of the arguments; hosts have learnt to look behind it.
+// a blank leaves its rest in front of the arguments. Required.
 const char* arguments_of(const char* command_line) {
   if (command_line == nullptr) {
     return "";

@@ -1,95 +1,71 @@
-#include <cstdio>
+// The single instance's port: a named mutex, a window of another process, and a section that all
+// processes share which have loaded the same file of the library.
 #include <cwchar>
 #include <string>
 
 #include "base/compiler.h"
+#include "base/exact_wide_win.h"
 #include "base/win/windows.h"
-#include "orsincore/startup.h"
-#include "orsincore/text.h"
-#include "startup/instance.h"
+#include "startup/instance_port.h"
 
 #if defined(_MSC_VER)
 #pragma section("Instance", read, write, shared)
 #endif
 
-namespace orsin {
+namespace orsin::port {
 namespace {
 
-// Written by a second instance, read and cleared by the first, without a lock: the flag is written
-// after the text.
-ORSIN_SHARED_SECTION("Instance") volatile InstanceRecord instance_record = {};
+ORSIN_SHARED_SECTION("Instance") volatile InstanceRecord shared_record = {};
 
-HANDLE instance_mutex = nullptr;
-
-// The raw command line in UTF-8; the narrow call would give the system's code page.
-std::string command_line() {
-  const wchar_t* wide = GetCommandLineW();
-  std::string line(std::wcslen(wide) * 3 + 1, '\0');
-  ov_wchar_to_utf8(wide, line.data(), line.size());
-  return line;
-}
-
-void leave_arguments(const char* arguments) {
-  bool ended = false;
-  for (std::size_t i = 0; i < sizeof(instance_record.command_line); ++i) {
-    ended = ended || arguments[i] == '\0';
-    instance_record.command_line[i] = ended ? '\0' : arguments[i];
-  }
-  instance_record.pending = 1;
-}
-
-void show_first_instance(const char* application_name) {
-  char class_name[300];
-  std::snprintf(class_name, sizeof(class_name), "%sKORVANE", application_name);
-  HWND window = FindWindowA(class_name, nullptr);
-  if (window == nullptr) {
-    MessageBoxA(nullptr, "There is already an instance running!", application_name, MB_OK);
-    return;
-  }
-  if (IsIconic(window) != 0) {
-    ShowWindow(window, SW_RESTORE);
-  }
-  SetWindowPos(window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_ASYNCWINDOWPOS);
+HWND window_of(void* window) {
+  return static_cast<HWND>(window);
 }
 
 }  // namespace
 
-bool become_single_instance(const char* application_name) {
-  char name[400];
-  std::snprintf(name, sizeof(name), "%s_5E4C86F371114ee585BCDA0859351AE0", application_name);
-  SetLastError(ERROR_SUCCESS);
-  instance_mutex = CreateMutexA(nullptr, FALSE, name);
-  if (GetLastError() != ERROR_ALREADY_EXISTS) {
-    return true;
-  }
-  leave_arguments(arguments_of(command_line().c_str()));
-  end_single_instance();
-  show_first_instance(application_name);
-  return false;
+void* create_named_mutex(const char* name) noexcept {
+  return CreateMutexW(nullptr, FALSE, exact_wide(name).c_str());
 }
 
-void end_single_instance() {
-  if (instance_mutex != nullptr) {
-    CloseHandle(instance_mutex);
-    instance_mutex = nullptr;
-  }
+void close_named_mutex(void* mutex) noexcept {
+  CloseHandle(mutex);
 }
 
-}  // namespace orsin
-
-using namespace orsin;
-
-int ov_get_instance_update(char* destination) {
-  const int pending = instance_record.pending;
-  if (pending == 0 || destination == nullptr) {
-    return 0;
-  }
-  bool ended = false;
-  for (std::size_t i = 0; i < sizeof(instance_record.command_line); ++i) {
-    const char c = instance_record.command_line[i];
-    ended = ended || c == '\0';
-    destination[i] = ended ? '\0' : c;
-  }
-  instance_record.pending = 0;
-  return pending;
+// The narrow call would give the system's code page.
+const char* raw_command_line() noexcept {
+  static const std::string line = [] {
+    const wchar_t* wide = GetCommandLineW();
+    std::string text(std::wcslen(wide) * 3 + 1, '\0');
+    ov_wchar_to_utf8(wide, text.data(), text.size());
+    return text;
+  }();
+  return line.c_str();
 }
+
+volatile InstanceRecord& instance_record() noexcept {
+  return shared_record;
+}
+
+void* find_window(const char* class_name) noexcept {
+  return FindWindowW(exact_wide(class_name).c_str(), nullptr);
+}
+
+bool is_minimised(void* window) noexcept {
+  return IsIconic(window_of(window)) != 0;
+}
+
+// ShowWindow() waits until the window's thread has looked at its messages.
+void restore_window(void* window) noexcept {
+  ShowWindowAsync(window_of(window), SW_RESTORE);
+}
+
+void raise_window(void* window) noexcept {
+  SetWindowPos(window_of(window), HWND_TOP, 0, 0, 0, 0,
+               SWP_NOMOVE | SWP_NOSIZE | SWP_ASYNCWINDOWPOS);
+}
+
+void show_message(const char* text, const char* title) noexcept {
+  MessageBoxW(nullptr, exact_wide(text).c_str(), exact_wide(title).c_str(), MB_OK);
+}
+
+}  // namespace orsin::port

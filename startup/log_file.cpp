@@ -1,3 +1,4 @@
+// Finds the process's paths, rotates the old logs and makes the new one standard error.
 #include "startup/log_file.h"
 
 #include <cerrno>
@@ -6,6 +7,7 @@
 
 #include "base/program_paths.h"
 #include "base/unique_file.h"
+#include "files/backup_name.h"
 #include "files/environment_port.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
@@ -20,7 +22,7 @@ constexpr int kLogGenerations = 10;
 
 // A file in the program's settings marks an installation that keeps everything in its own folder.
 bool is_self_contained(const char* code) {
-  char marker[kProgramPathBytes];
+  char marker[kPathBytes];
   std::snprintf(marker, sizeof(marker), "%s%s\\%s", code, "Settings", "System.reg");
   return file_exists(marker) != 0;
 }
@@ -30,7 +32,7 @@ void write_data_path(ProgramPaths& paths, const char* application_name, const ch
       port::read_environment(data_variable, paths.data, sizeof(paths.data))) {
     return;
   }
-  char folder[kProgramPathBytes];
+  char folder[kPathBytes];
   if (!is_self_contained(paths.code) && application_name != nullptr &&
       port::common_application_data(folder, sizeof(folder))) {
     std::snprintf(paths.data, sizeof(paths.data), "%s\\%s", folder, application_name);
@@ -60,14 +62,22 @@ bool make_log_directory(char* directory) {
 }
 
 // A predecessor gives its instance up before its log, and the system may hold an ended process's file
-// for a moment longer. Rotating now would fail, and opening then empty the predecessor's log. There
-// is nothing to wait on, so this looks again until a limit.
+// for a moment longer. Emptying the file now would cut off what that one still writes. There is
+// nothing to wait on, so this looks again until a limit. Whoever merely reads is not waited for.
 void wait_until_released(const char* path) {
   constexpr long long kPauseNs = 10'000'000;
   constexpr int kLooks = 50;
-  for (int look = 0; look < kLooks && port::is_file_held(path); ++look) {
+  for (int look = 0; look < kLooks && port::is_file_written(path); ++look) {
     mp_timedwait(kPauseNs);
   }
+}
+
+// Makes the latest log number 1. A file that somebody holds cannot be renamed, and is copied. False
+// when the lines of the one before are in that file only.
+bool rotate_log(const char* path) {
+  wait_until_released(path);
+  file_backup(path, kLogGenerations);
+  return file_exists(path) == 0 || port::copy_file(path, backup_name(path, 1).c_str());
 }
 
 // Standard error becomes the log file, so that whatever any code writes there lands in the log. Null
@@ -81,11 +91,9 @@ std::FILE* reopen_standard_error(const char* path, const char* mode) {
 }
 
 bool open_log(const char* path, bool continues) {
-  if (!continues) {
-    wait_until_released(path);
-    file_backup(path, kLogGenerations);
-  }
-  std::FILE* stream = reopen_standard_error(path, continues ? "a+" : "w+");
+  // Not inherited: a child that lives longer than this process would hold the file.
+  const bool empties = !continues && rotate_log(path);
+  std::FILE* stream = reopen_standard_error(path, empties ? "w+N" : "a+N");
   if (stream == nullptr) {
     msg_open(nullptr);
     return false;
@@ -107,7 +115,7 @@ void set_paths_and_open_log(const char* application_name, const char* data_varia
     msg_open(nullptr);
     return;
   }
-  char directory[kProgramPathBytes];
+  char directory[kPathBytes];
   write_log_path(paths.data, application_name, directory, paths.log_file);
   if (directory[0] != '\0' && !make_log_directory(directory)) {
     std::snprintf(paths.log_file, sizeof(paths.log_file), "%s.log", application_name);

@@ -1,3 +1,4 @@
+// The mutex that a restarting process keeps, and the start of its successor; see startup/restart.h.
 #include "startup/restart.h"
 
 #include <string>

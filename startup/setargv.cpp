@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/given_text.h"
 #include "orsincore/startup.h"
 
 namespace orsin {
@@ -83,8 +84,8 @@ void setargv(char* program, char* command_line, int* argc, char*** argv) {
   }
   *argc = 0;
   *argv = nullptr;
-  const char* name = program != nullptr ? program : "";
-  const char* line = command_line != nullptr ? command_line : "";
+  const char* name = given(program);
+  const char* line = given(command_line);
   const std::size_t pointer_bytes = entry_count(line) * sizeof(char*);
   const std::size_t name_bytes = std::strlen(name) + 1;
   // An argument never grows, and its terminator takes the place of a blank or of the line's end.

@@ -3,7 +3,6 @@
 // Both run on the host's main thread while no other thread of the library runs. At TRACE level the
 // log names each step as it was done: those of start-up with their times once the level is set,
 // those of closedown one by one.
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 
@@ -13,8 +12,8 @@
 #include "files/copy_streams.h"
 #include "files/transfer_slots.h"
 #include "memory/memory_lifecycle.h"
+#include "modules/error_boxes.h"
 #include "modules/library_loader.h"
-#include "modules/library_port.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
@@ -26,6 +25,7 @@
 #include "startup/restart.h"
 #include "startup/startup_letters.h"
 #include "startup/startup_port.h"
+#include "startup/startup_steps.h"
 #include "startup/system_report.h"
 #include "text/localisation.h"
 #include "threads/executor.h"
@@ -38,38 +38,6 @@ namespace {
 constexpr int kTimerResolutionMs = 1;  // The platform's timer is left as it is.
 
 void* autorelease_pool = nullptr;
-
-// Does the steps of start-up and remembers them for the log, which is not at TRACE level before the
-// last one is done.
-class StartupSteps {
- public:
-  template <typename Step>
-  void take(const char* name, Step step) {
-    const auto begin = Clock::now();
-    step();
-    if (count_ < kStepsMax) {
-      taken_[count_++] = {name, Clock::now() - begin};
-    }
-  }
-
-  void trace() const {
-    for (int i = 0; i < count_; ++i) {
-      const std::chrono::duration<double, std::milli> time = taken_[i].time;
-      msg_trace("Start-up: %s, %.2f ms", taken_[i].name, time.count());
-    }
-  }
-
- private:
-  using Clock = std::chrono::steady_clock;  // The library's own starts on the way.
-  static constexpr int kStepsMax = 16;      // Fourteen are taken.
-
-  struct Taken {
-    const char* name;
-    Clock::duration time;
-  };
-  Taken taken_[kStepsMax] = {};
-  int count_ = 0;
-};
 
 void take_down(const char* name, void (*stop)()) {
   msg_trace("Closedown: %s", name);
@@ -84,7 +52,7 @@ void prime_identifiers() {
 
 void set_module_path(int argc, char** argv) {
   const char* path = argc > 0 && argv != nullptr && argv[0] != nullptr ? argv[0] : "";
-  std::snprintf(program_paths().module, kProgramPathBytes, "%s", path);
+  std::snprintf(program_paths().module, kPathBytes, "%s", path);
 }
 
 }  // namespace
@@ -110,7 +78,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
   // 3. What everything else needs: processors, memory, clock.
   StartupSteps steps;
   mem_info_str memory = {};
-  port::silence_error_boxes();
+  silence_error_boxes();
   steps.take("processors", [] { query_processors(false); });
   steps.take("memory", [&memory] { start_memory(memory); });
   steps.take("identifiers", prime_identifiers);
@@ -146,7 +114,7 @@ bool ov_initialize(char* application_name, const char* data_variable, int argc, 
 }
 
 bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
-  port::module_file_name(program_paths().module, kProgramPathBytes);
+  port::module_file_name(program_paths().module, kPathBytes);
   query_processors(false);
   mem_info_str memory = {};
   start_memory(memory);
@@ -181,6 +149,7 @@ void ov_closedown() {
   }
   take_down("localisation", stop_localisation);
   take_down("library loader", stop_library_loader);
+  restore_error_boxes();
   write_rule();
   msg_close();
   ov_release_autorelease_pool(autorelease_pool);

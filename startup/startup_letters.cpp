@@ -1,3 +1,4 @@
+// Reads -D, -P and -restart letter by letter; see the header.
 #include "startup/startup_letters.h"
 
 #include <cstdlib>

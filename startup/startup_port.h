@@ -12,11 +12,17 @@ void module_file_name(char* path, std::size_t size) noexcept;
 /// The folder for the data of all users, made if it is missing.
 [[nodiscard]] bool common_application_data(char* path, std::size_t size) noexcept;
 
-/// Whether somebody has the file open in a way that keeps it from being renamed.
-[[nodiscard]] bool is_file_held(const char* path) noexcept;
+/// Whether somebody has the file open to write to it, or keeps us from doing so.
+[[nodiscard]] bool is_file_written(const char* path) noexcept;
+
+/// Copies a file, also one that somebody has open, over what the other name holds.
+[[nodiscard]] bool copy_file(const char* from, const char* to) noexcept;
 
 /// Points the process's standard-error handle at the stream's file.
 void redirect_standard_error(std::FILE* stream) noexcept;
+
+/// Closes the process's standard error if that has been done; the host's own is left alone.
+void close_redirected_standard_error() noexcept;
 
 /// The computer's network name as UTF-8; false when the system does not tell or it does not fit.
 [[nodiscard]] bool computer_name(char* name, std::size_t size) noexcept;

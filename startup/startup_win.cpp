@@ -1,8 +1,10 @@
+// What start-up and its report ask of Windows; see startup/startup_port.h.
 #include "startup/startup_port.h"
 
 #include <cstdio>
 #include <vector>
 
+#include "base/wide_path_win.h"
 #include "base/win/windows.h"
 #include "orsincore/text.h"
 
@@ -14,6 +16,8 @@ namespace {
 
 constexpr std::size_t kPathUnits = 260;
 constexpr std::size_t kUtf8BytesPerUnit = 3;
+
+constinit bool standard_error_is_log = false;
 
 }  // namespace
 
@@ -34,11 +38,10 @@ bool common_application_data(char* path, std::size_t size) noexcept {
   return true;
 }
 
-bool is_file_held(const char* path) noexcept {
-  wchar_t wide[kPathUnits];
-  HANDLE file = CreateFileW(ov_utf8_to_wchar_n(path, wide, kPathUnits), DELETE,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                            OPEN_EXISTING, 0, nullptr);
+bool is_file_written(const char* path) noexcept {
+  const HANDLE file =
+      CreateFileW(WidePath(path), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) {
     return GetLastError() == ERROR_SHARING_VIOLATION;
   }
@@ -46,9 +49,21 @@ bool is_file_held(const char* path) noexcept {
   return false;
 }
 
+bool copy_file(const char* from, const char* to) noexcept {
+  return CopyFileW(WidePath(from), WidePath(to), FALSE) != 0;
+}
+
 void redirect_standard_error(std::FILE* stream) noexcept {
   const auto handle = _get_osfhandle(_fileno(stream));
   SetStdHandle(STD_ERROR_HANDLE, reinterpret_cast<HANDLE>(handle));
+  standard_error_is_log = true;
+}
+
+void close_redirected_standard_error() noexcept {
+  if (standard_error_is_log) {
+    std::fclose(stderr);
+    standard_error_is_log = false;
+  }
 }
 
 bool computer_name(char* name, std::size_t size) noexcept {

@@ -1,11 +1,14 @@
+// Writes banner, system, processors and owner at the head of the log.
 #include "startup/system_report.h"
 
 #include <cstdio>
 
+#include "base/given_text.h"
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
 #include "orsincore/threads.h"
+#include "startup/build_date.h"
 #include "startup/startup_port.h"
 
 namespace orsin {
@@ -88,7 +91,7 @@ void write_banner(const char* application_name, int level, const RestartState& r
   char now[260];
   date().format(now, true);
   msginfo("%s", kRule);
-  msgcont("%s - [Build: %s]", application_name != nullptr ? application_name : "", __DATE__);
+  msgcont("%s - [Build: %s]", given(application_name), kBuildDate);
   if (restart.is_continued) {
     msgcont("Log continued(%d): %s", level, now);
   } else {

@@ -17,13 +17,11 @@
 namespace orsin {
 namespace {
 
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
 // Bytes of 0x80 and above are undefined input; here they count as 0 like any other stranger.
 constexpr std::array<std::uint8_t, 256> kValues = [] {
   std::array<std::uint8_t, 256> values = {};
   for (std::uint8_t i = 0; i < 64; ++i) {
-    values[static_cast<unsigned char>(kAlphabet[i])] = i;
+    values[static_cast<unsigned char>(kBase64Alphabet[i])] = i;
   }
   return values;
 }();

@@ -16,7 +16,6 @@
 namespace orsin {
 namespace {
 
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::uint8_t kStranger = 0x80;
 
 struct Tables {
@@ -30,7 +29,7 @@ alignas(64) constexpr Tables kTables = [] {
   Tables tables = {};
   tables.values.fill(kStranger);
   for (std::uint8_t i = 0; i < 64; ++i) {
-    tables.values[static_cast<unsigned char>(kAlphabet[i])] = i;
+    tables.values[static_cast<unsigned char>(kBase64Alphabet[i])] = i;
   }
   for (unsigned i = 0; i < kBase64BlockBytes; ++i) {
     tables.sources[i] = static_cast<std::uint8_t>(i / 3 * 4 + 2 - i % 3);

@@ -9,6 +9,10 @@
 
 namespace orsin {
 
+/// The characters for the values from 0 to 63 (RFC 4648, section 4).
+inline constexpr char kBase64Alphabet[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 constexpr std::size_t kBase64BlockCharacters = 128;
 constexpr std::size_t kBase64BlockBytes = 96;
 constexpr std::size_t kBase64StreamAlignment = 32;

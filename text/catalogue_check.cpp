@@ -1,3 +1,4 @@
+// Checks every offset and length of a catalogue before a reader trusts them; see the header.
 #include "text/catalogue_check.h"
 
 #include <cstdint>

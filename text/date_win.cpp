@@ -1,3 +1,4 @@
+// Clocks, time zones and the user's formats as Windows has them; see text/date_port.h.
 #include "text/date_port.h"
 
 #include <ctime>

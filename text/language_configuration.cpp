@@ -1,3 +1,4 @@
+// Reads the language out of the text of "language.cfg"; see the header.
 #include "text/language_configuration.h"
 
 #include <algorithm>

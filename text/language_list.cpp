@@ -1,3 +1,4 @@
+// Reads the lines of the list of languages; see the header.
 #include "text/language_list.h"
 
 #include <algorithm>

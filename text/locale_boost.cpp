@@ -8,11 +8,13 @@
 #include <boost/locale/localization_backend.hpp>
 #include <boost/locale/message.hpp>
 
+#include <clocale>
 #include <locale>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "text/catalogue_check.h"
@@ -25,22 +27,31 @@ namespace {
 namespace bl = boost::locale;
 using Messages = bl::message_format<char>;
 
+// The locale that was installed, its texts if it has any, and the one before it. Written while one
+// thread runs.
+//
+// Texts come from the process's locale at the time of the call, which the host may have changed. But
+// finding a facet takes a dynamic cast, half of a translation's time, and nearly always the locale
+// is still ours: then its facet is known.
 struct InstalledLocale {
   std::locale ours;
+  const Messages* messages;
   std::locale before;
 };
 
-struct LocaleState {
-  InstalledLocale* installed = nullptr;
+constinit InstalledLocale* installed = nullptr;
 
-  // The facet of `installed`, looked up once: asking the process for its locale takes a lock, and
-  // finding a facet in it a dynamic cast, together half of a translation's time. Our facets are
-  // known to this module alone, so a locale that the host installs later cannot have any, and texts
-  // keep coming from ours. Written while one thread runs.
-  const Messages* messages = nullptr;
-};
+const Messages* find_messages(const std::locale& locale) {
+  return std::has_facet<Messages>(locale) ? &std::use_facet<Messages>(locale) : nullptr;
+}
 
-constinit LocaleState state;
+// Where the locale has a name, the standard library also gives it to the C library, whose locale
+// belongs to the host.
+void set_process_locale(const std::locale& locale) {
+  const std::string host = std::setlocale(LC_ALL, nullptr);
+  std::locale::global(locale);
+  std::setlocale(LC_ALL, host.c_str());
+}
 
 std::vector<char> read_sound_catalogue(const std::string& path) {
   std::vector<char> bytes = read_whole_file(path.c_str()).value_or(std::vector<char>());
@@ -101,11 +112,9 @@ bool install_locale(const char* path, const char* domain, const char* name,
     const std::locale ours = make_locale(path, domain, name);
     const auto& info = std::use_facet<bl::info>(ours);
     parts = {info.language(), info.country(), info.variant()};
-    state.installed = new InstalledLocale{ours, std::locale()};
-    std::locale::global(ours);
-    if (std::has_facet<Messages>(ours)) {
-      state.messages = &std::use_facet<Messages>(ours);
-    }
+    auto installing = std::make_unique<InstalledLocale>(ours, find_messages(ours), std::locale());
+    set_process_locale(ours);
+    installed = installing.release();
     return true;
   } catch (const std::exception&) {
     return false;
@@ -113,19 +122,26 @@ bool install_locale(const char* path, const char* domain, const char* name,
 }
 
 void remove_locale() noexcept {
-  const std::unique_ptr<InstalledLocale> installed(state.installed);
-  state = {};
-  if (installed != nullptr && std::locale() == installed->ours) {
-    std::locale::global(installed->before);
+  const std::unique_ptr<InstalledLocale> ending(std::exchange(installed, nullptr));
+  if (ending == nullptr || std::locale() != ending->ours) {
+    return;
+  }
+  try {
+    set_process_locale(ending->before);
+  } catch (const std::bad_alloc&) {
+    std::locale::global(
+        ending->before);  // Ours must not stay, whatever becomes of the C library's.
   }
 }
 
 const char* translate(const char* context, const char* msgid) noexcept {
-  if (state.messages == nullptr) {
+  if (installed == nullptr) {
     return nullptr;
   }
   try {
-    return state.messages->get(0, context, msgid);
+    const std::locale now;
+    const Messages* messages = now == installed->ours ? installed->messages : find_messages(now);
+    return messages != nullptr ? messages->get(0, context, msgid) : nullptr;
   } catch (...) {
     return nullptr;  // Whatever is wrong with this catalogue or this text: it reads untranslated.
   }

@@ -1,3 +1,4 @@
+// Puts the names of locales together; see the header.
 #include "text/locale_name.h"
 
 #include <algorithm>

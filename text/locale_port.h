@@ -22,10 +22,11 @@ void select_locale_maker() noexcept;
                                   LocaleParts& parts) noexcept;
 
 /// Ends the installed locale: its texts die with it. The process gets the locale it had before,
-/// unless somebody else has installed one meanwhile.
+/// unless somebody else has installed one meanwhile. The C library's locale is left alone.
 void remove_locale() noexcept;
 
-/// The translation, which lives as long as the installed locale; null when there is none.
+/// The translation by the process's locale as it is now, which lives as long as the installed one;
+/// null when there is none.
 [[nodiscard]] const char* translate(const char* context, const char* msgid) noexcept;
 
 }  // namespace orsin::port

@@ -1,3 +1,4 @@
+// The eighty rounds of SHA-1 by plain arithmetic and by the processor's own instructions.
 #include "text/sha1_blocks.h"
 
 #include <immintrin.h>

@@ -1,3 +1,4 @@
+// New identifiers from the system's generator.
 #include <cstring>
 
 #include "base/win/windows.h"

@@ -1,3 +1,4 @@
+// Reads a small file into one vector; see the header.
 #include "text/whole_file.h"
 
 #include <cstdio>

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <memory>
@@ -37,6 +38,7 @@ constexpr int kJobsPerWorker = 3;  // So that several callers can queue without 
 constexpr int kQueueCapacityInitial = 64;
 constexpr unsigned int kJoinTimeoutMs = 60000;
 constexpr int kBetweenJobs = -1;
+constexpr std::chrono::microseconds kSpinTime(50);
 
 using JobFunction = void (*)(void*, void*, void*, void*, void*, void*);
 
@@ -91,7 +93,8 @@ void push(const smp_entry_t& job) {
 }
 
 smp_entry_t take() {
-  static_cast<void>(spin_until([] { return executor.queued.load(std::memory_order_relaxed) > 0; }));
+  static_cast<void>(
+      spin_until([] { return executor.queued.load(std::memory_order_relaxed) > 0; }, kSpinTime));
   const ScopedLock guard(executor.queue_mutex);
   smp_entry_t job = {};
   while (!executor.ring->take(job)) {
@@ -111,7 +114,7 @@ void count_done(const smp_entry_t& job) {
 }
 
 void wait_for_all(const std::atomic<int>& done, int part_count) {
-  if (spin_until([&] { return done.load(std::memory_order_acquire) >= part_count; })) {
+  if (spin_until([&] { return done.load(std::memory_order_acquire) >= part_count; }, kSpinTime)) {
     return;
   }
   const ScopedLock guard(executor.done_mutex);

@@ -2,36 +2,41 @@
 
 	.text
 
-// std::uint32_t orsin_call_guarded(void (*entry)(void*), void* argument)
+// std::uint32_t NAME(void (*entry)(void*), void* argument)
 //
 // Calls entry(argument) under a structured exception handler and returns 0. When the filter asks
 // for it the stack is unwound to here and 1 is returned; not the exception's code, which the unwinder
 // promises to leave in eax, but Wine does not.
-	.globl	orsin_call_guarded
-	.seh_proc	orsin_call_guarded
-orsin_call_guarded:
+.macro filtered_call name, filter
+	.globl	\name
+	.seh_proc	\name
+\name:
 	subq	$40, %rsp
 	.seh_stackalloc	40
 	.seh_endprologue
-.Lguarded_begin:
+.Lbegin_\name:
 	movq	%rcx, %rax
 	movq	%rdx, %rcx
 	call	*%rax
 	nop				// The return address must lie inside the guarded range.
-.Lguarded_end:
+.Lend_\name:
 	xorl	%eax, %eax
 	addq	$40, %rsp
 	ret
-.Lhandled:
+.Lhandled_\name:
 	movl	$1, %eax
 	addq	$40, %rsp
 	ret
 	.seh_handler	__C_specific_handler, @except
 	.seh_handlerdata
 	.long	1
-	.rva	.Lguarded_begin, .Lguarded_end, orsin_fault_filter, .Lhandled
+	.rva	.Lbegin_\name, .Lend_\name, \filter, .Lhandled_\name
 	.text
 	.seh_endproc
+.endm
+
+	filtered_call	orsin_call_guarded, orsin_fault_filter
+	filtered_call	orsin_call_shielded, orsin_shield_filter
 
 // Where a faulting thread goes on: the stack pointer is at a machine frame that leads the unwinder
 // back to the faulting instruction, as if that had called orsin_throw_fault().

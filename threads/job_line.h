@@ -43,7 +43,7 @@ class JobLine {
   /// Adds job next(). The owner has waited for room.
   void add();
 
-  /// Waits until everything added is done; a line that is not running has nothing left to do. and ends the thread.
+  /// Waits until everything added is done and ends the thread. Without a thread it does nothing.
   void stop();
 
  private:

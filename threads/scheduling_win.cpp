@@ -1,3 +1,4 @@
+// Priorities, privileges and groups of the Windows process; see threads/scheduling_port.h.
 #include "base/win/windows.h"
 #include "threads/scheduling_port.h"
 

@@ -1,3 +1,4 @@
+// The exception that carries a processor fault: a code and the platform's record of it.
 #include "orsincore/threads.h"
 
 SE_Exception::SE_Exception() = default;

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <new>
 
-#include "base/lock.h"
+#include "base/library_locks.h"
 #include "base/log_port.h"
 #include "base/process_wide.h"
 #include "orsincore/log.h"
@@ -31,8 +31,17 @@ constexpr char kAsterisks[] = "*************************************************
 static_assert(sizeof(kAsterisks) - 1 == 56);
 
 struct Table {
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kThreadTable};
   ov_vector<thread_entry_str*> records;
+};
+
+// A record's name outside of the table's mutex, terminated.
+struct ThreadName {
+  ThreadName() = default;
+  explicit ThreadName(const thread_entry_str& record) {
+    std::memcpy(text, record.name, sizeof record.name);
+  }
+  char text[sizeof thread_entry_str::name + 1] = {};
 };
 
 Table& table() {
@@ -64,7 +73,23 @@ thread_entry_str* find_locked(Table& threads, unsigned int identifier) {
   return nullptr;
 }
 
-[[noreturn]] void end_after_fault(const char* name, std::uint32_t code) {
+// Ends every thread of the table that can be ended and gives its record free. None holds a lock of the
+// library then.
+void end_threads(Table& threads) {
+  const unsigned int own_identifier = port::current_thread_identifier();
+  const AllLibraryLocks all_held;
+  for (thread_entry_str* record : threads.records) {
+    const bool is_other = record->in_use != 0 && record->identifier != own_identifier;
+    if (is_other && record->handle != nullptr && port::terminate_thread(record->handle)) {
+      port::close_thread(record->handle);
+      record->in_use = 0;
+    }
+  }
+}
+
+void write_fatal_error(void* fault) {
+  const std::uint32_t code = *static_cast<const std::uint32_t*>(fault);
+  const char* name = mp_get_thread_name();
   const auto load = static_cast<int>(port::memory_load_percent());
   msgerror("%s", kAsterisks);
   if (code == kAccessViolation) {
@@ -76,7 +101,6 @@ thread_entry_str* find_locked(Table& threads, unsigned int identifier) {
   if (std::FILE* stream = msg_get_file()) {
     std::fflush(stream);  // Standard error may be buffered, and nothing else will write it out.
   }
-  port::end_process(kFaultExitCode);
 }
 
 // The first function of every thread.
@@ -85,9 +109,11 @@ void run_thread(void (*entry)(void*), void* argument) {
     return;
   }
   fpu_default_mode();
-  const std::uint32_t fault = run_guarded(entry, argument);
+  std::uint32_t fault = run_guarded(entry, argument);
   if (fault != 0) {
-    end_after_fault(mp_get_thread_name(), fault);
+    // Where even the log is damaged the process ends without a word, but it ends.
+    static_cast<void>(run_guarded(write_fatal_error, &fault));
+    port::end_process(kFaultExitCode);
   }
 }
 
@@ -103,21 +129,22 @@ void stop_thread_table() {
   if (!threads.mutex.exists()) {
     return;
   }
-  {
-    const ScopedLock guard(threads.mutex);
-    for (int i = 0; i < threads.records.count(); ++i) {
-      thread_entry_str* record = threads.records[i];
-      if (record->in_use != 0 && record->handle != nullptr) {
-        if (!port::terminate_thread(record->handle)) {
-          msgwarn("MP: Can't terminate thread(%d): %d\n", i, static_cast<int>(record->identifier));
-        }
+  end_threads(threads);
+
+  const ScopedLock guard(threads.mutex);
+  for (int i = 0; i < threads.records.count(); ++i) {
+    thread_entry_str* record = threads.records[i];
+    if (record->in_use != 0) {
+      // A record that was left by a failed start has no thread to end either.
+      msgwarn("MP: Can't terminate thread(%d): %d\n", i, static_cast<int>(record->identifier));
+      if (record->handle != nullptr) {
         port::close_thread(record->handle);
       }
-      delete record;
     }
-    threads.records.release();
+    delete record;
   }
-  threads.mutex.destroy();
+  threads.records.release();
+  remove_fault_guard();
 }
 
 void* thread_handle(int identifier) {
@@ -171,30 +198,39 @@ int mp_join_thread(unsigned int identifier, unsigned int timeout_ms) {
     return 0;
   }
   thread_entry_str* record = nullptr;
-  void* handle = nullptr;
+  ThreadName name;
+  void* waited_for = nullptr;
   {
     const ScopedLock guard(threads.mutex);
     record = find_locked(threads, identifier);
-    handle = record != nullptr ? record->handle : nullptr;
-    if (handle == nullptr) {
+    if (record == nullptr || record->handle == nullptr) {
       return 0;
     }
+    name = ThreadName(*record);
+    // A handle of our own: a second join may close the record's while we wait.
+    waited_for = port::duplicate_thread(record->handle);
   }
 
-  const port::ThreadWait result = port::wait_for_thread(handle, timeout_ms);
+  const port::ThreadWait result = waited_for != nullptr
+                                      ? port::wait_for_thread(waited_for, timeout_ms)
+                                      : port::ThreadWait::kFailed;
   if (result == port::ThreadWait::kTimedOut) {
-    msgwarn("Timeout while waiting for thread '%s' to terminate", record->name);
+    msgwarn("Timeout while waiting for thread '%s' to terminate", name.text);
   } else if (result == port::ThreadWait::kFailed) {
-    msgwarn("Error while waiting for thread '%s' to terminate (%d)", record->name,
+    msgwarn("Error while waiting for thread '%s' to terminate (%d)", name.text,
             static_cast<int>(port::last_system_error()));
   }
 
   // Kept on purpose: a thread that timed out runs on, but the table forgets it and uses its record
-  // again.
+  // again. Not when a second join was faster: the record may be another thread's by now. As long as
+  // we have a handle to it, the system gives the identifier to nobody else.
   const ScopedLock guard(threads.mutex);
-  if (record->in_use != 0 && record->handle == handle) {  // Not when a second join was faster.
-    port::close_thread(handle);
+  if (record->in_use != 0 && record->identifier == identifier) {
+    port::close_thread(record->handle);
     record->in_use = 0;
+  }
+  if (waited_for != nullptr) {
+    port::close_thread(waited_for);
   }
   return result == port::ThreadWait::kEnded ? 1 : 0;
 }

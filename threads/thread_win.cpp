@@ -1,3 +1,4 @@
+// Starting, waiting for and ending Windows threads; see threads/thread_port.h.
 #include "base/win/windows.h"
 #include "threads/thread_port.h"
 
@@ -36,6 +37,13 @@ unsigned int current_thread_identifier() noexcept {
   return GetCurrentThreadId();
 }
 
+void* duplicate_thread(void* handle) noexcept {
+  HANDLE duplicate = nullptr;
+  DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &duplicate, 0, FALSE,
+                  DUPLICATE_SAME_ACCESS);
+  return duplicate;
+}
+
 ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept {
   switch (WaitForSingleObject(handle, timeout_ms)) {
     case WAIT_OBJECT_0:
@@ -47,8 +55,22 @@ ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept {
   }
 }
 
+// The thread is stopped first, and its context asked for, which waits until it stands still: so it is
+// outside of whatever part of a system call must not be cut off, and runs no instruction more after
+// the call has returned, however late the system gets round to ending it.
 bool terminate_thread(void* handle) noexcept {
-  return TerminateThread(handle, 0) != 0;
+  CONTEXT context = {};
+  context.ContextFlags = CONTEXT_CONTROL;
+  if (SuspendThread(handle) != static_cast<DWORD>(-1)) {
+    GetThreadContext(handle, &context);
+  }
+  const bool is_ended = TerminateThread(handle, 0) != 0;
+  if (!is_ended) {
+    const DWORD reason = GetLastError();
+    ResumeThread(handle);
+    SetLastError(reason);
+  }
+  return is_ended;
 }
 
 void close_thread(void* handle) noexcept {

@@ -4,9 +4,12 @@
 // returns the process's exit code.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "examples/host/main_window.h"
 
 namespace host {
 
@@ -67,8 +70,8 @@ class FullLibrary {
   [[nodiscard]] bool started() const { return started_; }
 
  private:
-  void* window_ = nullptr;
   bool started_ = false;
+  std::unique_ptr<MainWindow> window_;  // A second copy looks for it instead of showing a message.
 };
 
 /// The whole library without the single instance, for several copies side by side. Its log goes to

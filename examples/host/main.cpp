@@ -10,6 +10,7 @@
 
 #include "examples/host/command.h"
 #include "examples/host/console.h"
+#include "examples/host/own_folder.h"
 
 namespace host {
 namespace {
@@ -128,10 +129,11 @@ int run(char** argv) {
 
 int main() {
   host::open_console();
+  host::use_own_folder();
   const int result = host::run(host::console_argv());
   // A full disk or a closed pipe must not look like success.
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    return host::fail("cannot write to standard output");
-  }
-  return result;
+  const bool is_written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  const int code = is_written ? result : host::fail("cannot write to standard output");
+  host::end_console();
+  return code;
 }

@@ -10,6 +10,11 @@
 /// Volumes are asked for by path, too; those functions hand the path to the system unchanged, in
 /// its narrow code page.
 ///
+/// Links among directories (junctions, symbolic links, volumes mounted into directories): deleting
+/// removes the link and never enters it. Copying a tree and searching one follow links as if the
+/// directory were there, except a link to a directory that contains it: there a walk would never
+/// end. Links to files are what the system makes of them.
+///
 /// Times called "ts" are whole seconds since 1970-01-01 00:00:00 UTC. Times in a directory list are
 /// the system's own: units of 100 ns since 1601-01-01 00:00:00 UTC.
 #pragma once
@@ -18,9 +23,9 @@
 
 #include "orsincore/base.h"
 
-class fReadBuffer;   ///< The buffered reader, io.h.
-class fWriteBuffer;  ///< The buffered writer, io.h.
-struct md5_state_s;  ///< The MD5 context, text.h.
+class fReadBuffer;   // The buffered reader, io.h.
+class fWriteBuffer;  // The buffered writer, io.h.
+struct md5_state_s;  // The MD5 context, text.h.
 
 // ---------------------------------------------------------------------------------------------
 // Directory lists
@@ -61,7 +66,8 @@ struct dir_list {
 ///              regard to case. Anything else sorts `entries`: directories first, then older ones,
 ///              then by name. See flist_sort().
 /// @return The caller's, until flist_delete(). A directory that cannot be opened gives an empty
-///         list and one warning. Null when the path is null, or 258 bytes or longer, memory is
+///         list and one warning; one that cannot be read to its end what was read, and a warning.
+///         Null when the path is null, or 258 bytes or longer, memory is
 ///         short, or there are no drives.
 /// Any thread. Windows: FindFirstFileExW.
 ORSIN_API dir_list* flist_new(const char* path, int sort);
@@ -72,11 +78,12 @@ ORSIN_API dir_list* flist_new(const char* path, int sort);
 /// the next byte as it is; anything else stands for itself. Letters A to Z match in either case
 /// unless bit 0 of `flags` is set. Paths that would not fit into 260 bytes are left out. Unsorted.
 ///
-/// @param recursive  Also looks into all subdirectories.
+/// @param recursive  Also looks into all subdirectories, links included; a link to a directory above
+///                   itself is passed over.
 /// @param flags  Bit 0: letters match in their own case only.
 /// @return The caller's, until flist_delete(). Null when `dir` or `pattern` is null, `dir` is 260
-///         bytes or longer, memory is short or nothing matched. A directory that cannot be opened
-///         writes one warning.
+///         bytes or longer, memory is short or nothing matched. A directory that cannot be opened,
+///         or not be read to its end, writes one warning.
 /// Any thread. Windows: FindFirstFileExW.
 ORSIN_API dir_list* flist_findfiles(const char* dir, const char* pattern, bool recursive,
                                     unsigned int flags);
@@ -136,7 +143,7 @@ ORSIN_API bool file_in_use(const char* path);
 ///         either is null.
 /// Any thread.
 ORSIN_API const char* file_extension(const char* path, const char* ext);
-/// @overload
+/// The same for a path that may be changed through the result.
 ORSIN_API char* file_extension(char* path, const char* ext);
 
 /// The size in bytes; 0 when the attributes cannot be read. Any thread.
@@ -186,6 +193,10 @@ ORSIN_API unsigned long long file_get_modified_ts(const char* path);
 
 /// Writes a time as local date and time in the user's date format: "31.01.2024 12:34".
 ///
+/// The hours are those of 24, but a user's format that marks the halves of the day keeps its mark:
+/// "13:05 PM". The text is in the user's code page and calendar: it may hold bytes that are no
+/// UTF-8, so show it or convert it, and do not parse it.
+///
 /// @param size  Bytes of `out`; what does not fit is left out.
 /// @return True; false for a null `out`. Any thread. Windows: GetDateFormatA, GetTimeFormatA.
 ORSIN_API bool file_ts_2_txt(unsigned long long ts, char* out, int size);
@@ -194,7 +205,7 @@ ORSIN_API bool file_ts_2_txt(unsigned long long ts, char* out, int size);
 /// read.
 ORSIN_API bool file_get_local_datetime_str(const char* path, char* out, int size);
 
-/// Writes the date of a file's last write.
+/// Writes the date of a file's last write, by the Gregorian calendar whatever the user's.
 ///
 /// @param mode  0: the local date, "2024-01-31". 2: UTC, "2024-01-31T12:34:56+00:00". Any other:
 ///              UTC, "2024-01-31T12:34:56Z".
@@ -223,6 +234,7 @@ ORSIN_API int file_delete(const char* path);
 /// Deletes a directory with its files, and its subdirectories when `recursive`.
 ///
 /// System entries and hidden entries whose name begins with "." are not seen, and keep it alive. A
+/// link to a directory, also `path` itself, is removed alone: what it leads to stays. A
 /// subdirectory that stays does not end the walk; a file that stays does. Given a file, deletes it.
 ///
 /// @return 1 on success, -1 on failure. Any thread.
@@ -326,14 +338,20 @@ ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
 /// page are lost, with a warning.
 ///
 /// @param dst        For a file source, the file or an existing directory to put it into.
+/// Links are followed: the copy holds the files of what they lead to. A link to a directory that
+/// contains it is passed over, with a warning. So is, with an error line, a subdirectory that cannot
+/// be listed, or whose copy cannot be made.
+///
 /// @param recursive  Also copies subdirectories.
 /// @param bytes      Set to the bytes copied.
 /// @return For a directory the number of files copied, for a file 0; a missing source gives 0, and
 ///         a directory without a destination, too.
 ///         Negative on failure: -1 same string or source cannot be opened, -2 destination cannot be
-///         created, -3 nothing read or a write fell short; -1 for a failure inside a tree, and
-///         before anything is made for a tree that was to be copied below itself.
-/// The same string twice writes an error line. One call at a time in the process.
+///         created, -3 nothing read or a write fell short; -1 for a failure inside a tree, also for
+///         a directory that cannot be read to its end. -1 before anything is made for a tree that
+///         was to be copied below itself, however the paths are spelled.
+/// The same string twice writes an error line, and a tree below itself. One call at a time in the
+/// process.
 ORSIN_API int ov_filecopy(const char* src, const char* dst, bool recursive,
                           unsigned long long& bytes);
 
@@ -360,7 +378,8 @@ ORSIN_API int file_backup(const char* path, int generations);
 /// Any thread.
 ORSIN_API int file_find(const char* name, char* out);
 
-/// Finds a file below a directory, depth first, subdirectories by name.
+/// Finds a file below a directory, depth first, subdirectories by name, links included; a link to a
+/// directory above itself is passed over.
 ///
 /// @param name  Only its last component counts.
 /// @param out   Receives the path; scratch space when nothing is found.
@@ -379,9 +398,14 @@ ORSIN_API int ov_copy_valid_filename(char* out, const char* name, int size);
 
 // ---------------------------------------------------------------------------------------------
 // Volumes
+//
+// These pass paths on unchanged to the system's narrow calls, which read them in the user's code
+// page: a name outside ASCII finds nothing, or in a page of several bytes a letter swallows the
+// backslash behind it. Ask by the drive's root, "C:\", wherever that is enough.
 // ---------------------------------------------------------------------------------------------
 
-/// The free bytes of a path's volume, whatever the caller's quota; 0 on failure. Any thread.
+/// The free bytes of a path's volume, whatever the caller's quota; 0 on failure. The path is a
+/// directory, one on a share ends in a backslash; a file's path fails. Any thread.
 /// Windows: GetDiskFreeSpaceExA.
 ORSIN_API unsigned long long ov_freespace(const char* path);
 
@@ -394,7 +418,7 @@ ORSIN_API bool ov_get_volumeinfo(const char* path, unsigned int& extents, unsign
 
 /// The mount point of a path, as in "C:\". False after a warning.
 ///
-/// @param size  Bytes of `out`.
+/// @param size  Bytes of `out`; 3 are enough for "C:" alone, which is then the answer.
 /// Any thread. Windows: GetVolumePathNameA.
 ORSIN_API bool ov_get_volumepath(const char* path, char* out, std::size_t size);
 

@@ -14,6 +14,15 @@ namespace orsin {
 struct ReadSteps;  // The library's own: what the classes below are made of.
 struct WriteSteps;
 struct MemorySteps;
+
+/// The library's own: a transfer of a stream, and what became of it.
+struct OwnTransfer {
+  int slot = 0;
+  bool is_over = true;     // What follows is known; else it runs, or waits to be collected.
+  unsigned int error = 0;  // The system's; 0: none.
+  unsigned int bytes = 0;  // Transferred.
+  unsigned long long size = 0;
+};
 }  // namespace orsin
 
 // ---------------------------------------------------------------------------------------------
@@ -56,7 +65,7 @@ ORSIN_API void* io_open64(const char* name, int mode, bool unbuffered, bool shar
 ///                      where that fails, a warning says so and the file is open all the same.
 /// @return The handle, the caller's until io_close64(); the invalid handle after the error line
 ///         "IO Create File", or in silence when the directory does not exist.
-/// Windows: CreateFileW, SetEndOfFile, FSCTL_SET_ZERO_DATA.
+/// Windows: CreateFileW, FileEndOfFileInfo, FSCTL_SET_ZERO_DATA.
 ORSIN_API void* io_create64(const char* name, bool write_only, long long initial_size);
 
 /// Cancels what is in flight on the handle, whichever thread started it, and closes it. Tickets of
@@ -66,6 +75,9 @@ ORSIN_API void* io_create64(const char* name, bool write_only, long long initial
 ORSIN_API void io_close64(void* file);
 
 /// Starts reading. The buffer belongs to the transfer until it is completed, flushed or closed.
+///
+/// The thread that starts a transfer stays until it has ended: the system cancels what a thread that
+/// ends has running, which then fails.
 ///
 /// @param offset  Bytes from the start of the file.
 /// @param size    Bytes; passed on as a 32-bit count. Counted as read from now on.
@@ -114,7 +126,7 @@ ORSIN_API void io_flush64(void* file);
 ORSIN_API long long io_get_filesize64(void* file, const char* name);
 
 /// Cuts or extends a file to so many bytes. False, in silence, when the system refuses; then the
-/// last error says why. Windows: SetEndOfFile.
+/// last error says why. Windows: SetFileInformationByHandle, FileEndOfFileInfo.
 ORSIN_API bool io_set_filesize64(void* file, unsigned long long size);
 
 /// The bytes that transfers were started for since the last call, also those that failed.
@@ -339,7 +351,8 @@ class ORSIN_API fReadBuffer {
   unsigned char* cursor_;
   bool swap_;
   unsigned char host_order_;
-  unsigned char* block_end_;  // Beside the cursor, so that reading a byte is one comparison.
+  unsigned char* block_end_;     // Beside the cursor, so that reading a byte is one comparison.
+  orsin::OwnTransfer reads_[8];  // Of the slots.
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -498,6 +511,8 @@ class ORSIN_API fWriteBuffer {
   unsigned char host_order_;
   bool swap_;
   __mutex_str* mutex_;
+  orsin::OwnTransfer buffer_write_;  // Of buffer_ticket_.
+  orsin::OwnTransfer direct_write_;  // Of direct_ticket_.
   /// @endcond
 };
 

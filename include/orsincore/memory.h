@@ -141,7 +141,8 @@ enum mheap_mode : std::uint32_t {
 };
 
 /// Gets a block's data address when its contents are thrown away or the block is freed. Runs inside
-/// the heap's mutex: it must not call the same heap.
+/// the heap's mutex: it must not call the same heap. Another heap it may call, unless callbacks of that
+/// one call this one in turn.
 typedef void (*mheap_discard_callback)(void* data);
 
 /// The header at the start of every block. The data follows header_size bytes after it; the next
@@ -169,7 +170,7 @@ struct _mheap {
   mheap_mblk* end_block;      ///< Where every walk over the blocks stops.
   std::uint8_t* base;         ///< The region.
   __mutex_str* mutex;         ///< Guards everything in the heap.
-  __cond_str* cond;           ///< Where allocations wait for an unlock.
+  __cond_str* cond;           ///< Where allocations wait for an unlock; each unlock signals it.
   std::uint64_t clock;        ///< Every use stamps its block with this and counts on.
 };
 
@@ -209,7 +210,8 @@ ORSIN_API int mheap_lock(_mheap* heap, void** handle);
 /// Any thread.
 ORSIN_API int mheap_keep(_mheap* heap, void** handle);
 
-/// Takes one lock off and wakes an allocation that waits for room.
+/// Takes one lock off and signals `cond`: one thread that waits there is woken, be it an allocation
+/// that waits for room or a thread of the host.
 ///
 /// @return The new lock count; 0 with a debug line when there was no lock; -1 with a debug line when
 ///         `*handle` is no address of this heap.

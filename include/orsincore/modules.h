@@ -16,7 +16,9 @@
 /// already, spelled exactly so, gives the same handle. A load that changes the floating-point mode
 /// is reported at DEBUG level and undone; one of more than a second is a warning.
 /// @param name   At most 260 bytes with the terminator.
-/// @param flags  Bit 0: the library's own directory is searched for what it depends on.
+/// @param flags  Bit 0: the library's own directory is searched for what it depends on, during the
+///        load in the whole process. What the host had set with SetDllDirectory() is set again, but
+///        for an empty directory: the system does not tell that from none.
 /// @return The system's module handle, one reference of it the caller's until ov_close_library().
 ///         Null when it cannot be loaded: after a warning with the system's reason when there is
 ///         such a file, silently when there is none.
@@ -38,7 +40,8 @@ ORSIN_API void* ov_resolve_symbol(void* module, const char* symbol);
 /// @param module  The library's name without ".dll".
 /// @param entry   Kept for ov_get_main_dll_entry_name(), so it must live as long as that is used.
 /// @return What the entry returns; -1 when the library cannot be opened, or, after an error line,
-///         has no such entry; -2 when the entry threw anything, a processor fault included.
+///         has no such entry; -2 when the entry threw anything: a processor fault, an exception
+///         of whatever compiler's code, or a code that software raised.
 /// Any thread.
 ORSIN_API int ov_rundll(const char* module, const char* entry, int argc, char** argv);
 
@@ -59,7 +62,9 @@ struct ProcessResultStruct {
 
 /// Starts a program and, if asked, waits for its end while the caller's own loop goes on.
 ///
-/// The program shares the caller's standard streams and environment. Each argument arrives as it
+/// The program shares the caller's standard streams and environment; but where standard error is the
+/// log, a program that is not waited for gets none of it: it may outlive the caller, and would hold
+/// the log's file. Each argument arrives as it
 /// is given, whatever it consists of, in a program that splits its command line as C programs do.
 /// @param program        Looked for along PATH; UTF-8.
 /// @param argv           Ends with null; argv[0] is the program's name by convention. UTF-8.

@@ -15,7 +15,9 @@
 // Start-up looks for the directory "locale" (below the data path, then below the code path), reads
 // the list "languages" there and the user's choice in "language.cfg", and installs one locale for
 // the whole process, whose gettext catalogues of the domain "korvane" answer the calls here.
-// Without that directory, or before start-up, every text reads as its identifier.
+// Without that directory, or before start-up, every text reads as its identifier. A host that
+// installs a std::locale of its own builds it upon that one, or its texts are no longer translated.
+// The locale of the C library stays the host's.
 // ---------------------------------------------------------------------------------------------
 
 /// The translation of an identifier, which is usually the English text itself.
@@ -24,7 +26,7 @@
 /// @param msgid    UTF-8.
 /// @return Null for null; msgid itself when it is empty, has no translation, or the lookup fails in
 ///         any way. A translation belongs to the catalogue and stays valid until ov_closedown().
-/// Any thread after start-up; takes no lock, allocates nothing, never logs.
+/// Any thread after start-up; allocates nothing, never logs.
 ORSIN_API const char* ov_pgettext(const char* context, const char* msgid);
 
 /// The same without a context.
@@ -40,7 +42,8 @@ ORSIN_API bool ov_is_default_context(const char* context);
 ORSIN_API const char* ov_locale_get();
 
 /// Writes the language for the next start into "language.cfg" in the folder "Settings" below the
-/// data path. The folder is made if it is missing, even when the code is then refused.
+/// data path. The folder is made if it is missing, even when the code is then refused. The file is
+/// replaced as a whole or not at all.
 ///
 /// @param code  A locale's code as the list of languages has it, such as "sr_RS@latin".
 /// @return True after writing; false for a null or empty code, or when the folder or the file
@@ -255,6 +258,10 @@ class ORSIN_API date {
   int add_days(long n);
 
   /// The user's short date, with the user's time if asked for. `out`: at least 260 bytes.
+  ///
+  /// The text is in the code page and the calendar of the user's locale: where these write more
+  /// than ASCII, as in Korean or Bulgarian, it is no UTF-8. Windows: GetDateFormatA,
+  /// GetTimeFormatA.
   void format(char* out, bool with_time) const;
   void format_xml(char* out, bool with_time) const;  ///< "2024-03-05T08:07:09"
   void format_num(char* out, bool with_time) const;  ///< "20240305_080709"

@@ -57,7 +57,7 @@ ORSIN_API const char* mp_get_thread_name();
 /// Windows: SetThreadIdealProcessorEx, SetThreadGroupAffinity.
 ORSIN_API bool mp_set_thread_affinity(int processor);
 
-struct _EXCEPTION_POINTERS;  ///< The platform's record of a fault (see <excpt.h>).
+struct _EXCEPTION_POINTERS;  // The platform's record of a fault (see <excpt.h>).
 
 /// A processor fault, thrown from the faulting instruction.
 ///

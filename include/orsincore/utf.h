@@ -62,7 +62,7 @@ ORSIN_API std::size_t ov_utf8_insert(char* s, std::size_t n, int index, const ch
 /// 1 if the whole string is strict UTF-8 (three-byte surrogate values included), else 0; 0 for null.
 ORSIN_API int ov_utf8_is_valid(const char* s);
 
-/// Cuts the string at its first invalid sequence. Returns it.
+/// Cuts the string at its first invalid sequence. Returns it. A valid string is not written to.
 ORSIN_API char* ov_utf8_validate(char* s);
 
 // ---------------------------------------------------------------------------------------------
@@ -75,19 +75,21 @@ ORSIN_API char* ov_utf8_validate(char* s);
 
 /// The number of characters; a high surrogate and a low one behind it are one.
 ORSIN_API std::size_t ov_utf16_strlen(const unsigned short* s);
-ORSIN_API std::size_t ov_utf16_strlen(const char* s);  ///< @overload
+/// The same for units that a byte pointer leads to; still characters.
+ORSIN_API std::size_t ov_utf16_strlen(const char* s);
 
-/// As ov_utf8_get_code_point(); *pos counts units, or bytes (rounded down to even).
+/// As ov_utf8_get_code_point(); *pos counts units.
 ORSIN_API int ov_utf16_get_code_point(const unsigned short* s, std::size_t* pos);
-ORSIN_API int ov_utf16_get_code_point(const char* s, std::size_t* pos);  ///< @overload
+/// The same; *pos counts bytes, and is rounded down to even.
+ORSIN_API int ov_utf16_get_code_point(const char* s, std::size_t* pos);
 
 ORSIN_API int ov_utf16_get_num_for_code_point(int cp);        ///< Units: 1 or 2.
 ORSIN_API int ov_utf16_get_num_bytes_for_code_point(int cp);  ///< Bytes: 2 or 4.
 
-/// Writes one character without a terminator; n and the result count units, or bytes. 0 if it does
-/// not fit.
+/// Writes one character without a terminator; n and the result count units. 0 if it does not fit.
 ORSIN_API int ov_utf16_encode(int cp, unsigned short* dst, std::size_t n);
-ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);  ///< @overload
+/// The same; n and the result count bytes.
+ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);
 
 // ---------------------------------------------------------------------------------------------
 // Conversions. Each returns dst, which is always terminated.
@@ -98,17 +100,23 @@ ORSIN_API int ov_utf16_encode(int cp, char* dst, std::size_t n);  ///< @overload
 // an empty dst. Source and destination must not overlap. Any thread.
 // ---------------------------------------------------------------------------------------------
 
+/// From UTF-16.
 /// @param n  Bytes of dst.
 ORSIN_API char* ov_utf16_to_utf8(const unsigned short* src, char* dst, std::size_t n);
-/// @overload
+/// From UTF-16 that a byte pointer leads to.
+/// @param n  Bytes of dst.
 ORSIN_API char* ov_utf16_to_utf8(const char* src, char* dst, std::size_t n);
+/// From UTF-32.
 /// @param n  Bytes of dst.
 ORSIN_API char* ov_utf32_to_utf8(const unsigned int* src, char* dst, std::size_t n);
 
-/// @param n  Elements of dst; bytes where dst is a char*.
+/// To UTF-16.
+/// @param n  Elements of dst.
 ORSIN_API unsigned short* ov_utf8_to_utf16(const char* src, unsigned short* dst, std::size_t n);
-/// @overload
+/// To UTF-16 that a byte pointer leads to.
+/// @param n  Bytes of dst.
 ORSIN_API char* ov_utf8_to_utf16(const char* src, char* dst, std::size_t n);
+/// To UTF-32.
 /// @param n  Elements of dst.
 ORSIN_API unsigned int* ov_utf8_to_utf32(const char* src, unsigned int* dst, std::size_t n);
 
@@ -124,14 +132,14 @@ ORSIN_API wchar_t* ov_utf8_to_wchar_n(const char* src, wchar_t* dst, std::size_t
 ORSIN_API wchar_t* ov_utf8_to_wchar_s(const char* src, wchar_t* dst, std::size_t n);
 #endif
 
-/// UTF-8 to Latin-1, at most n - 2 characters. A null src gives an empty dst.
+/// UTF-8 to Latin-1, at most n - 2 characters. A null src gives an empty dst; dst may be src.
 ORSIN_API const char* ov_utf8_to_byte(char* dst, std::size_t n, const char* src);
 
-/// Latin-1 to UTF-8. A null src gives an empty dst.
+/// Latin-1 to UTF-8. A null src gives an empty dst. The two must not overlap: text grows.
 ORSIN_API const char* ov_byte_to_utf8(char* dst, std::size_t n, const char* src);
 
 /// Copies at most n - 2 bytes; control characters other than line feed and carriage return become
-/// blanks. A null src gives an empty dst.
+/// blanks. A null src gives an empty dst; dst may be src.
 ORSIN_API const char* validate_ascii_xml_text(char* dst, std::size_t n, const char* src);
 
 /// Opens a stream by UTF-8 name. Names are cut at 259 UTF-16 units, modes at 31. Null when that

@@ -10,7 +10,7 @@ namespace orsin {
 namespace {
 
 std::string code_path(const char* module) {
-  char code[kProgramPathBytes];
+  char code[kPathBytes];
   write_code_path(module, code);
   return code;
 }
@@ -36,24 +36,24 @@ TEST(SearchList, NamesSettingsAndTheModulesDirectory) {
 }
 
 TEST(LogPath, StandsBelowTheDataPath) {
-  char directory[kProgramPathBytes];
-  char file[kProgramPathBytes];
+  char directory[kPathBytes];
+  char file[kPathBytes];
   write_log_path("D:\\Data", "Take", directory, file);
   EXPECT_STREQ(directory, "D:\\Data\\Settings\\logs");
   EXPECT_STREQ(file, "D:\\Data\\Settings\\logs\\Take.log");
 }
 
 TEST(LogPath, FallsBackToTheNameAloneWhenTooLong) {
-  char directory[kProgramPathBytes];
-  char file[kProgramPathBytes];
+  char directory[kPathBytes];
+  char file[kPathBytes];
   write_log_path(std::string(250, 'x').c_str(), "Take", directory, file);
   EXPECT_STREQ(directory, "");
   EXPECT_STREQ(file, "Take.log");
 }
 
 TEST(LogPath, IsTheNameAloneWhereOnlyTheDirectoryFits) {
-  char directory[kProgramPathBytes];
-  char file[kProgramPathBytes];
+  char directory[kPathBytes];
+  char file[kPathBytes];
   const std::string data(240, 'x');
 
   write_log_path(data.c_str(), "Take", directory, file);
@@ -63,8 +63,8 @@ TEST(LogPath, IsTheNameAloneWhereOnlyTheDirectoryFits) {
 }
 
 TEST(ModuleName, IsCopiedAsFarAsItFits) {
-  std::snprintf(program_paths().module, kProgramPathBytes, "C:\\App\\app.exe");
-  char whole[kProgramPathBytes];
+  std::snprintf(program_paths().module, kPathBytes, "C:\\App\\app.exe");
+  char whole[kPathBytes];
   char cut[7];
 
   EXPECT_TRUE(ov_modulename(whole, sizeof(whole)));
@@ -76,7 +76,7 @@ TEST(ModuleName, IsCopiedAsFarAsItFits) {
 }
 
 TEST(ModuleName, IsUnknownBeforeStartUp) {
-  char name[kProgramPathBytes] = "x";
+  char name[kPathBytes] = "x";
 
   EXPECT_FALSE(ov_modulename(name, sizeof(name)));
 

@@ -292,6 +292,24 @@ TEST(Latin1, TakesNullAsEmpty) {
   EXPECT_STREQ(validate_ascii_xml_text(bytes, sizeof(bytes), nullptr), "");
 }
 
+TEST(Latin1, IsMadeOfUtf8InPlace) {
+  char text[16] = "a\xC3\xA9\xC3\xBFz";
+  char cut[] = "\xC3\xA9\xC3\xA9\xC3\xA9";
+
+  EXPECT_EQ(ov_utf8_to_byte(text, sizeof(text), text), text);
+  EXPECT_STREQ(text, "a\xE9\xFFz");
+  EXPECT_STREQ(ov_utf8_to_byte(cut, 4, cut), "\xE9\xE9");
+}
+
+TEST(XmlText, IsCleanedInPlace) {
+  char text[16] = "a\tb\r\n\x01z";
+  char cut[] = "a\tbcdef";
+
+  EXPECT_EQ(validate_ascii_xml_text(text, sizeof(text), text), text);
+  EXPECT_STREQ(text, "a b\r\n z");
+  EXPECT_STREQ(validate_ascii_xml_text(cut, 5, cut), "a b");
+}
+
 TEST(XmlText, BlanksControlCharactersButLineEnds) {
   char text[16];
   EXPECT_STREQ(validate_ascii_xml_text(text, sizeof(text), "a\tb\r\n\x01\xE9"), "a b\r\n \xE9");

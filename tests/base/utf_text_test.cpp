@@ -219,6 +219,12 @@ TEST(Utf8Validity, CutsAtTheFirstInvalidSequence) {
   EXPECT_STREQ(text, "ab");
 }
 
+TEST(Utf8Validity, WritesNothingIntoAValidText) {
+  static const char kReadOnly[] = "caf\xC3\xA9";  // On a page that faults when written to.
+
+  EXPECT_EQ(ov_utf8_validate(const_cast<char*>(kReadOnly)), kReadOnly);
+}
+
 TEST(Utf16Text, CountsPairsOnce) {
   const unsigned short text[] = {'a', 0xD87D, 0xDE00, 0xD800, 'b', 0xDC00, 0};
   EXPECT_EQ(ov_utf16_strlen(text), 5U);

@@ -34,7 +34,6 @@ class CopyStreams : public testing::Test {
   void TearDown() override {
     release_copy_streams();
     stop_thread_table();
-    os_allocation::stop();
   }
 
   std::string in(const std::string& name) const { return below(directory_, name.c_str()); }

@@ -15,14 +15,62 @@ using test::below;
 
 constexpr unsigned long long kTime = 1706704496;  // 2024-01-31 12:34:56 UTC.
 
+// A user whom no test machine is: where they live and how they count the years. What the system
+// does for such a user is documented; the stand-ins below do it.
+struct User {
+  bool lives_in_berlin = false;
+  bool counts_by_buddha = false;
+};
+User user;
+
+template <typename Function>
+Function of_the_system(const char* name) {
+  return reinterpret_cast<Function>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32.dll"), name)));
+}
+
+BOOL WINAPI to_zone(const TIME_ZONE_INFORMATION* zone, const SYSTEMTIME* utc, SYSTEMTIME* local) {
+  static const auto system =
+      of_the_system<decltype(&SystemTimeToTzSpecificLocalTime)>("SystemTimeToTzSpecificLocalTime");
+  TIME_ZONE_INFORMATION berlin = {};
+  berlin.Bias = -60;
+  berlin.StandardDate = {0, 10, 0, 5, 3, 0, 0, 0};  // The last Sundays of October and March.
+  berlin.DaylightDate = {0, 3, 0, 5, 2, 0, 0, 0};
+  berlin.DaylightBias = -60;
+  return system(zone == nullptr && user.lives_in_berlin ? &berlin : zone, utc, local);
+}
+
+// Takes the offset of the moment of the call, here that of winter.
+BOOL WINAPI to_local_now(const FILETIME* utc, FILETIME* local) {
+  static const auto system =
+      of_the_system<decltype(&FileTimeToLocalFileTime)>("FileTimeToLocalFileTime");
+  if (!user.lives_in_berlin) {
+    return system(utc, local);
+  }
+  ULARGE_INTEGER ticks = {{utc->dwLowDateTime, utc->dwHighDateTime}};
+  ticks.QuadPart += 36000000000ULL;
+  *local = {ticks.LowPart, ticks.HighPart};
+  return TRUE;
+}
+
+int WINAPI format_date(LCID locale, DWORD flags, const SYSTEMTIME* time, LPCSTR picture, LPSTR text,
+                       int size) {
+  static const auto system = of_the_system<decltype(&GetDateFormatA)>("GetDateFormatA");
+  SYSTEMTIME shown = *time;
+  if (locale == LOCALE_USER_DEFAULT && user.counts_by_buddha) {
+    shown.wYear = static_cast<WORD>(shown.wYear + 543);
+  }
+  return system(locale, flags, &shown, picture, text, size);
+}
+
 // The system's own texts for a time.
 SYSTEMTIME local_time(unsigned long long ts) {
   const ULONGLONG ticks = (ts + 11644473600) * 10000000;
   const FILETIME utc = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-  FILETIME local;
+  SYSTEMTIME universal;
   SYSTEMTIME time;
-  EXPECT_NE(FileTimeToLocalFileTime(&utc, &local), 0);
-  EXPECT_NE(FileTimeToSystemTime(&local, &time), 0);
+  EXPECT_NE(FileTimeToSystemTime(&utc, &universal), 0);
+  EXPECT_NE(SystemTimeToTzSpecificLocalTime(nullptr, &universal, &time), 0);
   return time;
 }
 
@@ -46,6 +94,7 @@ class DateTexts : public testing::Test {
     directory_.write("take.wav", "x");
     EXPECT_TRUE(file_set_modified_ts(path().c_str(), kTime));
   }
+  ~DateTexts() override { user = {}; }
 
   std::string path() const { return below(directory_, "take.wav"); }
   std::string missing() const { return below(directory_, "missing.wav"); }
@@ -81,6 +130,29 @@ TEST_F(DateTexts, WriteTheLocalDateAlone) {
 
     EXPECT_EQ(mod_date(0), expected);
   }
+}
+
+TEST_F(DateTexts, CountTheYearsOfTheCommonCalendar) {
+  user.counts_by_buddha = true;
+
+  EXPECT_EQ(mod_date(0).substr(0, 5), "2024-");
+  EXPECT_EQ(mod_date(1), "2024-01-31T12:34:56Z");
+  EXPECT_EQ(mod_date(2), "2024-01-31T12:34:56+00:00");
+}
+
+TEST_F(DateTexts, TakeSummerAndWinterByTheDateItself) {
+  constexpr unsigned long long kSummer = 1722378600;  // 2024-07-30 22:30:00 UTC.
+  user.lives_in_berlin = true;
+  char text[100] = {};
+
+  ASSERT_TRUE(file_set_modified_ts(path().c_str(), kSummer));
+  EXPECT_EQ(mod_date(0), "2024-07-31");
+  EXPECT_TRUE(file_ts_2_txt(kSummer, text, sizeof(text)));
+  EXPECT_NE(std::string(text).find("0:30"), std::string::npos) << text;
+
+  ASSERT_TRUE(file_set_modified_ts(path().c_str(), kTime));
+  EXPECT_TRUE(file_get_local_datetime_str(path().c_str(), text, sizeof(text)));
+  EXPECT_NE(std::string(text).find("13:34"), std::string::npos) << text;
 }
 
 TEST_F(DateTexts, WriteTheUsersDateAndTheTimeWithoutSeconds) {
@@ -148,3 +220,13 @@ TEST_F(DateTexts, NeedABuffer) {
 
 }  // namespace
 }  // namespace orsin
+
+// The library's calls go through these pointers instead of the import library's.
+extern "C" {
+extern decltype(&SystemTimeToTzSpecificLocalTime) __imp_SystemTimeToTzSpecificLocalTime;
+extern decltype(&FileTimeToLocalFileTime) __imp_FileTimeToLocalFileTime;
+extern decltype(&GetDateFormatA) __imp_GetDateFormatA;
+decltype(&SystemTimeToTzSpecificLocalTime) __imp_SystemTimeToTzSpecificLocalTime = orsin::to_zone;
+decltype(&FileTimeToLocalFileTime) __imp_FileTimeToLocalFileTime = orsin::to_local_now;
+decltype(&GetDateFormatA) __imp_GetDateFormatA = orsin::format_date;
+}

@@ -226,7 +226,7 @@ TEST_F(Transfers, AClosedFilesTicketsAreDone) {
   EXPECT_EQ(io_complete64(io_invalid_handle(), &ticket, true), 1);
 }
 
-TEST_F(Transfers, KeepsFlushingAllFilesWhateverTheHandle) {
+TEST_F(Transfers, AreWholeAfterAFlush) {
   const std::string name = path("out");
   const OpenFile file(io_create64(name.c_str(), true, 0));
   const std::string text(100, 'x');

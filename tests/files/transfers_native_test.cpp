@@ -171,6 +171,16 @@ TEST_F(ScriptedTransfers, WaitingGoesOnWhenACompletionRoutineRan) {
   EXPECT_EQ(bytes_[99], 't');
 }
 
+TEST_F(ScriptedTransfers, ATransferThatIsSignalledBeforeItsStatusStillRuns) {
+  int ticket = 0;
+  transfers_.next({.pends = true, .signals_early = true, .error = kDiskFull});
+  ASSERT_TRUE(write_async(100, &ticket));
+
+  EXPECT_EQ(complete(ticket, false), 0);
+  transfers_.release_oldest();
+  EXPECT_EQ(complete(ticket, false), -1);
+}
+
 TEST_F(ScriptedTransfers, AWaitThatFailsIsAnError) {
   int ticket = 0;
   transfers_.next({.pends = true});
@@ -303,7 +313,7 @@ TEST_F(ScriptedTransfers, CollectedSlotsAreFreeAtOnce) {
 
 // ---- Flush and close
 
-TEST_F(ScriptedTransfers, FlushWaitsForEveryFileAndForgetsTheTickets) {
+TEST_F(ScriptedTransfers, KeepsWaitingForEveryFileInAFlushAndForgetsTheTickets) {
   const OpenFile other(io_create64(path("other").c_str(), true, 0));
   transfers_.every({.pends = true});
   int first = 0;

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "base/win/windows.h"
+#include "files/io_port.h"
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "tests/files/io_fixture.h"
@@ -106,6 +107,19 @@ TEST_F(SystemTransfers, ABufferOutOfReachIsNamed) {
   ASSERT_FALSE(log_.lines().empty());
   EXPECT_EQ(log_.lines()[0], "ERROR: IO read error(1) : '" + text_of(ERROR_NOACCESS) + "'");
   EXPECT_TRUE(log_.lines().back().starts_with("ERROR: IO buffer = "));
+}
+
+// The other half of the record's first field is nobody's.
+TEST(TransferRecords, AreJudgedByTheirStatusAlone) {
+  port::TransferRecord record = {};
+  port::arm_record(record);
+  EXPECT_FALSE(port::is_complete(record));
+
+  std::memset(record.storage + 4, 0xA5, 4);
+  EXPECT_FALSE(port::is_complete(record));
+
+  std::memset(record.storage, 0, 4);
+  EXPECT_TRUE(port::is_complete(record));
 }
 
 TEST_F(SystemTransfers, SynchronousHandlesTransferToo) {

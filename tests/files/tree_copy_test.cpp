@@ -97,6 +97,29 @@ TEST_F(TreeCopy, MakesNothingOfATreeBelowItself) {
   EXPECT_EQ(file_is_directory((takes + "\\deep").c_str()), 0);
 }
 
+TEST_F(TreeCopy, SaysThatATreeWouldBeCopiedBelowItself) {
+  directory_.write("takes/one.wav", "one");
+  const std::string takes = below(directory_, "takes");
+
+  EXPECT_EQ(copy(takes, takes + "\\.backup"), -1);
+
+  EXPECT_EQ(log_.lines(), (Lines{"ERROR: FileCopy: '" + takes + "\\.backup' lies in '" + takes +
+                                 "', no copy done"}));
+}
+
+TEST_F(TreeCopy, GoesByWhereATreeIsAndNotByHowItIsSpelled) {
+  directory_.write("takes/one.wav", "one");
+  directory_.write("takes/in/two.wav", "two");
+  const std::string root = test::backslashed(directory_);
+
+  EXPECT_EQ(copy(root + "\\takes", root + "\\takes\\..\\backup"), 2);
+  EXPECT_EQ(copy(root + "\\takes", root + "\\.\\takes\\in"), -1);
+  EXPECT_EQ(copy(root + "\\takes", root + "\\backup\\..\\takes\\in\\deep\\er"), -1);
+
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("backup/in/two.wav")), "two");
+  EXPECT_EQ(file_is_directory((root + "\\takes\\in\\deep").c_str()), 0);
+}
+
 TEST_F(TreeCopy, PutsATreeBesideItself) {
   directory_.write("takes/one.wav", "one");
   const std::string takes = below(directory_, "takes");

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "tests/support/kit_path.h"
+
 namespace orsin::test {
 namespace {
 
@@ -54,6 +56,10 @@ void ChildProcess::kill(unsigned exit_code) {
   TerminateProcess(process_, exit_code);
 }
 
+std::string host_program() {
+  return kit_path("tests/test_host.exe", ORSIN_TEST_HOST);
+}
+
 HostTest::HostTest() {
   static int tests = 0;
   name_ = "HostTest" + std::to_string(GetCurrentProcessId()) + "x" + std::to_string(++tests);
@@ -65,7 +71,7 @@ HostTest::~HostTest() {
 }
 
 std::string HostTest::host(const std::string& command, const std::string& letters) const {
-  return std::string("\"") + ORSIN_TEST_HOST + "\" -x " + command + " " + name() + " " + letters;
+  return std::string("\"") + host_program() + "\" -x " + command + " " + name() + " " + letters;
 }
 
 int HostTest::run(const std::string& command, const std::string& letters) const {

@@ -35,7 +35,7 @@ class ChildProcess {
 class NamedEvent {
  public:
   explicit NamedEvent(const std::string& name)
-      : event_(CreateEventA(nullptr, TRUE, FALSE, name.c_str())) {}
+      : event_(CreateEventW(nullptr, TRUE, FALSE, to_path(name).c_str())) {}
   ~NamedEvent() { CloseHandle(event_); }
   NamedEvent(const NamedEvent&) = delete;
   NamedEvent& operator=(const NamedEvent&) = delete;
@@ -48,6 +48,9 @@ class NamedEvent {
  private:
   HANDLE event_;
 };
+
+/// The test host's path.
+std::string host_program();
 
 /// A test whose children keep their data and their log in a folder of its own.
 class HostTest : public testing::Test {
@@ -70,6 +73,9 @@ class HostTest : public testing::Test {
   /// The application's name: this test's only, as there is one instance a name, and a process that
   /// has just ended may hold its mutex for a moment.
   [[nodiscard]] const std::string& name() const { return name_; }
+
+  /// Puts letters behind the name, outside ASCII for one. Call first.
+  void extend_name(const std::string& letters) { name_ += letters; }
 
   [[nodiscard]] const TemporaryDirectory& directory() const { return directory_; }
 

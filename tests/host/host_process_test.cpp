@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "tests/host/child_process.h"
+#include "tests/support/kit_path.h"
 
 namespace orsin {
 namespace {
@@ -123,7 +124,8 @@ TEST_F(HostProcess, AFaultInAThreadEndsTheProcessWithABlockThatNamesTheThread) {
 }
 
 TEST_F(HostProcess, ClosesDownInTheFixedOrder) {
-  const auto plugin = std::filesystem::absolute(ORSIN_TEST_PLUGINS "/plugin_logging.dll");
+  const auto plugin = test::to_path(
+      test::kit_path("tests/plugins/plugin_logging.dll", ORSIN_TEST_PLUGINS "/plugin_logging.dll"));
   SetEnvironmentVariableA("ORSIN_TEST_PLUGIN", plugin.string().c_str());
 
   EXPECT_EQ(run("leave"), 0);
@@ -162,6 +164,54 @@ TEST_F(HostProcess, KeepsTenOlderLogsAndDropsTheEleventh) {
   EXPECT_NE(oldest.find("2-way multi-processing"), std::string::npos) << oldest;
 }
 
+TEST_F(HostProcess, TheHostHasItsErrorModeBackAfterClosedown) {
+  EXPECT_EQ(run("boxes"), SEM_NOGPFAULTERRORBOX);
+
+  EXPECT_NE(log().find("boxes are off"), std::string::npos) << log();
+}
+
+TEST_F(HostProcess, AChildThatOutlivesItsHostDoesNotHoldTheLog) {
+  NamedEvent printed(name() + "Printed");
+  NamedEvent leave(name() + "Leave");
+  EXPECT_EQ(run("outlived"), 0);
+  ASSERT_TRUE(printed.wait());
+  const std::string before = log();
+  const bool is_free =
+      DeleteFileW(test::to_path(directory().path("Settings\\logs\\" + name() + ".log")).c_str());
+
+  leave.set();
+
+  EXPECT_NE(before.find("child started 1 exited 0"), std::string::npos) << before;
+  EXPECT_TRUE(is_free);
+}
+
+TEST_F(HostProcess, AChildThatIsWaitedForPrintsIntoTheLog) {
+  NamedEvent leave(name() + "Leave");
+  leave.set();
+
+  EXPECT_EQ(run("tool"), 0);
+
+  EXPECT_NE(log().find("printed by the child"), std::string::npos) << log();
+  EXPECT_NE(log().find("child started 1 exited 1"), std::string::npos) << log();
+}
+
+TEST_F(HostProcess, ALogThatAViewerHoldsIsKeptAsNumberOne) {
+  EXPECT_EQ(run("close", "-P3"), 0);
+  const std::string before = log();
+  const std::string path = directory().path("Settings\\logs\\" + name() + ".log");
+  const HANDLE viewer =
+      CreateFileW(test::to_path(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  ASSERT_NE(viewer, INVALID_HANDLE_VALUE);
+
+  EXPECT_EQ(run("close", "-P4"), 0);
+  CloseHandle(viewer);
+
+  EXPECT_NE(log().find("4-way multi-processing"), std::string::npos) << log();
+  EXPECT_EQ(TemporaryDirectory::read(directory().path("Settings\\logs\\" + name() + ".1.log")),
+            before);
+}
+
 TEST_F(HostProcess, ALogThatCannotBeOpenedIsWrittenToStandardError) {
   std::filesystem::create_directories(
       test::to_path(directory().path("Settings\\logs\\" + name() + ".log")));
@@ -184,7 +234,7 @@ TEST_F(HostProcess, AFastStartLogsWarningsToStandardErrorAndMakesNoFile) {
 }
 
 TEST_F(HostProcess, WithoutANameTheLogGoesToStandardErrorAtWarnings) {
-  const std::string command = std::string("\"") + ORSIN_TEST_HOST + "\" -x level - -P2";
+  const std::string command = std::string("\"") + test::host_program() + "\" -x level - -P2";
   ChildProcess first(command, directory().path("output"));
   ChildProcess second(command, directory().path("output"));
 

@@ -1,5 +1,6 @@
 // Localisation at its place in start-up, in a child process with catalogues in its data folder.
 #include "tests/host/child_process.h"
+#include "tests/support/kit_path.h"
 
 namespace orsin {
 namespace {
@@ -10,8 +11,9 @@ using HostLocalisation = test::HostTest;
 
 TEST_F(HostLocalisation, TranslatesOnceStartUpIsDone) {
   directory().write("locale/languages", "0:System Default:x\n2:Polski:pl_PL\n");
-  directory().write("locale/pl/LC_MESSAGES/korvane.mo",
-                    TemporaryDirectory::read(ORSIN_TEST_CATALOGUES "/pl.mo"));
+  directory().write(
+      "locale/pl/LC_MESSAGES/korvane.mo",
+      TemporaryDirectory::read(test::kit_path("catalogues/pl.mo", ORSIN_TEST_CATALOGUES "/pl.mo")));
   directory().write("Settings/language.cfg", "language=pl_PL\r\r\n");
 
   EXPECT_EQ(run("locale"), 0);

@@ -15,8 +15,10 @@ constexpr int kRefused = 2;
 class SecondInstance : public test::HostTest {
  protected:
   void start_first(const char* command) {
+    ready_.emplace(name() + "Ready");
+    ask_.emplace(name() + "Ask");
     first_.emplace(host(command));
-    ASSERT_TRUE(ready_.wait());
+    ASSERT_TRUE(ready_->wait());
   }
 
   // Starts another instance and presses OK in its message box; what the box said.
@@ -29,7 +31,7 @@ class SecondInstance : public test::HostTest {
 
   // Lets the first instance look for updates, and ends it.
   std::string end_first() {
-    ask_.set();
+    ask_->set();
     EXPECT_EQ(first_->wait(), 0);
     return log();
   }
@@ -38,7 +40,7 @@ class SecondInstance : public test::HostTest {
   [[nodiscard]] std::string answer_box() const {
     constexpr int kTextControl = 0xFFFF;
     for (DWORD waited = 0; waited < test::kDeadlineMs; waited += 10) {
-      HWND box = FindWindowA("#32770", name().c_str());
+      HWND box = FindWindowW(L"#32770", test::to_path(name()).c_str());
       HWND label = box != nullptr ? GetDlgItem(box, kTextControl) : nullptr;
       char text[100] = {};
       if (label != nullptr &&
@@ -51,8 +53,8 @@ class SecondInstance : public test::HostTest {
     return {};
   }
 
-  NamedEvent ready_{name() + "Ready"};
-  NamedEvent ask_{name() + "Ask"};
+  std::optional<NamedEvent> ready_;
+  std::optional<NamedEvent> ask_;
   std::optional<ChildProcess> first_;
 };
 
@@ -81,6 +83,35 @@ TEST_F(SecondInstance, RestoresTheMinimisedWindowOfTheFirst) {
 
   const std::string text = end_first();
   EXPECT_NE(text.find("window is restored"), std::string::npos) << text;
+}
+
+TEST_F(SecondInstance, IsNotHeldUpByAFirstOneThatHangs) {
+  start_first("hung");
+  ChildProcess second(host("close", "-x file"));
+
+  EXPECT_EQ(second.wait(), kRefused);
+
+  const std::string text = end_first();
+  EXPECT_NE(text.find(" -x file] then 0"), std::string::npos) << text;
+}
+
+TEST_F(SecondInstance, FindsTheWindowOfANameOutsideAscii) {
+  extend_name("Дубль");
+  start_first("window");
+
+  EXPECT_EQ(run("close"), kRefused);
+
+  const std::string text = end_first();
+  EXPECT_NE(text.find("window is restored"), std::string::npos) << text;
+}
+
+TEST_F(SecondInstance, TitlesItsMessageWithANameOutsideAscii) {
+  extend_name("Дубль");
+  start_first("serve");
+
+  EXPECT_EQ(start_second(host("close")), "There is already an instance running!");
+
+  end_first();
 }
 
 TEST_F(SecondInstance, OnlyTheLatestOfSeveralIsDelivered) {
@@ -118,7 +149,7 @@ TEST_F(SecondInstance, KeepsTheRestOfAQuotedPathWithABlankBeforeTheArguments) {
   start_first("window");
   // Quotes and blanks before the name are skipped; the name ends at the blank within its quotes.
   const std::string program = directory().path("two words.exe");
-  std::filesystem::copy_file(test::to_path(ORSIN_TEST_HOST), test::to_path(program));
+  std::filesystem::copy_file(test::to_path(test::host_program()), test::to_path(program));
 
   EXPECT_EQ(ChildProcess("\"" + program + "\" -x close " + name()).wait(), kRefused);
 

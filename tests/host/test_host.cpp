@@ -12,9 +12,15 @@
 //   copy     copies its own program file to DATA/copy
 //   leave    leaves queued work and an open plug-in (ORSIN_TEST_PLUGIN) to closedown
 //   litter   leaves pages of the system and a thread that never ends to closedown
+//   boxes    exits with the error mode after closedown; it had set SEM_NOGPFAULTERRORBOX before
+//   tool     waits for a child that prints to standard error
+//   outlived starts a child that prints to standard error and lives until NAMELeave
+//   child    is such a child, without the library: signals NAMEPrinted, waits for NAMELeave
 //   serve    is a first instance: signals NAMEReady, waits for NAMEAsk, logs the updates
 //   window   the same, with a minimised main window
+//   hung     the same, but the window's thread sees to no message
 //   restart  asks for a restart the first time
+//   busy-X   leaves threads to closedown that do X for ever: see busy_threads.h
 //
 // A second process of "restart" signals NAMEDone. The first argument is "-x", as a restart passes
 // on what follows a dash; the third names the application ("-" gives null); the data path comes from
@@ -23,17 +29,30 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <string>
+#include <vector>
 
 #include "base/win/windows.h"
 #include "orsincore/orsincore.h"
+#include "tests/host/busy_threads.h"
+
+#include <shellapi.h>
 
 namespace {
+
+std::wstring wide(const std::string& text) {
+  std::wstring units(text.size() + 1, L'\0');
+  ov_utf8_to_wchar_n(text.c_str(), units.data(), units.size());
+  units.resize(std::wcslen(units.c_str()));
+  return units;
+}
 
 class Event {
  public:
   Event(const char* application, const char* suffix)
-      : event_(CreateEventA(nullptr, TRUE, FALSE, (std::string(application) + suffix).c_str())) {}
+      : event_(
+            CreateEventW(nullptr, TRUE, FALSE, wide(std::string(application) + suffix).c_str())) {}
   ~Event() { CloseHandle(event_); }
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
@@ -121,14 +140,32 @@ void leave_litter(const char* application) {
   }
 }
 
+void start_child(const char* application, bool wait) {
+  char program[260] = {};
+  ov_modulename(program, sizeof(program));
+  char* argv[] = {program, const_cast<char*>("-x"), const_cast<char*>("child"),
+                  const_cast<char*>(application), nullptr};
+  ProcessResultStruct result = {};
+  SpawnAndLoopUntilFinished(program, argv, wait, nullptr, nullptr, result, 1);
+  msginfo("child started %d exited %d", result.started ? 1 : 0, result.exited ? 1 : 0);
+}
+
+void print_and_linger(const char* application) {
+  std::fputs("printed by the child\n", stderr);
+  std::fflush(stderr);
+  const Event leave(application, "Leave");
+  Event(application, "Printed").set();
+  WaitForSingleObject(leave.handle(), INFINITE);
+}
+
 HWND make_main_window(const char* application) {
-  const std::string class_name = std::string(application) + "KORVANE";
-  WNDCLASSA window_class = {};
-  window_class.lpfnWndProc = DefWindowProcA;
+  const std::wstring class_name = wide(std::string(application) + "KORVANE");
+  WNDCLASSW window_class = {};
+  window_class.lpfnWndProc = DefWindowProcW;
   window_class.lpszClassName = class_name.c_str();
-  RegisterClassA(&window_class);
-  HWND window = CreateWindowA(class_name.c_str(), application, WS_OVERLAPPEDWINDOW, 40, 30, 300,
-                              200, nullptr, nullptr, nullptr, nullptr);
+  RegisterClassW(&window_class);
+  HWND window = CreateWindowW(class_name.c_str(), L"", WS_OVERLAPPEDWINDOW, 40, 30, 300, 200,
+                              nullptr, nullptr, nullptr, nullptr);
   ShowWindow(window, SW_SHOWMINIMIZED);
   return window;
 }
@@ -142,10 +179,10 @@ void pump_until(HANDLE event) {
   }
 }
 
-void serve(const char* application, HWND window) {
+void serve(const char* application, HWND window, void (*wait_for)(HANDLE) = pump_until) {
   const Event ask(application, "Ask");
   Event(application, "Ready").set();
-  pump_until(ask.handle());
+  wait_for(ask.handle());
   if (window != nullptr) {
     msginfo("window is %s", IsIconic(window) != 0 ? "minimised" : "restored");
   }
@@ -167,10 +204,17 @@ bool start(int argc, char** argv) {
 }
 
 int act(const std::string& command, const char* application) {
+  constexpr char kBusy[] = "busy-";
+  if (command.starts_with(kBusy)) {
+    return orsin::test::start_busy_threads(command.substr(sizeof(kBusy) - 1)) ? 0 : 1;
+  }
   if (command == "level") {
     return 100 + 10 * msg_getlevel() + smp_numprocs();
   }
-  if (command == "paths") {
+  if (command == "boxes") {
+    constexpr UINT kBoxes = SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX;
+    msginfo("boxes are %s", (GetErrorMode() & kBoxes) == kBoxes ? "off" : "on");
+  } else if (command == "paths") {
     print_paths();
   } else if (command == "locale") {
     msginfo("locale '%s', text '%s'", ov_locale_get(), ov_pgettext("state", "Open"));
@@ -191,26 +235,74 @@ int act(const std::string& command, const char* application) {
     leave_to_closedown();
   } else if (command == "litter") {
     leave_litter(application);
+  } else if (command == "tool") {
+    start_child(application, true);
+  } else if (command == "outlived") {
+    start_child(application, false);
   } else if (command == "serve") {
     serve(application, nullptr);
   } else if (command == "window") {
     serve(application, make_main_window(application));
+  } else if (command == "hung") {
+    serve(application, make_main_window(application),
+          [](HANDLE event) { WaitForSingleObject(event, INFINITE); });
   } else if (command == "restart" && RA_CheckProcessWasRestarted() == 0) {
     return RA_ActivateRestartProcess() - 1;
   }
   return 0;
 }
 
+// The command line in UTF-8; the run-time library's own is in the system's code page.
+class Arguments {
+ public:
+  Arguments() {
+    int count = 0;
+    wchar_t** units = CommandLineToArgvW(GetCommandLineW(), &count);
+    for (int i = 0; i < count; ++i) {
+      std::string text(std::wcslen(units[i]) * 3 + 1, '\0');
+      ov_wchar_to_utf8(units[i], text.data(), text.size());
+      texts_.push_back(text);
+    }
+    LocalFree(static_cast<void*>(units));
+    for (std::string& text : texts_) {
+      pointers_.push_back(text.data());
+    }
+    pointers_.push_back(nullptr);
+  }
+  [[nodiscard]] int count() const { return static_cast<int>(texts_.size()); }
+  char** get() { return pointers_.data(); }
+
+ private:
+  std::vector<std::string> texts_;
+  std::vector<char*> pointers_;
+};
+
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc < 4 || !start(argc, argv)) {
+int main() {
+  static Arguments arguments;
+  const int argc = arguments.count();
+  char** argv = arguments.get();
+  if (argc >= 4 && std::strcmp(argv[2], "child") == 0) {
+    print_and_linger(argv[3]);
+    return 0;
+  }
+  if (argc < 4) {
     return 2;
   }
   const std::string command = argv[2];
+  if (command == "boxes") {
+    SetErrorMode(SEM_NOGPFAULTERRORBOX);
+  }
+  if (!start(argc, argv)) {
+    return 2;
+  }
   const int answer = act(command, argv[3]);
   const bool second_run = RA_CheckProcessWasRestarted() != 0;
   ov_closedown();
+  if (command == "boxes") {
+    return static_cast<int>(GetErrorMode());
+  }
   if (second_run) {
     Event(argv[3], "Done").set();
   }

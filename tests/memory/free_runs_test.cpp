@@ -64,6 +64,32 @@ TEST_F(FreeRunsTest, FindsNothingLongerThan32BitsCanCount) {
   EXPECT_EQ(runs_.first_fit(std::uint64_t{1} << 40), kNone);
 }
 
+// Memory is touched for as many runs as there are at a time, wherever they come and go.
+TEST_F(FreeRunsTest, UsesTheLeavesOfRunsThatHaveGone) {
+  constexpr std::uint32_t kAtATime = 10;
+  for (std::uint32_t turn = 0; turn < 5000; ++turn) {
+    runs_.insert(turn * 200, turn * 200 + 100);
+    if (turn >= kAtATime) {
+      runs_.remove((turn - kAtATime) * 200);
+    }
+  }
+
+  EXPECT_LE(runs_.leaves_touched(), kAtATime + 1);
+  EXPECT_EQ(runs_.first_fit(1), (5000 - kAtATime) * 200);
+}
+
+TEST_F(FreeRunsTest, FindsTheRunBeforeAGranuleOverAnyDistance) {
+  for (const std::uint32_t end : {20u, 200u, 2000u, 20000u, 200000u, 1000000u}) {
+    SCOPED_TRACE(end);
+    runs_.insert(5, end);
+
+    EXPECT_EQ(runs_.begin_of_run_to(end), 5u);
+    EXPECT_EQ(runs_.begin_of_run_to(end - 1), kNone);
+
+    runs_.remove(5);
+  }
+}
+
 TEST(FreeRunsCreation, NeedsMemory) {
   const test::AllocationRefusal refusal(1000);
   FreeRuns runs;

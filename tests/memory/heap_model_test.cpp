@@ -145,8 +145,7 @@ class SideBySide {
     } else {
       const HeapLock lock(heap_);
       const std::uint64_t needed = heap_block_size(*heap_, bytes);
-      ASSERT_EQ(movable_heap::allocate_once_locked(*heap_, needed, &owner.data),
-                expected == 1 ? movable_heap::Attempt::kAllocated : movable_heap::Attempt::kNoRoom);
+      ASSERT_EQ(movable_heap::allocate_once_locked(*heap_, needed, &owner.data), expected == 1);
     }
     if (expected == 1) {
       ++allocations_;

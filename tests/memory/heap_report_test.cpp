@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "orsincore/log.h"
 #include "orsincore/memory.h"
 #include "tests/memory/heap_fixture.h"
 #include "tests/support/log_capture.h"
@@ -92,6 +93,18 @@ TEST(HeapTrace, KeepsCountingALockedBlockTwice) {
   mheap_trace(heap.get(), nullptr);
 
   EXPECT_EQ(log.lines().back(), "     :     STATUS: 2 Kb Locked, 2 Kb Used, 0 Kb Free");
+}
+
+// The dump ends when its first line is filtered; this goes on below whatever line came before.
+TEST(HeapTrace, KeepsListingBlocksThoughItsFirstLineIsFiltered) {
+  const LogCapture log(2);
+  const Heap heap = make_heap(80 + 2048, 16, MHEAP_DISCARD);
+  msginfo("Before");
+
+  mheap_trace(heap.get(), nullptr);
+
+  EXPECT_EQ(log.lines().front(), "INFO : Before");
+  EXPECT_EQ(log.lines().back(), "     :     STATUS: 0 Kb Locked, 0 Kb Used, 2 Kb Free");
 }
 
 TEST(HeapTrace, OfAHeapWithoutBlocksIsNothing) {

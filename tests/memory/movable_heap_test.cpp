@@ -304,7 +304,7 @@ TEST(HeapLocks, NeverReadInFrontOfTheRegion) {
 }
 
 // Base is raised to a block's data here: no data ever lies at the true base.
-TEST(HeapLocks, KeepAcceptingAnAddressEqualToBaseWhereOthersDoNot) {
+TEST(HeapLocks, AcceptAnAddressEqualToBaseWhereOthersWantOneAboveIt) {
   const Heap heap = make_heap(4096);
   void* owner = nullptr;
   mheap_alloc_lock(heap.get(), 1, &owner);

@@ -11,6 +11,7 @@
 
 #include "memory/movable_heap.h"
 #include "orsincore/memory.h"
+#include "orsincore/primitives.h"
 #include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 
@@ -204,6 +205,29 @@ TEST(MovableHeapWaiters, AreWokenByAnUnlock) {
   }
 
   EXPECT_TRUE(is_woken);
+}
+
+// The mutex and the condition are public: a thread may wait there for its own reasons.
+TEST(MovableHeapWaiters, OfTheHostAreWokenByAnUnlockToo) {
+  constexpr long long kDeadlineNs = 10'000'000'000;  // Only for a heap that wakes nobody.
+  _mheap* heap = mheap_initialize("Watched", 65536, 16, MHEAP_DISCARD, 0);
+  void* block = nullptr;
+  ASSERT_EQ(mheap_alloc_lock(heap, 1000, &block), 1);
+  test::Latch holding(1);
+  int is_woken = 0;
+
+  std::thread host([&] {
+    mp_get_mutex(heap->mutex);
+    holding.count_down();  // The unlock comes through when the wait lets go of the mutex.
+    is_woken = mp_cond_timedwait(heap->cond, heap->mutex, kDeadlineNs);
+    mp_release_mutex(heap->mutex);
+  });
+  holding.wait();
+  EXPECT_EQ(mheap_unlock(heap, &block), 0);
+  host.join();
+
+  EXPECT_NE(is_woken, 0);
+  mheap_destroy(heap);
 }
 
 // Kept on purpose in mheap_free(): only an unlock signals. Every wait ends by its time.

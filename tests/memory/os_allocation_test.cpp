@@ -121,7 +121,6 @@ TEST(OsAllocation, ReportsAtClosedownWhatNobodyGaveBack) {
   os_alloc(100, 0);
 
   os_allocation::report_and_forget();
-  os_allocation::stop();
 
   EXPECT_EQ(log.lines(), Lines{"DEBUG: MEMORY: Closedown: 2 OS allocations left: 4196"});
 }
@@ -132,7 +131,6 @@ TEST(OsAllocation, SaysNothingAtClosedownWhenAllIsBack) {
   os_free(os_alloc(4096, 0));
 
   os_allocation::report_and_forget();
-  os_allocation::stop();
 
   EXPECT_EQ(log.lines(), Lines{});
 }
@@ -158,7 +156,6 @@ TEST(OsAllocation, ServesManyThreadsAtOnce) {
   for (std::thread& thread : threads) {
     thread.join();
   }
-  os_allocation::stop();
 
   EXPECT_EQ(failures, 0);
 }

@@ -36,7 +36,7 @@ TEST(ParallelCopy, CopiesInlineWithoutWorkers) {
 
 class ParallelCopyByWorkers : public testing::TestWithParam<int> {};
 
-TEST_P(ParallelCopyByWorkers, KeepsSplittingEverySizeAndMissesNoByte) {
+TEST_P(ParallelCopyByWorkers, MissesNoByteOfAnySize) {
   const test::LogCapture log;
   start_thread_table();
   ASSERT_EQ(start_executor(GetParam()), GetParam());

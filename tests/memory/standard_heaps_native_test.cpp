@@ -2,16 +2,20 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "memory/heap_sizes.h"
 #include "memory/os_allocation.h"
 #include "memory/standard_heaps.h"
 #include "orsincore/memory.h"
+#include "orsincore/primitives.h"
 #include "tests/native/pages_native.h"
 #include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
@@ -511,6 +515,124 @@ TEST_F(HeapBuffers, KeepDiscardCallbacksToTheFrameHeap) {
   mem_free_locked_buffer(&proxy);
 
   EXPECT_EQ(discards, 1);
+}
+
+// All heaps but the Proxy heap have their mutexes held by this thread, as while they run a discard
+// callback.
+class BusyHeaps {
+ public:
+  BusyHeaps() {
+    for (const MEM_HEAP_ID id : kBusy) {
+      mp_get_mutex(mem_getheap(id)->mutex);
+    }
+  }
+  ~BusyHeaps() { let_go(); }
+  BusyHeaps(const BusyHeaps&) = delete;
+  BusyHeaps& operator=(const BusyHeaps&) = delete;
+
+  /// False when `work` on another thread has not ended in time: it waits for one of the heaps.
+  template <typename Work>
+  [[nodiscard]] bool let_through(Work work) {
+    constexpr std::chrono::seconds kDeadline{10};  // Only for work that hangs.
+    std::future<void> done = std::async(std::launch::async, work);
+    const bool is_through = done.wait_for(kDeadline) == std::future_status::ready;
+    let_go();
+    return is_through;
+  }
+
+ private:
+  static constexpr MEM_HEAP_ID kBusy[] = {MEM_HEAP_FRAME, MEM_HEAP_AUDIO, MEM_HEAP_IMAGE};
+
+  void let_go() {
+    for (const MEM_HEAP_ID id : kBusy) {
+      if (is_held_) {
+        mp_release_mutex(mem_getheap(id)->mutex);
+      }
+    }
+    is_held_ = false;
+  }
+
+  bool is_held_ = true;
+};
+
+TEST_F(HeapBuffers, OfOneHeapDoNotWaitForAnother) {
+  void* proxy = nullptr;
+  ASSERT_NE(mem_alloc_locked_buffer(&proxy, 1000, MEM_HEAP_PROXY), nullptr);
+  BusyHeaps others;
+
+  const bool is_through = others.let_through([&] {
+    EXPECT_EQ(mem_lock_buffer(&proxy), 2);
+    EXPECT_EQ(mem_keep_buffer(&proxy), 2);
+    EXPECT_EQ(mem_unlock_buffer(&proxy), 1);
+    EXPECT_EQ(mem_unlock_buffer(&proxy), 0);
+    EXPECT_EQ(mem_free_buffer(&proxy), 1);
+  });
+
+  EXPECT_TRUE(is_through);
+}
+
+TEST_F(HeapBuffers, FromTheSystemWaitForNoHeap) {
+  void* pages = os_alloc(4096, 0);
+  BusyHeaps others;
+
+  const bool is_through = others.let_through([&] {
+    EXPECT_EQ(mem_lock_buffer(&pages), 0);
+    EXPECT_EQ(mem_free_locked_buffer(&pages), 0);
+  });
+
+  EXPECT_TRUE(is_through);
+}
+
+TEST_F(HeapBuffers, AreServedBesideAHeapThatFailedValidation) {
+  void* frame = nullptr;
+  void* audio = nullptr;
+  mem_alloc_locked_buffer(&frame, 1000, MEM_HEAP_FRAME);
+  mem_alloc_locked_buffer(&audio, 1000, MEM_HEAP_AUDIO);
+  mheap_mblk* damaged = mem_getheap(MEM_HEAP_FRAME)->first_block;
+  const std::uint64_t size = std::exchange(damaged->size, 0);
+  ASSERT_EQ(mem_validate(MEM_HEAP_FRAME), -1);  // Its mutex is this thread's now.
+
+  std::future<int> freed =
+      std::async(std::launch::async, [&] { return mem_free_locked_buffer(&audio); });
+  const bool is_through = freed.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+  damaged->size = size;
+  mp_release_mutex(mem_getheap(MEM_HEAP_FRAME)->mutex);
+
+  EXPECT_TRUE(is_through);
+  EXPECT_EQ(freed.get(), 1);
+}
+
+// A larger region takes the place of the old one while the heap's owner is looked for.
+TEST_F(HeapBuffers, AreFoundWhileTheirHeapGrows) {
+  constexpr int kThreads = 4;
+  void* buffers[kThreads] = {};
+  for (void*& buffer : buffers) {
+    ASSERT_NE(mem_alloc_locked_buffer(&buffer, 1000, MEM_HEAP_IMAGE), nullptr);
+  }
+  test::Latch gate(kThreads + 1);
+  std::atomic<bool> is_growing = true;
+  std::atomic<int> lost = 0;
+  std::vector<std::thread> threads;
+  for (void*& buffer : buffers) {
+    threads.emplace_back([&] {
+      gate.arrive_and_wait();
+      while (is_growing) {
+        lost += mem_lock_buffer(&buffer) == 2 ? 0 : 1;
+        lost += mem_unlock_buffer(&buffer) == 1 ? 0 : 1;
+      }
+    });
+  }
+  gate.arrive_and_wait();
+
+  for (std::uint64_t mib = 33; mib <= 48; ++mib) {
+    EXPECT_EQ(mheap_resize(mem_getheap(MEM_HEAP_IMAGE), mib * kMib, 0), mib * kMib);
+  }
+  is_growing = false;
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+
+  EXPECT_EQ(lost, 0);
 }
 
 // Every thread locks and unlocks its own buffers while the others' allocations move and discard them.

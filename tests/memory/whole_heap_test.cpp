@@ -15,6 +15,7 @@ namespace orsin {
 namespace {
 
 using test::discarded;
+using test::formatted;
 using test::FourBlocks;
 using test::Heap;
 using test::Lines;
@@ -94,41 +95,151 @@ TEST(HeapValidation, NamesABlockThatIsEmptyAfterJoining) {
 }
 
 volatile std::sig_atomic_t last_signal = 0;
+volatile std::sig_atomic_t signals = 0;
 
-void note_signal(int signal) {
+extern "C" void note_signal(int signal) {
   last_signal = signal;
+  signals = signals + 1;
+  std::signal(signal, note_signal);  // It is reset before each call.
 }
 
-TEST(HeapDamage, RaisesSignal11InASearch) {
+// Notes the signals of damage instead of ending the process.
+class HeapDamage : public testing::Test {
+ protected:
+  HeapDamage() : previous_(std::signal(SIGSEGV, note_signal)) { signals = 0; }
+  ~HeapDamage() override { std::signal(SIGSEGV, previous_); }
+
+  static constexpr char kLine[] =
+      "ERROR: HEAP 'Tested' CORRUPTED: Illegal (0 size) block detected...";
+
+ private:
+  void (*previous_)(int);
+};
+
+TEST_F(HeapDamage, RaisesSignal11InASearch) {
   const LogCapture log;
   FourBlocks four;
+  four.heap->mode = MHEAP_DISCARD;  // The other mode tries again without end.
   mheap_free(four.heap.get(), &four.owners[0]);
   next_block(four.heap->first_block)->size = 0;
-  last_signal = 0;
-  const auto previous = std::signal(SIGSEGV, note_signal);
   void* owner = nullptr;
 
   EXPECT_EQ(mheap_alloc_lock(four.heap.get(), 1, &owner), -1);
 
-  std::signal(SIGSEGV, previous);
   EXPECT_EQ(last_signal, SIGSEGV);
   EXPECT_EQ(last_signal, 11);
-  EXPECT_EQ(log.lines(),
-            Lines{"ERROR: HEAP 'Tested' CORRUPTED: Illegal (0 size) block detected..."});
 }
 
-TEST(HeapDamage, RaisesSignal11WhenAllIsCleared) {
+// A search that met damage has found nothing, and the allocation goes on as after any such search.
+TEST_F(HeapDamage, IsReportedByBothSearchesBeforeEachWait) {
+  const LogCapture log;
+  FourBlocks four;
+  four.heap->mode = MHEAP_DISCARD;
+  mheap_free(four.heap.get(), &four.owners[0]);
+  next_block(four.heap->first_block)->size = 0;
+  void* owner = nullptr;
+
+  EXPECT_EQ(mheap_alloc_lock(four.heap.get(), 1, &owner), -1);
+
+  Lines expected;
+  for (int wait = 0; wait < 10; ++wait) {
+    expected.emplace_back(kLine);  // The log drops a line that is repeated once.
+    expected.push_back(formatted("WARN : Waiting for free space in Tested heap: 96 (%d)", wait));
+    expected.push_back("WARN : Timeout while waiting for free space in Tested heap");
+  }
+  EXPECT_EQ(log.lines(), expected);
+  EXPECT_EQ(signals, 20);
+}
+
+TEST_F(HeapDamage, RaisesSignal11WhenAllIsCleared) {
   const LogCapture log;
   FourBlocks four;
   next_block(four.heap->first_block)->size = 0;
-  last_signal = 0;
-  const auto previous = std::signal(SIGSEGV, note_signal);
 
   mheap_clearall(four.heap.get());
 
-  std::signal(SIGSEGV, previous);
   EXPECT_EQ(last_signal, SIGSEGV);
   EXPECT_EQ(log.lines(), Lines{"ERROR: HEAP CORRUPTED: Illegal (0 size) block detected..."});
+}
+
+// What a write beyond a block's end leaves behind: zeros where the next header was.
+void overrun(mheap_mblk* header) {
+  *header = {};
+}
+
+TEST_F(HeapDamage, OfAFreeBlockIsNoticedWhenTheOneBeforeItIsFreed) {
+  const LogCapture log;
+  FourBlocks four;
+  mheap_free(four.heap.get(), &four.owners[1]);
+  overrun(next_block(four.heap->first_block));
+
+  EXPECT_EQ(mheap_free(four.heap.get(), &four.owners[0]), 1);
+
+  EXPECT_EQ(signals, 1);
+  EXPECT_EQ(log.lines(), Lines{kLine});
+  EXPECT_EQ(four.owners[0], nullptr);
+  EXPECT_EQ(four.heap->first_block->size, 96u);  // Not a byte of what is damaged has been joined.
+}
+
+TEST_F(HeapDamage, OfAUsedBlockIsNoticedWhenTheOneBeforeItIsFreed) {
+  const LogCapture log;
+  FourBlocks four;
+  overrun(next_block(four.heap->first_block));
+
+  EXPECT_EQ(mheap_free(four.heap.get(), &four.owners[0]), 1);
+
+  EXPECT_EQ(signals, 1);
+  EXPECT_EQ(log.lines(), Lines{kLine});
+}
+
+TEST_F(HeapDamage, IsNoticedWhenAPendingFreeIsCompleted) {
+  const LogCapture log;
+  FourBlocks four;
+  void* data = mheap_lock_ex(four.heap.get(), four.owners[0]);
+  mheap_free(four.heap.get(), &four.owners[0]);
+  overrun(next_block(four.heap->first_block));
+
+  EXPECT_EQ(mheap_unlock_ex(four.heap.get(), data), 1);
+
+  EXPECT_EQ(signals, 1);
+  EXPECT_EQ(log.lines(), Lines{kLine});
+}
+
+mheap_mblk* behind_discarded = nullptr;
+
+void overrun_while_discarded(void* /*data*/) {
+  overrun(behind_discarded);
+}
+
+TEST_F(HeapDamage, DoneByADiscardCallbackEndsTheSearch) {
+  const LogCapture log;
+  FourBlocks four;
+  four.heap->mode = MHEAP_DISCARD;
+  behind_discarded = next_block(four.heap->first_block);
+  mheap_set_discard_callback(four.heap.get(), four.owners[0], overrun_while_discarded);
+  void* owner = nullptr;
+
+  EXPECT_EQ(mheap_alloc_lock(four.heap.get(), 1, &owner), -1);
+
+  EXPECT_GT(signals, 0);
+  EXPECT_EQ(four.owners[0], nullptr);
+  EXPECT_EQ(owner, nullptr);
+}
+
+// A free block behind is noticed again by each search that comes by.
+TEST_F(HeapDamage, StaysNoticedAfterTheFirstReport) {
+  const LogCapture log;
+  FourBlocks four;
+  four.heap->mode = MHEAP_DISCARD;
+  mheap_free(four.heap.get(), &four.owners[1]);
+  overrun(next_block(four.heap->first_block));
+  mheap_free(four.heap.get(), &four.owners[0]);
+  signals = 0;
+  void* owner = nullptr;
+
+  EXPECT_EQ(mheap_alloc_lock(four.heap.get(), 1, &owner), -1);
+
+  EXPECT_EQ(signals, 20);
 }
 
 TEST(HeapResize, ToASizeThatIsNotLargerChangesNothing) {

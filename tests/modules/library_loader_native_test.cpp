@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -14,6 +15,8 @@
 #include "base/clock.h"
 #include "base/fpu_mode.h"
 #include "base/program_paths.h"
+#include "modules/error_boxes.h"
+#include "modules/library_port.h"
 #include "orsincore/startup.h"
 #include "tests/native/fake_clock.h"
 #include "tests/native/fake_libraries.h"
@@ -42,6 +45,7 @@ class LibraryLoader : public testing::Test {
   }
   void TearDown() override {
     stop_library_loader();
+    restore_error_boxes();
     fake_libraries() = {};
     fake_processors() = {};
     fake_clock() = {};
@@ -60,14 +64,14 @@ TEST_F(LibraryLoader, SilencesThreadNoticesAndErrorBoxesAfterALoad) {
 
   EXPECT_EQ(ov_open_library("codec.dll", 0), &modules[0]);
 
-  EXPECT_EQ(calls_so_far(), (Lines{"load codec.dll", "silence threads", "silence boxes"}));
+  EXPECT_EQ(calls_so_far(), (Lines{"load codec.dll", "silence threads", "error mode"}));
 }
 
 TEST_F(LibraryLoader, SharesALibraryUntilItsLastClose) {
   fake_libraries().loadable["codec.dll"] = &modules[0];
   EXPECT_EQ(ov_open_library("codec.dll", 0), &modules[0]);
   EXPECT_EQ(ov_open_library("codec.dll", 0), &modules[0]);
-  EXPECT_EQ(calls_so_far(), (Lines{"load codec.dll", "silence threads", "silence boxes"}));
+  EXPECT_EQ(calls_so_far(), (Lines{"load codec.dll", "silence threads", "error mode"}));
 
   ov_close_library(&modules[0], false);
   EXPECT_EQ(calls_so_far(), Lines{});
@@ -110,7 +114,7 @@ TEST_F(LibraryLoader, AnAbsentLibraryFailsWithoutAMessage) {
   EXPECT_EQ(ov_open_library(std::string(260, 'n').c_str(), 0), nullptr);
 
   EXPECT_EQ(log.lines(), Lines{});
-  EXPECT_EQ(calls_so_far(), Lines{"load nowhere.dll"});
+  EXPECT_EQ(calls_so_far(), (Lines{"load nowhere.dll", "error mode"}));
 }
 
 TEST_F(LibraryLoader, ANameOf259BytesStillFits) {
@@ -145,10 +149,10 @@ TEST_F(LibraryLoader, FlagOneSearchesTheLibrarysOwnDirectoryDuringTheLoad) {
   } cases[] = {
       {"C:\\plugins\\a.dll",
        1,
-       {"directory C:\\plugins\\", "load C:\\plugins\\a.dll", "no directory"}},
-      {"C:\\a.dll", 3, {"directory C:\\", "load C:\\a.dll", "no directory"}},
-      {"C:\\plugins\\a.dll", 2, {"load C:\\plugins\\a.dll"}},
-      {"a.dll", 1, {"load a.dll"}},
+       {"directory C:\\plugins\\", "load C:\\plugins\\a.dll", "error mode", "no directory"}},
+      {"C:\\a.dll", 3, {"directory C:\\", "load C:\\a.dll", "error mode", "no directory"}},
+      {"C:\\plugins\\a.dll", 2, {"load C:\\plugins\\a.dll", "error mode"}},
+      {"a.dll", 1, {"load a.dll", "error mode"}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -165,7 +169,64 @@ TEST_F(LibraryLoader, TakesTheOwnDirectoryBackAfterASuccess) {
   ov_open_library("C:\\p\\a.dll", 1);
 
   EXPECT_EQ(calls_so_far(), (Lines{"directory C:\\p\\", "load C:\\p\\a.dll", "silence threads",
-                                   "silence boxes", "no directory"}));
+                                   "error mode", "no directory"}));
+}
+
+// A search beside the library leaves the current directory out, so the path must not count from it.
+TEST_F(LibraryLoader, FlagOneFindsARelativePathToo) {
+  const test::TemporaryDirectory directory;
+  directory.write("plug/codec.dll", "");
+  const std::filesystem::path current = std::filesystem::current_path();
+  std::filesystem::current_path(directory.path());
+  fake_libraries().loadable["C:\\work\\plug\\codec.dll"] = &modules[0];
+  fake_libraries().loadable["plug\\codec.dll"] = &modules[1];
+
+  EXPECT_EQ(ov_open_library("plug\\codec.dll", 1), &modules[0]);
+  EXPECT_EQ(calls_so_far()[0], "directory C:\\work\\plug\\");
+  ov_close_library(&modules[0], false);
+  EXPECT_EQ(ov_open_library("plug\\codec.dll", 0), &modules[1]);
+
+  std::filesystem::current_path(current);
+}
+
+TEST_F(LibraryLoader, FlagOneKeepsARelativePathWhoseWholeWouldNotFit) {
+  const test::TemporaryDirectory directory;
+  directory.write("codec.dll", "");
+  const std::filesystem::path current = std::filesystem::current_path();
+  std::filesystem::current_path(directory.path());
+  fake_libraries().current = std::string(255, 'c');
+  fake_libraries().loadable["codec.dll"] = &modules[0];
+
+  EXPECT_EQ(ov_open_library("codec.dll", 1), &modules[0]);
+
+  std::filesystem::current_path(current);
+}
+
+TEST_F(LibraryLoader, GivesTheHostItsLibraryDirectoryBack) {
+  fake_libraries().directory = L"D:\\hosts";
+  fake_libraries().loadable["C:\\p\\a.dll"] = &modules[0];
+
+  ov_open_library("C:\\p\\a.dll", 1);
+  EXPECT_EQ(fake_libraries().directory, L"D:\\hosts");
+
+  ov_open_library("C:\\p\\absent.dll", 1);
+  EXPECT_EQ(fake_libraries().directory, L"D:\\hosts");
+}
+
+TEST_F(LibraryLoader, AddsToTheHostsErrorModeAndGivesItBack) {
+  constexpr unsigned kNoFaultBox = 2;
+  fake_libraries().error_mode = kNoFaultBox;
+  fake_libraries().on_load = [](const std::string&) { fake_libraries().error_mode = 4; };
+  fake_libraries().loadable["codec.dll"] = &modules[0];
+  const unsigned silent = kNoFaultBox | port::kNoCriticalErrorBox | port::kNoOpenFileBox;
+
+  ov_open_library("codec.dll", 0);
+  EXPECT_EQ(fake_libraries().error_mode, silent);
+  ov_open_library("absent.dll", 0);
+  EXPECT_EQ(fake_libraries().error_mode, silent);
+
+  restore_error_boxes();
+  EXPECT_EQ(fake_libraries().error_mode, kNoFaultBox);
 }
 
 TEST_F(LibraryLoader, UndoesAChangeOfTheFloatingPointMode) {
@@ -256,7 +317,7 @@ TEST_F(LibraryLoader, LoadsANameOnceThatTwoThreadsOpen) {
 
   EXPECT_EQ(first, &modules[0]);
   EXPECT_EQ(second, &modules[0]);
-  EXPECT_EQ(calls_so_far(), (Lines{"load codec.dll", "silence threads", "silence boxes"}));
+  EXPECT_EQ(calls_so_far(), (Lines{"load codec.dll", "silence threads", "error mode"}));
 }
 
 TEST_F(LibraryLoader, ALibraryMayOpenAnotherWhileItInitialises) {
@@ -361,7 +422,7 @@ TEST_F(RunDll, CallsTheEntryAndUnloadsTheLibrary) {
 
   EXPECT_EQ(seen_argc, 1);
   EXPECT_EQ(seen_argv, argv);
-  EXPECT_EQ(calls_so_far(), (Lines{"load tool.dll", "silence threads", "silence boxes", "unload"}));
+  EXPECT_EQ(calls_so_far(), (Lines{"load tool.dll", "silence threads", "error mode", "unload"}));
 }
 
 TEST_F(RunDll, KeepsTheEntryOfTheLatestCall) {
@@ -402,7 +463,7 @@ TEST_F(RunDll, AMissingLibraryGivesMinusOneWithoutAMessage) {
   EXPECT_EQ(ov_rundll(nullptr, "good", 0, nullptr), -1);
 
   EXPECT_EQ(log.lines(), Lines{});
-  EXPECT_EQ(calls_so_far(), Lines{"load nowhere.dll"});
+  EXPECT_EQ(calls_so_far(), (Lines{"load nowhere.dll", "error mode"}));
 }
 
 TEST_F(RunDll, LeavesALibraryLoadedThatOthersUse) {

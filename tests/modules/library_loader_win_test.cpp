@@ -13,6 +13,7 @@
 #include "base/win/windows.h"
 #include "modules/library_loader.h"
 #include "orsincore/startup.h"
+#include "tests/support/kit_path.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/threads/gate.h"
@@ -25,8 +26,7 @@ using test::LogCapture;
 
 // The path of a test plug-in, without ".dll".
 std::string plugin(const char* name) {
-  const auto directory = std::filesystem::absolute(ORSIN_TEST_PLUGINS).make_preferred();
-  return test::to_utf8(directory) + "\\plugin_" + name;
+  return test::kit_path("tests/plugins", ORSIN_TEST_PLUGINS) + "\\plugin_" + name;
 }
 
 int count_of(const char* name) {
@@ -141,8 +141,36 @@ TEST_F(RealLibraries, FindsADependencyBesideItWithFlagOneOnly) {
   EXPECT_FALSE(is_loaded(plugin("dependency")));
 }
 
+TEST_F(RealLibraries, FindsARelativePathWithFlagOneAsWithout) {
+  const std::filesystem::path current = std::filesystem::current_path();
+  std::filesystem::current_path(std::filesystem::path(ORSIN_TEST_PLUGINS).parent_path());
+  const std::string name = "plugins\\plugin_dependent.dll";
+
+  void* module = ov_open_library(name.c_str(), 1);
+
+  std::filesystem::current_path(current);
+  EXPECT_NE(module, nullptr);
+  ov_close_library(module, false);
+}
+
+TEST_F(RealLibraries, GivesTheHostItsLibraryDirectoryBack) {
+  SetDllDirectoryW(L"C:\\windows\\hosts own");
+  const std::string name = plugin("dependent") + ".dll";
+
+  void* module = ov_open_library(name.c_str(), 1);
+
+  wchar_t directory[MAX_PATH] = L"?";
+  GetDllDirectoryW(MAX_PATH, directory);
+  SetDllDirectoryW(nullptr);
+  EXPECT_NE(module, nullptr);
+  EXPECT_EQ(std::wstring(directory), L"C:\\windows\\hosts own");
+  ov_close_library(module, false);
+}
+
 TEST_F(RealLibraries, PutsTheFloatingPointModeAndTheErrorBoxesBack) {
   const LogCapture log(3);
+  const UINT hosts_mode = GetErrorMode();
+  SetErrorMode(SEM_NOGPFAULTERRORBOX);
   const std::string name = plugin("fpu_changing") + ".dll";
   const unsigned int mode = _controlfp(0, 0);
 
@@ -150,7 +178,9 @@ TEST_F(RealLibraries, PutsTheFloatingPointModeAndTheErrorBoxesBack) {
 
   ASSERT_NE(module, nullptr);
   EXPECT_EQ(_controlfp(0, 0), mode);
-  EXPECT_EQ(GetErrorMode(), static_cast<UINT>(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX));
+  EXPECT_EQ(GetErrorMode(), static_cast<UINT>(SEM_NOGPFAULTERRORBOX | SEM_FAILCRITICALERRORS |
+                                              SEM_NOOPENFILEERRORBOX));
+  SetErrorMode(hosts_mode);
   EXPECT_EQ(log.lines(), (Lines{"DEBUG: FPU setup changed un-expected after loading:",
                                 "     :     '" + name + "'"}));
   ov_close_library(module, false);
@@ -244,6 +274,27 @@ TEST_F(RealLibraries, RundllOfAnEntryThatFaultsGivesMinusTwoAndUnloads) {
     const std::string path = plugin(name);
 
     EXPECT_EQ(ov_rundll(path.c_str(), "plugin_main", 0, nullptr), -2);
+
+    EXPECT_FALSE(is_loaded(path));
+  }
+}
+
+TEST_F(RealLibraries, RundllOfAnEntryThatSoftwareRaisesACodeInGivesMinusTwoAndUnloads) {
+  const struct {
+    const char* entry;
+    const char* code;
+  } cases[] = {{"plugin_main", "0xE06D7363"},  // What code of another compiler throws.
+               {"plugin_main", "0xE0000001"},   {"plugin_main", "0x00000001"},
+               {"plugin_main", "0xC0000005"},   {"plugin_main", "0x80000003"},
+               {"plugin_main", "0x80000001"},   {"plugin_break", "0"},
+               {"plugin_touch_guard_page", "0"}};
+  const std::string path = plugin("raising");
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.entry) + " " + c.code);
+    std::string code = c.code;
+    char* argv[] = {code.data(), nullptr};
+
+    EXPECT_EQ(ov_rundll(path.c_str(), c.entry, 1, argv), -2);
 
     EXPECT_FALSE(is_loaded(path));
   }

@@ -52,6 +52,14 @@ TEST_F(ProcessSpawn, AProgramThatIsNotFoundIsAnError) {
             Lines{std::string("ERROR: _spawnvp failed (") + std::strerror(ENOENT) + ")"});
 }
 
+TEST_F(ProcessSpawn, OnlyAProgramThatIsWaitedForMayWriteIntoTheLog) {
+  EXPECT_TRUE(spawn(true));
+  EXPECT_EQ(fake_programs().errors, port::ErrorOutput::kOurs);
+
+  EXPECT_TRUE(spawn(false));
+  EXPECT_EQ(fake_programs().errors, port::ErrorOutput::kNowhere);
+}
+
 TEST_F(ProcessSpawn, MissingArgumentsAreAnError) {
   char program[] = "tool";
   char* nothing[] = {nullptr};

@@ -8,6 +8,7 @@
 #include "base/win/windows.h"
 #include "orsincore/startup.h"
 #include "tests/support/environment_variable.h"
+#include "tests/support/kit_path.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temporary_directory.h"
 
@@ -18,7 +19,7 @@ using test::Lines;
 using test::LogCapture;
 
 std::string child() {
-  return test::to_utf8(std::filesystem::absolute(ORSIN_TEST_CHILD).make_preferred());
+  return test::kit_path("tests/plugins/spawn_child.exe", ORSIN_TEST_CHILD);
 }
 
 // The vector that the spawner takes, over strings that it must not change.

@@ -1,4 +1,5 @@
-// What becomes of granting everybody access to a directory, in builds without Windows.
+// Who may do what with files, in builds without Windows: what becomes of granting everybody access to
+// a directory, and which file somebody holds.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +14,7 @@ struct FakeAccess {
   port::AccessGrant grant = port::AccessGrant::kGranted;
   std::uint32_t merge_error = 0;
   std::vector<std::string> directories = {};  // That were asked for, in order.
+  std::string held = {};  // This file has been opened without leave to rename it.
 };
 
 FakeAccess& fake_access();

@@ -14,6 +14,9 @@ struct FakeLibraries {
   int error = 0;                          // The system's code for a load that fails.
   std::function<void(const std::string& path)> on_load;
   std::function<void(void* module)> on_unload;
+  std::wstring directory;              // What the process has set.
+  std::string current = "C:\\work\\";  // In front of what absolute_path() is asked for.
+  unsigned error_mode = 0;
   std::vector<std::string> calls;
 };
 

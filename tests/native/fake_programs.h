@@ -19,6 +19,7 @@ struct FakePrograms {
 
   std::string program;
   std::vector<std::string> arguments;
+  port::ErrorOutput errors = port::ErrorOutput::kOurs;
   int looks = 0;
   int open_handles = 0;
 };

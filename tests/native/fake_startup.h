@@ -17,8 +17,9 @@ struct FakeStartup {
   std::map<std::string, std::string> registered;
 
   std::string common_folder;  // For the data of all users; empty: there is none.
-  int held_looks = 0;         // So often a file is found held by somebody.
+  int written_looks = 0;      // So often somebody is found writing to a file.
   int looks = 0;
+  bool refuses_copies = false;
   std::FILE* log = nullptr;  // What standard error was pointed at. The test closes it.
 };
 

@@ -21,6 +21,7 @@ namespace orsin::test {
 
 struct TransferFate {
   bool pends = false;                  // Starts, and ends later.
+  bool signals_early = false;          // Its event is signalled before its status is written.
   std::uint32_t error = 0;             // Why it fails: at its start, or at its end when it pends.
   std::optional<std::uint32_t> bytes;  // How many are transferred; all that there are without it.
 };

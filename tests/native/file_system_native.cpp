@@ -1,18 +1,18 @@
 // The file system and environment ports over POSIX, for builds without Windows.
 //
-// Backslashes become slashes, so tests use the same paths everywhere. Attributes that POSIX does
-// not have live in mode bits that test files do not need: the sticky bit is "hidden", set-group-ID
-// is "system". A directory is never read-only. Sharing is not enforced.
+// Backslashes become slashes, so tests use the same paths everywhere. Sharing is not enforced.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "base/path_buffer.h"
@@ -22,12 +22,19 @@
 #include "orsincore/text.h"
 #include "tests/native/fake_access.h"
 #include "tests/native/fake_enumeration.h"
+#include "tests/native/fake_paths.h"
+#include "tests/native/posix_facts.h"
 
 namespace orsin::test {
 
 FakeAccess& fake_access() {
   static FakeAccess access;
   return access;
+}
+
+std::atomic<int>& path_calls() {
+  static std::atomic<int> calls = 0;
+  return calls;
 }
 
 FakeEnumeration& fake_enumeration() {
@@ -38,47 +45,93 @@ FakeEnumeration& fake_enumeration() {
 }  // namespace orsin::test
 
 namespace orsin::port {
+
+using namespace orsin::test;
+
 namespace {
 
-constexpr std::uint64_t kTicksPerSecond = 10000000;
-constexpr std::uint64_t kUnixEpochTicks = 11644473600 * kTicksPerSecond;
-constexpr mode_t kHiddenBit = S_ISVTX;
-constexpr mode_t kSystemBit = S_ISGID;
-
-// Empty for a path that is too long.
+// Empty for a path that is too long. As on Windows a separator at its end says nothing.
 std::string native_path(const char* path) {
+  ++test::path_calls();
   std::string native = path != nullptr && std::strlen(path) < kPathBytes ? path : "";
   std::replace(native.begin(), native.end(), '\\', '/');
+  while (native.size() > 1 && native.back() == '/') {
+    native.pop_back();
+  }
   return native;
 }
 
-std::uint32_t attributes_of(const struct stat& status) {
-  std::uint32_t attributes = 0;
-  if (S_ISDIR(status.st_mode)) {
-    attributes |= kDirectory;
-  } else if ((status.st_mode & S_IWUSR) == 0) {
-    attributes |= kReadOnly;
+// As on Windows a link to a directory is a directory of its own, also when it leads nowhere; a link
+// to a file passes for the file.
+bool is_directory_link(const std::string& native) {
+  struct stat status;
+  if (lstat(native.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) {
+    return false;
   }
-  attributes |= (status.st_mode & kHiddenBit) != 0 ? kHidden : 0;
-  attributes |= (status.st_mode & kSystemBit) != 0 ? kSystem : 0;
-  return attributes;
+  return stat(native.c_str(), &status) != 0 || S_ISDIR(status.st_mode);
 }
 
-std::uint64_t write_time_of(const struct stat& status) {
-  return kUnixEpochTicks + static_cast<std::uint64_t>(status.st_mtim.tv_sec) * kTicksPerSecond +
-         static_cast<std::uint64_t>(status.st_mtim.tv_nsec) / 100;
+}  // namespace
+
+namespace {
+
+bool read_native_facts(const std::string& native, FileFacts& facts) {
+  struct stat status;
+  if (is_directory_link(native)) {
+    facts = {kDirectory | kReparsePoint, 0, 0};
+    return true;
+  }
+  if (stat(native.c_str(), &status) != 0) {
+    return false;
+  }
+  facts = facts_of(status);
+  return true;
 }
 
 }  // namespace
 
 bool read_facts(const char* path, FileFacts& facts) noexcept {
+  return read_native_facts(native_path(path), facts);
+}
+
+bool read_reparse_tag(const char* path, std::uint32_t& tag) noexcept {
+  constexpr std::uint32_t kSymbolicLink = 0xA000000C;
+  tag = is_directory_link(native_path(path)) ? kSymbolicLink : 0;
+  return true;
+}
+
+bool read_identity(const char* path, DirectoryIdentity& identity) noexcept {
   struct stat status;
   if (stat(native_path(path).c_str(), &status) != 0) {
     return false;
   }
-  facts = {attributes_of(status), static_cast<std::uint64_t>(status.st_size),
-           write_time_of(status)};
+  identity = {status.st_dev, status.st_ino};
   return true;
+}
+
+namespace {
+
+bool take_path(std::string native, char* path, std::size_t size) {
+  std::replace(native.begin(), native.end(), '/', '\\');
+  if (native.size() >= size) {
+    return false;
+  }
+  std::memcpy(path, native.c_str(), native.size() + 1);
+  return true;
+}
+
+}  // namespace
+
+bool full_path(const char* path, char* full, std::size_t size) noexcept {
+  const std::filesystem::path native = native_path(path);
+  return !native.empty() &&
+         take_path(std::filesystem::absolute(native).lexically_normal().string(), full, size);
+}
+
+bool final_path(const char* path, char* real, std::size_t size) noexcept {
+  std::error_code error;
+  const std::filesystem::path native = std::filesystem::canonical(native_path(path), error);
+  return !error && take_path(native.string(), real, size);
 }
 
 bool read_attributes(const char* path, std::uint32_t& attributes) noexcept {
@@ -96,11 +149,7 @@ bool write_attributes(const char* path, std::uint32_t attributes) noexcept {
   if (stat(native.c_str(), &status) != 0) {
     return false;
   }
-  mode_t mode = status.st_mode & 07777 & ~(kHiddenBit | kSystemBit | S_IWUSR);
-  mode |= (attributes & kReadOnly) == 0 || S_ISDIR(status.st_mode) ? S_IWUSR : 0;
-  mode |= (attributes & kHidden) != 0 ? kHiddenBit : 0;
-  mode |= (attributes & kSystem) != 0 ? kSystemBit : 0;
-  return chmod(native.c_str(), mode) == 0;
+  return chmod(native.c_str(), mode_for(status, attributes)) == 0;
 }
 
 bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noexcept {
@@ -113,12 +162,8 @@ bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noex
 }
 
 bool write_write_time(const char* path, std::uint64_t time) noexcept {
-  const std::uint64_t since_epoch = time - kUnixEpochTicks;
-  timespec times[2] = {};
-  times[0].tv_nsec = UTIME_OMIT;
-  times[1].tv_sec = static_cast<time_t>(since_epoch / kTicksPerSecond);
-  times[1].tv_nsec = static_cast<long>(since_epoch % kTicksPerSecond * 100);
-  return utimensat(AT_FDCWD, native_path(path).c_str(), times, 0) == 0;
+  const std::array<timespec, 2> times = times_for(time);
+  return utimensat(AT_FDCWD, native_path(path).c_str(), times.data(), 0) == 0;
 }
 
 bool write_write_time_shared(const char* path, std::uint64_t time) noexcept {
@@ -146,11 +191,17 @@ bool make_directory(const char* path) noexcept {
 }
 
 bool remove_file(const char* path) noexcept {
-  return unlink(native_path(path).c_str()) == 0;
+  const std::string native = native_path(path);
+  if (is_directory_link(native)) {
+    errno = EACCES;
+    return false;
+  }
+  return unlink(native.c_str()) == 0;
 }
 
 bool remove_directory(const char* path) noexcept {
-  return rmdir(native_path(path).c_str()) == 0;
+  const std::string native = native_path(path);
+  return (is_directory_link(native) ? unlink(native.c_str()) : rmdir(native.c_str())) == 0;
 }
 
 // As on Windows, nothing is replaced.
@@ -161,7 +212,12 @@ bool rename_path(const char* from, const char* to) noexcept {
     errno = EEXIST;
     return false;
   }
-  return std::rename(native_path(from).c_str(), native.c_str()) == 0;
+  const std::string native_from = native_path(from);
+  if (native_from == test::fake_access().held) {
+    errno = EACCES;
+    return false;
+  }
+  return std::rename(native_from.c_str(), native.c_str()) == 0;
 }
 
 AccessGrant grant_everyone(const char* dir, std::uint32_t& merge_error) noexcept {
@@ -197,34 +253,46 @@ void* start_enumeration(const char* pattern, bool fast, FoundEntry& entry) noexc
   if (test::FakeEnumeration& fake = test::fake_enumeration(); fake.is_watched) {
     fake.forms += fast ? "fast " : "plain ";
   }
-  std::string path = native_path(pattern);
+  std::string path = pattern;  // Longer than a path.
+  std::replace(path.begin(), path.end(), '\\', '/');
   path.erase(path.rfind('/') + 1);
+  if (test::FakeEnumeration& fake = test::fake_enumeration();
+      !fake.refuses.empty() && path.ends_with("/" + fake.refuses + "/")) {
+    errno = static_cast<int>(fake.error);
+    return nullptr;
+  }
   DIR* directory = opendir(path.c_str());
   if (directory == nullptr) {
+    errno = errno == ENOENT ? kErrorPathNotFound : errno;
     return nullptr;
   }
   auto* enumeration = new Enumeration{directory, path};
-  if (!continue_enumeration(enumeration, entry)) {
+  if (continue_enumeration(enumeration, entry) != NextEntry::kFound) {
     end_enumeration(enumeration);
     return nullptr;
   }
   return enumeration;
 }
 
-bool continue_enumeration(void* handle, FoundEntry& entry) noexcept {
+NextEntry continue_enumeration(void* handle, FoundEntry& entry) noexcept {
   auto* enumeration = static_cast<Enumeration*>(handle);
   const dirent* found = readdir(enumeration->directory);
   if (found == nullptr) {
-    return false;
+    return NextEntry::kEnd;
   }
-  struct stat status = {};
-  if (stat((enumeration->path + found->d_name).c_str(), &status) != 0) {
+  if (test::FakeEnumeration& fake = test::fake_enumeration();
+      !fake.breaks_off_at.empty() && fake.breaks_off_at == found->d_name) {
+    errno = static_cast<int>(fake.error);
+    return NextEntry::kFailed;
+  }
+  FileFacts facts;
+  if (!read_native_facts(enumeration->path + found->d_name, facts)) {
     return continue_enumeration(handle, entry);  // It was deleted meanwhile.
   }
   std::snprintf(entry.name, sizeof(entry.name), "%s", found->d_name);
-  entry.attributes = attributes_of(status);
-  entry.write_time = write_time_of(status);
-  return true;
+  entry.attributes = facts.attributes;
+  entry.write_time = facts.write_time;
+  return NextEntry::kFound;
 }
 
 void end_enumeration(void* handle) noexcept {

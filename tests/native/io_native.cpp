@@ -68,11 +68,13 @@ void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {
   char path[1024];
   ov_utf16_to_utf8(name, path, sizeof(path));
   std::replace(path, path + std::strlen(path), '\\', '/');
+  const bool was_there = mode.create && ::access(path, F_OK) == 0;
   const int access = mode.write ? (mode.read ? O_RDWR : O_WRONLY) : O_RDONLY;
   const int descriptor =
       fate.is_refused ? -1 : ::open(path, access | (mode.create ? O_CREAT : 0), 0666);
   if (descriptor >= 0 || fate.is_refused) {
-    errno = static_cast<int>(fate.error);
+    const std::uint32_t found = was_there ? kErrorAlreadyExists : 0;
+    errno = static_cast<int>(fate.error != 0 ? fate.error : found);
   }
   return descriptor < 0 ? io_invalid_handle() : file_of(descriptor);
 }

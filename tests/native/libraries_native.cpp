@@ -1,5 +1,7 @@
 // The loader's port without libraries, and what start-up's port lends to it.
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 #include "modules/library_port.h"
 #include "startup/startup_port.h"
@@ -54,12 +56,33 @@ void silence_thread_notices(void* /*module*/) noexcept {
   write_down("silence threads");
 }
 
-void set_library_directory(const char* directory) noexcept {
-  write_down(directory != nullptr ? std::string("directory ") + directory : "no directory");
+bool absolute_path(const char* path, char* out, std::size_t size) noexcept {
+  const std::string given = path;
+  const std::string whole = given[0] == '/' ? given : test::fake_libraries().current + given;
+  return whole.size() < size && std::snprintf(out, size, "%s", whole.c_str()) >= 0;
 }
 
-void silence_error_boxes() noexcept {
-  write_down("silence boxes");
+std::wstring library_directory() {
+  return test::fake_libraries().directory;
+}
+
+void set_library_directory(const char* directory) noexcept {
+  test::fake_libraries().directory.assign(directory, directory + std::strlen(directory));
+  write_down(std::string("directory ") + directory);
+}
+
+void restore_library_directory(const std::wstring& directory) noexcept {
+  test::fake_libraries().directory = directory;
+  write_down(directory.empty() ? "no directory" : "the host's directory");
+}
+
+unsigned error_mode() noexcept {
+  return test::fake_libraries().error_mode;
+}
+
+void set_error_mode(unsigned mode) noexcept {
+  test::fake_libraries().error_mode = mode;
+  write_down("error mode");
 }
 
 }  // namespace orsin::port

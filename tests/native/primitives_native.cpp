@@ -1,4 +1,5 @@
 // The mp_ primitives over the standard library, for builds without Windows.
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -8,6 +9,8 @@
 #include <unordered_map>
 
 #include "base/clock_port.h"
+#include "base/wait_deadline.h"
+#include "base/wait_list.h"
 #include "base/wait_time.h"
 #include "orsincore/threads.h"
 #include "tests/native/fake_clock.h"
@@ -16,8 +19,43 @@ struct __mutex_str {
   std::recursive_mutex mutex;
 };
 
+namespace {
+
+// All who sleep, at whatever word, share a lock and a condition: slow, and plainly right.
+std::mutex sleepers_mutex;
+std::condition_variable sleepers_changed;
+
+// Answers the list of waiters, so that the sanitizers see it at work under everything else.
+struct NativeWaits {
+  using Section = std::mutex;
+  template <typename T>
+  using Atomic = std::atomic<T>;
+  using Deadline = orsin::WaitDeadline;
+
+  template <typename Condition>
+  static bool spin(Condition is_done) {
+    return is_done();
+  }
+  static bool wait(Atomic<orsin::WaitState>& word, orsin::WaitState value,
+                   std::uint32_t timeout_ms) {
+    std::unique_lock guard(sleepers_mutex);
+    if (timeout_ms == orsin::kForeverMs) {
+      sleepers_changed.wait(guard, [&] { return word.load() != value; });
+      return true;
+    }
+    return sleepers_changed.wait_for(guard, std::chrono::milliseconds(timeout_ms),
+                                     [&] { return word.load() != value; });
+  }
+  static void wake(const void* /*address*/) {
+    const std::lock_guard guard(sleepers_mutex);
+    sleepers_changed.notify_all();
+  }
+};
+
+}  // namespace
+
 struct __cond_str {
-  std::condition_variable_any variable;
+  orsin::WaitList<NativeWaits> waiters;
 };
 
 struct __tls_key_str {
@@ -67,7 +105,7 @@ void mp_delete_cond_block(__cond_str* condition) {
 }
 
 void mp_cond_wait(__cond_str* condition, __mutex_str* mutex) {
-  condition->variable.wait(mutex->mutex);
+  static_cast<void>(condition->waiters.wait(mutex->mutex, orsin::kForeverMs));
 }
 
 int mp_cond_timedwait(__cond_str* condition, __mutex_str* mutex, long long nanoseconds) {
@@ -75,17 +113,15 @@ int mp_cond_timedwait(__cond_str* condition, __mutex_str* mutex, long long nanos
   if (timeout_ms == 0 || timeout_ms == orsin::kForeverMs) {
     return 0;
   }
-  const auto result =
-      condition->variable.wait_for(mutex->mutex, std::chrono::milliseconds(timeout_ms));
-  return result == std::cv_status::no_timeout ? 1 : 0;
+  return condition->waiters.wait(mutex->mutex, timeout_ms) ? 1 : 0;
 }
 
 void mp_cond_signal(__cond_str* condition) {
-  condition->variable.notify_one();
+  condition->waiters.signal();
 }
 
 void mp_cond_broadcast(__cond_str* condition) {
-  condition->variable.notify_all();
+  condition->waiters.broadcast();
 }
 
 __tls_key_str* mp_key_create() {

@@ -16,8 +16,9 @@ FakePrograms& fake_programs() {
 
 namespace port {
 
-void* start_program(const char* program, const char* const* argv) {
+void* start_program(const char* program, const char* const* argv, ErrorOutput errors) {
   test::FakePrograms& fake = test::fake_programs();
+  fake.errors = errors;
   fake.program = program;
   fake.arguments.clear();
   for (int i = 0; argv[i] != nullptr; ++i) {

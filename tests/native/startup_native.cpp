@@ -1,6 +1,10 @@
 // Answers start-up's port in native builds. Standard error stays what it is: a "reopened" one is a
 // stream of its own.
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
+#include <string>
+#include <system_error>
 
 #include "orsincore/text.h"
 #include "tests/native/fake_startup.h"
@@ -18,6 +22,12 @@ FakeStartup& fake_startup() {
 namespace port {
 namespace {
 
+std::string native_path(const char* path) {
+  std::string native = path;
+  std::replace(native.begin(), native.end(), '\\', '/');
+  return native;
+}
+
 bool copy_if_any(const std::string& text, char* out, std::size_t size) {
   return !text.empty() && std::snprintf(out, size, "%s", text.c_str()) < static_cast<int>(size);
 }
@@ -28,8 +38,15 @@ bool common_application_data(char* path, std::size_t size) noexcept {
   return copy_if_any(test::fake_startup().common_folder, path, size);
 }
 
-bool is_file_held(const char* /*path*/) noexcept {
-  return test::fake_startup().looks++ < test::fake_startup().held_looks;
+bool is_file_written(const char* /*path*/) noexcept {
+  return test::fake_startup().looks++ < test::fake_startup().written_looks;
+}
+
+bool copy_file(const char* from, const char* to) noexcept {
+  std::error_code code;
+  return !test::fake_startup().refuses_copies &&
+         std::filesystem::copy_file(native_path(from), native_path(to),
+                                    std::filesystem::copy_options::overwrite_existing, code);
 }
 
 void redirect_standard_error(std::FILE* stream) noexcept {

@@ -56,6 +56,10 @@ struct TransferScript {
 
 TransferScript& transfer_script();
 
+/// Carries a transfer out at the file's own position before it returns, with the next fate. False,
+/// with the error, when that says so or the disk is full.
+bool transfer_now(const PendingTransfer& transfer, std::uint32_t& bytes);
+
 /// The descriptor of a native handle, which is one more, and back.
 int descriptor_of(void* file);
 void* file_of(int descriptor);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <optional>
 
@@ -134,6 +135,7 @@ port::TransferStart start(PendingTransfer transfer) {
     }
     if (transfer.fate.pends) {
       script.pending.push_back(transfer);
+      transfer.event->is_signalled = transfer.fate.signals_early;
       script.most_pending = std::max(script.most_pending, script.pending.size());
       script.changed.notify_all();
       return {false, 0, port::kErrorPending};
@@ -149,6 +151,26 @@ port::TransferStart start(PendingTransfer transfer) {
 }
 
 }  // namespace
+
+bool transfer_now(const PendingTransfer& transfer, std::uint32_t& bytes) {
+  PendingTransfer now = transfer;
+  now.offset = static_cast<std::uint64_t>(::lseek(descriptor_of(now.file), 0, SEEK_CUR));
+  {
+    TransferScript& script = transfer_script();
+    const std::lock_guard guard(script.mutex);
+    now.fate = next_fate_locked();
+    if (script.is_watched) {
+      script.started.push_back({now.is_read, now.offset, now.size});
+    }
+  }
+  const Outcome outcome = carry_out(now);
+  bytes = outcome.bytes;
+  if (outcome.error != 0 && outcome.error != port::kErrorEndOfFile) {
+    errno = static_cast<int>(outcome.error);
+    return false;
+  }
+  return ::lseek(descriptor_of(now.file), static_cast<off_t>(bytes), SEEK_CUR) >= 0;
+}
 
 bool FakeTransfers::release_oldest() {
   const std::lock_guard guard(transfer_script().mutex);
@@ -210,8 +232,14 @@ EventWait wait_for_event(void* handle, std::uint32_t timeout_ms) noexcept {
     }
     return EventWait::kCompletionRoutine;  // Completed at once, or about to be started.
   }
-  script.changed.wait(guard, [event] { return event->is_signalled; });
-  return EventWait::kSignalled;
+  const auto is_signalled = [event] { return event->is_signalled; };
+  if (timeout_ms == kWaitForever) {
+    script.changed.wait(guard, is_signalled);
+    return EventWait::kSignalled;
+  }
+  return script.changed.wait_for(guard, std::chrono::milliseconds(timeout_ms), is_signalled)
+             ? EventWait::kSignalled
+             : EventWait::kTimedOut;
 }
 
 void arm_record(TransferRecord& record) noexcept {

@@ -1,6 +1,7 @@
 // The WebSocket client over a library that fails where the test wants it to.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -76,6 +77,7 @@ TEST_F(WebSocketConnecting, KeepsLookingForDataWhateverItFinds) {
 
   EXPECT_TRUE(socket_->Connect(kUrl));
 
+  EXPECT_EQ(std::count(web_->calls.begin(), web_->calls.end(), "query_data socket4"), 1);
   EXPECT_EQ(log_.lines(), Lines{});
 }
 

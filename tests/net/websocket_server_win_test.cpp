@@ -15,6 +15,7 @@
 #include "orsincore/text.h"
 #include "tests/net/child_server_win.h"
 #include "tests/net/frame_heap.h"
+#include "tests/support/kit_path.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -25,7 +26,8 @@ using test::FrameHeap;
 using test::Lines;
 using test::LogCapture;
 
-constexpr const char* kScript = ORSIN_TEST_SERVERS "/websocket.py";
+const std::string kScript =
+    test::kit_path("servers/websocket.py", ORSIN_TEST_SERVERS "/websocket.py");
 
 // One server for all tests of a run; started by the first that needs it.
 class SharedServer : public testing::Environment {

@@ -10,6 +10,7 @@
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
 #include "tests/files/backslash_path.h"
+#include "tests/native/fake_access.h"
 #include "tests/native/fake_startup.h"
 #include "tests/support/environment_variable.h"
 #include "tests/support/log_capture.h"
@@ -19,6 +20,7 @@ namespace {
 
 using test::below;
 using test::EnvironmentVariable;
+using test::fake_access;
 using test::fake_startup;
 using test::LogCapture;
 using test::TemporaryDirectory;
@@ -34,11 +36,12 @@ class LogFile : public testing::Test {
       std::fclose(fake_startup().log);
     }
     fake_startup() = {};
+    fake_access() = {};
     program_paths() = {};
   }
 
   void set_module(const char* name) const {
-    std::snprintf(program_paths().module, kProgramPathBytes, "%s", below(directory_, name).c_str());
+    std::snprintf(program_paths().module, kPathBytes, "%s", below(directory_, name).c_str());
   }
 
   // Opens the log of "Take" below the directory.
@@ -78,7 +81,7 @@ TEST_F(LogFile, RotatesTheOneBefore) {
 
 TEST_F(LogFile, ContinuesTheOneBeforeAfterARestart) {
   directory_.write("Settings/logs/Take.log", "before\n");
-  fake_startup().held_looks = 1000;  // It is not rotated, so nobody waits for it.
+  fake_startup().written_looks = 1000;  // It is not rotated, so nobody waits for it.
 
   open(true);
   msginfo("after");
@@ -88,8 +91,32 @@ TEST_F(LogFile, ContinuesTheOneBeforeAfterARestart) {
   EXPECT_EQ(fake_startup().looks, 0);
 }
 
+TEST_F(LogFile, CopiesTheOneBeforeWhereSomebodyHoldsIt) {
+  fake_access().held = directory_.write("Settings/logs/Take.log", "before\n");
+  directory_.write("Settings/logs/Take.1.log", "long before\n");
+
+  open();
+  msginfo("after");
+
+  EXPECT_EQ(log_text("Take.1.log"), "before\n");
+  EXPECT_EQ(log_text("Take.2.log"), "long before\n");
+  EXPECT_EQ(log_text().find("before\n"), std::string::npos) << log_text();
+  EXPECT_NE(log_text().find("INFO : after\n"), std::string::npos) << log_text();
+}
+
+TEST_F(LogFile, IsContinuedWhereTheOneBeforeCanNeitherBeMovedNorCopied) {
+  fake_access().held = directory_.write("Settings/logs/Take.log", "before\n");
+  fake_startup().refuses_copies = true;
+
+  open();
+  msginfo("after");
+
+  EXPECT_EQ(log_text().find("before\n"), 0U) << log_text();
+  EXPECT_NE(log_text().find("INFO : after\n"), std::string::npos) << log_text();
+}
+
 TEST_F(LogFile, WaitsUntilTheOneBeforeIsReleased) {
-  fake_startup().held_looks = 3;
+  fake_startup().written_looks = 3;
 
   open();
 
@@ -98,7 +125,7 @@ TEST_F(LogFile, WaitsUntilTheOneBeforeIsReleased) {
 }
 
 TEST_F(LogFile, IsOpenedWhenTheOneBeforeIsNeverReleased) {
-  fake_startup().held_looks = 1000;
+  fake_startup().written_looks = 1000;
 
   open();
 

@@ -12,24 +12,50 @@ namespace {
 
 using test::TemporaryDirectory;
 
-// Opened as C streams are: others may read and write, but not rename.
-HANDLE hold(const std::string& path) {
-  return CreateFileW(test::to_path(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                     nullptr, OPEN_EXISTING, 0, nullptr);
+// Opened as C streams and viewers are: others may read and write, but not rename.
+HANDLE hold(const std::string& path, DWORD access, DWORD sharing) {
+  return CreateFileW(test::to_path(path).c_str(), access, sharing, nullptr, OPEN_EXISTING, 0,
+                     nullptr);
 }
 
-TEST(FileThatIsHeld, CanBeToldFromOneThatIsNot) {
+TEST(FileThatIsWritten, CanBeToldFromOneThatIsNot) {
+  const struct {
+    const char* what;
+    DWORD access;
+    DWORD sharing;
+    bool expected;
+  } cases[] = {
+      {"a stream", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, true},
+      {"a viewer that lets us write", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, false},
+      {"a viewer that does not", GENERIC_READ, FILE_SHARE_READ, true},
+  };
   const TemporaryDirectory directory;
   const std::string path = directory.write("Take.log", "before");
-  HANDLE file = hold(path);
-  ASSERT_NE(file, INVALID_HANDLE_VALUE);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    HANDLE file = hold(path, c.access, c.sharing);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
 
-  EXPECT_TRUE(port::is_file_held(path.c_str()));
-  CloseHandle(file);
+    EXPECT_EQ(port::is_file_written(path.c_str()), c.expected);
 
-  EXPECT_FALSE(port::is_file_held(path.c_str()));
-  EXPECT_FALSE(port::is_file_held(directory.path("absent").c_str()));
+    CloseHandle(file);
+  }
+  EXPECT_FALSE(port::is_file_written(path.c_str()));
+  EXPECT_FALSE(port::is_file_written(directory.path("absent").c_str()));
   EXPECT_EQ(TemporaryDirectory::read(path), "before");
+}
+
+TEST(CopyOfAFile, IsMadeAlsoOfOneThatIsHeld) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("Take.log", "before");
+  const std::string copy = directory.write("Take.1.log", "long before");
+  HANDLE file = hold(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+
+  EXPECT_TRUE(port::copy_file(path.c_str(), copy.c_str()));
+  EXPECT_FALSE(port::copy_file(directory.path("absent").c_str(), copy.c_str()));
+
+  CloseHandle(file);
+  EXPECT_EQ(TemporaryDirectory::read(copy), "before");
 }
 
 TEST(ComputerName, IsToldWhereItFits) {

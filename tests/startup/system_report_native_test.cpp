@@ -32,7 +32,7 @@ constexpr std::uint64_t kMebibyte = 1024 * 1024;
 class SystemReport : public testing::Test {
  protected:
   SystemReport() {
-    std::snprintf(program_paths().code, kProgramPathBytes, "C:\\App\\");
+    std::snprintf(program_paths().code, kPathBytes, "C:\\App\\");
     msginfo("head");  // Continuations need one.
   }
   ~SystemReport() override {

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "orsincore/text.h"
+#include "tests/support/kit_path.h"
 #include "text/bidi.h"
 
 namespace orsin {
@@ -26,7 +27,7 @@ namespace {
 constexpr int kRemoved = -1;  // A control that rule X9 takes out: no level, no place.
 
 std::string data_path(const char* name) {
-  return std::string("/usr/share/unicode/") + name;
+  return test::kit_path(std::string("unicode/") + name, std::string("/usr/share/unicode/") + name);
 }
 
 struct Case {

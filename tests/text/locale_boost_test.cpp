@@ -4,6 +4,7 @@
 
 #include <boost/locale/message.hpp>
 
+#include <clocale>
 #include <filesystem>
 #include <locale>
 #include <random>
@@ -14,6 +15,7 @@
 
 #include "orsincore/text.h"
 #include "tests/support/environment_variable.h"
+#include "tests/support/kit_path.h"
 #include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 #include "tests/text/catalogue_builder.h"
@@ -30,8 +32,34 @@ using test::LogCapture;
 using test::TemporaryDirectory;
 
 std::string compiled(const std::string& name) {
-  return TemporaryDirectory::read(std::string(ORSIN_TEST_CATALOGUES) + "/" + name + ".mo");
+  return TemporaryDirectory::read(
+      test::kit_path(std::string("catalogues/") + name + ".mo",
+                     std::string(ORSIN_TEST_CATALOGUES) + "/" + name + ".mo"));
 }
+
+// The process has its locale back in the end.
+class GlobalLocaleKeeper {
+ public:
+  GlobalLocaleKeeper() = default;
+  ~GlobalLocaleKeeper() { std::locale::global(before_); }
+  GlobalLocaleKeeper(const GlobalLocaleKeeper&) = delete;
+  GlobalLocaleKeeper& operator=(const GlobalLocaleKeeper&) = delete;
+
+ private:
+  std::locale before_;
+};
+
+// The same for that of the C library.
+class CLocaleKeeper {
+ public:
+  CLocaleKeeper() = default;
+  ~CLocaleKeeper() { std::setlocale(LC_ALL, before_.c_str()); }
+  CLocaleKeeper(const CLocaleKeeper&) = delete;
+  CLocaleKeeper& operator=(const CLocaleKeeper&) = delete;
+
+ private:
+  std::string before_ = std::setlocale(LC_ALL, nullptr);
+};
 
 class RealCatalogues : public test::LocalisationFixture {
  protected:
@@ -183,17 +211,44 @@ TEST_F(RealCatalogues, AreInTheProcessesLocaleUntilTheEnd) {
 }
 
 TEST_F(RealCatalogues, LeaveALocaleAloneThatTheHostInstalled) {
-  const std::locale before;
+  const GlobalLocaleKeeper keeper;
   install("pl");
   start_with("pl_PL");
   const std::locale own(std::locale::classic(), new std::numpunct<char>());
   std::locale::global(own);
 
-  EXPECT_STREQ(ov_pgettext("Open"), "Otw\xC3\xB3rz");
   stop_localisation();
 
   EXPECT_TRUE(std::locale() == own);
-  std::locale::global(before);
+}
+
+TEST_F(RealCatalogues, AreThoseOfTheProcessesLocaleAtTheTimeOfTheCall) {
+  const GlobalLocaleKeeper keeper;
+  install("pl");
+  start_with("pl_PL");
+  const std::locale ours;
+  const char* open = "Open";
+
+  std::locale::global(std::locale::classic());
+  EXPECT_EQ(ov_pgettext(open), open) << "a locale without texts";
+  std::locale::global(std::locale(ours, new std::numpunct<char>()));
+  EXPECT_STREQ(ov_pgettext(open), "Otw\xC3\xB3rz") << "another locale that has them";
+  std::locale::global(ours);
+  EXPECT_STREQ(ov_pgettext(open), "Otw\xC3\xB3rz");
+}
+
+TEST_F(RealCatalogues, LeaveTheHostsCLocaleAlone) {
+  const CLocaleKeeper keeper;
+  ASSERT_NE(std::setlocale(LC_ALL, ""), nullptr) << "the user's own";
+  const std::string users = std::setlocale(LC_ALL, nullptr);
+  ASSERT_NE(users, "C");
+  install("pl");
+
+  start_with("pl_PL");
+  EXPECT_EQ(std::setlocale(LC_ALL, nullptr), users);
+  stop_localisation();
+
+  EXPECT_EQ(std::setlocale(LC_ALL, nullptr), users);
 }
 
 TEST_F(RealCatalogues, AnswerEightThreadsAtOnce) {

@@ -1,0 +1,307 @@
+// Runs an acceptance kit on a machine without any toolchain: accept [bench]
+//
+// Takes the tests of tests.txt one by one, each in a process and a temporary folder of its own, writes
+// a line for each, and acceptance-report.txt beside itself. Whatever a test started is ended with it,
+// by its job object. Exit code: 0 when nothing failed, 1 when something did, 2 when it could not run.
+#include "base/win/windows.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "tests/acceptance/test_list.h"
+
+namespace orsin::acceptance {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Result {
+  ListedTest test;
+  Ending ending = Ending::kFailed;
+  unsigned long long milliseconds = 0;
+  std::string detail;  // The reason of a skipped test, the output of a failed one.
+};
+
+struct Ended {
+  int exit_code = -1;
+  std::string output;
+  unsigned long long milliseconds = 0;
+};
+
+std::string read(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+fs::path program_folder() {
+  std::wstring path(MAX_PATH, L'\0');
+  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  return fs::path(path).parent_path();
+}
+
+std::wstring widen(std::string_view ascii) {
+  return {ascii.begin(), ascii.end()};
+}
+
+// A job that ends everything in it when its last handle is closed, however this process ends.
+HANDLE create_job() {
+  const HANDLE job = CreateJobObjectW(nullptr, nullptr);
+  JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+  limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+  SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof(limits));
+  return job;
+}
+
+// Waits for a process; one that is not done in time, or could not be put into its job, is ended.
+int wait_for(const PROCESS_INFORMATION& process, HANDLE job, int seconds_max, std::string& remark) {
+  if (AssignProcessToJobObject(job, process.hProcess) == 0) {
+    TerminateProcess(process.hProcess, 1);
+    remark = "could not be put into a job\n";
+    return -1;
+  }
+  ResumeThread(process.hThread);
+  if (WaitForSingleObject(process.hProcess, static_cast<DWORD>(seconds_max) * 1000) !=
+      WAIT_OBJECT_0) {
+    remark = "was not done after " + std::to_string(seconds_max) + " seconds\n";
+    return -1;
+  }
+  DWORD code = 1;
+  GetExitCodeProcess(process.hProcess, &code);
+  return static_cast<int>(code);
+}
+
+// Runs a command line in a folder; both its outputs go through a file there.
+Ended run(const std::wstring& command_line, const fs::path& folder, int seconds_max) {
+  Ended ended;
+  const fs::path output = folder / L"output.txt";
+  SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof(startup);
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdOutput = CreateFileW(output.c_str(), FILE_APPEND_DATA,
+                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                   &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  startup.hStdError = startup.hStdOutput;
+  const HANDLE job = create_job();
+  const ULONGLONG begin = GetTickCount64();
+  std::wstring line = command_line;
+  PROCESS_INFORMATION process = {};
+  std::string remark;
+  if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
+                     folder.c_str(), &startup, &process) != 0) {
+    ended.exit_code = wait_for(process, job, seconds_max, remark);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+  } else {
+    remark = "did not start: system error " + std::to_string(GetLastError()) + "\n";
+  }
+  TerminateJobObject(job, 1);
+  CloseHandle(job);
+  CloseHandle(startup.hStdOutput);
+  ended.milliseconds = GetTickCount64() - begin;
+  ended.output = read(output) + remark;
+  if (ended.exit_code != 0) {
+    ended.output += "exit code " + std::to_string(ended.exit_code) + "\n";
+  }
+  return ended;
+}
+
+// A new folder that TEMP and TMP name while it lives.
+class TemporaryFolder {
+ public:
+  explicit TemporaryFolder(const fs::path& path) : path_(path) {
+    fs::create_directories(path_);
+    SetEnvironmentVariableW(L"TEMP", path_.c_str());
+    SetEnvironmentVariableW(L"TMP", path_.c_str());
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;  // A file that a virus scanner still holds must not fail the test.
+    fs::remove_all(path_, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  [[nodiscard]] const fs::path& path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+Result run_test(const ListedTest& test, const fs::path& kit, const fs::path& temporary) {
+  Result result;
+  result.test = test;
+  if (!test.needs.empty() && GetEnvironmentVariableA(test.needs.c_str(), nullptr, 0) == 0) {
+    result.ending = Ending::kSkipped;
+    result.detail = "needs what the environment variable " + test.needs + " names";
+    return result;
+  }
+  const TemporaryFolder folder(temporary / L"test");
+  const std::wstring line = L"\"" + (kit / L"tests" / widen(test.program)).wstring() +
+                            L"\" \"--gtest_filter=" + widen(test.filter) + L"\"";
+  const Ended ended = run(line, folder.path(), test.seconds_max);
+  result.ending = ending(ended.exit_code, ended.output);
+  result.milliseconds = ended.milliseconds;
+  if (result.ending != Ending::kPassed) {
+    result.detail = result.ending == Ending::kSkipped ? reason(ended.output) : ended.output;
+  }
+  return result;
+}
+
+const char* word(Ending ending) {
+  return ending == Ending::kPassed ? "passed " : ending == Ending::kSkipped ? "skipped" : "FAILED ";
+}
+
+std::string line_of(const Result& result) {
+  std::string line = std::string(word(result.ending)) + " " + result.test.name + " (" +
+                     std::to_string(result.milliseconds) + " ms)";
+  return result.ending == Ending::kSkipped ? line + ": " + result.detail : line;
+}
+
+std::string registry_text(HKEY root, const char* key, const char* value) {
+  char text[256] = "";
+  DWORD size = sizeof(text) - 1;
+  RegGetValueA(root, key, value, RRF_RT_REG_SZ, nullptr, text, &size);
+  return text;
+}
+
+std::string describe_machine() {
+  using VersionFunction = LONG(WINAPI*)(OSVERSIONINFOEXW*);
+  OSVERSIONINFOEXW version = {};
+  version.dwOSVersionInfoSize = sizeof(version);
+  const HMODULE system = GetModuleHandleW(L"ntdll.dll");
+  // GetVersionEx() tells programs without a manifest the version that they expect.
+  reinterpret_cast<VersionFunction>(  // NOLINT(bugprone-casting-through-void)
+      reinterpret_cast<void*>(GetProcAddress(system, "RtlGetVersion")))(&version);
+  SYSTEM_INFO processors = {};
+  GetNativeSystemInfo(&processors);
+  MEMORYSTATUSEX memory = {};
+  memory.dwLength = sizeof(memory);
+  GlobalMemoryStatusEx(&memory);
+  SYSTEMTIME now = {};
+  GetSystemTime(&now);
+  char date[64];
+  std::snprintf(date, sizeof(date), "%04d-%02d-%02d %02d:%02d UTC", now.wYear, now.wMonth, now.wDay,
+                now.wHour, now.wMinute);
+  std::string text;
+  text += std::string("date       ") + date + "\n";
+  text += "system     Windows " + std::to_string(version.dwMajorVersion) + "." +
+          std::to_string(version.dwMinorVersion) + "." + std::to_string(version.dwBuildNumber) +
+          (GetProcAddress(system, "wine_get_version") != nullptr ? " (Wine)" : "") + "\n";
+  text += "processor  " +
+          registry_text(HKEY_LOCAL_MACHINE, R"(HARDWARE\DESCRIPTION\System\CentralProcessor\0)",
+                        "ProcessorNameString") +
+          ", " + std::to_string(processors.dwNumberOfProcessors) + " in all\n";
+  text += "memory     " + std::to_string(memory.ullTotalPhys >> 20) + " MiB\n";
+  return text;
+}
+
+std::size_t count(const std::vector<Result>& results, Ending ending) {
+  std::size_t number = 0;
+  for (const Result& result : results) {
+    number += result.ending == ending ? 1 : 0;
+  }
+  return number;
+}
+
+std::string summary(const std::vector<Result>& results) {
+  return std::to_string(count(results, Ending::kPassed)) + " passed, " +
+         std::to_string(count(results, Ending::kFailed)) + " failed, " +
+         std::to_string(count(results, Ending::kSkipped)) + " skipped";
+}
+
+void add_section(std::string& report, const char* title, const std::vector<Result>& results,
+                 Ending ending) {
+  report += std::string("\n== ") + title + "\n";
+  for (const Result& result : results) {
+    if (result.ending == ending) {
+      report += line_of(result) + "\n";
+      if (ending == Ending::kFailed) {
+        report += result.detail + "\n";
+      }
+    }
+  }
+}
+
+// Runs every benchmark of the kit; empty when it has none.
+std::string bench(const fs::path& kit, const fs::path& temporary) {
+  constexpr int kSecondsMax = 3600;
+  std::vector<fs::path> programs;
+  std::error_code none;
+  for (const fs::directory_entry& entry : fs::directory_iterator(kit / L"bench", none)) {
+    if (entry.path().extension() == L".exe") {
+      programs.push_back(entry.path());
+    }
+  }
+  std::sort(programs.begin(), programs.end());
+  std::string text;
+  for (const fs::path& program : programs) {
+    const TemporaryFolder folder(temporary / L"bench");
+    text += run(L"\"" + program.wstring() + L"\"", folder.path(), kSecondsMax).output;
+  }
+  return text;
+}
+
+bool write(const fs::path& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  file.close();
+  return !file.fail();
+}
+
+int fail(const char* reason) {
+  std::printf("accept: %s\n", reason);
+  return 2;
+}
+
+int accept(bool with_benchmarks) {
+  const fs::path kit = program_folder();
+  std::string bad;
+  const std::vector<ListedTest> tests = parse_list(read(kit / L"tests.txt"), bad);
+  if (!bad.empty() || tests.empty()) {
+    return fail("tests.txt is missing or damaged");
+  }
+  SetEnvironmentVariableW(L"ORSIN_TEST_KIT", kit.c_str());
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);  // Nobody is there to close a box.
+  const TemporaryFolder temporary(
+      fs::temp_directory_path() /
+      (L"orsincore-acceptance-" + std::to_wstring(GetCurrentProcessId())));
+
+  std::vector<Result> results;
+  for (const ListedTest& test : tests) {
+    results.push_back(run_test(test, kit, temporary.path()));
+    std::printf("%s\n", line_of(results.back()).c_str());
+    std::fflush(stdout);
+  }
+
+  std::string report = read(kit / L"version.txt") + describe_machine() + summary(results) + "\n";
+  add_section(report, "Failed", results, Ending::kFailed);
+  add_section(report, "Skipped", results, Ending::kSkipped);
+  report += "\n== Not in this kit\n" + read(kit / L"not-here.txt");
+  if (with_benchmarks) {
+    report += "\n== Benchmarks\n" + bench(kit, temporary.path());
+  }
+  add_section(report, "Passed", results, Ending::kPassed);
+  if (!write(kit / L"acceptance-report.txt", report)) {
+    return fail("cannot write acceptance-report.txt");
+  }
+  std::printf("\n%s; acceptance-report.txt tells more\n", summary(results).c_str());
+  return count(results, Ending::kFailed) == 0 ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace orsin::acceptance
+
+int main(int argc, char** argv) {
+  const bool with_benchmarks = argc == 2 && std::string_view(argv[1]) == "bench";
+  if (argc > 1 && !with_benchmarks) {
+    return orsin::acceptance::fail("usage: accept [bench]");
+  }
+  return orsin::acceptance::accept(with_benchmarks);
+}

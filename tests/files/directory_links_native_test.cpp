@@ -1,0 +1,139 @@
+// Links among directories: deletion removes them and never enters them, everything else follows
+// them, and a link to a directory above itself ends. The native file system makes links for anybody.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "files/directory_list.h"
+#include "orsincore/files.h"
+#include "tests/files/backslash_path.h"
+#include "tests/files/io_start.h"
+#include "tests/support/log_capture.h"
+
+namespace orsin {
+namespace {
+
+namespace fs = std::filesystem;
+
+using test::below;
+using test::Lines;
+using test::TemporaryDirectory;
+
+class DirectoryLinks : public testing::Test {
+ protected:
+  void link(const char* name, const std::string& target) const {
+    fs::create_directory_symlink(target, directory_.path(name));
+  }
+  [[nodiscard]] bool is_there(const char* name) const {
+    return fs::exists(fs::symlink_status(directory_.path(name)));
+  }
+  int copy(const char* source, const char* destination) {
+    return ov_filecopy(below(directory_, source).c_str(), below(directory_, destination).c_str(),
+                       true, bytes_);
+  }
+
+  TemporaryDirectory directory_;
+  test::IoStart io_;
+  test::LogCapture log_;
+  unsigned long long bytes_ = 0;
+};
+
+TEST_F(DirectoryLinks, AreRemovedWithATreeAndNotEntered) {
+  directory_.write("precious/keep.txt", "keep");
+  directory_.write("tree/a.txt", "x");
+  link("tree/link", "../precious");
+  link("tree/nowhere", "../missing");
+
+  EXPECT_EQ(file_delete_directory(below(directory_, "tree").c_str(), true), 1);
+
+  EXPECT_FALSE(is_there("tree"));
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("precious/keep.txt")), "keep");
+}
+
+TEST_F(DirectoryLinks, AreRemovedWhenTheyAreWhatIsDeleted) {
+  directory_.write("precious/keep.txt", "keep");
+  for (const char* spelling : {"link", "link\\"}) {
+    for (const bool recursive : {true, false}) {
+      SCOPED_TRACE(spelling);
+      link("link", "precious");
+
+      EXPECT_EQ(file_delete_directory(below(directory_, spelling).c_str(), recursive), 1);
+
+      EXPECT_FALSE(is_there("link"));
+      EXPECT_EQ(TemporaryDirectory::read(directory_.path("precious/keep.txt")), "keep");
+    }
+  }
+}
+
+TEST_F(DirectoryLinks, AreFollowedByACopy) {
+  directory_.write("elsewhere/one.wav", "one");
+  directory_.write("tree/two.wav", "two");
+  link("tree/link", "../elsewhere");
+
+  EXPECT_EQ(copy("tree", "copy"), 2);
+
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy/link/one.wav")), "one");
+  EXPECT_FALSE(fs::is_symlink(directory_.path("copy/link")));
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(DirectoryLinks, ToADirectoryAboveThemAreNotCopied) {
+  directory_.write("above/tree/one.wav", "one");
+  directory_.write("above/tree/sub/two.wav", "two");
+  link("above/tree/sub/itself", ".");
+  link("above/tree/sub/root", "../../tree");
+  link("above/tree/sub/out", "../..");
+
+  EXPECT_EQ(copy("above\\tree", "copy"), 2);
+
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy/sub/two.wav")), "two");
+  for (const char* name : {"itself", "out", "root"}) {
+    SCOPED_TRACE(name);
+    EXPECT_FALSE(is_there((std::string("copy/sub/") + name).c_str()));
+    EXPECT_NE(log_.text().find("FileCopy: '" + below(directory_, "above\\tree\\sub\\") + name +
+                               "' leads to a directory above it, not copied\n"),
+              std::string::npos)
+        << log_.text();
+  }
+}
+
+TEST_F(DirectoryLinks, AreFollowedByASearch) {
+  directory_.write("elsewhere/deep/one.wav", "one");
+  directory_.write("tree/two.wav", "two");
+  link("tree/link", "../elsewhere");
+  char out[260];
+
+  EXPECT_EQ(file_search(below(directory_, "tree").c_str(), "one.wav", out, sizeof(out)), 1);
+  EXPECT_EQ(out, below(directory_, "tree\\link\\deep\\one.wav"));
+  const UniqueList found(flist_findfiles(below(directory_, "tree").c_str(), "one.*", true, 0));
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found->files[0], below(directory_, "tree\\link\\deep\\one.wav"));
+}
+
+TEST_F(DirectoryLinks, ToADirectoryAboveThemEndASearch) {
+  directory_.write("tree/sub/two.wav", "two");
+  link("tree/sub/again", "../../tree");
+  char out[260];
+
+  const UniqueList found(flist_findfiles(below(directory_, "tree").c_str(), "*.wav", true, 0));
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found->file_count, 1);
+  EXPECT_EQ(file_search(below(directory_, "tree").c_str(), "missing.wav", out, sizeof(out)), 0);
+  EXPECT_EQ(out, below(directory_, "tree\\sub\\missing.wav"));  // The last place looked at.
+}
+
+TEST_F(DirectoryLinks, DoNotHideThatATreeWouldBeCopiedBelowItself) {
+  directory_.write("takes/one.wav", "one");
+  directory_.write("takes/in/two.wav", "two");
+  link("door", "takes/in");
+
+  EXPECT_EQ(copy("takes", "door\\copy"), -1);
+
+  EXPECT_FALSE(is_there("takes/in/copy"));
+  EXPECT_EQ(log_.lines(), (Lines{"ERROR: FileCopy: '" + below(directory_, "door\\copy") +
+                                 "' lies in '" + below(directory_, "takes") + "', no copy done"}));
+}
+
+}  // namespace
+}  // namespace orsin

@@ -1,0 +1,239 @@
+// Streams in a busy process: others take over their transfers' slots, or flush everything, before the
+// streams have looked at the results.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+#include "orsincore/io.h"
+#include "tests/files/io_fixture.h"
+#include "tests/native/fake_transfers.h"
+
+namespace orsin {
+namespace {
+
+using test::Lines;
+using test::OpenFile;
+
+constexpr std::uint32_t kDiskFull = 112;
+constexpr std::uint32_t kBrokenPipe = 109;
+constexpr int kSlots = 96;
+constexpr int kBuffer = 8192;
+
+class OvertakenTransfers : public test::IoTest {
+ protected:
+  OvertakenTransfers()
+      : other_(io_open64(write("other", std::string(4096, 'o')).c_str(), 0, false, true, true)) {}
+
+  void overtake() {
+    for (int i = 0; i < kSlots; ++i) {
+      ASSERT_TRUE(io_read_async64(other_.get(), foreign_, 0, sizeof(foreign_), nullptr));
+    }
+  }
+
+  OpenFile other_;
+  char foreign_[16] = {};
+  test::FakeTransfers transfers_;
+};
+
+class OvertakenWriter : public OvertakenTransfers {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(writer_.set_buffer(kBuffer, true));
+    ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
+  }
+
+  void write_one_buffer() {
+    const std::string bytes(kBuffer, 'b');
+    ASSERT_EQ(writer_.write_file(bytes.data(), 1, bytes.size()), bytes.size());
+  }
+
+  fWriteBuffer writer_{io_invalid_handle(), true};
+};
+
+TEST_F(OvertakenWriter, CountsABufferThatDidNotReachTheDisk) {
+  transfers_.next({.pends = true, .error = kDiskFull});
+  write_one_buffer();
+
+  overtake();
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+  EXPECT_EQ(errors(), Lines{"ERROR: IO completion error(3) - (0 8192) : 'error 112'"});
+}
+
+TEST_F(OvertakenWriter, CountsABufferThatAFlushSawFail) {
+  transfers_.next({.pends = true, .error = kDiskFull});
+  write_one_buffer();
+
+  io_flush64(nullptr);
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+}
+
+TEST_F(OvertakenWriter, CountsABufferOfWhichAPartReachedTheDisk) {
+  transfers_.next({.pends = true, .bytes = 4096});
+  write_one_buffer();
+
+  overtake();
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+}
+
+TEST_F(OvertakenWriter, CountsADirectWriteThatFailed) {
+  const std::string bytes(kBuffer, 'd');
+  transfers_.next({.pends = true, .error = kDiskFull});
+  ASSERT_EQ(writer_.add_write_buffer(bytes.data(), bytes.size()), bytes.size());
+
+  overtake();
+  writer_.flush_buffers();
+
+  EXPECT_EQ(writer_.error(), 1);
+}
+
+TEST_F(OvertakenWriter, CountsNothingWhereAllWasWritten) {
+  transfers_.next({.pends = true});
+  write_one_buffer();
+
+  overtake();
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 0);
+  EXPECT_EQ(content("out"), std::string(kBuffer, 'b'));
+  EXPECT_EQ(errors(), Lines{});
+}
+
+TEST_F(OvertakenWriter, CountsAWriteWhoseEndCannotBeKnown) {
+  transfers_.next({.pends = true, .error = 996});  // Ended, and incomplete: the system contradicts.
+  write_one_buffer();
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+  EXPECT_EQ(errors(), Lines{"ERROR: IO completion error(3) - (0 8192) : 'error 996'"});
+}
+
+class OvertakenReader : public OvertakenTransfers {
+ protected:
+  OvertakenReader() : bytes_(std::string(kBuffer, '1') + std::string(kBuffer, '2')) {
+    reader_.cfg_buffers(2, kBuffer, kBuffer);
+  }
+
+  void open() { ASSERT_TRUE(reader_.open_file(write("in", bytes_).c_str(), true, false, false)); }
+  std::string read_all() {
+    std::string read(bytes_.size(), '\0');
+    read.resize(reader_.read_file(read.data(), 1, read.size()));
+    return read;
+  }
+
+  std::string bytes_;
+  fReadBuffer reader_;
+};
+
+TEST_F(OvertakenReader, EndsAtABlockThatCouldNotBeRead) {
+  open();
+  transfers_.next({});
+  transfers_.next({.pends = true, .error = 23});
+  ASSERT_EQ(reader_.getNextBlock(), std::size_t{kBuffer});
+
+  overtake();
+
+  EXPECT_EQ(read_all(), bytes_.substr(0, kBuffer));
+}
+
+TEST_F(OvertakenReader, EndsAtABlockThatAFlushSawFail) {
+  open();
+  transfers_.next({});
+  transfers_.next({.pends = true, .error = 23});
+  ASSERT_EQ(reader_.getNextBlock(), std::size_t{kBuffer});
+
+  io_flush64(nullptr);
+
+  EXPECT_EQ(read_all(), bytes_.substr(0, kBuffer));
+}
+
+TEST_F(OvertakenReader, ReadsOnWhereAllWentWell) {
+  open();
+  transfers_.every({.pends = true});
+  ASSERT_EQ(reader_.getNextBlock(), std::size_t{kBuffer});
+
+  overtake();
+  io_flush64(nullptr);
+
+  EXPECT_EQ(read_all(), bytes_);
+}
+
+// Whoever of the two sees the end first.
+TEST_F(OvertakenTransfers, AReadThatFailsWhileAFlushWaitsIsAFailure) {
+  transfers_.ends_by_release_only();
+  for (int round = 0; round < 300; ++round) {
+    transfers_.next({.pends = true, .error = kBrokenPipe});
+    bool succeeded = true;
+    std::thread reading([&] {
+      char bytes[16];
+      succeeded = io_read64(other_.get(), bytes, 0, sizeof(bytes));
+    });
+    while (transfers_.pending_count() == 0) {
+      std::this_thread::yield();
+    }
+    std::thread flushing([] { io_flush64(nullptr); });
+
+    transfers_.release_all();
+    reading.join();
+    flushing.join();
+
+    ASSERT_FALSE(succeeded) << round;
+  }
+}
+
+TEST_F(OvertakenTransfers, AFileClosedByAnotherThreadFailsItsRead) {
+  transfers_.ends_by_release_only();
+  transfers_.next({.pends = true});
+  bool succeeded = true;
+  std::thread reading([&] {
+    char bytes[16];
+    succeeded = io_read64(other_.get(), bytes, 0, sizeof(bytes));
+  });
+  while (transfers_.pending_count() == 0) {
+    std::this_thread::yield();
+  }
+
+  other_.close();
+  reading.join();
+
+  EXPECT_FALSE(succeeded);
+}
+
+// The waiting thread looks again now and then, as its slot's event may already be another's.
+TEST_F(OvertakenTransfers, AWaitEndsThoughTheSlotServesATransferThatDoesNotEnd) {
+  transfers_.ends_by_release_only();
+  for (int round = 0; round < 50; ++round) {
+    transfers_.next({.pends = true});
+    bool succeeded = false;
+    std::thread reading([&] {
+      char bytes[16];
+      succeeded = io_read64(other_.get(), bytes, 0, sizeof(bytes));
+    });
+    while (transfers_.pending_count() == 0) {
+      std::this_thread::yield();
+    }
+    std::thread releasing([&] { transfers_.release_oldest(); });
+    transfers_.every({});
+    for (int i = 0; i < kSlots - 1; ++i) {
+      ASSERT_TRUE(io_read_async64(other_.get(), foreign_, 0, sizeof(foreign_), nullptr));
+    }
+    transfers_.next({.pends = true});
+    ASSERT_TRUE(io_read_async64(other_.get(), foreign_, 0, sizeof(foreign_), nullptr));
+
+    reading.join();
+    releasing.join();
+    transfers_.release_all();
+
+    ASSERT_TRUE(succeeded) << round;
+  }
+}
+
+}  // namespace
+}  // namespace orsin
