@@ -15,8 +15,8 @@
 #include "files/copy_streams.h"
 #include "files/copy_writer.h"
 #include "files/directory_creation.h"
-#include "files/source_blocks.h"
 #include "files/file_system_port.h"
+#include "files/source_blocks.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 
