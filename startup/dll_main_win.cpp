@@ -1,6 +1,7 @@
 // What happens when the library itself is loaded and unloaded.
 #include "base/win/windows.h"
 #include "startup/startup_port.h"
+#include "threads/fault_guard.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID process_ends) {
   if (reason == DLL_PROCESS_ATTACH) {
@@ -9,6 +10,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID process_en
     // At the end of the process the system closes the file. The other threads have been ended by
     // then, one perhaps inside of the stream's lock, and waiting for it would lose the exit code.
     orsin::port::close_redirected_standard_error();
+    orsin::remove_fault_guard();  // The system would go on calling into what is not there any more.
   }
   return TRUE;
 }
