@@ -1,8 +1,8 @@
 // The time of day in the head of a log line; see log_time.h.
 #include "base/log_time.h"
 
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 
 namespace orsin {
@@ -22,10 +22,15 @@ void write_seconds(double seconds, char* text) {
   const auto whole = static_cast<int>(hundredths);
   const double rest = hundredths - whole;
   if (std::fabs(rest - 0.5) < kNearTie) {
-    // Which way this goes depends on digits that the product has lost.
-    char exact[32];
-    std::snprintf(exact, sizeof(exact), "%05.2f", seconds);
-    std::memcpy(text, exact, kSecondsBytes);
+    // Which way this goes depends on digits that the product has lost. Not by a printf: its point
+    // is a comma in many locales.
+    char exact[kSecondsBytes];
+    const char* end = std::to_chars(exact, exact + kSecondsBytes, seconds,  //
+                                    std::chars_format::fixed, 2)
+                          .ptr;
+    const auto length = static_cast<std::size_t>(end - exact);
+    text[0] = '0';
+    std::memcpy(text + kSecondsBytes - length, exact, length);
     return;
   }
   const int rounded = rest > 0.5 ? whole + 1 : whole;

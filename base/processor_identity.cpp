@@ -21,7 +21,7 @@ struct Signature {
 Signature signature_of(std::uint32_t eax) {
   int family = static_cast<int>(eax >> 8 & 0xF);
   // Kept on purpose: the extended family is moved up by four bits, not added. The value only stands
-  // in the name, and support compares names with old reports.
+  // in the name, whose form is given.
   if (family == 15) {
     family = static_cast<int>(eax >> 16 & 0xFF0) | 15;
   }

@@ -32,8 +32,8 @@ const char* search_list() {
   return program_paths().search_list;
 }
 
-// Kept on purpose: without "bin64" the file's name stays part of the code path. Programs that are
-// not installed never find settings there, and must not.
+// Kept on purpose: without "bin64" the file's name stays part of the code path. So it is
+// given; a program that is not installed finds no settings there.
 void write_code_path(const char* module, char* code) {
   const char* folder = std::strstr(module, "bin64");
   const std::size_t length =

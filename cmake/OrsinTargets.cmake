@@ -52,6 +52,20 @@ endif()
 include(OrsinBuildDate)
 target_include_directories(orsin_options INTERFACE "${PROJECT_BINARY_DIR}/generated")
 
+# What the sample host reads manifests with. As part of each build, so that sanitizers see into it.
+if(MSVC)
+  find_package(pugixml CONFIG REQUIRED)
+  add_library(orsin_pugixml INTERFACE)
+  target_link_libraries(orsin_pugixml INTERFACE pugixml::pugixml)
+else()
+  add_library(orsin_pugixml STATIC EXCLUDE_FROM_ALL "${PROJECT_SOURCE_DIR}/build/deps/pugixml/pugixml.cpp")
+  target_include_directories(orsin_pugixml SYSTEM PUBLIC "${PROJECT_SOURCE_DIR}/build/deps/pugixml")
+  target_compile_definitions(orsin_pugixml PUBLIC PUGIXML_NO_XPATH)
+  if(ORSIN_SANITIZE)
+    target_compile_options(orsin_pugixml PRIVATE -fsanitize=${ORSIN_SANITIZE})
+  endif()
+endif()
+
 # In a Windows build the objects make the DLL and the white-box tests; in a native build, the tests.
 add_library(orsin_objects OBJECT)
 target_compile_definitions(orsin_objects PRIVATE ORSIN_BUILDING)

@@ -95,7 +95,8 @@ bool read_volume_name(const unsigned short* root, unsigned short* name) noexcept
 }
 
 void load_remote_names() noexcept {
-  const HMODULE library = LoadLibraryW(L"Mpr.dll");  // Kept for the process.
+  // Kept for the process. By its name alone, a library that lies beside the program would be taken.
+  const HMODULE library = LoadLibraryExW(L"Mpr.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
   if (library == nullptr) {
     return;
   }

@@ -1,8 +1,10 @@
 // Copying a file, or the files of a directory with everything below.
 //
-// One reader and one writer serve a whole call, so a tree of small files does not allocate 40 MiB
-// for each. They are module state: one call at a time in the process.
+// Small files go in one piece each, several of a directory at a time. For the others one reader and one writer serve a whole call, made
+// when the first of them comes.
+#include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "base/given_text.h"
 #include "base/path_buffer.h"
@@ -11,6 +13,7 @@
 #include "files/directory_identity.h"
 #include "files/directory_list.h"
 #include "files/file_system_port.h"
+#include "files/small_copies.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 
@@ -24,29 +27,31 @@ enum Result : int {
   kDataNotCopied = -3,
 };
 
-struct TreeCopy {
-  fReadBuffer* reader;
-  fWriteBuffer* writer;
-};
-
-constinit TreeCopy streams = {nullptr, nullptr};
-
-class StreamsOfOneCall {
+// What one call copies with. A tree of small files never needs the streams.
+class Copier {
  public:
-  StreamsOfOneCall() : reader_(reader_for_copy(nullptr)), writer_(writer_for_copy(nullptr)) {
-    streams = {reader_.get(), writer_.get()};
-  }
-  ~StreamsOfOneCall() { streams = {nullptr, nullptr}; }
-  StreamsOfOneCall(const StreamsOfOneCall&) = delete;
-  StreamsOfOneCall& operator=(const StreamsOfOneCall&) = delete;
+  Copier() = default;
+  Copier(const Copier&) = delete;
+  Copier& operator=(const Copier&) = delete;
 
-  [[nodiscard]] bool are_ready() const {
-    return reader_.get() != nullptr && writer_.get() != nullptr;
+  // False when memory is short.
+  [[nodiscard]] bool has_streams() {
+    if (!reader_) {
+      reader_.emplace(reader_for_copy(nullptr));
+      writer_.emplace(writer_for_copy(nullptr));
+    }
+    return reader_->get() != nullptr && writer_->get() != nullptr;
   }
+
+  [[nodiscard]] SmallCopies& small() { return small_; }
+  [[nodiscard]] fReadBuffer& reader() { return *reader_->get(); }
+  [[nodiscard]] fWriteBuffer& writer() { return *writer_->get(); }
+  [[nodiscard]] const BorrowedWriter& own_writer() const { return *writer_; }
 
  private:
-  BorrowedReader reader_;
-  BorrowedWriter writer_;
+  SmallCopies small_;
+  std::optional<BorrowedReader> reader_;
+  std::optional<BorrowedWriter> writer_;
 };
 
 void copy_write_time(const char* source, const char* destination) {
@@ -74,59 +79,92 @@ void copy_attributes(const char* source, const char* destination) {
 }
 
 // Cuts the file to the source's size, so that what is there is at least not more.
-void finish_destination() {
-  streams.writer->set_file_position(streams.reader->get_file_size());
-  streams.writer->close_file(true);
+void finish_destination(Copier& copier) {
+  copier.writer().set_file_position(copier.reader().get_file_size());
+  copier.writer().close_file(true);
 }
 
-bool copy_blocks(unsigned long long& bytes) {
-  for (;;) {
-    const Block block = current_block(*streams.reader);
-    if (block.is_end()) {
-      return true;
-    }
-    if (streams.writer->write_file(block.data, 1, block.length) != block.length) {
-      return false;
-    }
-    bytes += block.length;
-    streams.reader->skip_file(block.length, 1);
-  }
+bool copy_blocks(Copier& copier, unsigned long long& bytes) {
+  return copy_to_own_writer(copier.reader(), copier.writer(), bytes);
 }
 
-Result copy_opened(const char* destination, unsigned long long& bytes) {
+Result copy_opened(Copier& copier, const char* destination, unsigned long long& bytes) {
   // Kept on purpose: an empty source is refused here, unlike in file_copy(). Callers tell damaged
   // takes from good ones by it.
-  if (streams.reader->getNextBlock() == 0) {
+  if (copier.reader().getNextBlock() == 0) {
     return kDataNotCopied;
   }
-  if (!create_destination(*streams.writer, destination)) {
+  if (!create_destination(copier.own_writer(), destination)) {
     return kDestinationNotCreated;
   }
-  const bool all_taken = copy_blocks(bytes);
-  finish_destination();
+  const bool all_taken = copy_blocks(copier, bytes);
+  finish_destination(copier);
   // The last buffers were written by the closing.
-  return all_taken && streams.writer->error() == 0 ? kCopied : kDataNotCopied;
+  return all_taken && copier.writer().error() <= 0 ? kCopied : kDataNotCopied;
 }
 
-int path_too_long(const char* directory, const char* name) {
+void say_too_long(const char* directory, const char* name) {
   msgerror("FileCopy: The path of '%s' in '%s', or of its copy, is too long\n", name, directory);
-  return kFailed;
 }
 
-int copy_one_file(const char* source, const char* destination, unsigned long long& bytes) {
-  if (!open_source(*streams.reader, source)) {
+Result copy_data(Copier& copier, const char* source, const char* destination,
+                 unsigned long long& bytes) {
+  if (!copier.has_streams() || !open_source(copier.reader(), source)) {
     return kFailed;
   }
-  const Result result = copy_opened(destination, bytes);
-  streams.reader->close_file();
-  if (result != kCopied) {
-    return result;
+  const Result result = copy_opened(copier, destination, bytes);
+  copier.reader().close_file();
+  return result;
+}
+
+// Kept on purpose: times and attributes go through the calls for the system's code page. For a name
+// outside ASCII they are not found, which is a warning; the data is complete. Names in ASCII are the
+// same to both kinds of calls, so only theirs may go through the handles.
+//
+// What was done for a small file already is counted here, and what was not is done.
+int finish_file(Copier& copier, const SmallCopies::Outcome& small, const char* source,
+                const char* destination, unsigned long long& bytes) {
+  bytes += small.bytes;
+  if (small.result == SmallCopy::Result::kCopied) {
+    return kCopied;
   }
-  // Kept on purpose: times and attributes go through the calls for the system's code page. For a
-  // name outside ASCII they are not found, which is a warning; the data is complete.
+  if (small.result == SmallCopy::Result::kNotDone) {
+    const Result result = copy_data(copier, source, destination, bytes);
+    if (result != kCopied) {
+      return result;
+    }
+  }
   copy_write_time(source, destination);
   copy_attributes(source, destination);
   return kCopied;
+}
+
+int copy_one_file(Copier& copier, const char* source, const char* destination,
+                  unsigned long long& bytes) {
+  return finish_file(copier, copier.small().copy_one(source, destination), source, destination,
+                     bytes);
+}
+
+// False at the first that cannot be copied.
+bool copy_files(Copier& copier, const dir_list& list, const char* source, const char* destination,
+                unsigned long long& bytes) {
+  PathBuffer from;
+  PathBuffer to;
+  for (int first = 0; first < list.file_count; first += SmallCopies::kMost) {
+    const int count = std::min(list.file_count - first, SmallCopies::kMost);
+    char* const* names = list.files + first;
+    copier.small().copy(source, destination, names, count);
+    for (int i = 0; i < count; ++i) {
+      if (!join_path(from, source, names[i]) || !join_path(to, destination, names[i])) {
+        say_too_long(source, names[i]);
+        return false;
+      }
+      if (finish_file(copier, copier.small().outcome(i), from.c_str(), to.c_str(), bytes) < 0) {
+        return false;
+      }
+    }
+  }
+  return true;
 }
 
 // Copied below itself, a tree meets its copy, and the copy of that, until no path has room for more:
@@ -142,7 +180,7 @@ bool would_meet_its_copy(const char* source, const char* destination) {
   return meets;
 }
 
-int copy_tree(const char* source, const char* destination, bool recursive,
+int copy_tree(Copier& copier, const char* source, const char* destination, bool recursive,
               unsigned long long& bytes);
 
 // Kept on purpose: a subdirectory for which there is no place, or that leads back, counts as one
@@ -159,14 +197,15 @@ bool has_place(const char* source, const char* destination, const char* subdirec
 
 // How deep this goes is bounded by the length of a path, also where links lead in circles that are
 // not seen.
-int copy_subdirectories(const dir_list& list, const char* source, const char* destination,
-                        unsigned long long& bytes) {
+int copy_subdirectories(Copier& copier, const dir_list& list, const char* source,
+                        const char* destination, unsigned long long& bytes) {
   int copied = 0;
   PathBuffer from;
   PathBuffer to;
   for (int i = 0; i < list.dir_count; ++i) {
     if (!join_path(from, source, list.dirs[i]) || !join_path(to, destination, list.dirs[i])) {
-      return path_too_long(source, list.dirs[i]);
+      say_too_long(source, list.dirs[i]);
+      return kFailed;
     }
     if (leads_back(from.c_str())) {
       msgwarn("FileCopy: '%s' leads to a directory above it, not copied\n", from.c_str());
@@ -175,7 +214,7 @@ int copy_subdirectories(const dir_list& list, const char* source, const char* de
     if (!has_place(from.c_str(), destination, to.c_str())) {
       continue;
     }
-    const int below = copy_tree(from.c_str(), to.c_str(), true, bytes);
+    const int below = copy_tree(copier, from.c_str(), to.c_str(), true, bytes);
     if (below < 0) {
       return kFailed;
     }
@@ -184,7 +223,7 @@ int copy_subdirectories(const dir_list& list, const char* source, const char* de
   return copied;
 }
 
-int copy_tree(const char* source, const char* destination, bool recursive,
+int copy_tree(Copier& copier, const char* source, const char* destination, bool recursive,
               unsigned long long& bytes) {
   ListingEnd end = ListingEnd::kWhole;
   const UniqueList list = list_directory(source, 1, end);
@@ -198,20 +237,13 @@ int copy_tree(const char* source, const char* destination, bool recursive,
     msgerror("FileCopy: '%s' was not listed to its end, not copied\n", source);
     return kFailed;
   }
-  PathBuffer from;
-  PathBuffer to;
-  for (int i = 0; i < list->file_count; ++i) {
-    if (!join_path(from, source, list->files[i]) || !join_path(to, destination, list->files[i])) {
-      return path_too_long(source, list->files[i]);
-    }
-    if (copy_one_file(from.c_str(), to.c_str(), bytes) < 0) {
-      return kFailed;
-    }
+  if (!copy_files(copier, *list, source, destination, bytes)) {
+    return kFailed;
   }
   if (!recursive) {
     return list->file_count;
   }
-  const int below = copy_subdirectories(*list, source, destination, bytes);
+  const int below = copy_subdirectories(copier, *list, source, destination, bytes);
   return below < 0 ? below : list->file_count + below;
 }
 
@@ -224,15 +256,16 @@ bool destination_in_directory(PathBuffer& path, const char* directory, const cha
          path.append(separator != nullptr ? separator : source);
 }
 
-int copy_file_to(const char* source, const char* destination, unsigned long long& bytes) {
+int copy_file_to(Copier& copier, const char* source, const char* destination,
+                 unsigned long long& bytes) {
   if (file_is_directory(destination) == 0) {
-    return copy_one_file(source, destination, bytes);
+    return copy_one_file(copier, source, destination, bytes);
   }
   PathBuffer path;
   if (!destination_in_directory(path, destination, source)) {
     return kDestinationNotCreated;
   }
-  return copy_one_file(source, path.c_str(), bytes);
+  return copy_one_file(copier, source, path.c_str(), bytes);
 }
 
 }  // namespace
@@ -247,11 +280,8 @@ int ov_filecopy(const char* src, const char* dst, bool recursive, unsigned long 
     msgerror("FileCopy: Source and destination are the same!\n'%s' no copy done\n", src);
     return kFailed;
   }
-  const StreamsOfOneCall call;
+  Copier copier;
   bytes = 0;
-  if (!call.are_ready()) {
-    return kFailed;
-  }
   if (file_is_directory(src) != 0) {
     if (recursive && would_meet_its_copy(src, dst)) {
       return kFailed;
@@ -259,7 +289,7 @@ int ov_filecopy(const char* src, const char* dst, bool recursive, unsigned long 
     // Joined to an empty one, the names would be those of the drive's root.
     const bool has_destination =
         *dst != '\0' && file_ensure_directory(dst, nullptr, nullptr) != nullptr;
-    return has_destination ? copy_tree(src, dst, recursive, bytes) : 0;
+    return has_destination ? copy_tree(copier, src, dst, recursive, bytes) : 0;
   }
-  return file_exists(src) != 0 ? copy_file_to(src, dst, bytes) : 0;
+  return file_exists(src) != 0 ? copy_file_to(copier, src, dst, bytes) : 0;
 }

@@ -5,7 +5,10 @@
 #include <bit>
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <utility>
+
+#include <emmintrin.h>
 
 namespace orsin {
 namespace {
@@ -20,6 +23,25 @@ constexpr std::uint64_t groups(std::uint64_t count, std::uint64_t fan) {
 
 constexpr std::uint64_t whole_lines(std::uint64_t bytes) {
   return groups(bytes, kLineBytes) * kLineBytes;
+}
+
+// Bit k stands for the k-th of 16 lengths: whether it is at least `length`, which is not 0.
+std::uint32_t at_least(const std::uint32_t* lengths, std::uint32_t length) {
+  // The comparison is one of signed numbers: both sides are moved down by half their range.
+  const __m128i half = _mm_set1_epi32(std::numeric_limits<int>::min());
+  const __m128i wanted = _mm_xor_si128(_mm_set1_epi32(static_cast<int>(length)), half);
+  const auto shorter = [&](int quarter) {
+    const auto* four = reinterpret_cast<const __m128i*>(lengths) + quarter;
+    return _mm_cmpgt_epi32(wanted, _mm_xor_si128(_mm_load_si128(four), half));
+  };
+  const __m128i first = _mm_packs_epi32(shorter(0), shorter(1));
+  const __m128i second = _mm_packs_epi32(shorter(2), shorter(3));
+  const int mask = _mm_movemask_epi8(_mm_packs_epi16(first, second));
+  return ~static_cast<std::uint32_t>(mask) & 0xFFFF;
+}
+
+std::uint32_t last_bit(std::uint32_t mask) {
+  return static_cast<std::uint32_t>(std::bit_width(mask)) - 1;
 }
 
 // Hands out parts of one allocation; without memory it only adds up.
@@ -58,6 +80,7 @@ bool FreeRuns::create(std::uint64_t granules, std::uint64_t distance_min) {
     leaves_of_ = carver.take<std::uint32_t>(count / kFan);
     lengths_ = carver.take<Lengths>(leaves);
     offsets_ = carver.take<Offsets>(leaves);
+    runs_in_ = carver.take<std::uint8_t>(leaves);
     while (count > kFan) {
       count = groups(count / kFan, kFan) * kFan;
       maxima_[++top_] = carver.take<std::uint32_t>(count);
@@ -94,6 +117,7 @@ void FreeRuns::insert(std::uint32_t begin, std::uint32_t end) {
   if (leaf == 0) {
     leaf = take_leaf();
   }
+  ++runs_in_[leaf];
   lengths_[leaf].of[slot % kFan] = end - begin;
   offsets_[leaf].of[slot % kFan] = static_cast<std::uint8_t>(begin - (slot << shift_));
   raise_maxima(slot, end - begin);
@@ -102,14 +126,14 @@ void FreeRuns::insert(std::uint32_t begin, std::uint32_t end) {
 std::uint32_t FreeRuns::remove(std::uint32_t begin) {
   const std::uint32_t slot = slot_of(begin);
   std::uint32_t& leaf = leaves_of_[slot / kFan];
-  std::uint32_t& length = lengths_[leaf].of[slot % kFan];
-  const std::uint32_t length_before = std::exchange(length, 0);
+  const std::uint32_t length = lengths_[leaf].of[slot % kFan];
   mark_joined(begin);
-  lower_maxima(slot, length_before);
-  if (largest(lengths_[leaf].of) == 0) {
+  lower_maxima(slot, length);
+  lengths_[leaf].of[slot % kFan] = 0;
+  if (--runs_in_[leaf] == 0) {
     give_back_leaf(std::exchange(leaf, 0));
   }
-  return begin + length_before;
+  return begin + length;
 }
 
 std::uint32_t FreeRuns::take_leaf() {
@@ -144,10 +168,10 @@ std::uint32_t FreeRuns::begin_of_run_to(std::uint32_t end) const {
   return begin + length_in(slot) == end ? begin : kNone;
 }
 
-std::uint32_t FreeRuns::largest(const std::uint32_t* lengths) {
+std::uint32_t FreeRuns::largest_but(const std::uint32_t* lengths, std::uint32_t left_out) {
   std::uint32_t largest = 0;
   for (std::uint32_t child = 0; child < kFan; ++child) {
-    largest = std::max(largest, lengths[child]);
+    largest = std::max(largest, child != left_out ? lengths[child] : 0);
   }
   return largest;
 }
@@ -157,11 +181,9 @@ std::uint32_t FreeRuns::last_slot_before(std::uint32_t slot) const {
   std::uint32_t index = slot;
   for (int level = 0; level <= top_; ++level) {
     const std::uint32_t group = index / kFan;
-    const std::uint32_t* const lengths = children(level, group);
-    for (std::uint32_t child = index % kFan; child-- > 0;) {
-      if (lengths[child] != 0) {
-        return last_slot_below(level, group * kFan + child);
-      }
+    const std::uint32_t before = (1U << index % kFan) - 1;
+    if (const std::uint32_t mask = at_least(children(level, group), 1) & before; mask != 0) {
+      return last_slot_below(level, group * kFan + last_bit(mask));
     }
     index = group;
   }
@@ -171,12 +193,8 @@ std::uint32_t FreeRuns::last_slot_before(std::uint32_t slot) const {
 std::uint32_t FreeRuns::last_slot_below(int level, std::uint32_t index) const {
   while (level > 0) {
     --level;
-    const std::uint32_t* const lengths = children(level, index);
-    std::uint32_t child = kFan - 1;
-    while (lengths[child] == 0) {
-      --child;  // Ends: the level above promised one.
-    }
-    index = index * kFan + child;
+    // Not 0: the level above promised one.
+    index = index * kFan + last_bit(at_least(children(level, index), 1));
   }
   return index;
 }
@@ -193,34 +211,40 @@ void FreeRuns::raise_maxima(std::uint32_t slot, std::uint32_t length) {
   }
 }
 
-// A length has gone.
+// A length is about to go. A line is read as a whole before one number in it is written: the other
+// way round the processor would wait for the write.
 void FreeRuns::lower_maxima(std::uint32_t slot, std::uint32_t length) {
-  std::uint32_t index = slot;
-  for (int level = 1; level <= top_; ++level) {
-    index /= kFan;
-    if (maxima_[level][index] != length) {
+  std::uint32_t below = slot;
+  std::uint32_t left = 0;  // What stands at `below` from now on.
+  for (int level = 1;; ++level) {
+    const std::uint32_t group = below / kFan;
+    const bool was_largest = level <= top_ && maxima_[level][group] == length;
+    std::uint32_t largest = left;
+    if (was_largest && (level > 1 || runs_in_[leaves_of_[group]] > 1)) {
+      largest = std::max(left, largest_but(children(level - 1, group), below % kFan));
+    }
+    if (level > 1) {
+      maxima_[level - 1][below] = left;
+    }
+    if (!was_largest || largest == length) {
       return;
     }
-    const std::uint32_t left = largest(children(level - 1, index));
-    if (left == length) {
-      return;
-    }
-    maxima_[level][index] = left;
+    left = largest;
+    below = group;
   }
 }
 
 std::uint32_t FreeRuns::first_fit(std::uint64_t length) const {
+  if (length > kNone) {
+    return kNone;
+  }
   std::uint32_t group = 0;
   for (int level = top_;; --level) {
-    const std::uint32_t* const lengths = children(level, group);
-    std::uint32_t child = 0;
-    while (child < kFan && lengths[child] < length) {
-      ++child;
-    }
-    if (child == kFan) {
+    const std::uint32_t mask = at_least(children(level, group), static_cast<std::uint32_t>(length));
+    if (mask == 0) {
       return kNone;  // Only at the top: below it the maximum promised one.
     }
-    group = group * kFan + child;
+    group = group * kFan + static_cast<std::uint32_t>(std::countr_zero(mask));
     if (level == 0) {
       return begin_in(group);
     }

@@ -6,7 +6,7 @@
 //
 //   slot         2^n granules, so few that no two runs can begin in the same one
 //   leaf         16 slots in which a run begins: for each slot the length of its run, 0 for none,
-//                and the offset of its first granule in the slot
+//                and the offset of its first granule in the slot; and how many runs there are
 //   leaves_of    for each 16 slots their leaf; leaf 0, which stays empty, where no run begins
 //   maxima       levels of the largest length among 16 below, up to one level of at most 16
 //   unjoined     runs of more than one block, as bits with summaries of 64
@@ -16,7 +16,7 @@
 //
 // Everything is allocated at once, for as many runs as the heap can ever have. Untouched memory stays
 // untouched, and a leaf that has lost its last run is the next to be used: what is touched follows
-// the number of runs (80 bytes for each at most) and the heap's size (11 bytes for 16 slots). No
+// the number of runs (81 bytes for each at most) and the heap's size (11 bytes for 16 slots). No
 // lock: the heap's mutex covers it.
 #pragma once
 
@@ -84,7 +84,8 @@ class FreeRuns {
   }
   [[nodiscard]] std::uint32_t last_slot_before(std::uint32_t slot) const;
   [[nodiscard]] std::uint32_t last_slot_below(int level, std::uint32_t index) const;
-  [[nodiscard]] static std::uint32_t largest(const std::uint32_t* lengths);
+  [[nodiscard]] static std::uint32_t largest_but(const std::uint32_t* lengths,
+                                                 std::uint32_t left_out);
   void raise_maxima(std::uint32_t slot, std::uint32_t length);
   void lower_maxima(std::uint32_t slot, std::uint32_t length);
   std::uint32_t take_leaf();
@@ -94,6 +95,7 @@ class FreeRuns {
   std::uint32_t* leaves_of_ = nullptr;
   Lengths* lengths_ = nullptr;
   Offsets* offsets_ = nullptr;
+  std::uint8_t* runs_in_ = nullptr;  // Each leaf.
   std::uint32_t leaves_touched_ = 0;
   std::uint32_t unused_leaf_ = 0;  // The first of a list through their first lengths; 0 ends it.
   std::uint32_t* maxima_[kLevelsMax] = {};  // From level 1 on.

@@ -35,7 +35,8 @@ std::optional<int> in_own_heap(void** handle, Use use) {
   if (heap == nullptr) {
     return std::nullopt;
   }
-  const HeapLock lock(heap);  // Until here another thread's allocation may be moving this very block.
+  const HeapLock lock(
+      heap);  // Until here another thread's allocation may be moving this very block.
   return mheap_is_valid(heap, handle) ? std::optional(use(heap, handle)) : std::nullopt;
 }
 

@@ -2,7 +2,8 @@
 #include <cstdio>
 
 #include "base/given_text.h"
-#include "base/path_buffer.h"
+#include "base/log_port.h"
+#include "base/new_file.h"
 #include "base/stream_bytes.h"
 #include "base/unique_file.h"
 #include "net/payload_writer.h"
@@ -38,13 +39,9 @@ class LockedBuffer {
 };
 
 bool write_whole_file(const char* path, const char* data, std::size_t size) {
-  UniqueFile file(fits_path(path) ? ov_utf8_fopen(path, "wb+") : nullptr);
-  if (file == nullptr) {
-    return false;
-  }
-  const bool written = write_bytes(file.get(), data, size) == size;
-  // The last bytes may reach a full disk only now.
-  return std::fclose(file.release()) == 0 && written;
+  NewFile file(path, "wb+");
+  return file.stream() != nullptr && write_bytes(file.stream(), data, size) == size &&
+         file.commit();
 }
 
 bool read_whole_file(const char* path, void* data, std::size_t size) {
@@ -52,9 +49,11 @@ bool read_whole_file(const char* path, void* data, std::size_t size) {
   return file != nullptr && read_bytes(file.get(), data, size) == size;
 }
 
-bool fail_with_code(ov_http_socket& socket) {
+// The code becomes the thread's last error, too.
+bool fail_with_code(ov_http_socket& socket, std::uint32_t code) {
   msgerror("HTTP: File loader failed: code %d [%s]", socket.GetStatusCode(),
            socket.LastErrorString());
+  port::set_last_system_error(code);
   return false;
 }
 
@@ -68,7 +67,7 @@ bool ov_http_socket::ReadFile(const char* url, const char* path) {
   unsigned long long bytes = 0;
   const char* data = socket.GetHttpData(url, OV_HTTP_GET, nullptr, -1, nullptr, &bytes);
   if (data == nullptr || socket.GetStatusCode() != kStatusOk) {
-    return fail_with_code(socket);
+    return fail_with_code(socket, socket.last_error_);
   }
   if (!write_whole_file(path, data, bytes)) {
     msgerror("HTTP: File loader failed: Can't write '%s'", given(path));
@@ -93,7 +92,7 @@ bool ov_http_socket::WriteFile(const char* url, const char* path) {
 
   ov_http_socket socket;
   if (!socket.OpenUrl(url)) {
-    return fail_with_code(socket);
+    return fail_with_code(socket, socket.last_error_);
   }
   socket.SetStatusCode();
   // Kept on purpose: the bytes follow a request that has been sent and answered already. The
@@ -102,7 +101,7 @@ bool ov_http_socket::WriteFile(const char* url, const char* path) {
   const std::int64_t written =
       write_payload(socket.request_, buffer.data(), static_cast<std::uint64_t>(size));
   if (written < 1 || socket.status_code_ != kStatusOk) {
-    return fail_with_code(socket);
+    return fail_with_code(socket, socket.last_error_);
   }
   if (written != size) {
     msgerror("HTTP: File loader failed: Can't write all data..");

@@ -1,8 +1,9 @@
 // The HTTP client: one WinINet session and at most one request, driven step by step.
 //
 // Handles: the session lives as long as the object; request and connection are closed by the next
-// request or the destructor. Each failing member stores the system's error code right after the
-// call that failed, before anything else can change it.
+// request or the destructor. A handle takes those with it that were opened on it: a session its
+// connections and requests, a connection its requests. Each failing member stores the system's error
+// code right after the call that failed, before anything else can change it.
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -40,18 +41,20 @@ constexpr unsigned kConnectTimeOutMs = 30000;
 constexpr unsigned kSendTimeOutMs = 300000;
 constexpr unsigned kReceiveTimeOutMs = 300000;
 
-// The internet library's own codes; the system keeps this range for it.
-constexpr std::uint32_t kInternetErrors = 12000;
-constexpr std::uint32_t kInternetErrorsEnd = 13000;
-
-bool is_internet_error(std::uint32_t code) {
-  return code >= kInternetErrors && code < kInternetErrorsEnd;
-}
-
 void close_handle(void*& handle) {
   if (void* open = std::exchange(handle, nullptr); open != nullptr) {
     port::internet_close(open);
   }
+}
+
+// A request that was opened on the connection has gone with it, and its number may belong to another
+// thread's handle by now. A GET's request has no connection of ours.
+void close_exchange(void*& request, void*& connection) {
+  if (connection != nullptr) {
+    request = nullptr;
+  }
+  close_handle(connection);
+  close_handle(request);
 }
 
 // A terminated copy; null when memory is short.
@@ -70,13 +73,22 @@ std::unique_ptr<char[]> copy_of(std::string_view text) {
 // connection instead of closing it are read this way, so an answer cut short is returned as far as
 // it came; a caller who must know compares its length.
 bool read_answer(void* request, ResponseBody& body) {
-  std::uint32_t bytes = 0;
-  while (port::internet_read(request, body.room(), ResponseBody::kChunkBytes, bytes) && bytes > 0) {
+  for (;;) {
+    std::uint32_t bytes = 0;
+    const bool is_read =
+        port::internet_read(request, body.room(), ResponseBody::kChunkBytes, bytes);
+    if (bytes == 0 ||
+        bytes > ResponseBody::kChunkBytes) {  // A failure may say that there is no count.
+      return true;
+    }
+    // A failed read brings what had come before the failure.
     if (!body.add(bytes)) {
       return false;
     }
+    if (!is_read) {
+      return true;
+    }
   }
-  return true;
 }
 
 }  // namespace
@@ -98,9 +110,7 @@ ov_http_socket::ov_http_socket()
 
 ov_http_socket::~ov_http_socket() {
   ResponseBody::free(response_);
-  close_handle(session_);
-  close_handle(request_);
-  close_handle(connection_);
+  close_handle(session_);  // With the request and the connection.
 }
 
 bool ov_http_socket::SetTimeOut(unsigned int connect_ms, unsigned int send_ms,
@@ -124,6 +134,7 @@ char* ov_http_socket::GetHttpData(const char* url, ov_http_request_type type, co
   const bool opened =
       type == OV_HTTP_GET ? OpenUrl(url) : PostUrl(url, type, data, data_len, headers);
   if (!opened) {
+    port::set_last_system_error(last_error_);
     return nullptr;
   }
   SetStatusCode();
@@ -132,6 +143,7 @@ char* ov_http_socket::GetHttpData(const char* url, ov_http_request_type type, co
   ResponseBody body(std::exchange(response_, nullptr));
   if (!body.is_valid() || !read_answer(request_, body)) {
     last_error_ = kNotEnoughMemory;
+    port::set_last_system_error(last_error_);
     return nullptr;
   }
   if (out_len != nullptr) {
@@ -148,6 +160,7 @@ int ov_http_socket::PutHttpData(const char* url, unsigned char* payload, int pay
   const bool opened =
       type == OV_HTTP_GET ? OpenUrl(url) : PostUrl(url, type, data, data_len, headers);
   if (!opened) {
+    port::set_last_system_error(last_error_);
     return -1;
   }
   SetStatusCode();
@@ -164,20 +177,15 @@ int ov_http_socket::GetStatusCode() {
 
 const char* ov_http_socket::LastErrorString() {
   port::system_error_text(last_error_, error_text_, sizeof(error_text_));
-  // The system's table leaves out what happens most: a server that is not there, a certificate that
-  // nobody vouches for. Those texts are in the internet library's table; the system's comes first.
-  if (error_text_[0] == '\0' && is_internet_error(last_error_)) {
-    port::internet_error_text(last_error_, error_text_, sizeof(error_text_));
-  }
   return error_text_;
 }
 
 bool ov_http_socket::OpenUrl(const char* url) {
+  close_exchange(request_, connection_);
   if (url == nullptr) {
     last_error_ = kNoUrl;
     return false;
   }
-  close_handle(request_);
   request_ = port::internet_open_url(session_, url, port::kHyperlink | port::kPragmaNoCache);
   if (request_ == nullptr) {
     last_error_ = port::last_system_error();
@@ -188,6 +196,7 @@ bool ov_http_socket::OpenUrl(const char* url) {
 
 bool ov_http_socket::PostUrl(const char* url, ov_http_request_type type, const char* data,
                              int data_len, const char* headers) {
+  close_exchange(request_, connection_);
   if (url == nullptr) {
     last_error_ = kNoUrl;
     return false;
@@ -203,8 +212,6 @@ bool ov_http_socket::PostUrl(const char* url, ov_http_request_type type, const c
     last_error_ = kNotEnoughMemory;
     return false;
   }
-  close_handle(connection_);
-  close_handle(request_);
 
   connection_ = port::internet_connect(session_, host.get(), parts.port, port::kNoCacheWrite);
   if (connection_ != nullptr) {

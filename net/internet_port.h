@@ -60,7 +60,8 @@ struct UrlParts {
 /// The answer's status code as text, terminated. HttpQueryInfoA with HTTP_QUERY_STATUS_CODE.
 [[nodiscard]] bool internet_query_status(void* request, char* text, std::uint32_t size) noexcept;
 
-/// Waits for at least one byte of the answer; 0 bytes at its end. InternetReadFile.
+/// Waits for at least one byte of the answer; 0 bytes at its end. `bytes` is what the library
+/// reported, on failure too. InternetReadFile.
 [[nodiscard]] bool internet_read(void* request, void* buffer, std::uint32_t size,
                                  std::uint32_t& bytes) noexcept;
 
@@ -69,11 +70,7 @@ struct UrlParts {
 [[nodiscard]] bool internet_write(void* request, const void* data, std::uint32_t size,
                                   std::uint32_t& bytes) noexcept;
 
-/// The library's own text for one of its error codes, terminated; empty when it has none or it does
-/// not fit. FormatMessageA with the library's message table.
-void internet_error_text(std::uint32_t code, char* text, std::uint32_t size) noexcept;
-
-/// InternetCloseHandle.
+/// Also closes what was opened on the handle. Keeps the last error. InternetCloseHandle.
 void internet_close(void* handle) noexcept;
 
 }  // namespace orsin::port

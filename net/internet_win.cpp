@@ -89,15 +89,10 @@ bool internet_write(void* request, const void* data, std::uint32_t size,
   return done != FALSE;
 }
 
-void internet_error_text(std::uint32_t code, char* text, std::uint32_t size) noexcept {
-  text[0] = '\0';
-  ::FormatMessageA(FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS,
-                   ::GetModuleHandleA("wininet.dll"), code,
-                   MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), text, size, nullptr);
-}
-
 void internet_close(void* handle) noexcept {
+  const DWORD error = ::GetLastError();
   ::InternetCloseHandle(handle);
+  ::SetLastError(error);
 }
 
 }  // namespace orsin::port

@@ -1,13 +1,14 @@
 // What happens when the library itself is loaded and unloaded.
-#include <cstdio>
-
 #include "base/win/windows.h"
+#include "startup/startup_port.h"
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID process_ends) {
   if (reason == DLL_PROCESS_ATTACH) {
     DisableThreadLibraryCalls(module);
-  } else if (reason == DLL_PROCESS_DETACH) {
-    std::fclose(stderr);  // By now the log file.
+  } else if (reason == DLL_PROCESS_DETACH && process_ends == nullptr) {
+    // At the end of the process the system closes the file. The other threads have been ended by
+    // then, one perhaps inside of the stream's lock, and waiting for it would lose the exit code.
+    orsin::port::close_redirected_standard_error();
   }
   return TRUE;
 }

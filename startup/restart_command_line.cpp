@@ -3,8 +3,8 @@
 
 namespace orsin {
 
-// Kept on purpose: the path is not quoted, so a program in a folder with blanks may see the path's
-// first word as its name, and its arguments further back. Required.
+// Kept on purpose: the path is not quoted; the line's form is given. In a folder with blanks the
+// system tries what ends at each blank in turn, and may start another program of such a name.
 std::wstring successor_command_line(std::wstring_view module_path, std::wstring_view command_line) {
   std::wstring line(module_path);
   const std::size_t arguments = command_line.find(L" -");

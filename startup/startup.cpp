@@ -3,14 +3,12 @@
 // Both run on the host's main thread while no other thread of the library runs. At TRACE level the
 // log names each step as it was done: those of start-up with their times once the level is set,
 // those of closedown one by one.
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 
 #include "base/clock.h"
 #include "base/processor_info.h"
 #include "base/program_paths.h"
-#include "files/copy_streams.h"
 #include "files/transfer_slots.h"
 #include "memory/memory_lifecycle.h"
 #include "modules/error_boxes.h"
@@ -26,6 +24,7 @@
 #include "startup/restart.h"
 #include "startup/startup_letters.h"
 #include "startup/startup_port.h"
+#include "startup/startup_steps.h"
 #include "startup/system_report.h"
 #include "text/localisation.h"
 #include "threads/executor.h"
@@ -38,38 +37,6 @@ namespace {
 constexpr int kTimerResolutionMs = 1;  // The platform's timer is left as it is.
 
 void* autorelease_pool = nullptr;
-
-// Does the steps of start-up and remembers them for the log, which is not at TRACE level before the
-// last one is done.
-class StartupSteps {
- public:
-  template <typename Step>
-  void take(const char* name, Step step) {
-    const auto begin = Clock::now();
-    step();
-    if (count_ < kStepsMax) {
-      taken_[count_++] = {name, Clock::now() - begin};
-    }
-  }
-
-  void trace() const {
-    for (int i = 0; i < count_; ++i) {
-      const std::chrono::duration<double, std::milli> time = taken_[i].time;
-      msg_trace("Start-up: %s, %.2f ms", taken_[i].name, time.count());
-    }
-  }
-
- private:
-  using Clock = std::chrono::steady_clock;  // The library's own starts on the way.
-  static constexpr int kStepsMax = 16;      // Fourteen are taken.
-
-  struct Taken {
-    const char* name;
-    Clock::duration time;
-  };
-  Taken taken_[kStepsMax] = {};
-  int count_ = 0;
-};
 
 void take_down(const char* name, void (*stop)()) {
   msg_trace("Closedown: %s", name);
@@ -165,7 +132,6 @@ bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
 
 void ov_closedown() {
   msginfo("*---------------------------------------------------");
-  take_down("copy streams", release_copy_streams);
   take_down("transfers", stop_transfers);
   take_down("standard heaps", mem_free_pools);
   take_down("memory", stop_memory);

@@ -21,6 +21,9 @@ void module_file_name(char* path, std::size_t size) noexcept;
 /// Points the process's standard-error handle at the stream's file.
 void redirect_standard_error(std::FILE* stream) noexcept;
 
+/// Closes the process's standard error if that has been done; the host's own is left alone.
+void close_redirected_standard_error() noexcept;
+
 /// The computer's network name as UTF-8; false when the system does not tell or it does not fit.
 [[nodiscard]] bool computer_name(char* name, std::size_t size) noexcept;
 

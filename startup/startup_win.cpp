@@ -17,6 +17,8 @@ namespace {
 constexpr std::size_t kPathUnits = 260;
 constexpr std::size_t kUtf8BytesPerUnit = 3;
 
+constinit bool standard_error_is_log = false;
+
 }  // namespace
 
 void module_file_name(char* path, std::size_t size) noexcept {
@@ -54,6 +56,14 @@ bool copy_file(const char* from, const char* to) noexcept {
 void redirect_standard_error(std::FILE* stream) noexcept {
   const auto handle = _get_osfhandle(_fileno(stream));
   SetStdHandle(STD_ERROR_HANDLE, reinterpret_cast<HANDLE>(handle));
+  standard_error_is_log = true;
+}
+
+void close_redirected_standard_error() noexcept {
+  if (standard_error_is_log) {
+    std::fclose(stderr);
+    standard_error_is_log = false;
+  }
 }
 
 bool computer_name(char* name, std::size_t size) noexcept {

@@ -9,7 +9,7 @@
 
 namespace orsin {
 
-/// Each character stands at its value.
+/// The characters for the values from 0 to 63 (RFC 4648, section 4).
 inline constexpr char kBase64Alphabet[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/new_file.h"
 #include "base/path_buffer.h"
 #include "base/settings_port.h"
 #include "orsincore/log.h"
@@ -172,10 +173,7 @@ bool ov_save_language_cfg(const char* code) {
       *code == '\0') {
     return false;
   }
-  std::FILE* file = ov_utf8_fopen(path, "w");
-  if (file == nullptr) {
-    return false;
-  }
-  const bool is_written = std::fprintf(file, kLanguageConfigurationFormat, code) > 0;
-  return std::fclose(file) == 0 && is_written;
+  NewFile file(path, "w");
+  return file.stream() != nullptr &&
+         std::fprintf(file.stream(), kLanguageConfigurationFormat, code) > 0 && file.commit();
 }

@@ -11,11 +11,16 @@
 namespace orsin {
 
 /// Prepares the process and the calling thread, whose faults from now on can be caught as
-/// SE_Exception too. Repeating it is harmless.
+/// SE_Exception too. While it is installed nothing changes, whoever calls. Threads that are neither this
+/// one nor inside run_guarded() are left alone: their faults go where the host sends them.
 void install_fault_guard();
 
+/// Gives the process's last filter and its terminate handler back to whoever had them.
+void remove_fault_guard();
+
 /// Calls entry(argument). Returns 0, or the code of the processor fault that escaped it. Other
-/// exceptions pass through.
+/// exceptions pass through. A fault that cannot be thrown, as throwing faults too, comes back at once,
+/// whoever would have caught it.
 [[nodiscard]] std::uint32_t run_guarded(void (*entry)(void*), void* argument);
 
 /// Calls entry(argument) and lets nothing out: no processor fault, no exception, no code that software

@@ -12,9 +12,12 @@
 //   4. Where that function has no exception tables, the throw ends in std::terminate(). Our handler
 //      sees that a fault was thrown and raises a private code, for which the filter unwinds to
 //      the guard; nothing in between is destroyed, but the guard has its answer.
+//   5. A throw allocates. A fault on the way to it, as where the heap is damaged, is not turned into
+//      another: the filter unwinds to the guard as in 4, with the first fault as the answer.
 //
 // Thread state is reached through a native thread-local index: the compiler's thread_local may
-// allocate, which a fault inside the allocator would not survive.
+// allocate, which a fault inside the allocator would not survive. A thread without that state is
+// somebody else's, and its faults are too.
 #include "threads/fault_guard.h"
 
 #include <cstdlib>
@@ -40,6 +43,8 @@ namespace orsin {
 namespace {
 
 constexpr DWORD kFaultWithoutTables = 0xE04F5243;  // Private: customer bit set, "ORC".
+constexpr DWORD kMultipleFloatFaults = 0xC00002B4;
+constexpr DWORD kMultipleFloatTraps = 0xC00002B5;
 constexpr ULONG kStackGuaranteeBytes = 64 * 1024;  // To throw in after a stack overflow.
 constexpr DWORD64 kMachineFrameBytes = 48;         // Five words, kept at 16-byte alignment.
 constexpr DWORD64 kSkippedBytes = 128;          // What the faulting code may have below its stack.
@@ -50,10 +55,13 @@ struct FaultState {
   EXCEPTION_RECORD record;
   CONTEXT context;
   EXCEPTION_POINTERS pointers;
+  bool is_on_the_way;  // From the fault to the throw.
 };
 
 struct Guard {
-  DWORD state_index = TLS_OUT_OF_INDEXES;
+  DWORD state_index = TLS_OUT_OF_INDEXES;  // For the life of the process.
+  bool is_installed = false;
+  FaultState installers_state = {};  // Of the thread that installed it, which has no guard.
   std::terminate_handler previous_terminate = nullptr;
   LPTOP_LEVEL_EXCEPTION_FILTER previous_filter = nullptr;
 };
@@ -78,6 +86,11 @@ bool is_processor_fault(DWORD code) {
     case EXCEPTION_FLT_STACK_CHECK:
     case EXCEPTION_FLT_UNDERFLOW:
     case EXCEPTION_STACK_OVERFLOW:
+    case EXCEPTION_GUARD_PAGE:
+    case EXCEPTION_BREAKPOINT:
+    case EXCEPTION_SINGLE_STEP:
+    case kMultipleFloatFaults:
+    case kMultipleFloatTraps:
       return true;
     default:
       return false;
@@ -92,16 +105,35 @@ FaultState* thread_state() {
   return state;
 }
 
+// Where the faulting instruction stands, for an unwinder that takes it for a return address and looks
+// up the instruction before it. In a prologue it goes by the address as it is, and the one behind it
+// would count a register as saved that is not; there is nothing to look up there.
+DWORD64 as_return_address(DWORD64 address) {
+  struct UnwindInfo {
+    BYTE version_and_flags;
+    BYTE prologue_bytes;
+  };
+  DWORD64 image = 0;
+  const RUNTIME_FUNCTION* function = RtlLookupFunctionEntry(address, &image, nullptr);
+  if (function == nullptr) {
+    return address + 1;
+  }
+  const auto* info = reinterpret_cast<const UnwindInfo*>(image + function->UnwindData);
+  const bool is_in_prologue = address < image + function->BeginAddress + info->prologue_bytes;
+  return is_in_prologue ? address : address + 1;
+}
+
 // Rewrites a faulting thread's context so that it goes on by throwing.
 void redirect_to_throw(FaultState& state, EXCEPTION_POINTERS& information) {
   state.record = *information.ExceptionRecord;
   state.context = *information.ContextRecord;
   state.pointers = {&state.record, &state.context};
+  state.is_on_the_way = true;
 
   CONTEXT& context = *information.ContextRecord;
   const DWORD64 frame = ((context.Rsp - kSkippedBytes) & ~DWORD64{15}) - kMachineFrameBytes;
   auto* words = reinterpret_cast<DWORD64*>(frame);
-  words[0] = context.Rip + 1;  // The unwinder takes it for a return address and looks before it.
+  words[0] = as_return_address(context.Rip);
   words[1] = context.SegCs;
   words[2] = context.EFlags;
   words[3] = context.Rsp;
@@ -135,9 +167,26 @@ void keep_stack_for_throwing() {
   }
 }
 
-// A fault that nobody caught on a thread that has no guard: the host's own threads.
-LONG end_unguarded_thread(FaultState& state) {
+// What a throw and the block in the log need of their thread, as long as it can still be had: a stack
+// to stand on, and the thread state of the run-time libraries of C++ and C, which whoever comes first
+// would have to allocate.
+void prepare_to_throw() {
+  keep_stack_for_throwing();
+  static_cast<void>(std::uncaught_exceptions());
+  static_cast<void>(*_errno());
+}
+
+LONG ask_previous_filter(EXCEPTION_POINTERS& information) {
+  return guard.previous_filter != nullptr ? guard.previous_filter(&information)
+                                          : EXCEPTION_CONTINUE_SEARCH;
+}
+
+// A fault that nobody caught on the thread that installed the guard, which has none of its own. The
+// host's filter sees the fault itself, not what became of it.
+LONG end_installer(FaultState& state) {
+  TlsSetValue(guard.state_index, nullptr);  // A fault in here is nobody's.
   orsinExceptionFilter(static_cast<int>(state.record.ExceptionCode), &state.pointers);
+  static_cast<void>(ask_previous_filter(state.pointers));
   TerminateProcess(GetCurrentProcess(), state.record.ExceptionCode);
   return EXCEPTION_EXECUTE_HANDLER;
 }
@@ -145,21 +194,14 @@ LONG end_unguarded_thread(FaultState& state) {
 LONG WINAPI last_filter(EXCEPTION_POINTERS* information) {
   const DWORD code = information->ExceptionRecord->ExceptionCode;
   FaultState* state = thread_state();
-  if (code == kFaultWithoutTables && state != nullptr) {
-    return end_unguarded_thread(*state);
+  if (state == nullptr || (!is_processor_fault(code) && code != kFaultWithoutTables)) {
+    return ask_previous_filter(*information);
   }
-  if (is_processor_fault(code)) {
-    if (state == nullptr) {
-      state = new (std::nothrow) FaultState{};  // Lives as long as the thread: freed by the system.
-      TlsSetValue(guard.state_index, state);
-    }
-    if (state != nullptr) {
-      redirect_to_throw(*state, *information);
-      return EXCEPTION_CONTINUE_EXECUTION;
-    }
+  if (code == kFaultWithoutTables || state->is_on_the_way) {
+    return end_installer(*state);
   }
-  return guard.previous_filter != nullptr ? guard.previous_filter(information)
-                                          : EXCEPTION_CONTINUE_SEARCH;
+  redirect_to_throw(*state, *information);
+  return EXCEPTION_CONTINUE_EXECUTION;
 }
 
 [[noreturn]] void on_terminate() {
@@ -176,21 +218,46 @@ LONG WINAPI last_filter(EXCEPTION_POINTERS* information) {
 }  // namespace
 
 void install_fault_guard() {
-  if (guard.state_index != TLS_OUT_OF_INDEXES) {
+  if (guard.is_installed) {
     return;
   }
-  const DWORD index = TlsAlloc();
-  if (index == TLS_OUT_OF_INDEXES) {
+  if (guard.state_index == TLS_OUT_OF_INDEXES) {
+    guard.state_index = TlsAlloc();
+  }
+  if (guard.state_index == TLS_OUT_OF_INDEXES) {
     return;  // Faults then end the process as in any program.
   }
-  guard.state_index = index;
+  guard.is_installed = true;
+  prepare_to_throw();
+  if (thread_state() == nullptr) {
+    guard.installers_state = {};
+    TlsSetValue(guard.state_index, &guard.installers_state);
+  }
   guard.previous_terminate = std::set_terminate(on_terminate);
   guard.previous_filter = SetUnhandledExceptionFilter(last_filter);
 }
 
+// What the host has put over them since stays where it is.
+void remove_fault_guard() {
+  if (!guard.is_installed) {
+    return;
+  }
+  guard.is_installed = false;
+  if (thread_state() == &guard.installers_state) {
+    TlsSetValue(guard.state_index, nullptr);
+  }
+  if (std::get_terminate() == on_terminate) {
+    std::set_terminate(guard.previous_terminate);
+  }
+  const LPTOP_LEVEL_EXCEPTION_FILTER current = SetUnhandledExceptionFilter(guard.previous_filter);
+  if (current != last_filter) {
+    SetUnhandledExceptionFilter(current);
+  }
+}
+
 std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
   install_fault_guard();
-  keep_stack_for_throwing();
+  prepare_to_throw();
 
   FaultState state = {};
   void* outer = TlsGetValue(guard.state_index);
@@ -217,13 +284,21 @@ LONG WINAPI orsin_fault_filter(EXCEPTION_POINTERS* information, void* /*frame*/)
   if (!orsin::is_processor_fault(code) || state == nullptr) {
     return EXCEPTION_CONTINUE_SEARCH;
   }
+  if (state->is_on_the_way) {
+    return EXCEPTION_EXECUTE_HANDLER;
+  }
   orsin::redirect_to_throw(*state, *information);
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
+// A throw expression in its parts, as only the first of them may fault again.
 void orsin_throw_fault() {
   orsin::FaultState* state = orsin::thread_state();
-  throw SE_Exception(state->record.ExceptionCode, &state->pointers);
+  void* exception = abi::__cxa_allocate_exception(sizeof(SE_Exception));
+  ::new (exception) SE_Exception(state->record.ExceptionCode, &state->pointers);
+  state->is_on_the_way = false;
+  abi::__cxa_throw(exception, const_cast<std::type_info*>(&typeid(SE_Exception)),
+                   [](void* thrown) { static_cast<SE_Exception*>(thrown)->~SE_Exception(); });
 }
 
 #else  // MSVC
@@ -241,6 +316,10 @@ void __cdecl throw_fault(unsigned int code, EXCEPTION_POINTERS* information) {
 
 void install_fault_guard() {
   _set_se_translator(throw_fault);
+}
+
+void remove_fault_guard() {
+  _set_se_translator(nullptr);
 }
 
 std::uint32_t run_guarded(void (*entry)(void*), void* argument) {

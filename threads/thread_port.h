@@ -25,6 +25,8 @@ struct ThreadStart {
 [[nodiscard]] StartedThread start_thread(const ThreadStart& start,
                                          std::size_t stack_bytes) noexcept;
 [[nodiscard]] unsigned int current_thread_identifier() noexcept;
+/// Another handle to the same thread; null when the system has none, see the last error.
+[[nodiscard]] void* duplicate_thread(void* handle) noexcept;
 [[nodiscard]] ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept;
 /// Ends a thread wherever it stands; it has run its last instruction when this returns true.
 [[nodiscard]] bool terminate_thread(void* handle) noexcept;

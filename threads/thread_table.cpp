@@ -35,6 +35,15 @@ struct Table {
   ov_vector<thread_entry_str*> records;
 };
 
+// A record's name outside of the table's mutex, terminated.
+struct ThreadName {
+  ThreadName() = default;
+  explicit ThreadName(const thread_entry_str& record) {
+    std::memcpy(text, record.name, sizeof record.name);
+  }
+  char text[sizeof thread_entry_str::name + 1] = {};
+};
+
 Table& table() {
   return process_wide<Table>();
 }
@@ -78,7 +87,9 @@ void end_threads(Table& threads) {
   }
 }
 
-[[noreturn]] void end_after_fault(const char* name, std::uint32_t code) {
+void write_fatal_error(void* fault) {
+  const std::uint32_t code = *static_cast<const std::uint32_t*>(fault);
+  const char* name = mp_get_thread_name();
   const auto load = static_cast<int>(port::memory_load_percent());
   msgerror("%s", kAsterisks);
   if (code == kAccessViolation) {
@@ -90,7 +101,6 @@ void end_threads(Table& threads) {
   if (std::FILE* stream = msg_get_file()) {
     std::fflush(stream);  // Standard error may be buffered, and nothing else will write it out.
   }
-  port::end_process(kFaultExitCode);
 }
 
 // The first function of every thread.
@@ -99,9 +109,11 @@ void run_thread(void (*entry)(void*), void* argument) {
     return;
   }
   fpu_default_mode();
-  const std::uint32_t fault = run_guarded(entry, argument);
+  std::uint32_t fault = run_guarded(entry, argument);
   if (fault != 0) {
-    end_after_fault(mp_get_thread_name(), fault);
+    // Where even the log is damaged the process ends without a word, but it ends.
+    static_cast<void>(run_guarded(write_fatal_error, &fault));
+    port::end_process(kFaultExitCode);
   }
 }
 
@@ -132,6 +144,7 @@ void stop_thread_table() {
     delete record;
   }
   threads.records.release();
+  remove_fault_guard();
 }
 
 void* thread_handle(int identifier) {
@@ -185,30 +198,39 @@ int mp_join_thread(unsigned int identifier, unsigned int timeout_ms) {
     return 0;
   }
   thread_entry_str* record = nullptr;
-  void* handle = nullptr;
+  ThreadName name;
+  void* waited_for = nullptr;
   {
     const ScopedLock guard(threads.mutex);
     record = find_locked(threads, identifier);
-    handle = record != nullptr ? record->handle : nullptr;
-    if (handle == nullptr) {
+    if (record == nullptr || record->handle == nullptr) {
       return 0;
     }
+    name = ThreadName(*record);
+    // A handle of our own: a second join may close the record's while we wait.
+    waited_for = port::duplicate_thread(record->handle);
   }
 
-  const port::ThreadWait result = port::wait_for_thread(handle, timeout_ms);
+  const port::ThreadWait result = waited_for != nullptr
+                                      ? port::wait_for_thread(waited_for, timeout_ms)
+                                      : port::ThreadWait::kFailed;
   if (result == port::ThreadWait::kTimedOut) {
-    msgwarn("Timeout while waiting for thread '%s' to terminate", record->name);
+    msgwarn("Timeout while waiting for thread '%s' to terminate", name.text);
   } else if (result == port::ThreadWait::kFailed) {
-    msgwarn("Error while waiting for thread '%s' to terminate (%d)", record->name,
+    msgwarn("Error while waiting for thread '%s' to terminate (%d)", name.text,
             static_cast<int>(port::last_system_error()));
   }
 
   // Kept on purpose: a thread that timed out runs on, but the table forgets it and uses its record
-  // again.
+  // again. Not when a second join was faster: the record may be another thread's by now. As long as
+  // we have a handle to it, the system gives the identifier to nobody else.
   const ScopedLock guard(threads.mutex);
-  if (record->in_use != 0 && record->handle == handle) {  // Not when a second join was faster.
-    port::close_thread(handle);
+  if (record->in_use != 0 && record->identifier == identifier) {
+    port::close_thread(record->handle);
     record->in_use = 0;
+  }
+  if (waited_for != nullptr) {
+    port::close_thread(waited_for);
   }
   return result == port::ThreadWait::kEnded ? 1 : 0;
 }

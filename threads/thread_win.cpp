@@ -37,6 +37,13 @@ unsigned int current_thread_identifier() noexcept {
   return GetCurrentThreadId();
 }
 
+void* duplicate_thread(void* handle) noexcept {
+  HANDLE duplicate = nullptr;
+  DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &duplicate, 0, FALSE,
+                  DUPLICATE_SAME_ACCESS);
+  return duplicate;
+}
+
 ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept {
   switch (WaitForSingleObject(handle, timeout_ms)) {
     case WAIT_OBJECT_0:

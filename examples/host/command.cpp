@@ -35,14 +35,13 @@ int busy() {
 FullLibrary::FullLibrary() {
   started_ = ov_initialize(application_name, "ORSIN_HOST_DATA", console_argc(), console_argv());
   if (started_) {
-    // A second copy looks for this window instead of stopping at a message box.
-    window_ = create_hidden_window(std::string(application_name) + "KORVANE");
+    window_ = std::make_unique<MainWindow>(std::string(application_name) + "KORVANE");
   }
 }
 
 FullLibrary::~FullLibrary() {
   if (started_) {
-    destroy_window(window_);
+    window_.reset();
     ov_closedown();
   }
 }

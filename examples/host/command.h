@@ -4,9 +4,12 @@
 // returns the process's exit code.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "examples/host/main_window.h"
 
 namespace host {
 
@@ -32,6 +35,7 @@ struct Command {
 extern const Command kReportCommand;
 extern const Command kCopyCommand;
 extern const Command kIngestCommand;
+extern const Command kCheckCommand;
 extern const Command kListCommand;
 extern const Command kHashCommand;
 extern const Command kRunCommand;
@@ -66,8 +70,8 @@ class FullLibrary {
   [[nodiscard]] bool started() const { return started_; }
 
  private:
-  void* window_ = nullptr;
   bool started_ = false;
+  std::unique_ptr<MainWindow> window_;  // A second copy looks for it instead of showing a message.
 };
 
 /// The whole library without the single instance, for several copies side by side. Its log goes to

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <string>
 
 namespace host {
 
@@ -36,6 +35,9 @@ std::size_t console_width();
 int silence_errors();
 void restore_errors(int saved);
 
+/// The system's code of what failed last on this thread.
+unsigned long last_error_code();
+
 /// A number that no other running process has.
 unsigned long process_id();
 
@@ -43,8 +45,7 @@ unsigned long process_id();
 void catch_cancel();
 bool cancel_requested();
 
-/// A top-level window that is never shown; null when it could not be made.
-void* create_hidden_window(const std::string& class_name);
-void destroy_window(void* window);
+/// Everything is cleaned up: where the console was closed, the system may end the process now.
+void end_console();
 
 }  // namespace host

@@ -1,10 +1,10 @@
 #include "base/win/windows.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "examples/host/cancel_request.h"
 #include "examples/host/console.h"
 
 #include <fcntl.h>
@@ -16,7 +16,6 @@ namespace {
 
 std::vector<std::string> arguments;
 std::vector<char*> argument_pointers;
-std::atomic<bool> cancel_flag = false;
 std::FILE* errors = nullptr;
 
 std::string to_utf8(const wchar_t* wide) {
@@ -29,13 +28,20 @@ std::string to_utf8(const wchar_t* wide) {
 
 // The program's full path: the library finds code and settings from it, whatever was typed.
 std::string program_path() {
-  std::wstring path(MAX_PATH, L'\0');
-  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  constexpr DWORD kUnitsMax = 32768;  // No path is longer.
+  std::wstring path(kUnitsMax, L'\0');
+  path.resize(GetModuleFileNameW(nullptr, path.data(), kUnitsMax));
   return to_utf8(path.c_str());
 }
 
-BOOL WINAPI on_console_event(DWORD) {
-  cancel_flag.store(true);
+// Never destroyed: the system's thread may be waiting in it while the process ends.
+CancelRequest& cancel_request() {
+  static auto* const request = new CancelRequest;
+  return *request;
+}
+
+BOOL WINAPI on_console_event(DWORD event) {
+  cancel_request().on_event(event);
   return TRUE;  // Handled: the process goes on and cleans up.
 }
 
@@ -57,9 +63,14 @@ void open_console() {
   // The console outlives this program, and others in it may expect what they set.
   static const UINT code_page_before = GetConsoleOutputCP();
   SetConsoleOutputCP(CP_UTF8);
-  std::atexit([] { SetConsoleOutputCP(code_page_before); });
+  std::atexit([] {
+    std::fflush(stdout);  // The text is in the code page that is about to go.
+    SetConsoleOutputCP(code_page_before);
+  });
 
-  errors = _fdopen(_dup(_fileno(stderr)), "w");
+  // A process without a console may have no standard error, whose number is negative then.
+  const int standard_error = _fileno(stderr);
+  errors = standard_error >= 0 ? _fdopen(_dup(standard_error), "w") : nullptr;
   if (errors != nullptr) {
     std::setvbuf(errors, nullptr, _IONBF, 0);
   }
@@ -120,34 +131,25 @@ void use_binary_output() {
   _setmode(_fileno(stdout), _O_BINARY);
 }
 
+unsigned long last_error_code() {
+  return GetLastError();
+}
+
 unsigned long process_id() {
   return GetCurrentProcessId();
 }
 
 void catch_cancel() {
+  cancel_request();  // Made here rather than on the system's thread.
   SetConsoleCtrlHandler(on_console_event, TRUE);
 }
 
+void end_console() {
+  cancel_request().set_cleaned_up();
+}
+
 bool cancel_requested() {
-  return cancel_flag.load();
-}
-
-void* create_hidden_window(const std::string& class_name) {
-  WNDCLASSA description = {};
-  description.lpfnWndProc = DefWindowProcA;
-  description.hInstance = GetModuleHandleA(nullptr);
-  description.lpszClassName = class_name.c_str();
-  if (RegisterClassA(&description) == 0) {
-    return nullptr;
-  }
-  return CreateWindowExA(0, class_name.c_str(), "OrsinCore sample host", WS_OVERLAPPED, 0, 0, 0, 0,
-                         nullptr, nullptr, description.hInstance, nullptr);
-}
-
-void destroy_window(void* window) {
-  if (window != nullptr) {
-    DestroyWindow(static_cast<HWND>(window));
-  }
+  return cancel_request().is_asked();
 }
 
 }  // namespace host

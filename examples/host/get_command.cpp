@@ -3,8 +3,10 @@
 #include <string>
 
 #include "examples/host/command.h"
+#include "examples/host/console.h"
 #include "examples/host/elapsed_line.h"
 #include "examples/host/guarded_file.h"
+#include "examples/host/internet_problem.h"
 #include "examples/host/paths.h"
 #include "orsincore/files.h"
 #include "orsincore/network.h"
@@ -32,7 +34,8 @@ int get(const Arguments& arguments) {
   {
     const ElapsedLine line;
     if (!ov_http_socket::ReadFile(url.c_str(), file.partial().c_str())) {
-      return fail("cannot download " + url);
+      const std::string problem = internet_problem(last_error_code(), "");
+      return fail("cannot download " + url + (problem.empty() ? "" : ": " + problem));
     }
     seconds = line.seconds();
   }

@@ -1,5 +1,8 @@
 #include "examples/host/http_request.h"
 
+#include "examples/host/console.h"
+#include "examples/host/internet_problem.h"
+
 namespace host {
 
 HttpAnswer send_request(ov_http_request_type type, const std::string& url, const std::string& body,
@@ -11,6 +14,8 @@ HttpAnswer send_request(ov_http_request_type type, const std::string& url, const
       socket.GetHttpData(url.c_str(), type, body.data(), static_cast<int>(body.size()),
                          headers.empty() ? nullptr : headers.c_str(), &bytes);
 
+  const unsigned long error = last_error_code();  // Of the request, if it failed.
+
   HttpAnswer answer;
   answer.received = data != nullptr;
   answer.status = socket.GetStatusCode();
@@ -18,7 +23,7 @@ HttpAnswer send_request(ov_http_request_type type, const std::string& url, const
     answer.body.assign(data, bytes);
     return answer;
   }
-  answer.problem = socket.LastErrorString();
+  answer.problem = internet_problem(error, socket.LastErrorString());
   answer.problem.erase(answer.problem.find_last_not_of("\r\n ") + 1);
   return answer;
 }

@@ -1,7 +1,9 @@
 // "ingest": a card, whole, to up to 16 places in one read pass.
 #include <algorithm>
 #include <cstdio>
+#include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,8 +12,12 @@
 #include "examples/host/console.h"
 #include "examples/host/ingest/console_status.h"
 #include "examples/host/ingest/copy_run.h"
+#include "examples/host/ingest/folder_check.h"
+#include "examples/host/ingest/history.h"
 #include "examples/host/ingest/job_setup.h"
+#include "examples/host/ingest/names.h"
 #include "examples/host/ingest/options.h"
+#include "examples/host/ingest/report_page.h"
 #include "examples/host/paths.h"
 #include "orsincore/threads.h"
 
@@ -58,8 +64,39 @@ class Ingest {
         return kBusy;
       }
       run_.destinations.push_back(destination.get());
+      if (!destination->is_ended() && !destination->is_new()) {
+        read_history(*destination);
+      }
     }
     return kDone;
+  }
+
+  // What a manifest says counts as finished for --resume, and the next generation follows it.
+  void read_history(Destination& destination) {
+    if (!options_.manifest && !options_.resume) {
+      return;
+    }
+    History& history = histories_[&destination];
+    if (const std::string problem = load_history(destination.tree(), history); !problem.empty()) {
+      destination.end(problem);
+      return;
+    }
+    if (!options_.resume) {
+      return;
+    }
+    for (const PlannedEntry& file : plan_.files) {
+      const auto found = history.expected.find(with_slashes(file.path));
+      if (found != history.expected.end() && found->second.size && found->second.xxh64 &&
+          found->second.md5) {
+        // The time of the last write is the copy's own, which was the card's.
+        const auto there = facts_of(destination.path_of(file.path));
+        destination.known[file.path] = {*found->second.size,
+                                        there ? there->write_time : 0,
+                                        {*found->second.xxh64, *found->second.md5},
+                                        0,
+                                        true};
+      }
+    }
   }
 
   void copy() {
@@ -92,6 +129,51 @@ class Ingest {
     }
   }
 
+  // The next generation for a copy: with what this run copied, and, beside manifests of earlier
+  // runs, with everything else in the folder read once more. Returns its name.
+  std::string write_manifest(Destination& destination, const FinishedFiles& finished) {
+    FinishedFiles fresh;
+    std::set<std::string> left_out;
+    for (const PlannedEntry& file : plan_.files) {
+      const auto found = finished.find(file.path);
+      if (found == finished.end()) {
+        left_out.insert(file.path);
+      } else if (!found->second.is_sealed && !is_ignored(with_slashes(file.path))) {
+        fresh.insert(*found);
+      }
+    }
+    const History& history = histories_[&destination];
+    if (fresh.empty() && !history.chain.empty()) {
+      return history.chain.back().path;  // It says all of this already.
+    }
+    FolderCheck check(destination.tree(), history, fresh, left_out);
+    std::string name;
+    std::string problem = check.carry_out(options_.jobs, [](std::uint64_t, std::uint64_t) {});
+    if (cancel_requested()) {
+      record_.is_stopped = true;
+      return {};
+    }
+    if (problem.empty()) {
+      check.manifest.is_transfer = true;
+      check.manifest.created = now_ticks();
+      check.manifest.host_name = host_name();
+      problem = add_generation(destination.tree(), setup_.card_name, history, check.manifest, name);
+    }
+    if (!problem.empty()) {
+      destination.end(problem);
+    }
+    for (const std::string& path : check.failed) {
+      record_.problems.push_back(
+          {destination.path_of(with_backslashes(path)), "is not what its manifest says any more"});
+    }
+    for (const std::string& path : check.missing) {
+      record_.problems.push_back(
+          {destination.path_of(with_backslashes(path)), "is in the manifest and not there"});
+    }
+    record_.problems.insert(record_.problems.end(), check.problems.begin(), check.problems.end());
+    return name;
+  }
+
   // What the report and the last lines tell.
   void gather() {
     record_.is_stopped = cancel_requested();
@@ -108,8 +190,11 @@ class Ingest {
       record.files = destination.files_written;
       record.already_there = destination.files_there;
       destination.flush(true);
-      const bool is_whole = destination.take_finished().size() == plan_.files.size();
-      destination.close(is_whole && !record_.is_stopped);
+      const FinishedFiles finished = destination.take_finished();
+      if (options_.manifest && !destination.is_ended() && !record_.is_stopped) {
+        record.manifest = write_manifest(destination, finished);
+      }
+      destination.close(finished.size() == plan_.files.size() && !record_.is_stopped);
       record.ended = destination.reason();
     }
   }
@@ -126,7 +211,21 @@ class Ingest {
       }
     }
     print_summary();
-    return result();
+    const bool is_reported = write_report();
+    return is_reported || result() != kDone ? result() : kFailed;
+  }
+
+  [[nodiscard]] bool write_report() const {
+    if (options_.report.empty()) {
+      return true;
+    }
+    const std::string path = full_path(options_.report);
+    if (!path.empty() && write_small_file(path, report_page(record_))) {
+      std::printf("report  %s\n", path.c_str());
+      return true;
+    }
+    print_error(options_.report, "the report cannot be written: " + system_reason());
+    return false;
   }
 
   void print_summary() const {
@@ -172,6 +271,7 @@ class Ingest {
   Setup& setup_;
   Plan plan_;
   SharedRun run_;
+  std::map<const Destination*, History> histories_;
   RunRecord record_;
 };
 

@@ -16,9 +16,10 @@ namespace host {
 namespace {
 
 const Command* const kCommands[] = {
-    &kReportCommand, &kCopyCommand, &kIngestCommand,    &kListCommand, &kHashCommand,
-    &kHeapsCommand,  &kDateCommand, &kBidiCommand,      &kTrCommand,   &kGetCommand,
-    &kPutCommand,    &kHttpCommand, &kWebSocketCommand, &kRunCommand,  &kRundllCommand};
+    &kReportCommand, &kCopyCommand,      &kIngestCommand, &kCheckCommand,
+    &kListCommand,   &kHashCommand,      &kHeapsCommand,  &kDateCommand,
+    &kBidiCommand,   &kTrCommand,        &kGetCommand,    &kPutCommand,
+    &kHttpCommand,   &kWebSocketCommand, &kRunCommand,    &kRundllCommand};
 
 constexpr std::string_view kUsage =
     "Usage: host [-d] [-P N] COMMAND [ARGUMENTS]\n"
@@ -131,8 +132,8 @@ int main() {
   host::use_own_folder();
   const int result = host::run(host::console_argv());
   // A full disk or a closed pipe must not look like success.
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    return host::fail("cannot write to standard output");
-  }
-  return result;
+  const bool is_written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  const int code = is_written ? result : host::fail("cannot write to standard output");
+  host::end_console();
+  return code;
 }

@@ -176,16 +176,15 @@ class ov_vector {
 /// A bounded ring of trivially copyable entries with its own mutex.
 ///
 /// A push into a full ring is dropped and returns false: callers bound what they have outstanding.
-/// A ring whose memory could not be had has capacity 0 and must not be used. Any thread.
+/// A ring whose memory could not be had has capacity 0: nothing can be pushed. Any thread.
 template <typename T>
 class ov_queue {
   static_assert(std::is_trivially_copyable_v<T>, "entries are copied by value");
 
  public:
-  /// A ring with room for `capacity` entries; for none when there is no memory for them.
-  explicit ov_queue(int capacity)
-      : mutex_(mp_new_mutex(0, 0)),
-        entries_(new (std::nothrow) T[static_cast<std::size_t>(capacity)]) {
+  /// A ring with room for `capacity` entries; for none when that is negative, or there is no memory
+  /// for them.
+  explicit ov_queue(int capacity) : mutex_(mp_new_mutex(0, 0)), entries_(allocate(capacity)) {
     capacity_ = mutex_ != nullptr && entries_ != nullptr ? capacity : 0;
   }
   ov_queue(const ov_queue&) = delete;
@@ -232,6 +231,13 @@ class ov_queue {
   [[nodiscard]] int capacity() const { return capacity_; }
 
  private:
+  // Asked for more bytes than there can be, even this `new` throws.
+  static T* allocate(int capacity) {
+    constexpr std::size_t kEntriesMax = PTRDIFF_MAX / sizeof(T);
+    const auto entries = static_cast<std::size_t>(capacity);
+    return capacity > 0 && entries <= kEntriesMax ? new (std::nothrow) T[entries] : nullptr;
+  }
+
   __mutex_str* mutex_;
   int capacity_ = 0;
   int count_ = 0;

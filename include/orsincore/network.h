@@ -28,8 +28,13 @@ enum ov_http_request_type {
 ///
 /// A call sends one request, blocks until the answer is read or a time-out expires, and keeps the
 /// body and the status code in the object. The last request's handles stay open until the next one
-/// or the destructor. Member functions never log; the reason of a failure is LastErrorString().
-/// Only the two static helpers write to the log.
+/// or the destructor. Member functions never log; the reason of a failure is LastErrorString(), and
+/// after a request that failed its code is the thread's last system error as well. Only the two
+/// static helpers write to the log.
+///
+/// A GET may be answered by the system's own cache, without asking the server, where an earlier
+/// answer allowed that; "no-cache" or "no-store" in the answer prevents it. Redirects are followed;
+/// whether from http to https and back, the user's Internet options decide (12039, 12040).
 ///
 /// One thread at a time uses an object; separate objects may be used on separate threads.
 /// Windows: WinINet.
@@ -48,7 +53,8 @@ class ov_http_socket {
   ov_http_socket(const ov_http_socket& other) = default;
   ov_http_socket& operator=(const ov_http_socket& other) = default;  ///< The same.
 
-  /// Frees the body and closes the session, the request and the connection.
+  /// Frees the body and closes the session, the request and the connection in this order: the
+  /// first takes the others with it.
   ORSIN_API ~ov_http_socket();
 
   /// Sets the session's three time-outs, in milliseconds; all are attempted.
@@ -80,8 +86,8 @@ class ov_http_socket {
 
   /// Sends a request and then writes `payload` on its handle. The answer's body is not read.
   ///
-  /// Servers that the platform lets nothing be written to after the request refuse the payload: to
-  /// send a body with the request, give it to GetHttpData() as `data`.
+  /// Windows documents no writing after a request that has been sent, and refuses it with code
+  /// 12019: to send a body with the request, give it to GetHttpData() as `data`.
   ///
   /// @param payload  Null, or a `payload_len` below 1, sends the request alone.
   /// @return What the last write reported: `payload_len` when one write took everything, also 0 or
@@ -94,22 +100,28 @@ class ov_http_socket {
   /// The HTTP status of the last request; 0 before the first one and when it failed.
   ORSIN_API int GetStatusCode();
 
-  /// The system's text for the last failure's code, with the line end that the system gives it. For
-  /// the internet codes (12xxx), which the system has no texts for, that of the internet library.
-  /// An unknown code gives an empty text; so does a text of 256 bytes or more.
+  /// The system's text for the last failure's code, in UTF-8 and with the line end that the system
+  /// gives it, cut to 255 bytes. An unknown code gives an empty text; so do the codes of the internet
+  /// functions (from 12000 on), which are not in the system's table. Those have to be told by their
+  /// number, the thread's last error: 12002 a time-out, 12007 no such server, 12029 no connection.
   ///
   /// @return In the object; overwritten by the next call.
-  /// Windows: FormatMessageA.
+  /// Windows: FormatMessageW.
   ORSIN_API const char* LastErrorString();
 
-  /// Downloads a URL into a file, replacing it. Nothing is created unless the status is 200.
+  /// Downloads a URL into a file, replacing it. Nothing is created unless the status is 200. The
+  /// bytes go to a new file beside it, which takes the name when it is complete: until then, and
+  /// after a failure, an earlier file is still there.
+  ///
+  /// A body that the server cuts short looks like a complete one here, too: where that matters,
+  /// compare the file's size or its hash with what the service says.
   ///
   /// @return True when every byte was written. A failure writes one error line: the status code and
   ///         the system's text for the last error, or the file that cannot be written.
   ORSIN_API static bool ReadFile(const char* url, const char* path);
 
-  /// Opens a URL as GET does and writes a file's bytes on the open request; for servers and
-  /// platforms that take them there.
+  /// Opens a URL as GET does and writes a file's bytes on the open request; for platforms that take
+  /// them there, which Windows is not documented to do (see PutHttpData()).
   ///
   /// @return True when the status was 200 and one write took the whole file. A missing or empty
   ///         file and a lack of memory return false in silence; other failures write one error
@@ -117,12 +129,12 @@ class ov_http_socket {
   ORSIN_API static bool WriteFile(const char* url, const char* path);
 
  protected:
-  /// Closes the open request and opens a URL. False: the last error is stored.
+  /// Closes the open connection and request and opens a URL. False: the last error is stored.
   /// Windows: InternetOpenUrlA.
   ORSIN_API bool OpenUrl(const char* url);
 
   /// Closes the open connection and request, connects and sends a request with a body. False: the
-  /// last error is stored; handles opened so far stay in the object.
+  /// last error is stored; handles opened so far stay in the object until the next request.
   /// Windows: InternetCrackUrlA, InternetConnectA, HttpOpenRequestA, HttpSendRequestA.
   ORSIN_API bool PostUrl(const char* url, ov_http_request_type type, const char* data, int data_len,
                          const char* headers);
@@ -182,6 +194,14 @@ class OvWebSocketData {
 /// one thread at a time. Windows: WinHTTP and its WebSocket functions, synchronous.
 class OvWebSocket {
  public:
+  /// @cond only Create() and Destroy() begin and end an object
+  OvWebSocket() = default;
+  OvWebSocket(const OvWebSocket&) = default;  // Copying the interface copies no connection.
+  OvWebSocket(OvWebSocket&&) = default;
+  OvWebSocket& operator=(const OvWebSocket&) = default;
+  OvWebSocket& operator=(OvWebSocket&&) = default;
+  /// @endcond
+
   /// An object that is not connected, with a receive buffer size of 1 MiB.
   /// @return The caller's until Destroy(); null when memory is short. Any thread.
   [[nodiscard]] ORSIN_API static OvWebSocket* Create();
@@ -239,11 +259,6 @@ class OvWebSocket {
 
   /// @cond only Create() and Destroy() begin and end an object
  protected:
-  OvWebSocket() = default;
-  OvWebSocket(const OvWebSocket&) = default;
-  OvWebSocket(OvWebSocket&&) = default;
-  OvWebSocket& operator=(const OvWebSocket&) = default;
-  OvWebSocket& operator=(OvWebSocket&&) = default;
   ~OvWebSocket() = default;  // Not virtual, and only Destroy() ends an object.
   /// @endcond
 };

@@ -42,7 +42,8 @@ ORSIN_API bool ov_is_default_context(const char* context);
 ORSIN_API const char* ov_locale_get();
 
 /// Writes the language for the next start into "language.cfg" in the folder "Settings" below the
-/// data path. The folder is made if it is missing, even when the code is then refused.
+/// data path. The folder is made if it is missing, even when the code is then refused. The file is
+/// replaced as a whole or not at all.
 ///
 /// @param code  A locale's code as the list of languages has it, such as "sr_RS@latin".
 /// @return True after writing; false for a null or empty code, or when the folder or the file

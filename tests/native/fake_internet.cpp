@@ -29,7 +29,7 @@ FakeInternet& fake_internet() {
 
 void* FakeInternet::open(std::string_view agent) {
   record("open " + std::string(agent));
-  return refuses("open", nullptr, false) ? nullptr : add_handle("session");
+  return refuses("open", nullptr, false) ? nullptr : add_handle("session", nullptr);
 }
 
 bool FakeInternet::set_option(void* handle, std::uint32_t option, std::uint32_t value) {
@@ -41,7 +41,7 @@ bool FakeInternet::set_option(void* handle, std::uint32_t option, std::uint32_t 
 
 void* FakeInternet::open_url(void* session, std::string_view url, std::uint32_t flags) {
   record("open_url " + name_of(session) + ' ' + std::string(url) + ' ' + hexadecimal(flags));
-  return refuses("open_url", session, true) ? nullptr : add_handle("request");
+  return refuses("open_url", session, true) ? nullptr : add_handle("request", session);
 }
 
 bool FakeInternet::split_url(std::string_view url, port::UrlParts& parts) {
@@ -71,14 +71,14 @@ void* FakeInternet::connect(void* session, std::string_view host, std::uint16_t 
                             std::uint32_t flags) {
   record("connect " + name_of(session) + ' ' + std::string(host) + ' ' + std::to_string(port) +
          ' ' + hexadecimal(flags));
-  return refuses("connect", session, true) ? nullptr : add_handle("connection");
+  return refuses("connect", session, true) ? nullptr : add_handle("connection", session);
 }
 
 void* FakeInternet::open_request(void* connection, std::string_view method, std::string_view path,
                                  std::uint32_t flags) {
   record("open_request " + name_of(connection) + ' ' + std::string(method) + ' ' +
          std::string(path) + ' ' + hexadecimal(flags));
-  return refuses("open_request", connection, true) ? nullptr : add_handle("request");
+  return refuses("open_request", connection, true) ? nullptr : add_handle("request", connection);
 }
 
 bool FakeInternet::send_request(void* request, std::string_view headers, std::string_view body) {
@@ -100,7 +100,11 @@ bool FakeInternet::read(void* request, void* buffer, std::uint32_t size, std::ui
   record("read " + name_of(request) + ' ' + std::to_string(size));
   bytes = 0;
   if (chunks.empty()) {
-    return !refuses("read", request, true);
+    if (!refuses("read", request, true)) {
+      return true;
+    }
+    bytes = static_cast<std::uint32_t>(cut_chunk.copy(static_cast<char*>(buffer), size));
+    return false;
   }
   const std::string chunk = chunks.front().substr(0, size);
   chunks.pop_front();
@@ -125,8 +129,18 @@ bool FakeInternet::write(void* request, const void* data, std::uint32_t size,
 }
 
 void FakeInternet::close(void* handle) {
-  record("close " + name_of(handle));
-  open_handles.erase(handle);
+  record("close " + name_of(handle));  // "none" when it has gone already.
+  if (open_handles.erase(handle) > 0) {
+    close_children(handle);
+  }
+}
+
+void FakeInternet::close_children(void* handle) {
+  for (const auto& [child, parent] : parents_) {
+    if (parent == handle && open_handles.erase(child) > 0) {
+      close_children(child);
+    }
+  }
 }
 
 bool FakeInternet::refuses(const std::string& call, void* handle, bool needs_handle) {
@@ -147,9 +161,10 @@ std::string FakeInternet::name_of(void* handle) const {
   return found != open_handles.end() ? found->second : "none";
 }
 
-void* FakeInternet::add_handle(const std::string& kind) {
+void* FakeInternet::add_handle(const std::string& kind, void* parent) {
   ++handles_made_;
   void* handle = reinterpret_cast<void*>(handles_made_);
+  parents_[handle] = parent;
   open_handles[handle] = kind + std::to_string(handles_made_);
   return handle;
 }

@@ -32,8 +32,8 @@ struct FakeInternet {
   std::string status = "200";
   std::deque<std::string>
       chunks;                // At most as long as a read asks for. Then the end, or a refusal.
+  std::string cut_chunk;     // What a refused read brings all the same.
   std::deque<Write> writes;  // When they are used up, a write takes everything.
-  std::map<unsigned, std::string> error_texts;  // The library's message table.
 
   // What happened so far.
   std::vector<std::string> calls;
@@ -56,10 +56,12 @@ struct FakeInternet {
  private:
   [[nodiscard]] bool refuses(const std::string& call, void* handle, bool needs_handle);
   [[nodiscard]] std::string name_of(void* handle) const;
-  void* add_handle(const std::string& kind);
+  void* add_handle(const std::string& kind, void* parent);
+  void close_children(void* handle);
   void record(const std::string& call);
 
   std::uintptr_t handles_made_ = 0;
+  std::map<void*, void*> parents_;  // Of each handle made; it goes when its parent is closed.
 };
 
 /// The library of this process.

@@ -22,6 +22,7 @@ struct FakeProcessors {
   bool refuse_waits = false;
   bool refuse_affinity = false;
   void (*on_pause)() = nullptr;  // Called in every waiting loop, on the thread that waits.
+  void (*on_wait)() = nullptr;   // Called once, as the next wait for a thread begins.
   std::uint16_t bound_group = 0;
   std::uint64_t bound_mask = 0;
   std::uint8_t bound_number = 0;

@@ -1,20 +1,21 @@
 // The file system and environment ports over POSIX, for builds without Windows.
 //
-// Backslashes become slashes, so tests use the same paths everywhere. Attributes that POSIX does
-// not have live in mode bits that test files do not need: the sticky bit is "hidden", set-group-ID
-// is "system". A directory is never read-only. Sharing is not enforced.
+// Backslashes become slashes, so tests use the same paths everywhere. Sharing is not enforced.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "base/path_buffer.h"
 #include "files/directory_enumeration.h"
@@ -23,12 +24,24 @@
 #include "orsincore/text.h"
 #include "tests/native/fake_access.h"
 #include "tests/native/fake_enumeration.h"
+#include "tests/native/fake_paths.h"
+#include "tests/native/posix_facts.h"
 
 namespace orsin::test {
 
 FakeAccess& fake_access() {
   static FakeAccess access;
   return access;
+}
+
+std::function<void()>& after_missing() {
+  static std::function<void()> job;
+  return job;
+}
+
+std::atomic<int>& path_calls() {
+  static std::atomic<int> calls = 0;
+  return calls;
 }
 
 FakeEnumeration& fake_enumeration() {
@@ -39,15 +52,14 @@ FakeEnumeration& fake_enumeration() {
 }  // namespace orsin::test
 
 namespace orsin::port {
-namespace {
 
-constexpr std::uint64_t kTicksPerSecond = 10000000;
-constexpr std::uint64_t kUnixEpochTicks = 11644473600 * kTicksPerSecond;
-constexpr mode_t kHiddenBit = S_ISVTX;
-constexpr mode_t kSystemBit = S_ISGID;
+using namespace orsin::test;
+
+namespace {
 
 // Empty for a path that is too long. As on Windows a separator at its end says nothing.
 std::string native_path(const char* path) {
+  ++test::path_calls();
   std::string native = path != nullptr && std::strlen(path) < kPathBytes ? path : "";
   std::replace(native.begin(), native.end(), '\\', '/');
   while (native.size() > 1 && native.back() == '/') {
@@ -66,28 +78,12 @@ bool is_directory_link(const std::string& native) {
   return stat(native.c_str(), &status) != 0 || S_ISDIR(status.st_mode);
 }
 
-std::uint32_t attributes_of(const struct stat& status) {
-  std::uint32_t attributes = 0;
-  if (S_ISDIR(status.st_mode)) {
-    attributes |= kDirectory;
-  } else if ((status.st_mode & S_IWUSR) == 0) {
-    attributes |= kReadOnly;
-  }
-  attributes |= (status.st_mode & kHiddenBit) != 0 ? kHidden : 0;
-  attributes |= (status.st_mode & kSystemBit) != 0 ? kSystem : 0;
-  return attributes;
-}
-
-std::uint64_t write_time_of(const struct stat& status) {
-  return kUnixEpochTicks + static_cast<std::uint64_t>(status.st_mtim.tv_sec) * kTicksPerSecond +
-         static_cast<std::uint64_t>(status.st_mtim.tv_nsec) / 100;
-}
-
 }  // namespace
 
-bool read_facts(const char* path, FileFacts& facts) noexcept {
+namespace {
+
+bool read_native_facts(const std::string& native, FileFacts& facts) {
   struct stat status;
-  const std::string native = native_path(path);
   if (is_directory_link(native)) {
     facts = {kDirectory | kReparsePoint, 0, 0};
     return true;
@@ -95,9 +91,14 @@ bool read_facts(const char* path, FileFacts& facts) noexcept {
   if (stat(native.c_str(), &status) != 0) {
     return false;
   }
-  facts = {attributes_of(status), static_cast<std::uint64_t>(status.st_size),
-           write_time_of(status)};
+  facts = facts_of(status);
   return true;
+}
+
+}  // namespace
+
+bool read_facts(const char* path, FileFacts& facts) noexcept {
+  return read_native_facts(native_path(path), facts);
 }
 
 bool read_reparse_tag(const char* path, std::uint32_t& tag) noexcept {
@@ -143,6 +144,9 @@ bool final_path(const char* path, char* real, std::size_t size) noexcept {
 bool read_attributes(const char* path, std::uint32_t& attributes) noexcept {
   FileFacts facts;
   if (!read_facts(path, facts)) {
+    if (auto& job = test::after_missing(); job) {
+      std::exchange(job, nullptr)();
+    }
     return false;
   }
   attributes = facts.attributes;
@@ -155,11 +159,7 @@ bool write_attributes(const char* path, std::uint32_t attributes) noexcept {
   if (stat(native.c_str(), &status) != 0) {
     return false;
   }
-  mode_t mode = status.st_mode & 07777 & ~(kHiddenBit | kSystemBit | S_IWUSR);
-  mode |= (attributes & kReadOnly) == 0 || S_ISDIR(status.st_mode) ? S_IWUSR : 0;
-  mode |= (attributes & kHidden) != 0 ? kHiddenBit : 0;
-  mode |= (attributes & kSystem) != 0 ? kSystemBit : 0;
-  return chmod(native.c_str(), mode) == 0;
+  return chmod(native.c_str(), mode_for(status, attributes)) == 0;
 }
 
 bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noexcept {
@@ -172,12 +172,8 @@ bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noex
 }
 
 bool write_write_time(const char* path, std::uint64_t time) noexcept {
-  const std::uint64_t since_epoch = time - kUnixEpochTicks;
-  timespec times[2] = {};
-  times[0].tv_nsec = UTIME_OMIT;
-  times[1].tv_sec = static_cast<time_t>(since_epoch / kTicksPerSecond);
-  times[1].tv_nsec = static_cast<long>(since_epoch % kTicksPerSecond * 100);
-  return utimensat(AT_FDCWD, native_path(path).c_str(), times, 0) == 0;
+  const std::array<timespec, 2> times = times_for(time);
+  return utimensat(AT_FDCWD, native_path(path).c_str(), times.data(), 0) == 0;
 }
 
 bool write_write_time_shared(const char* path, std::uint64_t time) noexcept {
@@ -198,6 +194,16 @@ bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcep
 
 bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept {
   return write_attributes(path, attributes);
+}
+
+bool make_file(const char* path) noexcept {
+  const int file = ::open(native_path(path).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
+  if (file < 0) {
+    errno = errno == EEXIST ? static_cast<int>(kErrorFileExists) : errno;
+    return false;
+  }
+  ::close(file);
+  return true;
 }
 
 bool make_directory(const char* path) noexcept {
@@ -300,7 +306,7 @@ NextEntry continue_enumeration(void* handle, FoundEntry& entry) noexcept {
     return NextEntry::kFailed;
   }
   FileFacts facts;
-  if (!read_facts((enumeration->path + found->d_name).c_str(), facts)) {
+  if (!read_native_facts(enumeration->path + found->d_name, facts)) {
     return continue_enumeration(handle, entry);  // It was deleted meanwhile.
   }
   std::snprintf(entry.name, sizeof(entry.name), "%s", found->d_name);

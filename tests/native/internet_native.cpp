@@ -1,6 +1,4 @@
 // The HTTP client's port over the recording library: native builds have no network.
-#include <cstdio>
-
 #include "net/internet_port.h"
 #include "tests/native/fake_internet.h"
 
@@ -53,10 +51,6 @@ bool internet_read(void* request, void* buffer, std::uint32_t size, std::uint32_
 bool internet_write(void* request, const void* data, std::uint32_t size,
                     std::uint32_t& bytes) noexcept {
   return fake_internet().write(request, data, size, bytes);
-}
-
-void internet_error_text(std::uint32_t code, char* text, std::uint32_t size) noexcept {
-  std::snprintf(text, size, "%s", fake_internet().error_texts[code].c_str());
 }
 
 void internet_close(void* handle) noexcept {

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -23,6 +25,17 @@ int descriptor_of(void* file) {
 
 void* file_of(int descriptor) {
   return reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor + 1));
+}
+
+namespace {
+
+// By descriptor. Handles come and go on many threads.
+std::array<std::atomic<bool>, 4096> unbuffered;
+
+}  // namespace
+
+bool is_unbuffered(void* file) {
+  return unbuffered[static_cast<std::size_t>(descriptor_of(file)) % unbuffered.size()];
 }
 
 }  // namespace test
@@ -68,13 +81,19 @@ void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {
   char path[1024];
   ov_utf16_to_utf8(name, path, sizeof(path));
   std::replace(path, path + std::strlen(path), '\\', '/');
+  const bool was_there = mode.create && ::access(path, F_OK) == 0;
   const int access = mode.write ? (mode.read ? O_RDWR : O_WRONLY) : O_RDONLY;
   const int descriptor =
       fate.is_refused ? -1 : ::open(path, access | (mode.create ? O_CREAT : 0), 0666);
   if (descriptor >= 0 || fate.is_refused) {
-    errno = static_cast<int>(fate.error);
+    const std::uint32_t found = was_there ? kErrorAlreadyExists : 0;
+    errno = static_cast<int>(fate.error != 0 ? fate.error : found);
   }
-  return descriptor < 0 ? io_invalid_handle() : file_of(descriptor);
+  if (descriptor < 0) {
+    return io_invalid_handle();
+  }
+  unbuffered[static_cast<std::size_t>(descriptor) % unbuffered.size()] = mode.unbuffered;
+  return file_of(descriptor);
 }
 
 void close_file(void* file) noexcept {
@@ -84,6 +103,13 @@ void close_file(void* file) noexcept {
 }
 
 bool get_file_size(void* file, std::uint64_t& size) noexcept {
+  {
+    const std::lock_guard guard(transfer_script().mutex);
+    if (transfer_script().size_questions_refused > 0) {
+      --transfer_script().size_questions_refused;
+      return false;
+    }
+  }
   struct stat status = {};
   if (::fstat(descriptor_of(file), &status) != 0) {
     return false;

@@ -1,10 +1,13 @@
 // The thread and processor ports over the standard library. Faults stay the system's business here.
+#include <algorithm>
+#include <array>
 #include <condition_variable>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <thread>
+#include <utility>
 
 #include "base/processor_port.h"
 #include "base/spin_wait.h"
@@ -15,6 +18,8 @@
 namespace orsin {
 
 void install_fault_guard() {}
+
+void remove_fault_guard() {}
 
 std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
   entry(argument);
@@ -52,7 +57,53 @@ struct ThreadEnd {
 struct NativeThread {
   std::thread thread;
   std::shared_ptr<ThreadEnd> end = std::make_shared<ThreadEnd>();
+
+  // As the platform's: a thread without handles runs on if it has not ended.
+  ~NativeThread() {
+    bool ended = false;
+    {
+      const std::lock_guard guard(end->mutex);
+      ended = end->ended;
+    }
+    if (!thread.joinable()) {
+      return;
+    }
+    if (ended) {
+      thread.join();
+    } else {
+      thread.detach();
+    }
+  }
 };
+
+// Handles are places in a table. As the platform does, the lowest free one is given out first, so that
+// a handle that is used after it was closed soon is another thread's.
+constexpr std::size_t kHandlesMax = 512;
+std::mutex handles_mutex;
+std::array<std::shared_ptr<NativeThread>, kHandlesMax> handles;
+
+void* open_handle(std::shared_ptr<NativeThread> thread) {
+  const std::lock_guard guard(handles_mutex);
+  const auto place = std::find(handles.begin(), handles.end(), nullptr);
+  if (place == handles.end()) {
+    return nullptr;
+  }
+  *place = std::move(thread);
+  return reinterpret_cast<void*>(static_cast<std::uintptr_t>(place - handles.begin()) + 1);
+}
+
+std::shared_ptr<NativeThread>& place_of(void* handle) {
+  return handles.at(reinterpret_cast<std::uintptr_t>(handle) - 1);
+}
+
+// Of an open handle: any other ends the test.
+std::shared_ptr<NativeThread> thread_of(void* handle) {
+  const std::lock_guard guard(handles_mutex);
+  if (place_of(handle) == nullptr) {
+    std::abort();
+  }
+  return place_of(handle);
+}
 
 std::mutex identifier_mutex;
 unsigned int next_identifier = 100;
@@ -62,11 +113,10 @@ thread_local unsigned int own_identifier = 1;
 
 StartedThread start_thread(const ThreadStart& start, std::size_t /*stack_bytes*/) noexcept {
   test::FakeProcessors& fake = test::fake_processors();
-  auto* started = new (std::nothrow) NativeThread;
-  if (started == nullptr || fake.refuse_threads || fake.threads_granted == 0) {
-    delete started;
+  if (fake.refuse_threads || fake.threads_granted == 0) {
     return {};
   }
+  const auto started = std::make_shared<NativeThread>();
   fake.threads_granted -= fake.threads_granted > 0 ? 1 : 0;
   unsigned int identifier = 0;
   {
@@ -80,18 +130,26 @@ StartedThread start_thread(const ThreadStart& start, std::size_t /*stack_bytes*/
     end->ended = true;
     end->changed.notify_all();
   });
-  return {started, identifier};
+  return {open_handle(started), identifier};
 }
 
 unsigned int current_thread_identifier() noexcept {
   return own_identifier;
 }
 
+void* duplicate_thread(void* handle) noexcept {
+  return open_handle(thread_of(handle));
+}
+
 ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept {
   if (test::fake_processors().refuse_waits) {
     return ThreadWait::kFailed;
   }
-  ThreadEnd& end = *static_cast<NativeThread*>(handle)->end;
+  if (const auto on_wait = std::exchange(test::fake_processors().on_wait, nullptr)) {
+    on_wait();
+  }
+  const std::shared_ptr<NativeThread> thread = thread_of(handle);
+  ThreadEnd& end = *thread->end;
   std::unique_lock guard(end.mutex);
   const bool ended =
       end.changed.wait_for(guard, std::chrono::milliseconds(timeout_ms), [&] { return end.ended; });
@@ -102,20 +160,10 @@ bool terminate_thread(void* /*handle*/) noexcept {
   return false;
 }
 
-// As the platform's: the thread runs on if it has not ended.
 void close_thread(void* handle) noexcept {
-  auto* thread = static_cast<NativeThread*>(handle);
-  bool ended = false;
-  {
-    const std::lock_guard guard(thread->end->mutex);
-    ended = thread->end->ended;
-  }
-  if (ended) {
-    thread->thread.join();
-  } else {
-    thread->thread.detach();
-  }
-  delete thread;
+  std::shared_ptr<NativeThread> thread = thread_of(handle);
+  const std::lock_guard guard(handles_mutex);
+  place_of(handle) = nullptr;
 }
 
 unsigned int memory_load_percent() noexcept {

@@ -124,8 +124,18 @@ TransferFate next_fate_locked() {
   return fate;
 }
 
+bool is_aligned(const PendingTransfer& transfer) {
+  return transfer.offset % kSectorBytes == 0 && transfer.size % kSectorBytes == 0 &&
+         reinterpret_cast<std::uintptr_t>(transfer.buffer) % kSectorBytes == 0;
+}
+
 port::TransferStart start(PendingTransfer transfer) {
   TransferScript& script = transfer_script();
+  if (is_unbuffered(transfer.file) && !is_aligned(transfer)) {
+    end_transfer(*transfer.record, {port::kErrorInvalidParameter, 0});
+    errno = static_cast<int>(port::kErrorInvalidParameter);
+    return {false, 0, port::kErrorInvalidParameter};
+  }
   {
     const std::lock_guard guard(script.mutex);
     transfer.event->is_signalled = false;
@@ -151,6 +161,26 @@ port::TransferStart start(PendingTransfer transfer) {
 }
 
 }  // namespace
+
+bool transfer_now(const PendingTransfer& transfer, std::uint32_t& bytes) {
+  PendingTransfer now = transfer;
+  now.offset = static_cast<std::uint64_t>(::lseek(descriptor_of(now.file), 0, SEEK_CUR));
+  {
+    TransferScript& script = transfer_script();
+    const std::lock_guard guard(script.mutex);
+    now.fate = next_fate_locked();
+    if (script.is_watched) {
+      script.started.push_back({now.is_read, now.offset, now.size});
+    }
+  }
+  const Outcome outcome = carry_out(now);
+  bytes = outcome.bytes;
+  if (outcome.error != 0 && outcome.error != port::kErrorEndOfFile) {
+    errno = static_cast<int>(outcome.error);
+    return false;
+  }
+  return ::lseek(descriptor_of(now.file), static_cast<off_t>(bytes), SEEK_CUR) >= 0;
+}
 
 bool FakeTransfers::release_oldest() {
   const std::lock_guard guard(transfer_script().mutex);

@@ -2,18 +2,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 
 #include "base/log_port.h"
 #include "orsincore/network.h"
 #include "tests/native/fake_internet.h"
+#include "tests/native/fake_new_files.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
 namespace {
 
 using test::InternetScript;
+using test::Lines;
 using test::LogCapture;
 using test::TemporaryDirectory;
 
@@ -33,6 +36,14 @@ std::string joined(const LogCapture& log) {
     all += line + '\n';
   }
   return all;
+}
+
+Lines files_in(const TemporaryDirectory& directory) {
+  Lines names;
+  for (const auto& entry : std::filesystem::directory_iterator(test::to_path(directory.path()))) {
+    names.push_back(test::to_utf8(entry.path().filename()));
+  }
+  return names;
 }
 
 class HttpFiles : public testing::Test {
@@ -88,6 +99,7 @@ TEST_F(Download, LogsTheErrorOfAUrlThatCannotBeOpened) {
 
   EXPECT_FALSE(ov_http_socket::ReadFile("http://example.org/", path.c_str()));
 
+  EXPECT_EQ(port::last_system_error(), kAccessDenied);
   EXPECT_EQ(joined(log_), code_line(0, kAccessDenied));
   EXPECT_FALSE(std::filesystem::exists(test::to_path(path)));
   EXPECT_TRUE(internet_->open_handles.empty());
@@ -119,9 +131,35 @@ TEST_F(Download, CreatesNoFileWithoutAPathOrForOneThatIsTooLong) {
                 path + "'\n");
 }
 
+TEST_F(Download, ReplacesAFileAsAWhole) {
+  internet_->chunks = {"new"};
+  const std::string path = directory_.write("body", "old content");
+
+  EXPECT_TRUE(ov_http_socket::ReadFile("http://example.org/", path.c_str()));
+
+  EXPECT_EQ(TemporaryDirectory::read(path), "new");
+  EXPECT_EQ(files_in(directory_), Lines{"body"});
+}
+
+TEST_F(Download, WritesOverNobodysFileBesideIt) {
+  internet_->chunks = {"new"};
+  for (int i = 0; i < 100; ++i) {
+    char name[16];
+    std::snprintf(name, sizeof(name), "~%06d.new", i);
+    directory_.write(name, name);
+  }
+
+  EXPECT_TRUE(ov_http_socket::ReadFile("http://example.org/", directory_.path("body").c_str()));
+
+  EXPECT_EQ(files_in(directory_).size(), 101u);
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("~000007.new")), "~000007.new");
+}
+
 #if !defined(_WIN32)
-TEST_F(Download, LogsADiskThatIsFull) {
+TEST_F(Download, LeavesTheOldFileWhenTheDiskIsFull) {
   // Large bodies fail while they are written, small ones when the file is closed.
+  const std::string path = directory_.write("body", "old content");
+  const test::FullDisk full_disk;
   for (const std::size_t size : {10u, 8000u, 100000u}) {
     SCOPED_TRACE(size);
     const InternetScript internet;
@@ -130,9 +168,11 @@ TEST_F(Download, LogsADiskThatIsFull) {
       internet->chunks.emplace_back(std::min<std::size_t>(size - sent, 8192), 'x');
     }
 
-    EXPECT_FALSE(ov_http_socket::ReadFile("http://example.org/", "/dev/full"));
+    EXPECT_FALSE(ov_http_socket::ReadFile("http://example.org/", path.c_str()));
 
-    EXPECT_EQ(joined(log), "ERROR: HTTP: File loader failed: Can't write '/dev/full'\n");
+    EXPECT_EQ(joined(log), "ERROR: HTTP: File loader failed: Can't write '" + path + "'\n");
+    EXPECT_EQ(TemporaryDirectory::read(path), "old content");
+    EXPECT_EQ(files_in(directory_), Lines{"body"});
   }
 }
 #endif

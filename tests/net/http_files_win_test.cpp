@@ -1,4 +1,4 @@
-// Uploads of files that only Windows can refuse to open.
+// Uploads and downloads of files that only Windows refuses.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -30,6 +30,26 @@ TEST(UploadWin, LogsAFileThatIsOpenElsewhere) {
   EXPECT_EQ(log.lines(),
             (test::Lines{"ERROR: HTTP: File loader failed: Can't read '" + path + "'"}));
   EXPECT_TRUE(internet->calls.empty());
+}
+
+TEST(DownloadWin, LeavesAFileThatIsOpenElsewhere) {
+  const test::InternetScript internet;
+  const test::LogCapture log;
+  const test::TemporaryDirectory directory;
+  const std::string path = directory.write("file", "old content");
+  internet->chunks = {"new"};
+  {
+    const std::unique_ptr<void, HandleCloser> reader(
+        CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    ASSERT_NE(reader.get(), INVALID_HANDLE_VALUE);
+
+    EXPECT_FALSE(ov_http_socket::ReadFile("http://example.org/", path.c_str()));
+  }
+
+  EXPECT_EQ(log.lines(),
+            (test::Lines{"ERROR: HTTP: File loader failed: Can't write '" + path + "'"}));
+  EXPECT_EQ(test::TemporaryDirectory::read(path), "old content");
 }
 
 }  // namespace

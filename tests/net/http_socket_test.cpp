@@ -87,15 +87,19 @@ TEST_F(HttpSocket, AttemptsAllTimeOutsEvenIfOneIsRefused) {
   }
 }
 
-TEST_F(HttpSocket, ClosesSessionRequestAndConnectionInThisOrder) {
-  {
-    Client client;
-    ASSERT_TRUE(client.PostUrl("http://example.org/a", OV_HTTP_POST, "", 0, nullptr));
-    internet_->calls.clear();
-  }
+TEST_F(HttpSocket, ClosesNoHandleThatWentWithItsParent) {
+  for (const ov_http_request_type type : {OV_HTTP_GET, OV_HTTP_POST}) {
+    SCOPED_TRACE(type);
+    const InternetScript internet;
+    {
+      Client client;
+      ASSERT_NE(client.GetHttpData("http://example.org/a", type, "", 0, nullptr, nullptr), nullptr);
+      internet->calls.clear();
+    }
 
-  EXPECT_EQ(internet_->calls, (Lines{"close session1", "close request3", "close connection2"}));
-  EXPECT_TRUE(internet_->open_handles.empty());
+    EXPECT_EQ(internet->calls, Lines{"close session1"});
+    EXPECT_TRUE(internet->open_handles.empty());
+  }
 }
 
 TEST_F(HttpSocket, ClosesOnlyWhatIsOpen) {
@@ -125,6 +129,37 @@ TEST_F(HttpSocket, ClosesThePreviousRequestBeforeTheNextGet) {
 
   EXPECT_EQ(internet_->calls.at(0), "close request2");
   EXPECT_EQ(internet_->calls.at(1), "open_url session1 http://example.org/2 500");
+}
+
+TEST_F(HttpSocket, ClosesThePreviousConnectionBeforeTheNextGet) {
+  Client client;
+  client.PostUrl("http://example.org/1", OV_HTTP_POST, "", 0, "");
+  internet_->calls.clear();
+
+  client.get("http://example.org/2");
+
+  EXPECT_EQ(internet_->calls.at(0), "close connection2");
+  EXPECT_EQ(internet_->calls.at(1), "open_url session1 http://example.org/2 500");
+  EXPECT_EQ(internet_->open_handles.size(), 2u) << "the session and the request";
+}
+
+TEST_F(HttpSocket, ClosesThePreviousRequestAlsoForAUrlThatCannotBeUsed) {
+  const struct {
+    const char* url;
+    ov_http_request_type type;
+  } cases[] = {{nullptr, OV_HTTP_GET}, {nullptr, OV_HTTP_POST}, {"no URL", OV_HTTP_POST}};
+  for (const auto& c : cases) {
+    for (const ov_http_request_type before : {OV_HTTP_GET, OV_HTTP_POST}) {
+      SCOPED_TRACE(before);
+      const InternetScript internet;
+      Client client;
+      client.GetHttpData("http://example.org/1", before, "", 0, "", nullptr);
+
+      EXPECT_EQ(client.GetHttpData(c.url, c.type, "", 0, "", nullptr), nullptr);
+
+      EXPECT_EQ(internet->open_handles.size(), 1u) << "the session";
+    }
+  }
 }
 
 TEST_F(HttpSocket, ReturnsTheBodyOfAnErrorAnswer) {
@@ -186,6 +221,15 @@ TEST_F(HttpSocket, KeepsABodyThatAFailedReadCutShort) {
   EXPECT_EQ(client.LastErrorString(), system_text(0));
 }
 
+TEST_F(HttpSocket, TakesTheBytesThatAFailedReadBrings) {
+  internet_->chunks = {std::string(8192, 'x')};
+  internet_->refusals["read"] = kAccessDenied;
+  internet_->cut_chunk = "half a chunk";
+  Client client;
+
+  EXPECT_EQ(client.get("http://example.org/"), std::string(8192, 'x') + "half a chunk");
+}
+
 TEST_F(HttpSocket, KeepsTheStatusAtZeroWhenItCannotBeAsked) {
   internet_->refusals["status"] = kAccessDenied;
   internet_->chunks = {"text"};
@@ -211,20 +255,10 @@ TEST_F(HttpSocket, FailsWithMinusOneWithoutAUrl) {
   EXPECT_EQ(client.LastErrorString(), system_text(kNoUrl));
   EXPECT_FALSE(client.OpenUrl(nullptr));
   EXPECT_FALSE(client.PostUrl(nullptr, OV_HTTP_POST, nullptr, 0, nullptr));
-  EXPECT_TRUE(internet_->calls.empty());
+  EXPECT_EQ(internet_->calls, Lines{"close request2"});
 }
 
-TEST_F(HttpSocket, TellsInternetErrorsInTheInternetLibrarysWords) {
-  internet_->refusals["open_url"] = kInvalidAuthority;
-  internet_->error_texts[kInvalidAuthority] = "The certificate authority is invalid.\r\n";
-  Client client;
-
-  client.get("https://example.org/");
-
-  EXPECT_STREQ(client.LastErrorString(), "The certificate authority is invalid.\r\n");
-}
-
-TEST_F(HttpSocket, HasNoTextForAnInternetErrorThatNobodyKnows) {
+TEST_F(HttpSocket, HasNoTextForErrorsThatAreNotInTheSystemsTable) {
   internet_->refusals["open_url"] = kInvalidAuthority;
   Client client;
   client.get(nullptr);
@@ -235,17 +269,30 @@ TEST_F(HttpSocket, HasNoTextForAnInternetErrorThatNobodyKnows) {
   EXPECT_STREQ(client.LastErrorString(), "");
 }
 
-TEST_F(HttpSocket, TellsOtherErrorsInTheSystemsWordsOnly) {
+TEST_F(HttpSocket, TellsErrorsInTheSystemsWords) {
   for (const unsigned code : {kAccessDenied, 11999u, 13000u, kNoUrl}) {
     SCOPED_TRACE(code);
     internet_->refusals["open_url"] = code;
-    internet_->error_texts[code] = "not the system's";
     Client client;
 
     client.get("http://example.org/");
 
     EXPECT_EQ(client.LastErrorString(), system_text(code));
   }
+}
+
+TEST_F(HttpSocket, LeavesTheCodeOfAFailureAsTheThreadsLastError) {
+  Client client;
+  unsigned char payload[] = {1};
+  internet_->refusals["send"] = kInvalidAuthority;
+
+  EXPECT_EQ(client.GetHttpData("https://example.org/", OV_HTTP_POST, "", 0, "", nullptr), nullptr);
+  EXPECT_EQ(port::last_system_error(), kInvalidAuthority);
+  port::set_last_system_error(0);
+  EXPECT_EQ(client.PutHttpData("https://example.org/", payload, 1, OV_HTTP_PUT, "", 0, ""), -1);
+  EXPECT_EQ(port::last_system_error(), kInvalidAuthority);
+  EXPECT_EQ(client.get(nullptr), "(none)");
+  EXPECT_EQ(port::last_system_error(), kNoUrl);
 }
 
 #if defined(_WIN32)
@@ -357,7 +404,7 @@ TEST_F(HttpSocket, LeavesTlsOutOnOtherPortsWhenTheSecureFlagIsClear) {
 
   EXPECT_EQ(internet_->calls.at(1), "connect session1 example.org 8080 4000000");
   EXPECT_EQ(internet_->calls.at(2), "open_request connection2 POST / 4003000");
-  EXPECT_EQ(internet_->calls.at(8), "open_request connection4 POST / 4803000");
+  EXPECT_EQ(internet_->calls.at(7), "open_request connection4 POST / 4803000");
 }
 
 TEST_F(HttpSocket, KeepsTlsOutOnPort59928EvenForHttps) {
@@ -368,7 +415,7 @@ TEST_F(HttpSocket, KeepsTlsOutOnPort59928EvenForHttps) {
   EXPECT_EQ(internet_->calls.at(2), "open_request connection2 POST / 4000000");
 }
 
-TEST_F(HttpSocket, ClosesConnectionThenRequestBeforeTheNextPost) {
+TEST_F(HttpSocket, ClosesThePreviousConnectionBeforeTheNextPost) {
   Client client;
   client.PostUrl("http://example.org/1", OV_HTTP_POST, "", 0, "");
   internet_->calls.clear();
@@ -376,7 +423,7 @@ TEST_F(HttpSocket, ClosesConnectionThenRequestBeforeTheNextPost) {
   client.PostUrl("http://example.org/2", OV_HTTP_POST, "", 0, "");
 
   EXPECT_EQ(internet_->calls,
-            (Lines{"split http://example.org/2", "close connection2", "close request3",
+            (Lines{"close connection2", "split http://example.org/2",
                    "connect session1 example.org 80 4000000",
                    "open_request connection4 POST /2 4000000", "send request5 [] []"}));
 }

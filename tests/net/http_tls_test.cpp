@@ -134,15 +134,6 @@ TEST_F(HttpTls, RefusesAServerThatNobodyVouchesFor) {
   EXPECT_EQ(socket_.GetStatusCode(), 0);
 }
 
-TEST_F(HttpTls, SaysWhyAServerWasRefused) {
-  if (test::under_wine()) {
-    GTEST_SKIP() << "Wine's internet library has no texts for its error codes";
-  }
-  get(socket_, tls_url("SELF_SIGNED", "/1"));
-
-  EXPECT_STRNE(socket_.LastErrorString(), "");
-}
-
 TEST_F(HttpTls, FailsAgainstAServerThatSpeaksPlainHttp) {
   socket_.SetSecureFlag(true);  // As it is by default: port 80 alone is taken for a plain one.
 

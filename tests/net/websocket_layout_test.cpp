@@ -31,6 +31,9 @@ namespace {
 
 static_assert(std::is_abstract_v<OvWebSocket> && !std::has_virtual_destructor_v<OvWebSocket>);
 static_assert(sizeof(OvWebSocket) == sizeof(void*));
+// Copying and moving the interface is everybody's and does nothing.
+static_assert(std::is_nothrow_copy_assignable_v<OvWebSocket>);
+static_assert(std::is_nothrow_move_assignable_v<OvWebSocket>);
 static_assert(std::is_abstract_v<OvWebSocketData> &&
               std::has_virtual_destructor_v<OvWebSocketData>);
 static_assert(sizeof(OvWebSocketData) == sizeof(void*));

@@ -1,4 +1,4 @@
-// The functions of WinINet and its table of error texts, answered by the recording library.
+// The functions of WinINet, answered by the recording library.
 //
 // A call through an import goes through a pointer with the prefix "__imp_"; defining the pointers here
 // keeps the linker from taking them from the import library. So these tests run the real port, down to
@@ -114,23 +114,6 @@ BOOL WINAPI close_handle(HINTERNET handle) {
   return TRUE;
 }
 
-// The texts of a module are the library's; everything else is left to the system.
-DWORD WINAPI format_message(DWORD flags, LPCVOID source, DWORD code, DWORD language, LPSTR text,
-                            DWORD size, va_list* inserts) {
-  if ((flags & FORMAT_MESSAGE_FROM_HMODULE) == 0) {
-    static const auto system = reinterpret_cast<decltype(&FormatMessageA)>(reinterpret_cast<void*>(
-        GetProcAddress(GetModuleHandleA("kernel32.dll"), "FormatMessageA")));
-    return system(flags, source, code, language, text, size, inserts);
-  }
-  EXPECT_EQ(flags, DWORD{FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS});
-  const std::string& message = fake_internet().error_texts[code];
-  if (message.empty() || message.size() >= size) {
-    return 0;
-  }
-  std::memcpy(text, message.c_str(), message.size() + 1);
-  return static_cast<DWORD>(message.size());
-}
-
 }  // namespace
 }  // namespace orsin::test
 
@@ -148,5 +131,4 @@ decltype(&HttpQueryInfoA) __imp_HttpQueryInfoA = query_info;
 decltype(&InternetReadFile) __imp_InternetReadFile = read_file;
 decltype(&InternetWriteFile) __imp_InternetWriteFile = write_file;
 decltype(&InternetCloseHandle) __imp_InternetCloseHandle = close_handle;
-decltype(&FormatMessageA) __imp_FormatMessageA = format_message;
 }

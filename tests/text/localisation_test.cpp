@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "orsincore/text.h"
+#include "tests/native/fake_new_files.h"
 #include "tests/support/log_capture.h"
 #include "tests/text/localisation_fixture.h"
 
@@ -225,6 +226,18 @@ TEST_F(Localisation, CannotSaveWithoutAFolder) {
 
   EXPECT_FALSE(ov_save_language_cfg("fr_FR"));
 }
+
+#if !defined(_WIN32)
+TEST_F(Localisation, LeavesTheOldConfigurationWhenTheDiskIsFull) {
+  ASSERT_TRUE(ov_save_language_cfg("fr_FR"));
+  const test::FullDisk full_disk;
+
+  EXPECT_FALSE(ov_save_language_cfg("de_DE"));
+
+  EXPECT_EQ(test::TemporaryDirectory::read(directory_.path("data/Settings/language.cfg")),
+            expected_configuration("fr_FR"));
+}
+#endif
 
 TEST_F(Localisation, CannotSaveIntoADirectory) {
   directory_.write("data/Settings/language.cfg/file", "");

@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "base/compiler.h"
+#include "base/win/windows.h"
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 
@@ -40,6 +44,11 @@ ORSIN_NOINLINE int recurse(int depth) {
 
 ORSIN_NOINLINE void overflow_stack() {
   sink = recurse(1);
+}
+
+template <DWORD kCode>
+void raise() {
+  RaiseException(kCode, 0, 0, nullptr);
 }
 
 ORSIN_NOINLINE void read_null_noexcept() noexcept {
@@ -85,6 +94,63 @@ TEST(FaultInAThreadDeathTest, BlockStandsBetweenLinesOf56Asterisks) {
 
   EXPECT_EXIT(run_in_thread("Stars", [](void*) { read_null(); }), testing::ExitedWithCode(-1),
               kBlock);
+}
+
+#if defined(__MINGW32__)
+
+// Whatever allocates from now on faults, a throw included: the C run-time library's allocator becomes
+// an instruction that does not exist.
+void break_allocator() {
+  constexpr unsigned char kIllegal[] = {0x0F, 0x0B};
+  void* allocator =
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("msvcrt.dll"), "malloc"));
+  DWORD old_protection = 0;
+  VirtualProtect(allocator, sizeof(kIllegal), PAGE_EXECUTE_READWRITE, &old_protection);
+  std::memcpy(allocator, kIllegal, sizeof(kIllegal));
+}
+
+TEST(FaultInAThreadDeathTest, AFaultOnADamagedHeapEndsTheProcessWithTheBlock) {
+  EXPECT_EXIT(run_in_thread("Damaged",
+                            [](void*) {
+                              break_allocator();
+                              read_null();
+                            }),
+              testing::ExitedWithCode(-1), "THREAD\\(Damaged\\): Fatal Error \\(VM: ");
+}
+
+TEST(FaultInAThreadDeathTest, AFaultInsideTheAllocatorEndsTheProcessWithTheBlock) {
+  EXPECT_EXIT(run_in_thread("Allocator",
+                            [](void*) {
+                              break_allocator();
+                              sink = std::malloc(100) != nullptr ? 1 : 0;
+                            }),
+              testing::ExitedWithCode(-1),
+              "THREAD\\(Allocator\\): Fatal Error, Exception: 0xc000001d \\(VM: ");
+}
+
+#endif
+
+struct FaultsAtItsEnd {
+  ~FaultsAtItsEnd() { divide_by_zero(); }
+};
+
+TEST(FaultInAThreadDeathTest, AFaultInADestructorDuringUnwindingEndsTheProcessWithTheBlock) {
+  EXPECT_EXIT(run_in_thread("Unwinding",
+                            [](void*) {
+                              const FaultsAtItsEnd object;
+                              read_null();
+                            }),
+              testing::ExitedWithCode(-1), "THREAD\\(Unwinding\\): Fatal Error");
+}
+
+// The text is nowhere: the log faults while it holds its lock.
+TEST(FaultInAThreadDeathTest, AFaultInTheLogEndsTheProcessWithTheBlock) {
+  EXPECT_EXIT(run_in_thread("Writer",
+                            [](void*) {
+                              const char* volatile text = reinterpret_cast<const char*>(8);
+                              msgerror("%s", text);
+                            }),
+              testing::ExitedWithCode(-1), "THREAD\\(Writer\\): Fatal Error \\(VM: ");
 }
 
 class FaultingWork : public OV_Thread {
@@ -149,6 +215,11 @@ TEST(FaultException, ReachesAnInnerCatchWithItsCode) {
       {"division by zero", divide_by_zero, kDivideByZero},
       {"call through null", call_null, kAccessViolation},
       {"stack overflow", overflow_stack, kStackOverflow},
+      {"breakpoint", DebugBreak, EXCEPTION_BREAKPOINT},
+      {"guard page", raise<EXCEPTION_GUARD_PAGE>, EXCEPTION_GUARD_PAGE},
+      {"single step", raise<EXCEPTION_SINGLE_STEP>, EXCEPTION_SINGLE_STEP},
+      {"several floating-point faults", raise<0xC00002B4>, 0xC00002B4},
+      {"several floating-point traps", raise<0xC00002B5>, 0xC00002B5},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -241,13 +312,71 @@ TEST(FaultException, KeepsADumpFunctionThatDoesNothing) {
   EXPECT_EQ(exception.getSeNumber(), 7U);
 }
 
-// Nothing may pass, or the test's own frames would catch it.
-void fault_on_this_thread() noexcept {
-  msg_open(nullptr);
+// Sets the guard up, with this thread as the one that did it.
+void install_here() {
   mp_join_thread(mp_start_thread(
                      "First", [](void*) {}, nullptr),
                  kLongMs);
+}
+
+// Nothing may pass, or the test's own frames would catch it.
+void fault_on_this_thread() noexcept {
+  msg_open(nullptr);
+  install_here();
   read_null();
+}
+
+void overflow_on_this_thread() noexcept {
+  msg_open(nullptr);
+  install_here();
+  overflow_stack();
+}
+
+TEST(FaultOnTheMainThreadDeathTest, AStackOverflowIsReportedToo) {
+  EXPECT_EXIT(overflow_on_this_thread(), testing::ExitedWithCode(static_cast<int>(kStackOverflow)),
+              "Fatal Error, Exception: 0xc00000fd, Thread: Unknown");
+}
+
+// The host's own threads and its crash filter.
+
+constexpr unsigned int kSwallowed = 3;
+constexpr unsigned int kSeenByTheHost = 77;
+
+LONG WINAPI hosts_filter(EXCEPTION_POINTERS* information) {
+  std::fprintf(stderr, "host saw %08lx\n", information->ExceptionRecord->ExceptionCode);
+  TerminateProcess(GetCurrentProcess(), kSeenByTheHost);
+  return EXCEPTION_EXECUTE_HANDLER;
+}
+
+DWORD WINAPI swallow_everything(void* /*parameter*/) {
+  try {
+    read_null();
+  } catch (...) {
+    TerminateProcess(GetCurrentProcess(), kSwallowed);
+  }
+  return 0;
+}
+
+void fault_in_a_thread_of_the_host() {
+  SetUnhandledExceptionFilter(hosts_filter);
+  install_here();
+  HANDLE thread = CreateThread(nullptr, 0, swallow_everything, nullptr, 0, nullptr);
+  WaitForSingleObject(thread, INFINITE);
+}
+
+TEST(FaultInAThreadOfTheHostDeathTest, ReachesTheHostsFilterUntouched) {
+  EXPECT_EXIT(fault_in_a_thread_of_the_host(), testing::ExitedWithCode(kSeenByTheHost),
+              "host saw c0000005");
+}
+
+void fault_on_this_thread_under_a_filter() noexcept {
+  SetUnhandledExceptionFilter(hosts_filter);
+  fault_on_this_thread();
+}
+
+TEST(FaultOnTheMainThreadDeathTest, ReachesTheHostsFilterAsTheFaultItWas) {
+  EXPECT_EXIT(fault_on_this_thread_under_a_filter(), testing::ExitedWithCode(kSeenByTheHost),
+              "host saw c0000005");
 }
 
 TEST(FaultOnTheMainThreadDeathTest, WritesTheHostsBlockWhenNobodyCatches) {

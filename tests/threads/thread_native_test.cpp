@@ -64,6 +64,45 @@ TEST_F(RefusingPlatform, WarnsOfAWaitThatFails) {
   EXPECT_EQ(mp_join_thread(thread, kLongMs), 0);
 }
 
+// The first join waits; a second one gives up on the thread, whose record and handle the next thread
+// is given. What the first one then forgets must not be that.
+TEST_F(RefusingPlatform, AJoinThatWasOvertakenLeavesTheNextThreadAlone) {
+  const LogCapture log;
+  static HeldThread first;
+  static HeldThread next;
+  static unsigned int first_thread = 0;
+  static unsigned int next_thread = 0;
+  static void* first_handle = nullptr;
+  first_thread = mp_start_thread("First", HeldThread::run, &first);
+  first_handle = thread_handle(static_cast<int>(first_thread));
+  fake_processors().on_wait = [] {
+    EXPECT_EQ(mp_join_thread(first_thread, 0), 0);
+    next_thread = mp_start_thread("Next", HeldThread::run, &next);
+    EXPECT_EQ(thread_handle(static_cast<int>(next_thread)), first_handle);
+    first.release();
+  };
+
+  EXPECT_EQ(mp_join_thread(first_thread, kLongMs), 1);
+
+  EXPECT_EQ(thread_handle(static_cast<int>(next_thread)), first_handle) << "it was forgotten";
+  next.release();
+  EXPECT_EQ(mp_join_thread(next_thread, kLongMs), 1);
+  EXPECT_EQ(log.lines(), Lines{"WARN : Timeout while waiting for thread 'First' to terminate"});
+}
+
+TEST_F(RefusingPlatform, ReportsTheRecordOfAStartThatFailedAtClosedown) {
+  const LogCapture log(1);
+  fake_processors().refuse_threads = true;
+  errno = 11;
+  mp_start_thread(
+      "Refused", [](void*) {}, nullptr);
+
+  stop_thread_table();
+
+  EXPECT_EQ(log.lines(), (Lines{"ERROR: MP: Failed to start thread : 'error 11'",
+                                "WARN : MP: Can't terminate thread(0): 0"}));
+}
+
 TEST_F(RefusingPlatform, WarnsOfAThreadThatClosedownCannotEnd) {
   const LogCapture log;
   HeldThread held;

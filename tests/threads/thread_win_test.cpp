@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <exception>
+
 #include "base/clock.h"
 #include "base/processor_info.h"
 #include "base/processor_table.h"
@@ -39,6 +41,22 @@ TEST(ThreadTableOnWindows, EndsWhatStillRunsAtClosedown) {
   EXPECT_EQ(exit_code, 0U);
   EXPECT_EQ(log.lines(), Lines{});
   CloseHandle(handle);
+}
+
+LONG WINAPI hosts_filter(EXCEPTION_POINTERS* /*information*/) {
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST(ThreadTableOnWindows, GivesTheHostItsFilterAndItsTerminateHandlerBack) {
+  const auto filter_before = SetUnhandledExceptionFilter(hosts_filter);
+  const std::terminate_handler terminate_before = std::get_terminate();
+  start_thread_table();
+  EXPECT_NE(std::get_terminate(), terminate_before);
+
+  stop_thread_table();
+
+  EXPECT_EQ(SetUnhandledExceptionFilter(filter_before), hosts_filter);
+  EXPECT_EQ(std::get_terminate(), terminate_before);
 }
 
 // Wine does not know ideal processors, so both answers are right here; each has its own log.

@@ -62,4 +62,24 @@ std::string parse_options(const std::vector<std::string>& arguments, Options& op
   return {};
 }
 
+std::string parse_check_options(const std::vector<std::string>& arguments, Options& options) {
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
+    if (argument == "--plain") {
+      options.plain = true;
+    } else if (argument == "--jobs") {
+      if (++i == arguments.size() || !parse_jobs(arguments[i], options.jobs)) {
+        return "--jobs takes a number from 1 to " + std::to_string(kJobsMax);
+      }
+    } else if (argument.starts_with('-')) {
+      return "no option " + argument;
+    } else if (!options.card.empty()) {
+      return "takes one folder";
+    } else {
+      options.card = argument;
+    }
+  }
+  return options.card.empty() ? "needs a folder" : "";
+}
+
 }  // namespace host::ingest

@@ -27,4 +27,8 @@ struct Options {
 [[nodiscard]] std::string parse_options(const std::vector<std::string>& arguments,
                                         Options& options);
 
+/// Reads those of "check", whose folder is the card.
+[[nodiscard]] std::string parse_check_options(const std::vector<std::string>& arguments,
+                                              Options& options);
+
 }  // namespace host::ingest

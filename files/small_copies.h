@@ -1,0 +1,63 @@
+// The small files of a directory, several at a time: while the system makes one file's entry, another
+// file's bytes are on their way.
+//
+// The threads write no line and decide nothing. What becomes of each file is kept by its number, and
+// the caller goes through them in their order, so results, messages and the count of bytes are those
+// of one file after the other. Only the disk shows it: behind a file that could not be copied, up to
+// kMost - 1 of the files that come after it may be there.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "files/small_copy.h"
+#include "threads/job_line.h"
+
+namespace orsin {
+
+class SmallCopies {
+ public:
+  static constexpr int kMost = 16;  // Files of one call to copy().
+
+  struct Outcome {
+    SmallCopy::Result result;
+    unsigned long long bytes;
+  };
+
+  SmallCopies() : line_(this, help, 1) {}
+  SmallCopies(const SmallCopies&) = delete;
+  SmallCopies& operator=(const SmallCopies&) = delete;
+
+  /// Copies files of one directory into another, as SmallCopy does each, and returns when all are
+  /// dealt with. A path that is too long is kNotDone.
+  ///
+  /// @param count  At most kMost; fewer than two need no second thread.
+  void copy(const char* source, const char* destination, const char* const* names, int count);
+
+  /// Of the file with this number in the last call to copy().
+  [[nodiscard]] const Outcome& outcome(int index) const { return outcomes_[index]; }
+
+  /// Copies one file.
+  [[nodiscard]] Outcome copy_one(const char* source, const char* destination);
+
+ private:
+  static void help(void* copies, std::uint64_t number);
+  void work(SmallCopy& copier);
+  [[nodiscard]] Outcome copy_named(SmallCopy& copier, const char* name) const;
+  [[nodiscard]] bool has_line();
+
+  // Of one call to copy(): constant while the threads work, but for the next number to take.
+  const char* source_ = nullptr;
+  const char* destination_ = nullptr;
+  const char* const* names_ = nullptr;
+  int count_ = 0;
+  std::atomic<int> next_ = 0;
+  Outcome outcomes_[kMost] = {};  // Each written by the thread that took its number.
+
+  SmallCopy own_;
+  SmallCopy helper_;
+  JobLine line_;  // Ends before what it works with.
+  bool may_start_line_ = true;
+};
+
+}  // namespace orsin

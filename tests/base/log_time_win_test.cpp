@@ -1,0 +1,31 @@
+// The head of a log line where the user's language writes numbers with a comma.
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <string>
+
+#include "base/log_time.h"
+
+namespace orsin {
+namespace {
+
+std::string written(const TimeOfDay& time) {
+  char text[kLogTimeBytes];
+  write_log_time(time, text);
+  return {text, kLogTimeBytes};
+}
+
+TEST(LogTime, HasAPointInEveryLanguage) {
+  const std::string before = std::setlocale(LC_NUMERIC, nullptr);
+  ASSERT_NE(std::setlocale(LC_NUMERIC, "German_Germany"), nullptr);
+
+  const std::string near_tie = written({1, 2, 5.125});
+  const std::string elsewhere = written({1, 2, 5.25});
+  std::setlocale(LC_NUMERIC, before.c_str());
+
+  EXPECT_EQ(near_tie, "01:02:05.12");
+  EXPECT_EQ(elsewhere, "01:02:05.25");
+}
+
+}  // namespace
+}  // namespace orsin

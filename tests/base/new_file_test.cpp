@@ -1,0 +1,93 @@
+// Files that take their name when they are complete.
+#include "base/new_file.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/support/temporary_directory.h"
+
+namespace orsin {
+namespace {
+
+using test::TemporaryDirectory;
+
+std::size_t count_files(const TemporaryDirectory& directory) {
+  const std::filesystem::directory_iterator entries(test::to_path(directory.path()));
+  return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+TEST(NewFile, TakesItsNameOnlyWhenItIsCommitted) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.path("take\u00fc.txt");
+
+  NewFile file(path.c_str(), "wb");
+  ASSERT_NE(file.stream(), nullptr);
+  std::fputs("content", file.stream());
+  EXPECT_FALSE(std::filesystem::exists(test::to_path(path)));
+  EXPECT_TRUE(file.commit());
+
+  EXPECT_EQ(TemporaryDirectory::read(path), "content");
+  EXPECT_EQ(count_files(directory), 1u);
+}
+
+TEST(NewFile, LeavesNothingBehindWithoutACommit) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("take.txt", "old");
+
+  {
+    const NewFile file(path.c_str(), "wb");
+    ASSERT_NE(file.stream(), nullptr);
+    std::fputs("content", file.stream());
+    EXPECT_EQ(count_files(directory), 2u);
+  }
+
+  EXPECT_EQ(TemporaryDirectory::read(path), "old");
+  EXPECT_EQ(count_files(directory), 1u);
+}
+
+TEST(NewFile, LeavesADirectoryOfItsNameAlone) {
+  const TemporaryDirectory directory;
+  directory.write("take/file", "x");
+
+  {
+    NewFile file(directory.path("take").c_str(), "wb");
+    EXPECT_NE(file.stream(), nullptr);
+    EXPECT_FALSE(file.commit());
+  }
+
+  EXPECT_EQ(TemporaryDirectory::read(directory.path("take/file")), "x");
+  EXPECT_EQ(count_files(directory), 1u);
+}
+
+TEST(NewFile, IsNotMadeWhereThereIsNoPlace) {
+  const TemporaryDirectory directory;
+  const std::string missing = directory.path("missing/take.txt");
+  const std::string too_long(260, 'x');
+
+  for (const char* path : {static_cast<const char*>(nullptr), missing.c_str(), too_long.c_str()}) {
+    NewFile file(path, "wb");
+    EXPECT_EQ(file.stream(), nullptr);
+    EXPECT_FALSE(file.commit());
+  }
+}
+
+TEST(NewFile, HasANameOfItsOwnForEachOne) {
+  const TemporaryDirectory directory;
+  NewFile first(directory.path("first").c_str(), "wb");
+  NewFile second(directory.path("second").c_str(), "wb");
+  ASSERT_NE(first.stream(), nullptr);
+  ASSERT_NE(second.stream(), nullptr);
+  std::fputs("1", first.stream());
+  std::fputs("2", second.stream());
+
+  EXPECT_TRUE(second.commit());
+  EXPECT_TRUE(first.commit());
+
+  EXPECT_EQ(TemporaryDirectory::read(directory.path("first")), "1");
+  EXPECT_EQ(TemporaryDirectory::read(directory.path("second")), "2");
+}
+
+}  // namespace
+}  // namespace orsin
