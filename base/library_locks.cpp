@@ -1,3 +1,4 @@
+// Holds, and forgets, every lock of which the process has one; see the header.
 #include "base/library_locks.h"
 
 #include <chrono>

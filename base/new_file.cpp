@@ -1,3 +1,4 @@
+// Writes beside a name and takes it at the end; see the header.
 #include "base/new_file.h"
 
 #include <atomic>

@@ -1,3 +1,5 @@
+// The loader's, the stream's and the heaps' locks as Windows has them; see
+// base/system_locks_port.h.
 #include "base/system_locks_port.h"
 
 #include "base/compiler.h"

@@ -14,13 +14,10 @@ set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fno-ipa-ra>)
 
 # The same sources give the same bytes, wherever and whenever they are built: no path of this folder in
-# the code or its debug data, no clock in the image. A compiler cache may name the sources from the build
-# folder, which is build/PRESET. (Not -ffile-prefix-map: coverage needs its paths.)
+# the code or its debug data, no clock in the image. (Not -ffile-prefix-map: coverage needs its paths.)
 get_filename_component(ORSIN_ROOT "${CMAKE_CURRENT_LIST_DIR}/.." ABSOLUTE)
-foreach(folder IN ITEMS "${ORSIN_ROOT}" "../..")
-  add_compile_options($<$<COMPILE_LANGUAGE:C,CXX,ASM>:-fmacro-prefix-map=${folder}=.>
-    $<$<COMPILE_LANGUAGE:C,CXX,ASM>:-fdebug-prefix-map=${folder}=.>)
-endforeach()
+add_compile_options($<$<COMPILE_LANGUAGE:C,CXX,ASM>:-fmacro-prefix-map=${ORSIN_ROOT}=.>
+  $<$<COMPILE_LANGUAGE:C,CXX,ASM>:-fdebug-prefix-map=${ORSIN_ROOT}=.>)
 add_link_options(-Wl,--no-insert-timestamp)
 
 # Libraries built for the target stand in the dependency stage; the host's own are never looked at.

@@ -1,9 +1,5 @@
 // What all copies share: the reader and the writers, the caller's or their own, and what is copied
-// beside the data.
-//
-// A copy's own streams are 40 MiB of pages, which the system clears one by one as they are first
-// touched: a quarter of the time of a copy that finds its file in the cache. So one reader and one
-// writer stay for the next copy, until closedown.
+// beside the data. A copy's own streams go with it.
 #pragma once
 
 #include <memory>
@@ -12,19 +8,14 @@
 
 namespace orsin {
 
-/// Closes a copy's own stream and keeps it for the next copy; deletes it when one is kept already.
-struct StreamReturn {
-  bool is_whole_reader = true;  // One with few buffers is not kept.
+constexpr unsigned long long kCopyBlockBytes = 0x100000;
+constexpr unsigned long long kWriteBytesMax = 4 * kCopyBlockBytes;  // Larger writes gain nothing.
 
-  void operator()(fReadBuffer* reader) const;
-  void operator()(fWriteBuffer* writer) const;
-};
-
-/// The caller's object, or one made here and returned with this.
+/// The caller's object, or one made here that goes with this.
 template <typename T>
 class Borrowed {
  public:
-  using Own = std::unique_ptr<T, StreamReturn>;
+  using Own = std::unique_ptr<T>;
 
   explicit Borrowed(T* borrowed) : object_(borrowed) {}
   explicit Borrowed(Own own) : object_(own.get()), own_(std::move(own)) {}
@@ -41,21 +32,26 @@ class Borrowed {
 using BorrowedReader = Borrowed<fReadBuffer>;
 using BorrowedWriter = Borrowed<fWriteBuffer>;
 
-/// The caller's reader, or eight buffers of 1 MiB; holds null when memory is short.
+class CopyWriter;
+
+/// The caller's reader, or eight buffers of 1 MiB, in one piece if it can be had; holds null when
+/// memory is short.
 [[nodiscard]] BorrowedReader reader_for_copy(fReadBuffer* reader);
 
-/// The caller's writer, or 16 MiB twice over; holds null when memory is short.
+/// The caller's writer, or one that writes the source's blocks where they lie; holds null when memory
+/// is short.
 [[nodiscard]] BorrowedWriter writer_for_copy(fWriteBuffer* writer);
 
-/// Deletes the streams that are kept. Closedown, when no copy runs.
-void release_copy_streams();
+/// A copy's own writer as what it is; null for a caller's.
+[[nodiscard]] CopyWriter* own_writer(const BorrowedWriter& writer);
 
 /// Opens a source as every copy does: others may read it, nobody may change it meanwhile.
 [[nodiscard]] bool open_source(fReadBuffer& reader, const char* path);
 
-/// Opens a destination as every copy does: unshared, what it held is replaced as data comes.
-/// Refuses a read-only file.
-[[nodiscard]] bool create_destination(fWriteBuffer& writer, const char* path);
+/// Opens a destination as every copy does: unshared, what it held is replaced as data comes. A writer
+/// made here refuses a read-only file; a caller's is asked all the same, as it may clear the mark, or
+/// keep the data elsewhere.
+[[nodiscard]] bool create_destination(const BorrowedWriter& writer, const char* path);
 
 /// Closes the file of a writer made here as it is: nothing is written, nothing cut. A caller's
 /// writer is left alone.
@@ -71,6 +67,11 @@ struct Block {
 
 /// What the reader stands at, fetching when its block is used up.
 [[nodiscard]] Block current_block(fReadBuffer& reader);
+
+/// Copies what is left of a source through a copy's own writer, which is left to be closed. False when
+/// a write failed; `bytes` grows by what was handed to it.
+[[nodiscard]] bool copy_to_own_writer(fReadBuffer& reader, fWriteBuffer& writer,
+                                      unsigned long long& bytes);
 
 /// Copies the time of the last write and the attributes. What fails is a warning, if wanted.
 ///

@@ -1,54 +1,35 @@
-// The writer that a copy makes for itself: full buffers are written by a thread of its own.
+// The writer that a copy makes for itself: it has no buffers, the blocks of the source are written
+// where they lie.
 //
-// A write that makes a file longer runs inside the call that starts it, asynchronous or not: so the
-// documentation of Windows says of its file systems, and a copy's writes all do that. Issued from
-// the copying thread they would hold up the reading, and with several destinations each other.
-//
-// A write that fails is therefore counted when the next buffer is full or the file is closed, not when
-// it is started.
+// Used through work() alone, on one thread at a time; a write that fails is seen by error() on any
+// thread, at once. After it nothing more is written: what is there is the beginning of the source.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
+#include "files/source_blocks.h"
 #include "orsincore/io.h"
-#include "threads/job_line.h"
 
 namespace orsin {
 
-class CopyWriter final : public fWriteBuffer {
+class CopyWriter final : public fWriteBuffer, public BlockWorker {
  public:
   CopyWriter();
   ~CopyWriter() override;
 
-  unsigned long long write_file(const void* data, unsigned long long size,
-                                unsigned long long count) override;
-  void flush_buffers() override;
+  /// Opens past the cache only where whole blocks of the source are whole sectors.
+  bool open_file(const char* name, long long initial_size, bool unbuffered) override;
+  int close_file(bool force) override;
+  int error() override;
 
-  /// Closes the file as it is: nothing more is written, nothing cut.
+  void work(const SourceRun& run) override;
+
+  /// Closes the file as it is: nothing is cut.
   void abandon();
 
-  /// Closes the file and ends the thread; the buffers stay.
-  void rest();
-
  private:
-  // One full buffer on its way. The line's thread has it while a job is not done.
-  struct Write {
-    void* file;
-    const unsigned char* data;
-    std::uint64_t position;
-    std::uint64_t bytes;
-    bool has_failed;
-  };
-
-  static bool make_room(fWriteBuffer& writer);
-  static void write_buffer(void* writer, std::uint64_t number);
-  [[nodiscard]] bool has_line();
-  void hand_over_buffer();
-  void finish_write();
-
-  Write write_ = {};
-  JobLine line_;
-  bool may_start_line_ = true;
+  std::atomic<bool> has_failed_{false};
 };
 
 }  // namespace orsin

@@ -131,5 +131,8 @@ unsigned long long fReadBuffer::read_raw_bytes(void* destination, unsigned long 
     const bool read = io_read64(file_, to + head, static_cast<long long>(offset + head), transfer);
     return read ? head + transfer : head;
   }
-  return head + read_split(file_, to + head, offset + head, transfer, piece_bytes);
+  // Past the cache all pieces are aligned as the first is.
+  const unsigned long long whole =
+      is_unbuffered_ ? std::max(piece_bytes / alignment_ * alignment_, alignment_) : piece_bytes;
+  return head + read_split(file_, to + head, offset + head, transfer, whole);
 }

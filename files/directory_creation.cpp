@@ -26,8 +26,8 @@ bool make_open_directory(const char* path) {
 
 // Makes the nearest ancestor that can be made and then everything below it, `path` included.
 //
-// Each ancestor is tried before it is known to be missing, as deep as the path has separators. The
-// backslash that was cut off is remembered by where the text ends.
+// Others may make the same directories meanwhile: whoever finds one made goes on as if it were its
+// own. The backslash that was cut off is remembered by where the text ends.
 bool make_with_ancestors(const char* path) {
   PathBuffer ancestor;
   if (!fits_path(path)) {
@@ -41,12 +41,14 @@ bool make_with_ancestors(const char* path) {
       return false;
     }
     ancestor.truncate(split.directory.size());
-  } while (!make_open_directory(ancestor.c_str()));
+  } while (!make_open_directory(ancestor.c_str()) && file_is_directory(ancestor.c_str()) == 0);
 
   while (ancestor.length() < length) {
     const char* next = std::strchr(path + ancestor.length() + 1, '\\');
     ancestor.cut_assign({path, next != nullptr ? static_cast<std::size_t>(next - path) : length});
-    if (!make_open_directory(ancestor.c_str())) {
+    const bool is_whole = ancestor.length() == length;
+    if (!make_open_directory(ancestor.c_str()) &&
+        (is_whole || file_is_directory(ancestor.c_str()) == 0)) {
       return false;
     }
   }
@@ -55,6 +57,12 @@ bool make_with_ancestors(const char* path) {
 
 bool is_absolute(const char* dir) {
   return dir[0] == '\\' || (dir[0] != '\0' && dir[1] == ':');
+}
+
+// Where making it fails somebody else may have made it in between.
+bool is_or_becomes_directory(const char* path) {
+  return file_is_directory(path) != 0 || file_create_directory(path, true) >= 0 ||
+         file_is_directory(path) != 0;
 }
 
 }  // namespace
@@ -69,7 +77,7 @@ bool resolve_directory(PathBuffer& path, const char* dir) {
 
 bool ensure_directory_part(std::string_view directory) {
   const PathBuffer path(directory);
-  return file_is_directory(path.c_str()) != 0 || file_create_directory(path.c_str(), true) >= 0;
+  return is_or_becomes_directory(path.c_str());
 }
 
 }  // namespace orsin
@@ -98,8 +106,7 @@ char* file_ensure_directory(const char* dir, const char* name, char* out) {
   if (path.ends_in_separator()) {
     path.truncate(path.length() - 1);
   }
-  if (file_is_directory(path.c_str()) == 0 && path.length() > kDriveLength &&
-      file_create_directory(path.c_str(), true) < 0) {
+  if (path.length() > kDriveLength && !is_or_becomes_directory(path.c_str())) {
     msgerror("Error creating directory %s : %s\n", path.c_str(), std::strerror(errno));
     return nullptr;
   }

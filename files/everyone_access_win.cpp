@@ -54,7 +54,9 @@ DWORD merge_everyone(ACL* list, UniqueLocal& merged) {
 }  // namespace
 
 AccessGrant grant_everyone(const char* dir, std::uint32_t& merge_error) noexcept {
-  const HANDLE handle = CreateFileW(WidePath(dir), GENERIC_READ | WRITE_DAC, 0, nullptr,
+  // Shared with everybody: others who make files in it at once must not keep the grant from it.
+  const HANDLE handle = CreateFileW(WidePath(dir), READ_CONTROL | WRITE_DAC,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
     return AccessGrant::kNotOpened;

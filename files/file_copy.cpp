@@ -10,9 +10,13 @@
 #include <cstring>
 #include <optional>
 
+#include "base/log_port.h"
 #include "base/path_buffer.h"
 #include "files/copy_streams.h"
+#include "files/copy_writer.h"
 #include "files/directory_creation.h"
+#include "files/file_system_port.h"
+#include "files/source_blocks.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 
@@ -66,6 +70,13 @@ int count_writers(fWriteBuffer** writers) {
   return count;
 }
 
+Result destination_exists(const Copy& copy) {
+  if (copy.verbose) {
+    msgerror("File Copy: destination file already exists!");
+  }
+  return kDestinationExists;
+}
+
 Result check_destination(const Copy& copy, const char* destination) {
   if (std::strcmp(copy.source, destination) == 0) {
     if (copy.verbose) {
@@ -80,13 +91,7 @@ Result check_destination(const Copy& copy, const char* destination) {
   if (!ensure_directory_part(split.directory)) {
     return kDirectoryNotCreated;
   }
-  if (!copy.overwrite && file_exists(destination) != 0) {
-    if (copy.verbose) {
-      msgerror("File Copy: destination file already exists!");
-    }
-    return kDestinationExists;
-  }
-  return kCopied;
+  return !copy.overwrite && file_exists(destination) != 0 ? destination_exists(copy) : kCopied;
 }
 
 // Up to 16 writers; the ones made here go when this goes.
@@ -106,9 +111,10 @@ class Writers {
   }
 
   // The index of the first destination that cannot be created; the count when all were.
-  int open(const char** destinations) {
+  int open(const char** destinations, bool overwrite) {
     for (int i = 0; i < count_; ++i) {
-      if (!create_destination(*at(i), destinations[i])) {
+      if (!may_create(i, destinations[i], overwrite) ||
+          !create_destination(*slots_[i], destinations[i])) {
         // Kept on purpose: the writer that failed is closed once for each one opened before it, and
         // those stay open. Derived writers of hosts count these calls.
         close_repeatedly(i, i);
@@ -119,30 +125,60 @@ class Writers {
     return count_;
   }
 
+  // The copy's own work on the blocks as they are handed over.
+  void join(SourceBlocks& blocks) {
+    for (int i = 0; i < count_; ++i) {
+      if (CopyWriter* own = own_writer(*slots_[i])) {
+        blocks.add_worker(*own, "Copy", kWriteBytesMax);
+      }
+    }
+  }
+
+  // The callers' are given the block; of the copy's own it is seen whether they still write.
+  /// Whether the destination that cannot be created had been made meanwhile, and may not be replaced.
+  [[nodiscard]] bool has_found_file() const { return has_found_file_; }
+
   bool write(const Block& block) {
     for (int i = 0; i < count_; ++i) {
-      const bool is_short = at(i)->write_file(block.data, 1, block.length) != block.length;
+      const bool is_short =
+          !slots_[i]->is_own() && at(i)->write_file(block.data, 1, block.length) != block.length;
       if (is_short || at(i)->error() > 0) {
-        // Kept on purpose: as above, once for each destination.
-        close_repeatedly(i, count_);
+        failed_ = i;
         return false;
       }
     }
     return true;
   }
 
+  // Kept on purpose: as when opening, the writer that failed is closed once for each destination.
+  void close_failed() { close_repeatedly(failed_, count_); }
+
   // What a destination holds is on disk only now: the last buffers are written here.
   bool close() {
     bool are_complete = true;
     for (int i = 0; i < count_; ++i) {
       at(i)->close_file(true);
-      are_complete = are_complete && at(i)->error() == 0;
+      are_complete = are_complete && at(i)->error() <= 0;
     }
     return are_complete;
   }
 
  private:
   fWriteBuffer* at(int index) { return slots_[index]->get(); }
+
+  // A file that must not be replaced may have come since it was looked for. Of two copies to one new
+  // name, exactly one makes it. Where a caller's writer puts its data is the writer's business: it
+  // is only looked for once more.
+  bool may_create(int index, const char* destination, bool overwrite) {
+    if (overwrite) {
+      return true;
+    }
+    has_found_file_ =
+        slots_[index]->is_own()
+            ? !port::make_file(destination) && port::last_system_error() == port::kErrorFileExists
+            : file_exists(destination) != 0;
+    return !has_found_file_;
+  }
 
   // Closed in the ordinary way, files that nothing was written to would lose what they held.
   void abandon_before(int end) {
@@ -159,12 +195,14 @@ class Writers {
 
   std::optional<BorrowedWriter> slots_[kDestinationsMax];
   int count_;
+  int failed_ = 0;
+  bool has_found_file_ = false;
 };
 
 // Every block to the callback, then to all destinations.
-bool copy_blocks(const Copy& copy, fReadBuffer& reader, Writers& writers) {
+bool copy_blocks(const Copy& copy, SourceBlocks& blocks, Writers& writers) {
   for (;;) {
-    const Block block = current_block(reader);
+    const Block block = blocks.current();
     if (copy.progress != nullptr) {
       copy.progress(copy.user, block.is_end() ? nullptr : block.data,
                     block.is_end() ? 0 : block.length);
@@ -174,12 +212,25 @@ bool copy_blocks(const Copy& copy, fReadBuffer& reader, Writers& writers) {
       // see what is missing in `bytes`, and rescue what can be read off a damaged disk.
       return true;
     }
+    blocks.hand_over();
     if (!writers.write(block)) {
       return false;
     }
     copy.bytes += block.length;
-    reader.skip_file(block.length, 1);
+    blocks.advance();
   }
+}
+
+// False when a destination does not take all of it; it is closed then.
+bool copy_all(const Copy& copy, fReadBuffer& reader, Writers& writers) {
+  SourceBlocks blocks(reader);
+  writers.join(blocks);
+  const bool all_taken = copy_blocks(copy, blocks, writers);
+  blocks.finish();
+  if (!all_taken) {
+    writers.close_failed();
+  }
+  return all_taken;
 }
 
 Result copy_data(const Copy& copy, fReadBuffer& reader, Writers& writers) {
@@ -190,14 +241,17 @@ Result copy_data(const Copy& copy, fReadBuffer& reader, Writers& writers) {
     }
     return kSourceNotRead;
   }
-  const int opened = writers.open(copy.destinations);
+  const int opened = writers.open(copy.destinations, copy.overwrite);
+  if (opened < copy.count && writers.has_found_file()) {
+    return destination_exists(copy);
+  }
   if (opened < copy.count) {
     if (copy.verbose) {
       msgerror("File Copy: failed to create '%s'\n", copy.destinations[opened]);
     }
     return kDestinationNotCreated;
   }
-  if (has_data && !copy_blocks(copy, reader, writers)) {
+  if (has_data && !copy_all(copy, reader, writers)) {
     return kWriteFailed;
   }
   return writers.close() ? kCopied : kWriteFailed;

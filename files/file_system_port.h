@@ -70,6 +70,10 @@ struct DirectoryIdentity {
 /// GetFinalPathNameByHandleW.
 [[nodiscard]] bool final_path(const char* path, char* real, std::size_t size) noexcept;
 
+/// Makes an empty file where there is none; kErrorFileExists when there is something. CreateFileW.
+[[nodiscard]] bool make_file(const char* path) noexcept;
+constexpr std::uint32_t kErrorFileExists = 80;
+
 /// These set errno. A link to a directory is removed as a directory, and its target stays. _wmkdir,
 /// _wunlink, _wrmdir, _wrename.
 [[nodiscard]] bool make_directory(const char* path) noexcept;

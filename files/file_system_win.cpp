@@ -123,6 +123,16 @@ bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcep
   return SetFileAttributesA(path, attributes) != 0;
 }
 
+bool make_file(const char* path) noexcept {
+  const HANDLE file = CreateFileW(WidePath(path), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    return false;
+  }
+  CloseHandle(file);
+  return true;
+}
+
 bool make_directory(const char* path) noexcept {
   return _wmkdir(WidePath(path)) == 0;
 }

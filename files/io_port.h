@@ -23,6 +23,7 @@ void reset_event(void* event) noexcept;
 
 // Error codes that the rules name.
 constexpr std::uint32_t kErrorPathNotFound = 3;
+constexpr std::uint32_t kErrorSharingViolation = 32;
 constexpr std::uint32_t kErrorEndOfFile = 38;
 constexpr std::uint32_t kErrorInvalidParameter = 87;
 constexpr std::uint32_t kErrorAlreadyExists = 183;

@@ -1,7 +1,7 @@
 // Copying with a hash of what passed, and reading back what was written.
 //
 // The text of a failure goes to one buffer of the process, for a caller that asks for it later; the
-// copy itself writes no error line. MD5 is computed beside the transfers (block_hasher.h).
+// copy itself writes no error line. MD5 is computed beside the transfers (source_blocks.h).
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -10,7 +10,9 @@
 #include "base/path_buffer.h"
 #include "files/block_hasher.h"
 #include "files/copy_streams.h"
+#include "files/copy_writer.h"
 #include "files/directory_creation.h"
+#include "files/source_blocks.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
 
@@ -63,39 +65,52 @@ Result check_destination(const char* destination) {
   return ensure_directory_part(split.directory) ? kDone : kDirectoryNotCreated;
 }
 
-// Writes and hashes every block; the hash is complete when this returns.
-Result copy_blocks(const SecureCopy& copy, fReadBuffer& reader, fWriteBuffer& writer) {
-  std::optional<BlockHasher> hasher;
-  if (copy.with_md5) {
-    hasher.emplace(copy.md5, reader.get_file_size());
-  }
-  const unsigned long long start = copy.bytes;
+// Writes and hashes every block.
+Result copy_blocks(const SecureCopy& copy, SourceBlocks& blocks, const BorrowedWriter& writer) {
   for (;;) {
-    const Block block = current_block(reader);
+    const Block block = blocks.current();
     if (block.is_end()) {
-      break;
+      return kDone;
     }
-    const bool is_short = writer.write_file(block.data, 1, block.length) != block.length;
-    if (is_short || writer.error() > 0) {
-      const Result result = write_failed(copy, copy.bytes, copy.bytes + block.length);
-      writer.close_file(true);
-      return result;
+    const bool is_short =
+        !writer.is_own() && writer->write_file(block.data, 1, block.length) != block.length;
+    if (!is_short) {
+      blocks.hand_over();
     }
-    if (hasher) {
-      hasher->append(block.data, block.length);
+    if (is_short || writer->error() > 0) {
+      return write_failed(copy, copy.bytes, copy.bytes + block.length);
     }
     copy.bytes += block.length;
-    reader.skip_file(block.length, 1);
+    blocks.advance();
   }
-  writer.close_file(true);
+}
+
+// The hash is complete when this returns.
+Result copy_all(const SecureCopy& copy, fReadBuffer& reader, const BorrowedWriter& writer) {
+  const unsigned long long start = copy.bytes;
+  std::optional<BlockHasher> hasher;
+  SourceBlocks blocks(reader);
+  if (CopyWriter* own = own_writer(writer)) {
+    blocks.add_worker(*own, "Copy", kWriteBytesMax);
+  }
+  if (copy.with_md5) {
+    hasher.emplace(copy.md5);
+    blocks.add_worker(*hasher, "MD5", kCopyBlockBytes);
+  }
+  const Result result = copy_blocks(copy, blocks, writer);
+  blocks.finish();
+  writer.get()->close_file(true);
+  if (result != kDone) {
+    return result;
+  }
   if (hasher) {
     hasher->finish();
   }
-  // The last buffers were written by the closing.
-  return writer.error() > 0 ? write_failed(copy, start, copy.bytes) : kDone;
+  // The last blocks were written, or the last buffers, after the last look.
+  return writer.get()->error() > 0 ? write_failed(copy, start, copy.bytes) : kDone;
 }
 
-Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, fWriteBuffer& writer) {
+Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, const BorrowedWriter& writer) {
   if (reader.getNextBlock() == 0 && reader.get_file_size() > 0) {
     std::snprintf(error_text, kTextBytes, "File Copy: failed to read '%s'\n", copy.source);
     return kNotRead;
@@ -103,7 +118,7 @@ Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, fWriteBuffer& wr
   if (!create_destination(writer, copy.destination)) {
     return not_opened(copy.source);  // The source is named in this case as well.
   }
-  return copy_blocks(copy, reader, writer);
+  return copy_all(copy, reader, writer);
 }
 
 Result run_copy(const SecureCopy& copy, fReadBuffer* borrowed_reader,
@@ -114,7 +129,7 @@ Result run_copy(const SecureCopy& copy, fReadBuffer* borrowed_reader,
       !open_source(*reader.get(), copy.source)) {
     return not_opened(copy.source);
   }
-  const Result result = copy_opened(copy, *reader.get(), *writer.get());
+  const Result result = copy_opened(copy, *reader.get(), writer);
   reader->close_file();
   return result;
 }
@@ -124,21 +139,35 @@ bool digests_differ(const md5_state_s& a, const md5_state_s& b) {
   return std::memcmp(a.abcd, b.abcd, sizeof(a.abcd)) != 0;
 }
 
+// The text is the line's format, in which "%%" stands for "%". But it holds names of files, whose
+// conversions must never be carried out, so this is the only thing in it that is replaced.
+void log_as_format(const char* text) {
+  char line[kTextBytes];
+  std::size_t length = 0;
+  for (; *text != '\0'; ++text) {
+    line[length++] = *text;
+    if (text[0] == '%' && text[1] == '%') {
+      ++text;
+    }
+  }
+  line[length] = '\0';
+  msgerror("%s", line);
+}
+
 Result read_opened(const char* path, md5_state_s& md5, fReadBuffer& reader,
                    const md5_state_s* expected) {
   if (reader.getNextBlock() == 0 && reader.get_file_size() > 0) {
     std::snprintf(error_text, kTextBytes, "File Copy: unable to read '%s'\n", path);
     return kNotRead;
   }
-  BlockHasher hasher(md5, reader.get_file_size());
-  for (;;) {
-    const Block block = current_block(reader);
-    if (block.is_end()) {
-      break;
-    }
-    hasher.append(block.data, block.length);
-    reader.skip_file(block.length, 1);
+  BlockHasher hasher(md5);
+  SourceBlocks blocks(reader);
+  blocks.add_worker(hasher, "MD5", kCopyBlockBytes);
+  while (!blocks.current().is_end()) {
+    blocks.hand_over();
+    blocks.advance();
   }
+  blocks.finish();
   hasher.finish();
   return expected != nullptr && digests_differ(md5, *expected) ? kMismatch : kDone;
 }
@@ -197,8 +226,7 @@ const char* get_error_file_copy_secure(int code, bool log) {
     return error_text;
   }
   if (log) {
-    // Names may hold per cent signs: the text goes through a format, not as one.
-    msgerror("%s", error_text);
+    log_as_format(error_text);
   }
   return error_text;
 }

@@ -46,6 +46,7 @@ class Copier {
   [[nodiscard]] SmallCopies& small() { return small_; }
   [[nodiscard]] fReadBuffer& reader() { return *reader_->get(); }
   [[nodiscard]] fWriteBuffer& writer() { return *writer_->get(); }
+  [[nodiscard]] const BorrowedWriter& own_writer() const { return *writer_; }
 
  private:
   SmallCopies small_;
@@ -84,17 +85,7 @@ void finish_destination(Copier& copier) {
 }
 
 bool copy_blocks(Copier& copier, unsigned long long& bytes) {
-  for (;;) {
-    const Block block = current_block(copier.reader());
-    if (block.is_end()) {
-      return true;
-    }
-    if (copier.writer().write_file(block.data, 1, block.length) != block.length) {
-      return false;
-    }
-    bytes += block.length;
-    copier.reader().skip_file(block.length, 1);
-  }
+  return copy_to_own_writer(copier.reader(), copier.writer(), bytes);
 }
 
 Result copy_opened(Copier& copier, const char* destination, unsigned long long& bytes) {
@@ -103,7 +94,7 @@ Result copy_opened(Copier& copier, const char* destination, unsigned long long& 
   if (copier.reader().getNextBlock() == 0) {
     return kDataNotCopied;
   }
-  if (!create_destination(copier.writer(), destination)) {
+  if (!create_destination(copier.own_writer(), destination)) {
     return kDestinationNotCreated;
   }
   const bool all_taken = copy_blocks(copier, bytes);

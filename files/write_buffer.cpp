@@ -2,10 +2,12 @@
 //
 // `current_` fills while `spare_` is being written; a full buffer starts its write and the two
 // change places. Writes always cover whole aligned units, so the file is longer than its data until
-// closing cuts it to `data_end_`.
+// closing (write_closing.cpp) cuts it to `data_end_`.
 //
 //   file:    | written ........ | current buffer: used_ bytes of data |
 //                               buffer_file_position_
+//
+// Without a file it collects in memory; what is different then stands in write_memory.cpp.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -31,14 +33,8 @@ namespace {
 
 constexpr int kBufferBytesDefault = 0x100000;
 constexpr unsigned char kHostOrder = 1;
-constexpr unsigned long long kBufferBytesMax = 0x7FFFFFFF;
 constexpr int kLargeBufferBytes = 0x400000;            // More than a core keeps cached.
 constexpr unsigned long long kLongRunBytes = 0x10000;  // Shorter ones are memcpy()'s.
-
-// Before anything is closed: the reason is the last error.
-void log_not_cut() {
-  msg_os_error("Writebuffer set FileSize");
-}
 
 }  // namespace
 
@@ -92,7 +88,9 @@ fWriteBuffer::fWriteBuffer(void* file, bool double_buffer)
       alignment_(static_cast<unsigned long long>(buffer_configuration().default_size)),
       host_order_(kHostOrder),
       swap_(false),
-      mutex_(mp_new_mutex(0, 0)) {
+      mutex_(mp_new_mutex(0, 0)),
+      expects_gaps_(false),
+      is_unbuffered_(false) {
   if (file_ != io_invalid_handle() && double_buffer) {
     static_cast<void>(WriteSteps::allocate_buffers(*this, kBufferBytesDefault, true));
   }
@@ -108,6 +106,10 @@ fWriteBuffer::~fWriteBuffer() {
 
 bool WriteSteps::allocate_buffers(fWriteBuffer& writer, int size, bool double_buffer) {
   const auto bytes = std::max(static_cast<unsigned long long>(size), writer.alignment_);
+  if (bytes > kBufferBytesMax) {
+    msgwarn("WRITE BUFFER: Allocation failed (size = %d)", size);
+    return false;
+  }
   const unsigned long long total = (writer.alignment_ + bytes) * (double_buffer ? 2 : 1);
   writer.allocation_ = static_cast<unsigned char*>(os_alloc(total, 0));
   if (writer.allocation_ == nullptr) {
@@ -122,7 +124,7 @@ bool WriteSteps::allocate_buffers(fWriteBuffer& writer, int size, bool double_bu
 }
 
 bool fWriteBuffer::set_buffer(int size, bool double_buffer) {
-  if (size == buffer_size_ && double_buffer == (spare_ != nullptr) && allocation_ != nullptr) {
+  if (size == buffer_size_ && double_buffer == (spare_ != nullptr) && current_ != nullptr) {
     return true;
   }
   flush_buffers();
@@ -131,6 +133,7 @@ bool fWriteBuffer::set_buffer(int size, bool double_buffer) {
 }
 
 unsigned char* fWriteBuffer::get_current_buffer() {
+  WriteSteps::expect_gaps(*this);  // The caller may fill it and step over what is there.
   return current_;
 }
 
@@ -138,7 +141,7 @@ bool fWriteBuffer::ensure_minimum_buffer_size(int size) {
   if (size <= buffer_size_) {
     return true;
   }
-  if (file_ == io_invalid_handle()) {
+  if (WriteSteps::collects_in_memory(*this)) {
     return WriteSteps::grow_memory(*this, static_cast<unsigned long long>(size));
   }
   // Flushing would round the position up and leave a hole: what is collected moves instead.
@@ -148,7 +151,9 @@ bool fWriteBuffer::ensure_minimum_buffer_size(int size) {
   unsigned char* const old_spare = spare_;
   const unsigned long long used = used_;
   const unsigned long long offset = offset_;
-  if (!WriteSteps::allocate_buffers(*this, size, old_spare != nullptr)) {
+  const unsigned long long whole = rounded_up(static_cast<unsigned long long>(size), alignment_);
+  if (whole > kBufferBytesMax ||
+      !WriteSteps::allocate_buffers(*this, static_cast<int>(whole), old_spare != nullptr)) {
     allocation_ = old_allocation;
     return false;
   }
@@ -171,14 +176,7 @@ void fWriteBuffer::reset_buffers() {
   std::free(memory_block_);
   allocation_ = memory_block_ = current_ = spare_ = nullptr;
   buffer_size_ = 0;
-  WriteSteps::empty_buffer(*this);
-}
-
-void fWriteBuffer::set_memory_buffer(void* memory, int size) {
-  flush_buffers();
-  reset_buffers();
-  current_ = static_cast<unsigned char*>(memory);
-  buffer_size_ = memory != nullptr ? std::max(size, 0) : 0;
+  expects_gaps_ = false;
   WriteSteps::empty_buffer(*this);
 }
 
@@ -193,27 +191,26 @@ bool fWriteBuffer::data_pending() {
 void WriteSteps::empty_buffer(fWriteBuffer& writer) {
   writer.cursor_ = writer.current_;
   writer.used_ = writer.offset_ = 0;
+  if (writer.expects_gaps_) {
+    clear_behind_data(writer);
+  }
 }
 
-// Moves what is collected into a larger block of the library's own.
-bool WriteSteps::grow_memory(fWriteBuffer& writer, unsigned long long size) {
-  if (size > kBufferBytesMax) {
-    return false;
+// Plain writing leaves no gaps, and costs no clearing. The first gap is cleared when it comes: as long
+// as nobody was given the buffer's address, nothing of the caller's can lie there.
+void WriteSteps::expect_gaps(fWriteBuffer& writer) {
+  if (!std::exchange(writer.expects_gaps_, true)) {
+    clear_behind_data(writer);
   }
-  const bool first = writer.memory_block_ == nullptr;
-  unsigned char* grown =
-      grown_block(writer.memory_block_, static_cast<unsigned long long>(writer.buffer_size_), size);
-  if (grown == nullptr) {
-    return false;
+}
+
+// The library's own memory: what it held in its earlier life is nobody's. A caller's is as it is.
+void WriteSteps::clear_behind_data(fWriteBuffer& writer) {
+  if (writer.current_ != nullptr &&
+      (writer.allocation_ != nullptr || writer.memory_block_ != nullptr)) {
+    std::memset(writer.current_ + writer.used_, 0,
+                static_cast<unsigned long long>(writer.buffer_size_) - writer.used_);
   }
-  if (first && writer.used_ > 0) {
-    std::memcpy(grown, writer.current_, writer.used_);
-  }
-  writer.memory_block_ = writer.current_ = grown;
-  writer.spare_ = nullptr;
-  writer.buffer_size_ = static_cast<int>(size);
-  writer.cursor_ = writer.current_ + writer.offset_;
-  return true;
 }
 
 void WriteSteps::collect_buffer(fWriteBuffer& writer) {
@@ -242,33 +239,64 @@ bool fWriteBuffer::open_file(const char* name, long long initial_size, bool unbu
       file_delete(name_);
     }
   }
-  errors_ = 0;
-  const bool bypass = unbuffered && buffer_configuration().unbuffered_writing;
-  file_ = io_create64(name, !bypass, initial_size);
-  if (file_ == io_invalid_handle()) {
+  if (!WriteSteps::open(*this, name, initial_size, unbuffered)) {
     return false;
   }
-  alignment_ = static_cast<unsigned long long>(bypass ? drive_sector_size(name) : mem_pagesize());
-  std::memset(name_, 0, sizeof(name_));
-  std::strncpy(name_, name, sizeof(name_) - 1);
-  opened_ = true;
+  WriteSteps::fit_buffers_to_file(*this);
   if (current_ == nullptr) {
     static_cast<void>(set_buffer(kBufferBytesDefault, true));
   }
   WriteSteps::empty_buffer(*this);
-  buffer_file_position_ = data_end_ = 0;
-  buffer_ticket_ = direct_ticket_ = -1;
-  writes_ = 0;
   return true;
+}
+
+bool WriteSteps::open(fWriteBuffer& writer, const char* name, long long initial_size,
+                      bool unbuffered) {
+  writer.errors_ = 0;
+  const bool bypass = unbuffered && buffer_configuration().unbuffered_writing;
+  writer.file_ = io_create64(name, !bypass, initial_size);
+  if (writer.file_ == io_invalid_handle()) {
+    return false;
+  }
+  writer.is_unbuffered_ = bypass;
+  writer.alignment_ =
+      static_cast<unsigned long long>(bypass ? drive_sector_size(name) : mem_pagesize());
+  std::memset(writer.name_, 0, sizeof(writer.name_));
+  std::strncpy(writer.name_, name, sizeof(writer.name_) - 1);
+  writer.opened_ = true;
+  writer.buffer_file_position_ = writer.data_end_ = 0;
+  writer.buffer_ticket_ = writer.direct_ticket_ = -1;
+  writer.writes_ = 0;
+  return true;
+}
+
+// Transfers need buffers of whole units. Those that were made for another file's alignment, or
+// configured since, are made anew; what collected in memory before gives way to buffers of its own.
+void WriteSteps::fit_buffers_to_file(fWriteBuffer& writer) {
+  const auto size = static_cast<unsigned long long>(writer.buffer_size_);
+  const bool is_placed =
+      reinterpret_cast<std::uintptr_t>(writer.current_) %
+          std::min(writer.alignment_, static_cast<unsigned long long>(mem_pagesize())) ==
+      0;
+  if (writer.memory_block_ == nullptr && is_placed && size % writer.alignment_ == 0) {
+    return;
+  }
+  const bool is_double = writer.spare_ != nullptr;
+  const unsigned long long whole = rounded_up(size, writer.alignment_);
+  const bool is_own = writer.allocation_ != nullptr;
+  writer.fWriteBuffer::reset_buffers();
+  if (is_own && whole <= kBufferBytesMax) {
+    static_cast<void>(allocate_buffers(writer, static_cast<int>(whole), is_double));
+  }
 }
 
 unsigned long long fWriteBuffer::write_file(const void* data, unsigned long long size,
                                             unsigned long long count) {
-  return WriteSteps::write(*this, data, byte_count(size, count, 0), WriteSteps::make_room);
+  return WriteSteps::write(*this, data, byte_count(size, count, 0));
 }
 
 unsigned long long WriteSteps::write(fWriteBuffer& writer, const void* data,
-                                     unsigned long long length, MakeRoom make_room) {
+                                     unsigned long long length) {
   const auto* from = static_cast<const unsigned char*>(data);
   unsigned long long left = data != nullptr ? length : 0;
   unsigned long long taken = 0;
@@ -300,12 +328,17 @@ void WriteSteps::collect(fWriteBuffer& writer, const unsigned char* from,
   writer.used_ = std::max(writer.used_, writer.offset_);
 }
 
+// What finds no room is an error: numbers that are put have no other way to say so.
 bool WriteSteps::make_room(fWriteBuffer& writer) {
-  if (writer.file_ == io_invalid_handle()) {
-    return grow_memory(writer, static_cast<unsigned long long>(writer.buffer_size_) + kGrowthBytes);
+  if (collects_in_memory(writer)) {
+    const bool has_grown =
+        grow_memory(writer, static_cast<unsigned long long>(writer.buffer_size_) + kGrowthBytes);
+    writer.errors_ += has_grown ? 0 : 1;
+    return has_grown;
   }
-  if (writer.buffer_size_ == 0) {
-    return false;  // No buffer could be had.
+  if (writer.buffer_size_ == 0) {  // No buffer could be had.
+    ++writer.errors_;
+    return false;
   }
   write_full_buffer(writer);
   return true;
@@ -400,39 +433,6 @@ void fWriteBuffer::flush_buffers() {
   WriteSteps::empty_buffer(*this);
 }
 
-// Cuts the file to its data and closes it, if it was opened here.
-//
-// Kept on purpose: a surplus that cannot be cut off is an error line, not a failed write. All the
-// data is in the file; if it counted, the next open_file() would delete it.
-void WriteSteps::finish_file(fWriteBuffer& writer) {
-  const bool is_cut = io_set_filesize64(writer.file_, writer.data_end_);
-  if (!writer.opened_) {
-    if (!is_cut) {
-      log_not_cut();
-    }
-    return;
-  }
-  io_close64(writer.file_);
-  if (!is_cut) {
-    cut_by_name(writer);
-  }
-}
-
-// An unbuffered handle of some file systems refuses sizes off the sector: a plain one does it.
-void WriteSteps::cut_by_name(fWriteBuffer& writer) {
-  port::OpenMode plain;
-  plain.write = true;
-  void* again = open_by_name(writer.name_, plain);
-  if (again == io_invalid_handle()) {
-    log_not_cut();
-    return;
-  }
-  if (!port::set_file_size(again, writer.data_end_)) {
-    log_not_cut();
-  }
-  port::close_file(again);
-}
-
 int fWriteBuffer::close_file(bool force) {
   mp_get_mutex(mutex_);
   int result = 1;
@@ -465,8 +465,8 @@ bool fWriteBuffer::set_file_position(unsigned long long position) {
   if (is_file_position_inside_current_buffer(position)) {
     offset_ = position - buffer_file_position_;
     cursor_ = current_ + offset_;
-    if (offset_ > used_) {  // What is stepped over is written, so it must not be old data.
-      std::memset(current_ + used_, 0, offset_ - used_);
+    if (offset_ > used_) {
+      WriteSteps::expect_gaps(*this);
     }
     return true;
   }

@@ -5,17 +5,26 @@
 
 namespace orsin {
 
+constexpr unsigned long long kBufferBytesMax = 0x7FFFFFFF;  // A buffer's size is an int.
+
 // Not members: everything in an exported class is exported.
 struct WriteSteps {
-  /// Empties a full buffer, or makes it larger. False when nothing more can be taken.
-  using MakeRoom = bool (*)(fWriteBuffer& writer);
+  /// Opens a file, whatever the buffers are.
+  static bool open(fWriteBuffer& writer, const char* name, long long initial_size, bool unbuffered);
 
-  /// fWriteBuffer::write_file(), with a say in what becomes of full buffers.
-  static unsigned long long write(fWriteBuffer& writer, const void* data, unsigned long long length,
-                                  MakeRoom make_room);
+  static unsigned long long write(fWriteBuffer& writer, const void* data,
+                                  unsigned long long length);
+
+  /// Empties a full buffer, or makes it larger. False when nothing more can be taken.
   static bool make_room(fWriteBuffer& writer);
   static void collect(fWriteBuffer& writer, const unsigned char* from, unsigned long long bytes);
 
+  /// The writer's other mode: no file is open.
+  static bool collects_in_memory(const fWriteBuffer& writer);
+
+  static void fit_buffers_to_file(fWriteBuffer& writer);
+  static void expect_gaps(fWriteBuffer& writer);
+  static void clear_behind_data(fWriteBuffer& writer);
   static bool allocate_buffers(fWriteBuffer& writer, int size, bool double_buffer);
   static void empty_buffer(fWriteBuffer& writer);
   static bool grow_memory(fWriteBuffer& writer, unsigned long long size);
@@ -29,8 +38,10 @@ struct WriteSteps {
   static void begin_next_buffer(fWriteBuffer& writer);
 
   static bool start_first_buffer(fWriteBuffer& writer);
+
+  /// Cuts the file to its data and closes it, if it was opened by name. Counts an error where data is
+  /// missing.
   static void finish_file(fWriteBuffer& writer);
-  static void cut_by_name(fWriteBuffer& writer);
   template <typename Number>
   static void put(fWriteBuffer& writer, Number value);
 

@@ -1,3 +1,4 @@
+// Adds to the host's error mode and gives it back; see the header.
 #include "modules/error_boxes.h"
 
 #include "modules/library_port.h"

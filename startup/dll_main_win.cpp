@@ -1,6 +1,8 @@
 // What happens when the library itself is loaded and unloaded.
 #include "base/win/windows.h"
+#include "memory/process_heap_port.h"
 #include "startup/startup_port.h"
+#include "threads/fault_guard.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID process_ends) {
   if (reason == DLL_PROCESS_ATTACH) {
@@ -9,6 +11,9 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID process_en
     // At the end of the process the system closes the file. The other threads have been ended by
     // then, one perhaps inside of the stream's lock, and waiting for it would lose the exit code.
     orsin::port::close_redirected_standard_error();
+    // The system would go on calling into what is not there any more.
+    orsin::port::stop_reporting_out_of_memory();
+    orsin::remove_fault_guard();
   }
   return TRUE;
 }

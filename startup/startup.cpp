@@ -9,7 +9,6 @@
 #include "base/clock.h"
 #include "base/processor_info.h"
 #include "base/program_paths.h"
-#include "files/copy_streams.h"
 #include "files/transfer_slots.h"
 #include "memory/memory_lifecycle.h"
 #include "modules/error_boxes.h"
@@ -133,7 +132,6 @@ bool ov_fast_initialize(const char* /*application_name*/, bool create_pools) {
 
 void ov_closedown() {
   msginfo("*---------------------------------------------------");
-  take_down("copy streams", release_copy_streams);
   take_down("transfers", stop_transfers);
   take_down("standard heaps", mem_free_pools);
   take_down("memory", stop_memory);

@@ -1,3 +1,4 @@
+// Times the steps of start-up and tells the log of them; see the header.
 #include "startup/startup_steps.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 // A call puts one job a worker into a ring and waits until all of them have run. Any worker may
 // take any job: the part number, not the thread, says which piece of the work it is.
 //
-//   smp_exec:  push part 0 ... n-1, then wait until the call's own counter is n
+//   smp_exec:  push part 0 ... n-1 under one lock, wake once, wait until the call's own counter is n
 //   worker:    wait for a job, run it, count it, and wake the caller after the last one
 //
 // Locks: `queue_mutex` before the ring's own mutex; `done_mutex` is never held together with them.
@@ -82,14 +82,19 @@ struct Executor {
 
 constinit Executor executor;
 
-void push(const smp_entry_t& job) {
+// Pushes parts 0 ... count-1 of a job in one go, and wakes once: all sleeping workers have something
+// to do. Only a ring that is full meanwhile makes it let go of the lock.
+void push_parts(smp_entry_t job, int count) {
   const ScopedLock guard(executor.queue_mutex);
-  while (executor.ring->count() >= executor.capacity) {
-    mp_cond_wait(executor.space, executor.queue_mutex.handle());
+  for (job.part = 0; job.part < count; ++job.part) {
+    while (executor.ring->count() >= executor.capacity) {
+      mp_cond_broadcast(executor.work);  // Nobody else takes from the ring.
+      mp_cond_wait(executor.space, executor.queue_mutex.handle());
+    }
+    executor.ring->push(job);
+    executor.queued.fetch_add(1, std::memory_order_relaxed);
   }
-  executor.ring->push(job);
-  executor.queued.fetch_add(1, std::memory_order_relaxed);
-  mp_cond_signal(executor.work);
+  mp_cond_broadcast(executor.work);
 }
 
 smp_entry_t take() {
@@ -234,9 +239,7 @@ void stop_executor() {
   }
   smp_entry_t quit = {};
   quit.quit = 1;
-  for (int i = 0; i < executor.started; ++i) {
-    push(quit);
-  }
+  push_parts(quit, executor.started);
   for (int i = 0; i < executor.started; ++i) {
     mp_join_thread(executor.workers[i].thread, kJoinTimeoutMs);
   }
@@ -255,14 +258,12 @@ void smp_exec(void (*function)(), void* a1, void* a2, void* a3, void* a4, void* 
   }
   const int parts = executor.active.load(std::memory_order_relaxed);
   std::atomic<int> done = 0;
-  smp_entry_t job = {0, 0, function, {a1, a2, a3, a4, a5, a6}, parts, &done};
+  const smp_entry_t job = {0, 0, function, {a1, a2, a3, a4, a5, a6}, parts, &done};
   if (parts < 2) {
     call(job);
     return;
   }
-  for (job.part = 0; job.part < parts; ++job.part) {
-    push(job);
-  }
+  push_parts(job, parts);
   wait_for_all(done, parts);
 }
 

@@ -105,6 +105,24 @@ FaultState* thread_state() {
   return state;
 }
 
+// Where the faulting instruction stands, for an unwinder that takes it for a return address and looks
+// up the instruction before it. In a prologue it goes by the address as it is, and the one behind it
+// would count a register as saved that is not; there is nothing to look up there.
+DWORD64 as_return_address(DWORD64 address) {
+  struct UnwindInfo {
+    BYTE version_and_flags;
+    BYTE prologue_bytes;
+  };
+  DWORD64 image = 0;
+  const RUNTIME_FUNCTION* function = RtlLookupFunctionEntry(address, &image, nullptr);
+  if (function == nullptr) {
+    return address + 1;
+  }
+  const auto* info = reinterpret_cast<const UnwindInfo*>(image + function->UnwindData);
+  const bool is_in_prologue = address < image + function->BeginAddress + info->prologue_bytes;
+  return is_in_prologue ? address : address + 1;
+}
+
 // Rewrites a faulting thread's context so that it goes on by throwing.
 void redirect_to_throw(FaultState& state, EXCEPTION_POINTERS& information) {
   state.record = *information.ExceptionRecord;
@@ -115,7 +133,7 @@ void redirect_to_throw(FaultState& state, EXCEPTION_POINTERS& information) {
   CONTEXT& context = *information.ContextRecord;
   const DWORD64 frame = ((context.Rsp - kSkippedBytes) & ~DWORD64{15}) - kMachineFrameBytes;
   auto* words = reinterpret_cast<DWORD64*>(frame);
-  words[0] = context.Rip + 1;  // The unwinder takes it for a return address and looks before it.
+  words[0] = as_return_address(context.Rip);
   words[1] = context.SegCs;
   words[2] = context.EFlags;
   words[3] = context.Rsp;

@@ -265,20 +265,26 @@ ORSIN_API int file_copy(const char* src, const char* dst, bool overwrite, unsign
 /// Copies a file to up to 16 destinations in one read pass, with its last-write time and
 /// attributes. Missing directories of the destinations are made.
 ///
-/// Each destination of 16 MiB and more is written by a thread of its own beside the reading. The
-/// buffers of one copy, 40 MiB, stay for the next one until closedown.
+/// The destinations of a file of 4 MiB and more are written by a thread each, beside the reading, from
+/// the reader's own buffers.
 ///
 /// The source is open meanwhile so that others may read it but not change it; destinations are open
 /// to nobody else. So a destination that is the source under another spelling of its name cannot be
 /// created. Times and attributes that could not be copied are warnings, if `verbose`.
 ///
 /// @param dsts       Ends at the first null or empty entry. Null: the source is only read.
-/// @param overwrite  False refuses a destination that exists as a file.
+/// @param overwrite  False refuses a destination that exists as a file; of two copies to one new name
+///                   at once, one is refused. With writers of the caller it is looked for once more
+///                   right before the writer is asked to open it.
 /// @param bytes      Grows by the bytes copied; never reset. A source that could not be read to its
 ///                   end counts as ended there: compare with its size.
 /// @param reader     The caller's, or null for one of eight 1 MiB buffers.
-/// @param writers    As many as destinations, ended by null; or null for writers of 16 MiB. The
+/// @param writers    As many as destinations, ended by null; or null for the copy's own. The
 ///                   caller's are closed after success; after a failure only the one that failed.
+///                   After -2 the ones before it are open still: closed, they cut their files to
+///                   what was written, which is nothing. A caller's writer is asked to open a
+///                   read-only file, too; our own refuse it with -2. error() counts when it is
+///                   positive.
 /// @param progress   May be null. Sees each block before it is written, and (null, 0) at the end of
 ///                   a source that is not empty. May look at the bytes, not keep them.
 /// @param verbose    Writes an error line for what fails.
@@ -300,7 +306,8 @@ ORSIN_API int file_copy(const char* src, const char** dsts, bool overwrite,
 /// hashes (bit 1). An existing destination is always replaced.
 ///
 /// @param overwrite  Not looked at.
-/// @param bytes      Grows by the bytes copied; never reset.
+/// @param bytes      Grows by the bytes copied; never reset. A source that could not be read to its
+///                   end counts as ended there, also when it is verified: compare with its size.
 /// @param md5        Finished with the source's digest when bit 0 is set, else not touched.
 /// @param flags      Bit 1 needs bit 0 or an `md5` that already holds the expected digest.
 /// @param reader     The caller's or null, as for file_copy(); `writer` alike.
@@ -327,7 +334,8 @@ ORSIN_API int file_read_secure(const char* path, md5_state_s& md5, fReadBuffer* 
 /// The text of the last failed secure copy or read of the process.
 ///
 /// @param code  What the failing call returned; anything but -7 to -1 clears the text.
-/// @param log   Also writes it as an error line.
+/// @param log   Also writes it as an error line, in which "%%" becomes "%"; nothing else in it, such
+///              as a conversion in a file's name, is looked at.
 /// @return The library's own buffer of 512 bytes, which the next failure overwrites. -6 leaves the
 ///         text of the failure before.
 ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
@@ -343,13 +351,15 @@ ORSIN_API const char* get_error_file_copy_secure(int code, bool log);
 /// be listed, or whose copy cannot be made.
 ///
 /// @param recursive  Also copies subdirectories.
-/// @param bytes      Set to the bytes copied.
+/// @param bytes      Set to the bytes copied. A source that could not be read to its end counts as
+///                   ended there: compare with its size.
 /// @return For a directory the number of files copied, for a file 0; a missing source gives 0, and
 ///         a directory without a destination, too.
 ///         Negative on failure: -1 same string or source cannot be opened, -2 destination cannot be
 ///         created, -3 nothing read or a write fell short; -1 for a failure inside a tree, also for
 ///         a directory that cannot be read to its end. -1 before anything is made for a tree that
-///         was to be copied below itself, however the paths are spelled.
+///         was to be copied below itself, however the paths are spelled. Files of at most 1 MiB
+///         are copied two at a time: up to 15 that come after the one that failed may be there.
 /// The same string twice writes an error line, and a tree below itself. One call at a time in the
 /// process.
 ORSIN_API int ov_filecopy(const char* src, const char* dst, bool recursive,

@@ -158,8 +158,10 @@ ORSIN_API void rwBufferConfigGet(int& size, bool& no_unbuffered_writing,
 /// use are being filled; or reads a caller's memory in the same way.
 ///
 /// One thread at a time. A failed read, which the transfers log, ends the file: the cursor is null
-/// and reads return 0 bytes, until set_position() or open_file(). The layout and the one virtual
-/// function, the destructor, are fixed: plug-ins derive from it.
+/// and reads return 0 bytes, until set_position() or open_file(). So does the end of a file that was
+/// cut since it was opened; either leaves the error line "FileBuffer: '<name>' ended at <bytes> of
+/// <bytes> bytes". Bytes never come from another place than the position says. The layout and the one
+/// virtual function, the destructor, are fixed: plug-ins derive from it.
 class ORSIN_API fReadBuffer {
  public:
   fReadBuffer();
@@ -196,9 +198,9 @@ class ORSIN_API fReadBuffer {
   ///
   /// @param count            1 to 8, else the nearer of the two. Ignored altogether when buffers
   ///                         exist and their count differs.
-  /// @param buffer_size      Bytes; raised to the alignment, and rounded up to it when allocated.
-  /// @param first_read_size  Bytes of the first read. The same as buffer_size: all buffers are
-  ///                         filled at once at the start of the file.
+  /// @param buffer_size      Bytes; rounded up to the alignment of the file that is read.
+  /// @param first_read_size  Bytes of the first read, rounded up as well. The same as buffer_size:
+  ///                         all buffers are filled at once at the start of the file.
   void cfg_buffers(int count, unsigned long long buffer_size, unsigned long long first_read_size);
 
   /// Reads from the caller's memory, which must outlive the reading; the file before is closed.
@@ -238,8 +240,9 @@ class ORSIN_API fReadBuffer {
   /// is only a step, elsewhere what was read ahead is dropped. Offsets beyond the end read nothing.
   void set_position(unsigned long long offset);
 
-  /// Raw reads of more than twice this size are split into pieces of it, ten of which run together,
-  /// of one reader at a time; below 65537 bytes, as at first, they are not. For all readers.
+  /// Raw reads of more than twice this size are split into pieces of it, rounded down to the
+  /// alignment on unbuffered files, ten of which run together, of one reader at a time; below 65537 bytes, as at first,
+  /// they are not. For all readers.
   static void set_xfer_breakvalue(unsigned long long bytes);
 
   /// Numbers one after the other, in the byte order of set_endian(). All bits are set at the end of
@@ -288,7 +291,8 @@ class ORSIN_API fReadBuffer {
   /// Whether the last open failed.
   [[nodiscard]] bool get_errors() const { return open_failed_; }
 
-  /// Bytes, as of the opening; 0 also for a size that could not be had, which reads as empty.
+  /// Bytes, as of the opening; 0 also where the system does not tell: such a file is read block by
+  /// block, as far as there is something.
   [[nodiscard]] unsigned long long get_file_size() const { return file_size_; }
 
   /// The buffer being consumed; null before there is one.
@@ -353,6 +357,10 @@ class ORSIN_API fReadBuffer {
   unsigned char host_order_;
   unsigned char* block_end_;     // Beside the cursor, so that reading a byte is one comparison.
   orsin::OwnTransfer reads_[8];  // Of the slots.
+  bool size_is_unknown_;
+  bool is_unbuffered_;
+  bool is_in_one_piece_;  // The first slot's buffer holds the others'.
+  int blocks_kept_;  // Not read over: the current block, and those before it that a copy works on.
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -388,10 +396,12 @@ class ORSIN_API fWriteBuffer {
   ///         memory is short: then there is no buffer, and write_file() takes nothing.
   virtual bool set_buffer(int size, bool double_buffer);
 
-  /// The buffer being filled, from its start; null when there is none.
+  /// The buffer being filled, from its start; null when there is none. Callers may fill it and step
+  /// over that with set_file_position(); what they do not fill is zero.
   virtual unsigned char* get_current_buffer();
 
-  /// Has a buffer of at least so many bytes; what is collected stays, in other memory. False when
+  /// Has a buffer of at least so many bytes, rounded up to the alignment of a file; what lies up to
+  /// the position stays, in other memory. False when
   /// memory is short: then everything is as before.
   virtual bool ensure_minimum_buffer_size(int size);
 
@@ -428,9 +438,10 @@ class ORSIN_API fWriteBuffer {
   /// Writes what is collected, cuts the file to its data and closes it. May be called by two
   /// threads at once.
   ///
-  /// A file that cannot be cut is cut once more by its name; if that fails, too, it keeps the
-  /// surplus of its last unit and the error line "Writebuffer set FileSize" says why. Kept on
-  /// purpose: that is no failed write, all the data is there.
+  /// A file that cannot be cut is cut once more by its name, for two seconds while somebody else has
+  /// it open; if that fails, too, it keeps the surplus of its last unit and the error line
+  /// "Writebuffer set FileSize" says why. Kept on purpose: that is no failed write, all the data is
+  /// there. A file that turns out shorter than its data is one.
   ///
   /// @param force  False: does nothing while two writes are in flight, and only starts the first
   ///               write if nothing was written before.
@@ -459,8 +470,9 @@ class ORSIN_API fWriteBuffer {
   /// Where the next byte goes, from the start of the file or of the memory.
   virtual unsigned long long get_file_position();
 
-  /// Goes to a position. Inside the current buffer it is exact, and what is stepped over becomes
-  /// zero, also what the file held there. Elsewhere what is collected is written.
+  /// Goes to a position. Inside the current buffer it only steps: what lies there, zero unless
+  /// something was put there, is written, over what the file held. Elsewhere what is collected is
+  /// written.
   ///
   /// Kept on purpose: a position outside the buffer is rounded down to the alignment; see
   /// get_file_position().
@@ -471,7 +483,7 @@ class ORSIN_API fWriteBuffer {
   virtual bool is_file_position_inside_current_buffer(unsigned long long position);
 
   /// The number of failed writes since the file was opened. A write that ended short is one: so do
-  /// some file systems say that the disk is full.
+  /// some file systems say that the disk is full. Bytes for which there was no buffer are another.
   virtual int error();
 
   /// Numbers in the byte order of set_endian(), through write_file() where the buffer ends.
@@ -513,6 +525,8 @@ class ORSIN_API fWriteBuffer {
   __mutex_str* mutex_;
   orsin::OwnTransfer buffer_write_;  // Of buffer_ticket_.
   orsin::OwnTransfer direct_write_;  // Of direct_ticket_.
+  bool expects_gaps_;                // The buffer is not only written from its start on.
+  bool is_unbuffered_;
   /// @endcond
 };
 

@@ -255,6 +255,14 @@ bool write(const fs::path& path, const std::string& text) {
   return !file.fail();
 }
 
+// Programs that tests start from elsewhere find their DLLs there.
+void add_to_path(const fs::path& folder) {
+  const DWORD units = GetEnvironmentVariableW(L"PATH", nullptr, 0);
+  std::wstring path(units, L'\0');
+  path.resize(GetEnvironmentVariableW(L"PATH", path.data(), units));
+  SetEnvironmentVariableW(L"PATH", (folder.wstring() + L";" + path).c_str());
+}
+
 int fail(const char* reason) {
   std::printf("accept: %s\n", reason);
   return 2;
@@ -268,6 +276,7 @@ int accept(bool with_benchmarks) {
     return fail("tests.txt is missing or damaged");
   }
   SetEnvironmentVariableW(L"ORSIN_TEST_KIT", kit.c_str());
+  add_to_path(kit / L"tests");
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);  // Nobody is there to close a box.
   const TemporaryFolder temporary(
       fs::temp_directory_path() /

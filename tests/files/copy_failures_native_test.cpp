@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <string>
 
-#include "files/copy_streams.h"
 #include "orsincore/files.h"
 #include "orsincore/text.h"
 #include "tests/files/backslash_path.h"
@@ -64,7 +63,8 @@ TEST_F(CopyFailures, Gives8OnAFullDisk) {
 
   EXPECT_EQ(copy.run(), -8);
 
-  EXPECT_EQ(copy.bytes, 47 * kMebibyte);  // The second write fails; found when the third is due.
+  EXPECT_GE(copy.bytes, 15 * kMebibyte);
+  EXPECT_LT(copy.bytes, 24 * kMebibyte);  // Found when the ring has gone round, at the latest.
   ASSERT_FALSE(log_.lines().empty());
   EXPECT_EQ(log_.lines()[0], "ERROR: IO write error(1) : 'error 112'");
   EXPECT_TRUE(read_source() == content_);
@@ -100,19 +100,21 @@ TEST_F(CopyFailures, Gives8WhenAWriteEndsShort) {
 }
 
 TEST_F(CopyFailures, KeepsWhatWasWrittenToEveryDestination) {
-  fake_disk().writable_bytes = 48 * kMebibyte;  // One buffer each, none for the next round.
+  fake_disk().writable_bytes = 48 * kMebibyte;
   CopyCall copy{
       .source = source(),
       .destinations = {below(directory_, "1"), below(directory_, "2"), below(directory_, "3")}};
 
   EXPECT_EQ(copy.run(), -8);
 
+  std::size_t total = 0;
   for (const char* name : {"1", "2", "3"}) {
     SCOPED_TRACE(name);
     const std::string written = TemporaryDirectory::read(directory_.path(name));
-    ASSERT_GE(written.size(), 16 * kMebibyte);
-    EXPECT_TRUE(written.compare(0, 16 * kMebibyte, content_, 0, 16 * kMebibyte) == 0);
+    EXPECT_TRUE(written == content_.substr(0, written.size()));
+    total += written.size();
   }
+  EXPECT_GE(total, 40 * kMebibyte);
 }
 
 TEST_F(CopyFailures, GiveASecureCopysRangeOnAFullDisk) {
@@ -121,12 +123,11 @@ TEST_F(CopyFailures, GiveASecureCopysRangeOnAFullDisk) {
 
   EXPECT_EQ(copy_secure(), -4);
 
-  // The first buffer's write fails, which is found when block 32 has filled the second.
+  // Found within a round of the ring.
   const std::string text = get_error_file_copy_secure(-4, false);
-  EXPECT_EQ(text, "File Copy: write error of " + source() + " between " +
-                      std::to_string(1000 + 31 * kMebibyte) + " and " +
-                      std::to_string(1000 + 32 * kMebibyte) + " \n");
-  EXPECT_EQ(bytes_, 1000 + 31 * kMebibyte);
+  EXPECT_EQ(text, "File Copy: write error of " + source() + " between " + std::to_string(bytes_) +
+                      " and " + std::to_string(bytes_ + kMebibyte) + " \n");
+  EXPECT_LT(bytes_, 1000 + 8 * kMebibyte);
   EXPECT_TRUE(read_source() == content_);
 }
 
@@ -237,20 +238,42 @@ TEST_F(CopyFailures, LeaveADestinationThatWasThereWhenALaterOneCannotBeCreated) 
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
 }
 
-TEST_F(CopyFailures, DoNotLeaveAReaderWithFewBuffersToTheNextCopy) {
-  release_copy_streams();
-  {
-    const test::PagesScript pages;
-    pages->commits_granted = 3;  // Of the reader's eight.
-    const BorrowedReader poor = reader_for_copy(nullptr);
-    ASSERT_NE(poor.get(), nullptr);
-    EXPECT_EQ(log_.last_line(), "ERROR: FileBuffer: Failed to allocate buffer space (1024.00Kb/3)");
-  }
+TEST_F(CopyFailures, MakeDoWithSingleBuffersWhereMemoryIsShort) {
   const test::PagesScript pages;
+  pages->largest_commit_bytes = 4 * kMebibyte;  // No ring in one piece.
+  CopyCall copy = call();
 
-  const BorrowedReader next = reader_for_copy(nullptr);
+  EXPECT_EQ(copy.run(), 0);
 
-  EXPECT_EQ(pages->commits.size(), 8U);
+  EXPECT_TRUE(TemporaryDirectory::read(directory_.path("copy.bin")) == content_);
+}
+
+// Every place where the disk may be full, beside the transfers of others.
+TEST_F(CopyFailures, AreTheResultWhereverASmallCopyFillsTheDisk) {
+  const std::string small = random_content(40000);
+  directory_.write("source.bin", small);
+  for (std::uint64_t room = 0; room < 40000; room += 997) {
+    SCOPED_TRACE(room);
+    fake_disk().writable_bytes = room;
+
+    EXPECT_EQ(call().run(), -8);
+    EXPECT_EQ(copy_secure(0), -4);
+    EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), false, bytes_), -3);
+  }
+}
+
+// Storage on a network that loses the file's end for a moment.
+TEST_F(CopyFailures, NeverDisplaceWhatFollowsAShortBlock) {
+  test::FakeTransfers transfers;
+  for (int i = 0; i < 5; ++i) {  // Of the eight reads that a copy begins with.
+    transfers.next({});
+  }
+  transfers.next({.pends = true, .bytes = 512 * 1024});
+
+  EXPECT_EQ(copy_secure(), 0);
+
+  EXPECT_EQ(bytes_, content_.size());
+  EXPECT_TRUE(TemporaryDirectory::read(directory_.path("copy.bin")) == content_);
 }
 
 }  // namespace

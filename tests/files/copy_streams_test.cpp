@@ -1,4 +1,4 @@
-// The streams that copies make for themselves and leave to the next one.
+// The streams that copies make for themselves.
 #include "files/copy_streams.h"
 
 #include <gtest/gtest.h>
@@ -32,7 +32,6 @@ class CopyStreams : public testing::Test {
     start_thread_table();
   }
   void TearDown() override {
-    release_copy_streams();
     stop_thread_table();
   }
 
@@ -46,44 +45,30 @@ class CopyStreams : public testing::Test {
   test::LogCapture log_;
 };
 
-TEST_F(CopyStreams, AreTakenOverByTheNextCopy) {
-  const fReadBuffer* reader = nullptr;
-  const fWriteBuffer* writer = nullptr;
+TEST_F(CopyStreams, LeaveNoMemoryBehind) {
+  const unsigned char* ring = nullptr;
   {
-    const BorrowedReader first_reader = reader_for_copy(nullptr);
-    const BorrowedWriter first_writer = writer_for_copy(nullptr);
-    reader = first_reader.get();
-    writer = first_writer.get();
+    const BorrowedReader reader = reader_for_copy(nullptr);
+    ring = reader.get()->get_buffer();
+    EXPECT_TRUE(os_allocation::is_live(ring));
   }
 
-  const BorrowedReader next_reader = reader_for_copy(nullptr);
-  const BorrowedWriter next_writer = writer_for_copy(nullptr);
-
-  EXPECT_EQ(next_reader.get(), reader);
-  EXPECT_EQ(next_writer.get(), writer);
+  EXPECT_FALSE(os_allocation::is_live(ring));
 }
 
-TEST_F(CopyStreams, AreTwoPairsForTwoCopiesAtOnce) {
-  const BorrowedWriter one = writer_for_copy(nullptr);
-  const BorrowedWriter other = writer_for_copy(nullptr);
-  const BorrowedReader one_reader = reader_for_copy(nullptr);
-  const BorrowedReader other_reader = reader_for_copy(nullptr);
+TEST_F(CopyStreams, FollowTheConfigurationOfTheMoment) {
+  const std::string bytes = random_content(5 * kMebibyte + 1);
+  directory_.write("source", bytes);
+  for (const int size : {8192, 1 << 26, 4096, 3 << 20}) {
+    SCOPED_TRACE(size);
+    rwBufferConfigure(size, false, false, false);
+    CopyCall call{.source = in("source"), .destinations = {in("copy")}};
 
-  EXPECT_NE(one.get(), other.get());
-  EXPECT_NE(one_reader.get(), other_reader.get());
-}
+    EXPECT_EQ(call.run(), 0);
 
-TEST_F(CopyStreams, GiveTheirPagesBackWhenTheyAreReleased) {
-  unsigned char* pages = nullptr;
-  {
-    const BorrowedWriter writer = writer_for_copy(nullptr);
-    pages = writer->get_current_buffer();
+    EXPECT_TRUE(content("copy") == bytes);
   }
-  EXPECT_TRUE(os_allocation::is_live(pages));
-
-  release_copy_streams();
-
-  EXPECT_FALSE(os_allocation::is_live(pages));
+  rwBufferConfigure(0, false, false, false);
 }
 
 TEST_F(CopyStreams, AreNotTheCallersOwn) {

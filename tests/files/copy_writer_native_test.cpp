@@ -1,96 +1,99 @@
-// A copy's own writer on a scripted platform: what it writes beside the copying thread, and when a
-// failure is known.
+// A copy's own writer on a scripted platform: what it writes, and when a failure is known.
+#include "files/copy_writer.h"
+
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <string>
 #include <vector>
 
-#include "files/copy_writer.h"
+#include "orsincore/memory.h"
 #include "tests/files/io_fixture.h"
-#include "tests/native/fake_processors.h"
 #include "tests/native/fake_transfers.h"
-#include "threads/thread_table.h"
 
 namespace orsin {
 namespace {
 
-using test::fake_processors;
 using test::Lines;
 using test::StartedTransfer;
 
 using Started = std::vector<StartedTransfer>;
 
-constexpr int kBuffer = 8192;
+constexpr unsigned kUnit = 8192;  // Of drives that do not tell theirs.
 constexpr std::uint32_t kDiskFull = 112;
 
 class CopyWriters : public test::IoTest {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(writer_.set_buffer(kBuffer, true));
-    ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
+    bytes_ = static_cast<unsigned char*>(os_alloc(4 * kUnit, 0));
+    std::memset(bytes_, 'b', 4 * kUnit);
+    ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, true));
   }
   void TearDown() override {
-    writer_.rest();
-    stop_thread_table();
-    fake_processors() = {};
+    writer_.close_file(true);
+    os_free(bytes_);
   }
 
-  void add(std::size_t count) {
-    const std::string bytes(count, next_);
-    ASSERT_EQ(writer_.write_file(bytes.data(), 1, count), count);
-    expected_ += bytes;
-    ++next_;
+  void work(std::uint64_t position, std::uint64_t length) {
+    writer_.work({bytes_, position, length, 0});
   }
 
+  unsigned char* bytes_ = nullptr;
   test::FakeTransfers transfers_;
   CopyWriter writer_;
-  std::string expected_;
-  char next_ = 'a';
 };
 
-TEST_F(CopyWriters, FillOneBufferWhileTheOtherIsWritten) {
-  transfers_.every({.pends = true});
-  transfers_.ends_by_release_only();
-  add(kBuffer);
-  add(kBuffer - 1);  // Comes here though the first write has not ended.
+TEST_F(CopyWriters, WriteBlocksWhereTheyLieAndCutTheLast) {
+  work(0, 2 * kUnit);
+  work(2 * kUnit, 10);
 
-  while (!transfers_.release_oldest()) {  // The thread may not have come to start it.
-  }
-  transfers_.every({});
   EXPECT_EQ(writer_.close_file(true), 1);
 
-  EXPECT_EQ(transfers_.started(), (Started{{false, 0, kBuffer}, {false, kBuffer, kBuffer}}));
-  EXPECT_EQ(content("out"), expected_);
+  EXPECT_EQ(transfers_.started(), (Started{{false, 0, 2 * kUnit}, {false, 2 * kUnit, kUnit}}));
+  EXPECT_EQ(content("out"), std::string(2 * kUnit + 10, 'b'));
   EXPECT_EQ(writer_.error(), 0);
 }
 
-TEST_F(CopyWriters, CountAFailedWriteWhenTheNextBufferIsFull) {
-  transfers_.next({.error = kDiskFull});
-  add(kBuffer);
-  add(kBuffer - 1);
-  EXPECT_EQ(writer_.error(), 0);
-
-  add(1);
-
-  EXPECT_EQ(writer_.error(), 1);
-  EXPECT_EQ(errors(), Lines{"ERROR: IO write error(1) : 'error 112'"});
-}
-
-TEST_F(CopyWriters, CountAFailedWriteAtTheEnd) {
-  transfers_.next({.error = kDiskFull});
-  add(kBuffer);
+TEST_F(CopyWriters, LeaveASizeAloneThatIsRight) {
+  work(0, 2 * kUnit);
 
   writer_.close_file(true);
 
+  EXPECT_EQ(transfers_.sizes(), std::vector<std::uint64_t>{});
+}
+
+TEST_F(CopyWriters, WriteThroughTheCacheWhereBlocksAreNotWholeSectors) {
+  rwBufferConfigure(1 << 26, false, false, false);
+  ASSERT_TRUE(writer_.open_file(path("cached").c_str(), 0, true));
+  rwBufferConfigure(0, false, false, false);
+
+  work(0, 10);
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("cached"), std::string(10, 'b'));
+  EXPECT_EQ(transfers_.sizes(), std::vector<std::uint64_t>{});  // Nothing too much was written.
+}
+
+TEST_F(CopyWriters, TellAFailureAtOnceAndWriteNoMore) {
+  transfers_.next({});
+  transfers_.next({.error = kDiskFull});
+  work(0, kUnit);
+  EXPECT_EQ(writer_.error(), 0);
+
+  work(kUnit, kUnit);
   EXPECT_EQ(writer_.error(), 1);
+  work(2 * kUnit, kUnit);
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+  EXPECT_EQ(transfers_.started().size(), 2U);
+  EXPECT_EQ(content("out"), std::string(kUnit, 'b'));
+  EXPECT_EQ(errors(), Lines{"ERROR: IO write error(1) : 'error 112'"});
 }
 
 TEST_F(CopyWriters, CountAWriteThatEndsShort) {
   transfers_.next({.pends = true, .bytes = 4096});
-  add(kBuffer);
 
-  writer_.close_file(true);
+  work(0, kUnit);
 
   EXPECT_EQ(writer_.error(), 1);
   EXPECT_EQ(errors(), Lines{"ERROR: IO write error(2) - (4096 8192)"});
@@ -98,71 +101,23 @@ TEST_F(CopyWriters, CountAWriteThatEndsShort) {
 
 TEST_F(CopyWriters, ForgetTheFailuresOfTheFileBefore) {
   transfers_.next({.error = kDiskFull});
-  add(kBuffer);
-  writer_.rest();
+  work(0, kUnit);
 
-  ASSERT_TRUE(writer_.open_file(path("next").c_str(), 0, false));
-  expected_.clear();
-  add(3 * kBuffer + 5);
+  ASSERT_TRUE(writer_.open_file(path("next").c_str(), 0, true));
+  work(0, 5);
   writer_.close_file(true);
 
   EXPECT_EQ(writer_.error(), 0);
-  EXPECT_EQ(content("next"), expected_);
-}
-
-TEST_F(CopyWriters, WriteByThemselvesWhereNoThreadCanBeHad) {
-  fake_processors().refuse_threads = true;
-  errno = 11;
-  add(3 * kBuffer);
-
-  writer_.close_file(true);
-
-  EXPECT_EQ(content("out"), expected_);
-  EXPECT_EQ(errors(), Lines{"ERROR: MP: Failed to start thread : 'error 11'"});  // Asked once.
-}
-
-TEST_F(CopyWriters, StartNoThreadForAShortFile) {
-  fake_processors().refuse_threads = true;
-  add(kBuffer - 1);
-
-  writer_.close_file(true);
-
-  EXPECT_EQ(content("out"), expected_);
-  EXPECT_EQ(errors(), Lines{});
-}
-
-TEST_F(CopyWriters, WriteOneBufferByThemselves) {
-  writer_.close_file(true);
-  ASSERT_TRUE(writer_.set_buffer(kBuffer, false));
-  ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
-  fake_processors().refuse_threads = true;  // None is asked for.
-  add(2 * kBuffer + 1);
-
-  writer_.close_file(true);
-
-  EXPECT_EQ(content("out"), expected_);
-  EXPECT_EQ(errors(), Lines{});
-}
-
-TEST_F(CopyWriters, KeepTheirBuffersWhenTheyRest) {
-  add(2 * kBuffer);
-
-  writer_.rest();
-
-  EXPECT_NE(writer_.get_current_buffer(), nullptr);
-  EXPECT_EQ(content("out"), expected_);
+  EXPECT_EQ(content("next"), "bbbbb");
 }
 
 TEST_F(CopyWriters, LeaveAnAbandonedFileAsItIs) {
-  writer_.close_file(true);
-  write("old", std::string(5 * kBuffer, 'o'));
-  ASSERT_TRUE(writer_.open_file(path("old").c_str(), 0, false));
-  add(kBuffer);
-  add(10);
+  write("old", std::string(5 * kUnit, 'o'));
+  ASSERT_TRUE(writer_.open_file(path("old").c_str(), 0, true));
 
   writer_.abandon();
 
-  EXPECT_EQ(content("old"), std::string(kBuffer, 'a') + std::string(4 * kBuffer, 'o'));
+  EXPECT_EQ(content("old"), std::string(5 * kUnit, 'o'));
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
 // What the buffered reader asks of a scripted platform, and what it makes of failures.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "orsincore/io.h"
+#include "orsincore/memory.h"
 #include "tests/files/io_fixture.h"
 #include "tests/native/fake_transfers.h"
 #include "tests/native/pages_native.h"
@@ -170,7 +173,9 @@ TEST_F(ScriptedReader, AFailedReadEndsTheFile) {
 
   EXPECT_EQ(reader.getNextBlock(), 0U);
 
-  EXPECT_EQ(log_.lines(), Lines{"ERROR: IO completion error(3) - (0 8192) : 'error 23'"});
+  EXPECT_EQ(log_.lines(), (Lines{"ERROR: IO completion error(3) - (0 8192) : 'error 23'",
+                                 "ERROR: FileBuffer: '" + directory_.path("lettered") +
+                                     "' ended at 8192 of 65536 bytes"}));
   unsigned long long available = 1;
   EXPECT_EQ(reader.get_bufptr(&available), nullptr);
   EXPECT_EQ(available, 0U);
@@ -240,6 +245,92 @@ TEST_F(ScriptedReader, AFileCutMeanwhileGivesWhatIsThere) {
   ASSERT_TRUE(open(reader, 1, kBlock));
 
   EXPECT_EQ(reader.getNextBlock(), 100U);
+}
+
+// ---- Files that change while they are read
+
+// What lies behind a short block is read once more, from where it ended.
+TEST_F(ScriptedReader, GoesOnBehindAShortBlockWhereverItEnds) {
+  std::mt19937 random(7);
+  const std::string bytes = test::random_bytes(random, 6 * kBlock + 77);
+  const std::string name = write("random", bytes);
+  for (int short_block = 0; short_block < 7; ++short_block) {
+    for (const std::uint32_t length : {1U, 511U, 512U, 4095U, 4096U}) {
+      for (const int buffers : {1, 2, 3, 8}) {
+        SCOPED_TRACE(testing::Message() << short_block << ' ' << length << ' ' << buffers);
+        fReadBuffer reader;
+        reader.cfg_buffers(buffers, kBlock, kBlock);
+        for (int i = 0; i < short_block; ++i) {
+          transfers_.next({});
+        }
+        transfers_.next({.pends = true, .bytes = length});
+        ASSERT_TRUE(reader.open_file(name.c_str(), true, false, false));
+        std::string read(bytes.size() + 1, '\0');
+        read.resize(reader.read_file(read.data(), 1, read.size()));
+
+        ASSERT_TRUE(read == bytes);
+      }
+    }
+  }
+}
+
+TEST_F(ScriptedReader, SaysHowFarAFileWentThatEndsEarly) {
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 2, 4 * kBlock));
+  ASSERT_EQ(reader.getNextBlock(), kBlock);
+  std::filesystem::resize_file(test::to_path(directory_.path("lettered")), 2 * kBlock + 100);
+  std::string rest(4 * kBlock, '\0');
+
+  EXPECT_EQ(reader.read_file(rest.data(), 1, rest.size()), 2 * kBlock + 100);
+
+  EXPECT_EQ(errors().back(), "ERROR: FileBuffer: '" + directory_.path("lettered") +
+                                 "' ended at 16484 of 32768 bytes");
+  EXPECT_EQ(reader.getNextBlock(), 0U);
+  EXPECT_EQ(reader.get_bufptr(nullptr), nullptr);
+}
+
+TEST_F(ScriptedReader, ReadsAFileOfUnknownSizeToItsEnd) {
+  const std::string bytes = std::string(kBlock, 'a') + std::string(kBlock, 'b') + "end";
+  const std::string name = write("unknown", bytes);
+  for (const int buffers : {1, 8}) {
+    transfers_.refuse_size_questions(1);
+    fReadBuffer reader;
+    reader.cfg_buffers(buffers, kBlock, kBlock);
+    ASSERT_TRUE(reader.open_file(name.c_str(), true, false, false));
+    transfers_.next({.pends = true, .bytes = 10});  // As a pipe gives what it has.
+    std::string read(4 * kBlock, '\0');
+
+    read.resize(reader.read_file(read.data(), 1, read.size()));
+
+    EXPECT_EQ(read, bytes);
+    EXPECT_EQ(reader.get_file_size(), 0U);
+    EXPECT_EQ(reader.getNextBlock(), 0U);
+  }
+}
+
+// ---- Shapes
+
+TEST_F(ScriptedReader, GivesTheFirstBlockTheSizeThatWasAskedForIt) {
+  fReadBuffer reader;
+  reader.cfg_buffers(2, kBlock, 3 * kBlock);
+  ASSERT_TRUE(reader.open_file(lettered_file(6 * kBlock).c_str(), true, false, false));
+
+  EXPECT_EQ(reader.getNextBlock(), 3 * kBlock);
+  EXPECT_EQ(next_letter(reader), 'D');
+}
+
+TEST_F(ScriptedReader, RoundsASmallerSizeThatWasAskedForLater) {
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 2, 8 * kBlock));
+  ASSERT_TRUE(reader.ensure_buffers());
+
+  reader.cfg_buffers(2, kBlock / 2 + 1, kBlock / 2 + 1);
+  ASSERT_GT(reader.getNextBlock(), 0U);
+
+  for (const test::StartedTransfer& transfer : transfers_.started()) {
+    EXPECT_EQ(transfer.size % 4096, 0U);
+    EXPECT_EQ(transfer.offset % 4096, 0U);
+  }
 }
 
 TEST_F(ScriptedReader, ClosingWaitsForWhatIsInFlight) {
@@ -327,6 +418,22 @@ TEST_F(ScriptedRawReads, AreSplitFromABreakValueOf65537On) {
   EXPECT_EQ(transfers_.started().size(), 1U + 5U);
   EXPECT_EQ(transfers_.started()[1], (StartedTransfer{true, 0, kPiece}));
   EXPECT_EQ(transfers_.started()[2], (StartedTransfer{true, kPiece, kPiece}));
+}
+
+TEST_F(ScriptedRawReads, OfAnUnbufferedFileHavePiecesOfWholeSectors) {
+  fReadBuffer::set_xfer_breakvalue(65537);
+  std::mt19937 random(3);
+  const std::string bytes = test::random_bytes(random, 40 * kBlock);
+  fReadBuffer reader;
+  ASSERT_TRUE(reader.open_file(write("raw", bytes).c_str(), true, false, true));
+  auto* to = static_cast<char*>(os_alloc(40 * kBlock, 0));
+
+  EXPECT_EQ(reader.read_raw_bytes(to, 0, 40 * kBlock, 40 * kBlock), 40 * kBlock);
+
+  EXPECT_GT(transfers_.started().size(), 2U);
+  EXPECT_TRUE(std::string(to, to + 40 * kBlock) == bytes);
+  EXPECT_EQ(errors(), Lines{});
+  os_free(to);
 }
 
 TEST_F(ScriptedRawReads, AreWholeUpToTwiceTheBreakValue) {

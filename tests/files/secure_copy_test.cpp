@@ -201,6 +201,16 @@ TEST_F(SecureCopy, TakesAPerCentSignInANameForWhatItIs) {
   EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to open '" + source + "'");
 }
 
+TEST_F(SecureCopy, LogsItsTextAsAFormatInWhichTwoPerCentSignsAreOne) {
+  const std::string source = below(directory_, "100%%d%%%.bin");
+  EXPECT_EQ(copy(source, below(directory_, "copy.bin"), kMd5), -2);
+
+  EXPECT_EQ(get_error_file_copy_secure(-2, true), "File Copy: failed to open '" + source + "'\n");
+
+  EXPECT_EQ(log_.last_line(),
+            "ERROR: File Copy: failed to open '" + below(directory_, "100%d%%.bin") + "'");
+}
+
 TEST_F(SecureCopy, AccumulatesTheBytes) {
   directory_.write("source.bin", "12345");
   bytes_ = 10;

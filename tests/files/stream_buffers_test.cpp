@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "files/copy_writer.h"
 #include "orsincore/io.h"
 #include "orsincore/memory.h"
 #include "tests/files/io_fixture.h"
@@ -54,18 +53,6 @@ TEST_F(StreamBuffers, WriterLeavesExactlyTheBytesThatWereWritten) {
   for (int round = 0; round < 60; ++round) {
     SCOPED_TRACE(round);
     fWriteBuffer writer(io_invalid_handle(), false);
-    ASSERT_NO_FATAL_FAILURE(write_random_file(writer, random));
-  }
-  EXPECT_EQ(errors(), Lines{});
-}
-
-TEST_F(StreamBuffers, ACopysWriterLeavesExactlyTheBytesThatWereWritten) {
-  const unsigned seed = 20261122;
-  SCOPED_TRACE(seed);
-  std::mt19937 random(seed);
-  CopyWriter writer;  // One for all files, as copies use it.
-  for (int round = 0; round < 60; ++round) {
-    SCOPED_TRACE(round);
     ASSERT_NO_FATAL_FAILURE(write_random_file(writer, random));
   }
   EXPECT_EQ(errors(), Lines{});

@@ -1,6 +1,7 @@
 // What the buffered writer asks of a scripted platform, and what it makes of failures.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -302,11 +303,90 @@ TEST_F(ScriptedWriter, ASizeThatIsRefusedTwiceIsAnErrorLine) {
 TEST_F(ScriptedWriter, AFileThatCannotBeOpenedAgainIsTheSameLineWithItsOwnReason) {
   add("0123");
   transfers_.refuse_sizes(1, 87);
-  transfers_.next_open({.is_refused = true, .error = 32});
+  transfers_.next_open({.is_refused = true, .error = 5});
+
+  EXPECT_EQ(writer_.close_file(true), 1);
+
+  EXPECT_EQ(log_.lines(), Lines{"ERROR: Writebuffer set FileSize : 'error 5'"});
+}
+
+TEST_F(ScriptedWriter, AFileThatAnotherLooksAtIsCutWhenHeIsDone) {
+  add("0123");
+  transfers_.refuse_sizes(1, 87);
+  for (int i = 0; i < 3; ++i) {
+    transfers_.next_open({.is_refused = true, .error = 32});
+  }
+
+  EXPECT_EQ(writer_.close_file(true), 1);
+
+  EXPECT_EQ(content("out"), "0123");
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(ScriptedWriter, AFileThatAnotherDoesNotLeaveKeepsItsSurplus) {
+  add("0123");
+  transfers_.refuse_sizes(1, 87);
+  for (int i = 0; i < 20; ++i) {
+    transfers_.next_open({.is_refused = true, .error = 32});
+  }
 
   EXPECT_EQ(writer_.close_file(true), 1);
 
   EXPECT_EQ(log_.lines(), Lines{"ERROR: Writebuffer set FileSize : 'error 32'"});
+  EXPECT_EQ(writer_.error(), 0);
+}
+
+TEST_F(ScriptedWriter, CountsAFileThatIsShorterThanItsData) {
+  const std::string bytes(2 * kUnit, 'd');
+  ASSERT_EQ(writer_.write_file(bytes.data(), 1, bytes.size()), bytes.size());
+  writer_.flush_buffers();
+  std::filesystem::resize_file(test::to_path(path("out")), kUnit);
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+  EXPECT_EQ(log_.lines(),
+            Lines{"ERROR: Writebuffer: '" + path("out") + "' has " + std::to_string(kUnit) +
+                  " of " + std::to_string(2 * kUnit) + " bytes"});
+}
+
+TEST_F(ScriptedWriter, CountsAFileOfWhichNothingIsKnown) {
+  add("0123");
+  transfers_.refuse_size_questions(1);
+  transfers_.refuse_sizes(2, 1224);
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+}
+
+// ---- Memory first, then a file
+
+TEST_F(ScriptedWriter, WhatCollectedInMemoryIsNotUsedForTransfers) {
+  writer_.close_file(true);
+  writer_.reset_buffers();
+  ASSERT_EQ(writer_.write_file("0123", 1, 4), 4U);  // Takes a block of the process heap.
+
+  ASSERT_TRUE(writer_.open_file(path("unbuffered").c_str(), 0, true));
+  add("4567");
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 0);
+  EXPECT_EQ(content("unbuffered"), "4567");
+  EXPECT_EQ(errors(), Lines{});
+}
+
+TEST_F(ScriptedWriter, BuffersOfAnotherAlignmentAreMadeAnew) {
+  writer_.close_file(true);
+  ASSERT_TRUE(writer_.set_buffer(10000, true));
+
+  ASSERT_TRUE(writer_.open_file(path("unbuffered").c_str(), 0, true));
+  const std::string bytes(50000, 'u');
+  ASSERT_EQ(writer_.write_file(bytes.data(), 1, bytes.size()), bytes.size());
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 0);
+  EXPECT_TRUE(content("unbuffered") == bytes);
 }
 
 TEST_F(ScriptedWriter, AHandleOfItsOwnersIsNotOpenedAgain) {

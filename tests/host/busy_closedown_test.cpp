@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "tests/host/child_process.h"
+#include "tests/support/kit_path.h"
 
 namespace orsin {
 namespace {
@@ -13,7 +14,8 @@ constexpr int kClosedownsUsual = 8;
 class BusyClosedown : public test::HostTest {
  protected:
   BusyClosedown() {
-    const auto plugin = std::filesystem::absolute(ORSIN_TEST_PLUGINS "/plugin_plain.dll");
+    const auto plugin = test::to_path(
+        test::kit_path("tests/plugins/plugin_plain.dll", ORSIN_TEST_PLUGINS "/plugin_plain.dll"));
     SetEnvironmentVariableA("ORSIN_TEST_PLUGIN", plugin.string().c_str());
   }
 

@@ -54,10 +54,9 @@ TEST_F(Order, OfStartUpIsFixed) {
 TEST_F(Order, OfClosedownIsFixed) {
   EXPECT_EQ(run("close", "-dd"), 0);
 
-  EXPECT_EQ(steps("Closedown"),
-            (Steps{"copy streams", "transfers", "standard heaps", "memory", "executor",
-                   "background worker", "thread table", "directory names", "single instance",
-                   "localisation", "library loader"}));
+  EXPECT_EQ(steps("Closedown"), (Steps{"transfers", "standard heaps", "memory", "executor",
+                                       "background worker", "thread table", "directory names",
+                                       "single instance", "localisation", "library loader"}));
 }
 
 TEST_F(Order, TheClosingLineStandsBetweenTheInstanceAndTheLocalisation) {

@@ -143,7 +143,8 @@ TEST_F(RealLibraries, FindsADependencyBesideItWithFlagOneOnly) {
 
 TEST_F(RealLibraries, FindsARelativePathWithFlagOneAsWithout) {
   const std::filesystem::path current = std::filesystem::current_path();
-  std::filesystem::current_path(std::filesystem::path(ORSIN_TEST_PLUGINS).parent_path());
+  std::filesystem::current_path(
+      test::to_path(test::kit_path("tests/plugins", ORSIN_TEST_PLUGINS)).parent_path());
   const std::string name = "plugins\\plugin_dependent.dll";
 
   void* module = ov_open_library(name.c_str(), 1);

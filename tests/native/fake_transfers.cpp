@@ -13,6 +13,7 @@ void forget_script() {
   script.every = {};
   script.ends_by_release_only = false;
   script.time_outs = script.interruptions = script.wait_failures = script.size_refusals = 0;
+  script.size_questions_refused = 0;
   script.wait_error = script.size_error = script.zeroing_error = 0;
   script.opens.clear();
   script.is_watched = false;
@@ -97,6 +98,11 @@ void FakeTransfers::refuse_sizes(int count, std::uint32_t error) {
 void FakeTransfers::refuse_zeroing(std::uint32_t error) {
   const Guard guard(transfer_script().mutex);
   transfer_script().zeroing_error = error;
+}
+
+void FakeTransfers::refuse_size_questions(int count) {
+  const Guard guard(transfer_script().mutex);
+  transfer_script().size_questions_refused = count;
 }
 
 std::vector<StartedTransfer> FakeTransfers::started() const {

@@ -5,6 +5,9 @@
 //   transfers.next({.pends = true, .bytes = 5});  // The one after it runs, and ends short.
 //   transfers.release_oldest();                 // Now it has ended.
 //
+// Files opened unbuffered refuse what Windows refuses: transfers whose offset, size or address is not
+// a multiple of the sector, with error 87.
+//
 // A pending transfer ends when it is released, cancelled, or waited for with a time-out other than
 // 0: then it is the waiter who carries it out, so that one thread is enough for a test. With
 // `ends_by_release_only` waiters really wait, for a thread that plays the disk.
@@ -62,6 +65,7 @@ class FakeTransfers {
   void next_open(const OpenFate& fate);
   void refuse_sizes(int count, std::uint32_t error);
   void refuse_zeroing(std::uint32_t error);
+  void refuse_size_questions(int count);  ///< The next sizes of files are not told.
 
   [[nodiscard]] std::vector<StartedTransfer> started() const;
   [[nodiscard]] std::vector<port::OpenMode> opened() const;

@@ -13,7 +13,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "base/path_buffer.h"
 #include "files/directory_enumeration.h"
@@ -30,6 +32,11 @@ namespace orsin::test {
 FakeAccess& fake_access() {
   static FakeAccess access;
   return access;
+}
+
+std::function<void()>& after_missing() {
+  static std::function<void()> job;
+  return job;
 }
 
 std::atomic<int>& path_calls() {
@@ -137,6 +144,9 @@ bool final_path(const char* path, char* real, std::size_t size) noexcept {
 bool read_attributes(const char* path, std::uint32_t& attributes) noexcept {
   FileFacts facts;
   if (!read_facts(path, facts)) {
+    if (auto& job = test::after_missing(); job) {
+      std::exchange(job, nullptr)();
+    }
     return false;
   }
   attributes = facts.attributes;
@@ -184,6 +194,16 @@ bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcep
 
 bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept {
   return write_attributes(path, attributes);
+}
+
+bool make_file(const char* path) noexcept {
+  const int file = ::open(native_path(path).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
+  if (file < 0) {
+    errno = errno == EEXIST ? static_cast<int>(kErrorFileExists) : errno;
+    return false;
+  }
+  ::close(file);
+  return true;
 }
 
 bool make_directory(const char* path) noexcept {

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -23,6 +25,17 @@ int descriptor_of(void* file) {
 
 void* file_of(int descriptor) {
   return reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor + 1));
+}
+
+namespace {
+
+// By descriptor. Handles come and go on many threads.
+std::array<std::atomic<bool>, 4096> unbuffered;
+
+}  // namespace
+
+bool is_unbuffered(void* file) {
+  return unbuffered[static_cast<std::size_t>(descriptor_of(file)) % unbuffered.size()];
 }
 
 }  // namespace test
@@ -76,7 +89,11 @@ void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {
     const std::uint32_t found = was_there ? kErrorAlreadyExists : 0;
     errno = static_cast<int>(fate.error != 0 ? fate.error : found);
   }
-  return descriptor < 0 ? io_invalid_handle() : file_of(descriptor);
+  if (descriptor < 0) {
+    return io_invalid_handle();
+  }
+  unbuffered[static_cast<std::size_t>(descriptor) % unbuffered.size()] = mode.unbuffered;
+  return file_of(descriptor);
 }
 
 void close_file(void* file) noexcept {
@@ -86,6 +103,13 @@ void close_file(void* file) noexcept {
 }
 
 bool get_file_size(void* file, std::uint64_t& size) noexcept {
+  {
+    const std::lock_guard guard(transfer_script().mutex);
+    if (transfer_script().size_questions_refused > 0) {
+      --transfer_script().size_questions_refused;
+      return false;
+    }
+  }
   struct stat status = {};
   if (::fstat(descriptor_of(file), &status) != 0) {
     return false;

@@ -13,6 +13,7 @@
 #include "base/wait_list.h"
 #include "base/wait_time.h"
 #include "orsincore/threads.h"
+#include "tests/native/counted_primitives.h"
 #include "tests/native/fake_clock.h"
 
 struct __mutex_str {
@@ -83,6 +84,7 @@ void mp_delete_mutex(__mutex_str* mutex) {
 }
 
 int mp_get_mutex(__mutex_str* mutex) {
+  ++orsin::test::primitive_calls().locks;
   mutex->mutex.lock();
   return 0;
 }
@@ -117,10 +119,12 @@ int mp_cond_timedwait(__cond_str* condition, __mutex_str* mutex, long long nanos
 }
 
 void mp_cond_signal(__cond_str* condition) {
+  ++orsin::test::primitive_calls().wakes;
   condition->waiters.signal();
 }
 
 void mp_cond_broadcast(__cond_str* condition) {
+  ++orsin::test::primitive_calls().wakes;
   condition->waiters.broadcast();
 }
 
@@ -156,6 +160,11 @@ void mp_yield() {
 }
 
 namespace orsin::test {
+
+PrimitiveCalls& primitive_calls() {
+  thread_local PrimitiveCalls calls;
+  return calls;
+}
 
 FakeClock& fake_clock() {
   static FakeClock clock;

@@ -45,6 +45,7 @@ struct TransferScript {
   std::deque<OpenFate> opens;
   int size_refusals = 0;
   std::uint32_t size_error = 0;
+  int size_questions_refused = 0;
   std::uint32_t zeroing_error = 0;
 
   bool is_watched = false;  // Only then is what happens noted.
@@ -63,5 +64,11 @@ bool transfer_now(const PendingTransfer& transfer, std::uint32_t& bytes);
 /// The descriptor of a native handle, which is one more, and back.
 int descriptor_of(void* file);
 void* file_of(int descriptor);
+
+/// Whether the handle was opened past the system's cache.
+bool is_unbuffered(void* file);
+
+/// What transfers past the cache are made of: as on drives of today, and a page.
+constexpr std::uint64_t kSectorBytes = 4096;
 
 }  // namespace orsin::test

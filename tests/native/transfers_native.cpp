@@ -124,8 +124,18 @@ TransferFate next_fate_locked() {
   return fate;
 }
 
+bool is_aligned(const PendingTransfer& transfer) {
+  return transfer.offset % kSectorBytes == 0 && transfer.size % kSectorBytes == 0 &&
+         reinterpret_cast<std::uintptr_t>(transfer.buffer) % kSectorBytes == 0;
+}
+
 port::TransferStart start(PendingTransfer transfer) {
   TransferScript& script = transfer_script();
+  if (is_unbuffered(transfer.file) && !is_aligned(transfer)) {
+    end_transfer(*transfer.record, {port::kErrorInvalidParameter, 0});
+    errno = static_cast<int>(port::kErrorInvalidParameter);
+    return {false, 0, port::kErrorInvalidParameter};
+  }
   {
     const std::lock_guard guard(script.mutex);
     transfer.event->is_signalled = false;

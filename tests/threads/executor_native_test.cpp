@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "orsincore/threads.h"
+#include "tests/native/counted_primitives.h"
 #include "tests/native/fake_processors.h"
 #include "tests/support/log_capture.h"
 #include "tests/threads/gate.h"
@@ -65,6 +66,29 @@ void note_part(void* parts, void*, void*, void*, void*, void*) {
 void execute_noting(std::atomic<int>* parts) {
   smp_exec(reinterpret_cast<void (*)()>(note_part), parts, nullptr, nullptr, nullptr, nullptr,
            nullptr);
+}
+
+// The ring has a mutex of its own, which nobody else wants meanwhile: one locking a part is its.
+TEST(ExecutorOnTheStandIn, ACallTakesTheQueuesLockOnceAndWakesOnce) {
+  for (const int workers : {2, 8, 32}) {
+    SCOPED_TRACE(workers);
+    ASSERT_EQ(start_executor(workers), workers);
+    std::atomic<int> parts[32] = {};
+    const test::PrimitiveCalls before = test::primitive_calls();
+
+    execute_noting(parts);
+
+    constexpr int kQueueAndCount = 2;
+    const test::PrimitiveCalls& after = test::primitive_calls();
+    // The ring is asked for its count before each push, under the same mutex of its own.
+    EXPECT_LE(after.locks - before.locks, kQueueAndCount + 2 * workers);
+    EXPECT_EQ(after.wakes - before.wakes, 1);
+    for (int part = 0; part < workers; ++part) {
+      EXPECT_EQ(parts[part].load(), 1);
+    }
+    stop_executor();
+  }
+  stop_thread_table();
 }
 
 class ExecutorRefusedHalfWay : public testing::Test {

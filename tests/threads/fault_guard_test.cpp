@@ -12,8 +12,6 @@
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 
-#include <malloc.h>
-
 namespace {
 
 constexpr unsigned int kAccessViolation = 0xC0000005;
@@ -100,19 +98,21 @@ TEST(FaultInAThreadDeathTest, BlockStandsBetweenLinesOf56Asterisks) {
 
 #if defined(__MINGW32__)
 
-// Whatever allocates from now on faults, a throw included. The log is as start-up leaves it: its
-// stream has no buffer that would still have to be made, and it has written before.
-void take_heap_away() {
-  std::setvbuf(stderr, nullptr, _IONBF, 0);
-  msgwarn("the heap goes");
+// Whatever allocates from now on faults, a throw included: the C run-time library's allocator becomes
+// an instruction that does not exist.
+void break_allocator() {
+  constexpr unsigned char kIllegal[] = {0x0F, 0x0B};
+  void* allocator =
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("msvcrt.dll"), "malloc"));
   DWORD old_protection = 0;
-  VirtualProtect(reinterpret_cast<void*>(_get_heap_handle()), 1, PAGE_NOACCESS, &old_protection);
+  VirtualProtect(allocator, sizeof(kIllegal), PAGE_EXECUTE_READWRITE, &old_protection);
+  std::memcpy(allocator, kIllegal, sizeof(kIllegal));
 }
 
 TEST(FaultInAThreadDeathTest, AFaultOnADamagedHeapEndsTheProcessWithTheBlock) {
   EXPECT_EXIT(run_in_thread("Damaged",
                             [](void*) {
-                              take_heap_away();
+                              break_allocator();
                               read_null();
                             }),
               testing::ExitedWithCode(-1), "THREAD\\(Damaged\\): Fatal Error \\(VM: ");
@@ -121,10 +121,11 @@ TEST(FaultInAThreadDeathTest, AFaultOnADamagedHeapEndsTheProcessWithTheBlock) {
 TEST(FaultInAThreadDeathTest, AFaultInsideTheAllocatorEndsTheProcessWithTheBlock) {
   EXPECT_EXIT(run_in_thread("Allocator",
                             [](void*) {
-                              take_heap_away();
+                              break_allocator();
                               sink = std::malloc(100) != nullptr ? 1 : 0;
                             }),
-              testing::ExitedWithCode(-1), "THREAD\\(Allocator\\): Fatal Error \\(VM: ");
+              testing::ExitedWithCode(-1),
+              "THREAD\\(Allocator\\): Fatal Error, Exception: 0xc000001d \\(VM: ");
 }
 
 #endif

@@ -12,7 +12,7 @@ namespace host::ingest {
 namespace {
 
 constexpr long long kTickNs = 20'000'000;
-constexpr std::size_t kLargeAtOnce = 2;  // One is copied while another is read back.
+constexpr std::size_t kLargeAtOnce = kRings + 1;  // One may be read back meanwhile.
 
 }  // namespace
 
@@ -24,20 +24,20 @@ CopyRun::CopyRun(SharedRun& run, const Plan& plan, std::vector<FileRecord>& reco
 }
 
 CopyRun::~CopyRun() {
-  if (run_.ring_memory != nullptr) {
-    os_free(run_.ring_memory);
-    run_.ring_memory = nullptr;
-  }
-  if (buffers_ != nullptr) {
-    os_free(buffers_);
+  for (void* const memory : memory_) {
+    os_free(memory);
   }
 }
 
 std::string CopyRun::carry_out(int jobs, const std::function<void(const Status&)>& on_tick) {
-  run_.ring_memory = static_cast<unsigned char*>(os_alloc(kRingBlocks * kRingBlockBytes, 0));
-  buffers_ =
-      static_cast<unsigned char*>(os_alloc(static_cast<std::uint64_t>(jobs) * kSmallFileBytes, 0));
-  if (run_.ring_memory == nullptr || buffers_ == nullptr) {
+  buffers_ = allocate(static_cast<std::size_t>(jobs) * kSmallFileBytes);
+  bool has_memory = buffers_ != nullptr;
+  for (Ring& ring : run_.rings) {
+    // Without large files nobody looks at it.
+    ring.memory = large_.empty() ? nullptr : allocate(kRingBlocks * kRingBlockBytes);
+    has_memory = has_memory && (large_.empty() || ring.memory != nullptr);
+  }
+  if (!has_memory) {
     return "not enough memory";
   }
   make_directories();
@@ -67,6 +67,14 @@ std::string CopyRun::carry_out(int jobs, const std::function<void(const Status&)
   finish_directories();
   on_tick(status());
   return {};
+}
+
+unsigned char* CopyRun::allocate(std::size_t bytes) {
+  void* const memory = os_alloc(bytes, 0);
+  if (memory != nullptr) {
+    memory_.push_back(memory);
+  }
+  return static_cast<unsigned char*>(memory);
 }
 
 Status CopyRun::status() const {

@@ -1,8 +1,8 @@
 // Carries a plan out: directories, then all files by several lanes, then the times of directories.
 //
 // A lane is a thread that takes one file after the other. Small files go whole through its own
-// buffer, so several are in flight; a large one has the ring, its hasher and its writers to itself,
-// and while it is being read back the next large one is copied.
+// buffer, so several are in flight; a large one has a ring, a hasher and writers to itself, of which
+// there are two sets, and while it is being read back the next large one is copied.
 #pragma once
 
 #include <functional>
@@ -30,6 +30,7 @@ class CopyRun {
   [[nodiscard]] Status status() const;
 
  private:
+  [[nodiscard]] unsigned char* allocate(std::size_t bytes);
   void make_directories();
   void finish_directories();
   static void run_lane(void* self);
@@ -42,7 +43,8 @@ class CopyRun {
   double started_;
   std::vector<std::size_t> small_;
   std::vector<std::size_t> large_;
-  unsigned char* buffers_ = nullptr;
+  std::vector<void*> memory_;
+  unsigned char* buffers_ = nullptr;  // One for each lane.
   Mutex mutex_;
   // Guarded by the mutex.
   std::size_t next_small_ = 0;

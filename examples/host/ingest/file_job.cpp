@@ -30,15 +30,16 @@ struct HashWork {
   XxhHasher xxh64;
 };
 
-// A part of a job of the executor: the two hashes side by side.
-void hash_part(HashWork* work, const Block* block) {
-  const int parts = smp_numprocs();
-  for (int part = smp_id(); part < 2; part += std::max(parts, 1)) {
-    if (part == 0) {
-      work->md5.add(block->data, block->bytes);
-    } else {
-      work->xxh64.add(block->data, block->bytes);
-    }
+// A part of a job of the executor: the two hashes side by side. Files that are hashed at the same
+// time begin at different workers, for MD5 takes nearly all of the time.
+void hash_part(HashWork* work, const Block* block, const std::size_t* turn) {
+  const auto parts = static_cast<std::size_t>(std::max(smp_numprocs(), 1));
+  const auto part = static_cast<std::size_t>(std::max(smp_id(), 0));
+  if (part == *turn % parts) {
+    work->md5.add(block->data, block->bytes);
+  }
+  if (part == (*turn + 1) % parts) {
+    work->xxh64.add(block->data, block->bytes);
   }
 }
 
@@ -176,7 +177,7 @@ std::string FileJob::read_source() {
   if (io_get_filesize64(source, nullptr) != static_cast<long long>(file_.size)) {
     problem = "it has changed since the plan was made";
   } else {
-    problem = file_.size > kSmallFileBytes ? copy_large(source) : copy_small(source);
+    problem = copy(source);
   }
   // Nobody else may write meanwhile, but a disk that goes away may cut it.
   if (problem.empty() && io_get_filesize64(source, nullptr) != static_cast<long long>(file_.size)) {
@@ -185,6 +186,15 @@ std::string FileJob::read_source() {
   io_close64(source);
   hash_time_ = now_ticks();
   return problem;
+}
+
+std::string FileJob::copy(void* source) {
+  if (file_.size <= kSmallFileBytes) {
+    return copy_small(source);
+  }
+  const std::size_t turn = run_.large_files++ % kRings;
+  const Guard one_at_a_time(run_.rings[turn].in_use.get());
+  return copy_large(source, run_.rings[turn].memory, turn);
 }
 
 std::string FileJob::copy_small(void* source) {
@@ -210,12 +220,11 @@ std::string FileJob::copy_small(void* source) {
   return {};
 }
 
-std::string FileJob::copy_large(void* source) {
-  const Guard one_at_a_time(run_.large_file.get());
+std::string FileJob::copy_large(void* source, unsigned char* memory, std::size_t turn) {
   create_parts();
-  BlockRing ring(run_.ring_memory, kRingBlockBytes, kRingBlocks, targets_.size() + 1);
+  BlockRing ring(memory, kRingBlockBytes, kRingBlocks, targets_.size() + 1);
   std::deque<Helper> helpers;
-  helpers.emplace_back("ingest hasher", [this, &ring] { run_hasher(ring); });
+  helpers.emplace_back("ingest hasher", [this, &ring, turn] { run_hasher(ring, turn); });
   for (std::size_t i = 0; i < targets_.size(); ++i) {
     helpers.emplace_back("ingest writer",
                          [this, &ring, i] { run_writer(targets_[i], ring, i + 1); });
@@ -264,11 +273,11 @@ std::string FileJob::fill_ring(void* source, BlockRing& ring) {
   return {};
 }
 
-void FileJob::run_hasher(BlockRing& ring) {
+void FileJob::run_hasher(BlockRing& ring, std::size_t turn) {
   HashWork work;
   Block block;
   while (ring.next(0, block)) {
-    smp_exec(reinterpret_cast<void (*)()>(hash_part), &work, &block, nullptr, nullptr, nullptr,
+    smp_exec(reinterpret_cast<void (*)()>(hash_part), &work, &block, &turn, nullptr, nullptr,
              nullptr);
   }
   hashes_ = {work.xxh64.digest(), work.md5.digest()};

@@ -6,6 +6,7 @@
 // write itself is ever replaced.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -24,14 +25,21 @@ namespace host::ingest {
 inline constexpr std::size_t kSmallFileBytes = kReadBackBytes;  // Up to here a file is one block.
 inline constexpr std::size_t kRingBlockBytes = 4U << 20;
 inline constexpr std::size_t kRingBlocks = 8;
+inline constexpr std::size_t kRings = 2;  // Two files are hashed side by side.
+
+/// What a large file goes through, one at a time.
+struct Ring {
+  unsigned char* memory = nullptr;
+  Mutex in_use;
+};
 
 /// What all lanes share.
 struct SharedRun {
   std::string card;
   bool verify = false;
   std::vector<Destination*> destinations;
-  unsigned char* ring_memory = nullptr;  // One large file at a time uses it.
-  Mutex large_file;                      // Held while it does.
+  std::array<Ring, kRings> rings;
+  std::atomic<std::size_t> large_files = 0;  // Begun so far: they take turns at the rings.
   std::atomic<std::uint64_t> bytes_read = 0;
   std::atomic<std::uint64_t> bytes_compared = 0;
   std::atomic<std::uint64_t> files_done = 0;
@@ -69,13 +77,14 @@ class FileJob {
   [[nodiscard]] bool wants_bytes() const;
 
   [[nodiscard]] std::string read_source();
+  [[nodiscard]] std::string copy(void* source);
   [[nodiscard]] std::string copy_small(void* source);
-  [[nodiscard]] std::string copy_large(void* source);
+  [[nodiscard]] std::string copy_large(void* source, unsigned char* memory, std::size_t turn);
   [[nodiscard]] std::string fill_ring(void* source, BlockRing& ring);
   void write_part(Target& target, const unsigned char* data, std::uint64_t offset,
                   std::size_t bytes);
   void run_writer(Target& target, BlockRing& ring, std::size_t user);
-  void run_hasher(BlockRing& ring);
+  void run_hasher(BlockRing& ring, std::size_t turn);
 
   void close_parts(bool keep);
   void settle(Target& target);

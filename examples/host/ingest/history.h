@@ -22,7 +22,7 @@ struct History {
   std::map<std::string, Expected> expected;  // By relative path, with slashes.
 };
 
-/// Reads the chain and all its generations, whose C4 must be what the chain says. Returns empty, or
+/// Finishes what a run that was killed left undone, then reads the chain and all its generations, whose C4 must be what the chain says. Returns empty, or
 /// why the history cannot be trusted.
 [[nodiscard]] std::string load_history(const std::string& folder, History& history);
 

@@ -44,10 +44,10 @@ std::vector<Rate> rates_of(const std::vector<Sample>& samples) {
   return rates;
 }
 
-// 1, 2 or 5 times a power of ten, not below the value.
+// 1, 2, 3 or 5 times a power of ten, not below the value.
 double round_limit(double value) {
   const double power = std::pow(10, std::floor(std::log10(std::max(value, 0.1))));
-  for (const double factor : {1.0, 2.0, 5.0}) {
+  for (const double factor : {1.0, 2.0, 3.0, 5.0}) {
     if (value <= factor * power) {
       return factor * power;
     }

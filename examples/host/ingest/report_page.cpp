@@ -28,7 +28,7 @@ h2{font-size:1.05rem;margin:0 0 .75rem}
 section{background:var(--card);border:1px solid var(--line);border-radius:.75rem;padding:1.25rem 1.5rem;
 margin:0 0 1rem;break-inside:avoid}
 section.problems{border-color:var(--bad)}
-dl.facts{display:grid;grid-template-columns:repeat(auto-fit,minmax(9rem,1fr));gap:1rem;margin:0}
+dl.facts{display:flex;flex-wrap:wrap;gap:1rem 2.5rem;margin:0}
 dt{color:var(--soft);font-size:.85rem}dd{margin:0;font-weight:600;overflow-wrap:anywhere}
 .path{font-family:Consolas,"DejaVu Sans Mono",monospace;font-size:.9em;overflow-wrap:anywhere}
 ul{margin:0;padding:0;list-style:none}li{padding:.5rem 0;border-top:1px solid var(--line)}
