@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -26,8 +27,11 @@ using test::FrameHeap;
 using test::Lines;
 using test::LogCapture;
 
+// Wine's Python is the system's own, which knows the script by the system's name for it.
 const std::string kScript =
-    test::kit_path("servers/websocket.py", ORSIN_TEST_SERVERS "/websocket.py");
+    std::getenv("ORSIN_TEST_PYTHON") != nullptr
+        ? test::kit_path("servers/websocket.py", ORSIN_TEST_SERVERS "/websocket.py")
+        : ORSIN_TEST_SERVERS "/websocket.py";
 
 // One server for all tests of a run; started by the first that needs it.
 class SharedServer : public testing::Environment {
