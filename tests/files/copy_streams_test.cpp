@@ -31,9 +31,7 @@ class CopyStreams : public testing::Test {
     os_allocation::start();
     start_thread_table();
   }
-  void TearDown() override {
-    stop_thread_table();
-  }
+  void TearDown() override { stop_thread_table(); }
 
   std::string in(const std::string& name) const { return below(directory_, name.c_str()); }
   std::string content(const std::string& name) const {
