@@ -112,7 +112,8 @@ bool install_locale(const char* path, const char* domain, const char* name,
     const std::locale ours = make_locale(path, domain, name);
     const auto& info = std::use_facet<bl::info>(ours);
     parts = {info.language(), info.country(), info.variant()};
-    auto installing = std::make_unique<InstalledLocale>(ours, find_messages(ours), std::locale());
+    auto installing = std::make_unique<InstalledLocale>(
+        InstalledLocale{ours, find_messages(ours), std::locale()});
     set_process_locale(ours);
     installed = installing.release();
     return true;
@@ -129,8 +130,8 @@ void remove_locale() noexcept {
   try {
     set_process_locale(ending->before);
   } catch (const std::bad_alloc&) {
-    std::locale::global(
-        ending->before);  // Ours must not stay, whatever becomes of the C library's.
+    // Ours must not stay, whatever becomes of the C library's.
+    std::locale::global(ending->before);
   }
 }
 

@@ -38,7 +38,7 @@ std::string internet_problem(unsigned long code, const std::string& system_text)
   if (code < kInternetCodes || code >= kInternetCodesEnd) {
     return system_text;
   }
-  const std::string number = "internet code " + std::to_string(code);
+  std::string number = "internet code " + std::to_string(code);
   for (const auto& known : kMeanings) {
     if (known.code == code) {
       return std::string(known.meaning) + " (" + number + ")";

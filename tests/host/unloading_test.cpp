@@ -4,8 +4,10 @@
 #include <io.h>
 
 #include <cstdio>
+#include <string>
 
 #include "base/win/windows.h"
+#include "tests/support/kit_path.h"
 #include "tests/support/temporary_directory.h"
 
 namespace orsin {
@@ -13,8 +15,9 @@ namespace {
 
 // The process's run-time library is the DLL's too, and so is this stream.
 TEST(Unloading, LeavesAStandardErrorAloneThatNeverBecameTheLog) {
-  HMODULE library = LoadLibraryExW(test::to_path(ORSIN_TEST_LIBRARY).make_preferred().c_str(),
-                                   nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  const std::string path = test::kit_path("tests/orsincore.dll", ORSIN_TEST_LIBRARY);
+  HMODULE library =
+      LoadLibraryExW(test::to_path(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   ASSERT_NE(library, nullptr);
 
   EXPECT_NE(FreeLibrary(library), 0);
