@@ -3,6 +3,8 @@
 #include <array>
 #include <charconv>
 
+#include "examples/host/markup.h"
+
 namespace host {
 namespace {
 
@@ -21,29 +23,6 @@ std::string number(double value) {
     result.pop_back();
   }
   return result == "-0" ? "0" : result;
-}
-
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char character : text) {
-    switch (character) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += character;
-    }
-  }
-  return result;
 }
 
 std::string_view name_of(SvgAnchor anchor) {

@@ -6,34 +6,12 @@
 #include "examples/host/ingest/directory_hashes.h"
 #include "examples/host/ingest/manifest.h"
 #include "examples/host/ingest/utc_text.h"
+#include "examples/host/markup.h"
 
 namespace host::ingest {
 namespace {
 
 constexpr std::string_view kHead = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char letter : text) {
-    switch (letter) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += letter;
-    }
-  }
-  return result;
-}
 
 std::string time_attribute(std::string_view name, std::uint64_t ticks) {
   return ticks == 0 ? std::string() : " " + std::string(name) + "=\"" + iso_time(ticks) + "\"";

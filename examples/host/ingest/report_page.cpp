@@ -7,6 +7,7 @@
 #include "examples/host/ingest/report_chart.h"
 #include "examples/host/ingest/status_text.h"
 #include "examples/host/ingest/utc_text.h"
+#include "examples/host/markup.h"
 
 namespace host::ingest {
 namespace {
@@ -49,29 +50,6 @@ border-bottom:1px solid var(--line);vertical-align:top}
 body{font-size:10pt}main{max-width:none;padding:0}section{border-radius:0;padding:.75rem 1rem}
 .verdict{border:1px solid currentColor}.hash{white-space:normal;overflow-wrap:anywhere}}
 )";
-
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char letter : text) {
-    switch (letter) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += letter;
-    }
-  }
-  return result;
-}
 
 std::string path_span(std::string_view path) {
   return "<span class=\"path\">" + escaped(path) + "</span>";
