@@ -42,7 +42,7 @@ bool read_whole(void* file, unsigned char* buffer, std::uint32_t size) {
   return done == size;
 }
 
-bool write_whole(void* file, const unsigned char* data, std::uint32_t size) {
+bool write_at_once(void* file, const unsigned char* data, std::uint32_t size) {
   std::uint32_t count = 0;
   return port::write_on(file, data, size, count) && count == size;
 }
@@ -89,7 +89,7 @@ SmallCopy::Result SmallCopy::copy_opened(void* source, const char* destination,
   std::uint64_t old_size = 0;
   const bool was_there = port::last_system_error() == port::kErrorAlreadyExists;
   if (!file.is_open() || (was_there && !may_replace(file.get(), old_size)) ||
-      !write_whole(file.get(), buffer_.get(), size) ||
+      !write_at_once(file.get(), buffer_.get(), size) ||
       (old_size > size && !port::set_file_size(file.get(), size))) {
     return Result::kNotDone;
   }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "examples/host/console.h"
+#include "examples/host/ingest/lanes.h"
 #include "orsincore/files.h"
 #include "orsincore/memory.h"
 #include "orsincore/threads.h"
@@ -11,7 +12,6 @@
 namespace host::ingest {
 namespace {
 
-constexpr long long kTickNs = 20'000'000;
 constexpr std::size_t kLargeAtOnce = kRings + 1;  // One may be read back meanwhile.
 
 }  // namespace
@@ -41,27 +41,14 @@ std::string CopyRun::carry_out(int jobs, const std::function<void(const Status&)
     return "not enough memory";
   }
   make_directories();
-  std::vector<unsigned int> threads;
-  lanes_at_work_ = jobs;
-  for (int i = 0; i < jobs; ++i) {
-    const unsigned int thread = mp_start_thread("ingest lane", run_lane, this);
-    if (thread == 0xFFFFFFFF) {
-      lanes_at_work_ -= 1;
-    } else {
-      threads.push_back(thread);
-    }
-  }
-  while (lanes_at_work_ > 0) {
-    mp_timedwait(kTickNs);
-    on_tick(status());
-    for (Destination* destination : run_.destinations) {
-      destination->flush(false);
-    }
-  }
-  for (const unsigned int thread : threads) {
-    mp_join_thread(thread, 0xFFFFFFFF);
-  }
-  if (threads.empty()) {
+  const std::size_t started =
+      run_lanes("ingest lane", jobs, run_lane, this, lanes_at_work_, [this, &on_tick] {
+        on_tick(status());
+        for (Destination* destination : run_.destinations) {
+          destination->flush(false);
+        }
+      });
+  if (started == 0) {
     return "no thread could be started";
   }
   finish_directories();

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "examples/host/console.h"
+#include "examples/host/ingest/lanes.h"
 #include "examples/host/ingest/names.h"
 #include "examples/host/ingest/read_back.h"
 #include "examples/host/ingest/storage.h"
@@ -11,11 +12,7 @@
 #include "orsincore/threads.h"
 
 namespace host::ingest {
-namespace {
-
-constexpr long long kTickNs = 20'000'000;
-
-}  // namespace
+namespace {}  // namespace
 
 FolderCheck::FolderCheck(std::string folder, const History& history, const FinishedFiles& fresh,
                          const std::set<std::string>& left_out)
@@ -39,27 +36,12 @@ std::string FolderCheck::carry_out(
       return "not enough memory";
     }
   }
-  std::vector<unsigned int> threads;
-  lanes_at_work_ = lanes;
-  for (int i = 0; i < lanes; ++i) {
-    const unsigned int thread = mp_start_thread("check lane", run_lane, this);
-    if (thread == 0xFFFFFFFF) {
-      lanes_at_work_ -= 1;
-    } else {
-      threads.push_back(thread);
-    }
-  }
-  while (lanes_at_work_ > 0) {
-    mp_timedwait(kTickNs);
-    on_tick(bytes_read_, bytes_);
-  }
-  for (const unsigned int thread : threads) {
-    mp_join_thread(thread, 0xFFFFFFFF);
-  }
+  const std::size_t started = run_lanes("check lane", lanes, run_lane, this, lanes_at_work_,
+                                        [this, &on_tick] { on_tick(bytes_read_, bytes_); });
   if (cancel_requested()) {
     return "stopped";
   }
-  if (lanes > 0 && threads.empty()) {
+  if (lanes > 0 && started == 0) {
     return "no thread could be started";
   }
   judge();
