@@ -49,6 +49,25 @@ class NamedEvent {
   HANDLE event_;
 };
 
+/// Lets one test process of the session at a time pass: for what all processes share.
+class OneAtATime {
+ public:
+  explicit OneAtATime(const std::string& name)
+      : mutex_(CreateMutexW(nullptr, FALSE, to_path(name).c_str())) {
+    const DWORD result = WaitForSingleObject(mutex_, 10 * kDeadlineMs);
+    EXPECT_TRUE(result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) << name;
+  }
+  ~OneAtATime() {
+    ReleaseMutex(mutex_);
+    CloseHandle(mutex_);
+  }
+  OneAtATime(const OneAtATime&) = delete;
+  OneAtATime& operator=(const OneAtATime&) = delete;
+
+ private:
+  HANDLE mutex_;
+};
+
 /// The test host's path.
 std::string host_program();
 

@@ -53,6 +53,8 @@ class SecondInstance : public test::HostTest {
     return {};
   }
 
+  // All processes of the library share one record: another test's arguments would replace ours.
+  test::OneAtATime alone_{"OrsinSecondInstanceTest"};
   std::optional<NamedEvent> ready_;
   std::optional<NamedEvent> ask_;
   std::optional<ChildProcess> first_;
