@@ -456,6 +456,18 @@ TEST_F(ScriptedWriter, WithoutABufferNothingIsTaken) {
   EXPECT_EQ(content("other"), "");
 }
 
+TEST_F(ScriptedWriter, ANumberThatIsPutWithoutABufferCountsAnError) {
+  const test::PagesScript machine;
+  machine->commits_granted = 0;
+  fWriteBuffer writer(io_invalid_handle(), false);
+  ASSERT_TRUE(writer.open_file(path("other").c_str(), 0, false));
+  ASSERT_EQ(writer.error(), 0);
+
+  writer.put_int(7);
+
+  EXPECT_GT(writer.error(), 0);
+}
+
 TEST_F(ScriptedWriter, ALargerBufferThatCannotBeHadLeavesTheSmallerOne) {
   add("before");
   const test::PagesScript machine;

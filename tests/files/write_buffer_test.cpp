@@ -289,6 +289,33 @@ TEST_F(WriteBuffer, AStepAheadInsideTheBufferLeavesZeroes) {
   EXPECT_EQ(content("out"), std::string("ab\0\0\0c", 6));
 }
 
+TEST_F(WriteBuffer, AStepOverWhatTheCallerHasPutIntoTheBufferWritesThat) {
+  const std::string puts = "put by the caller";
+  open(writer_);
+  add(writer_, "ab");
+
+  std::memcpy(writer_.get_current_buffer() + 2, puts.data(), puts.size());
+  ASSERT_TRUE(writer_.set_file_position(2 + puts.size()));
+  add(writer_, "cd");
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), "ab" + puts + "cd");
+}
+
+TEST_F(WriteBuffer, AStepOverWhatTheCallerHasPutIntoALaterBufferWritesThatToo) {
+  const std::string first(kBuffer, 'x');
+  const std::string puts(100, 'p');
+  open(writer_);
+  add(writer_, first);
+
+  std::memcpy(writer_.get_current_buffer(), puts.data(), puts.size());
+  ASSERT_TRUE(writer_.set_file_position(kBuffer + puts.size()));
+  add(writer_, "end");
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), first + puts + "end");
+}
+
 TEST_F(WriteBuffer, AStepAheadInsideTheBufferReplacesWhatTheFileHeldThere) {
   open(writer_);
   add(writer_, std::string(2 * kBuffer, 'x'));
@@ -483,7 +510,32 @@ TEST_F(WriteBuffer, ALargerBufferContinuesWhereTheSmallerOneStood) {
   EXPECT_EQ(content("out"), "beforeafter");
 }
 
+TEST_F(WriteBuffer, ALargerBufferHoldsWhatWasSteppedOver) {
+  const std::string puts(100, 'p');
+  open(writer_);
+
+  std::memcpy(writer_.get_current_buffer(), puts.data(), puts.size());
+  ASSERT_TRUE(writer_.set_file_position(puts.size()));
+  ASSERT_TRUE(writer_.ensure_minimum_buffer_size(65536));
+  ASSERT_TRUE(writer_.set_file_position(puts.size() + 3));
+  add(writer_, "end");
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), puts + std::string(3, '\0') + "end");
+}
+
 // ---- Memory
+
+TEST_F(WriteBuffer, MemoryThatGrowsHoldsWhatWasSteppedOver) {
+  const std::string first(0x20000 - 10, 'm');
+  add(writer_, first);
+
+  ASSERT_TRUE(writer_.set_file_position(0x20000 - 2));
+  ASSERT_TRUE(writer_.ensure_minimum_buffer_size(1 << 20));
+  add(writer_, "end");
+
+  EXPECT_EQ(as_text(writer_), first + std::string(8, '\0') + "end");
+}
 
 TEST_F(WriteBuffer, CollectsInMemoryWithoutAFile) {
   std::mt19937 random(5);
