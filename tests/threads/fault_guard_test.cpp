@@ -2,6 +2,7 @@
 // the finished DLL as a host would be, which must share the exception's type with it.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -36,14 +37,21 @@ ORSIN_NOINLINE void call_null() {
   null_function();
 }
 
-ORSIN_NOINLINE int recurse(int depth) {
-  volatile char frame[4096];
+// A fault wherever frames of this size meet the end of the stack.
+template <std::size_t kFrameBytes>
+ORSIN_NOINLINE int recurse_in_frames(int depth) {
+  volatile char frame[kFrameBytes];
   frame[0] = static_cast<char>(depth);
-  return depth < 0 ? 0 : recurse(depth + 1) + frame[0];
+  return depth < 0 ? 0 : recurse_in_frames<kFrameBytes>(depth + 1) + frame[0];
 }
 
-ORSIN_NOINLINE void overflow_stack() {
-  sink = recurse(1);
+template <std::size_t kFrameBytes>
+void overflow_in_frames() {
+  sink = recurse_in_frames<kFrameBytes>(1);
+}
+
+void overflow_stack() {
+  overflow_in_frames<4096>();
 }
 
 template <DWORD kCode>
@@ -228,6 +236,17 @@ TEST(FaultException, ReachesAnInnerCatchWithItsCode) {
 
     EXPECT_EQ(caught.code, c.code);
     EXPECT_TRUE(caught.has_pointers);
+  }
+}
+
+TEST(FaultException, IsThrownWithAsLittleStackAsAnOverflowLeaves) {
+  void (*const overflows[])() = {overflow_in_frames<1>,    overflow_in_frames<40>,
+                                 overflow_in_frames<360>,  overflow_in_frames<1100>,
+                                 overflow_in_frames<3000>, overflow_in_frames<9000>};
+  for (const auto overflow : overflows) {
+    const Caught caught = run_catching([&](Caught& seen) { catch_fault(overflow, seen); });
+
+    EXPECT_EQ(caught.code, kStackOverflow);
   }
 }
 
