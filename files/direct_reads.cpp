@@ -29,8 +29,7 @@ constinit DirectReads direct_reads;
 // Pieces that run together, the oldest collected before an eleventh starts. Returns the bytes asked
 // for until one could not be started.
 //
-// Kept on purpose: a piece that fails later, while it runs, is logged and still counts. Players
-// show a damaged frame rather than none.
+// Kept on purpose: a piece that fails later, while it runs, is logged and still counts. Required.
 unsigned long long read_split(void* file, unsigned char* destination, unsigned long long offset,
                               unsigned long long size, unsigned long long piece_bytes) {
   const ScopedLock guard(direct_reads.mutex);

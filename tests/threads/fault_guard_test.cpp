@@ -323,12 +323,19 @@ TEST(FaultException, CarriesCodeAndPointersThroughCopies) {
   EXPECT_EQ(assigned.getSePointers(), pointers);
 }
 
+// What is pointed to cannot be read: whatever dumped it would fault.
 TEST(FaultException, KeepsADumpFunctionThatDoesNothing) {
-  const SE_Exception exception(7, nullptr);
+  const Caught caught = run_catching([](Caught& seen) {
+    try {
+      SE_Exception(7, reinterpret_cast<_EXCEPTION_POINTERS*>(std::uintptr_t{64})).DumpFile();
+      ++seen.count;
+    } catch (const SE_Exception& fault) {
+      seen.code = fault.getSeNumber();
+    }
+  });
 
-  exception.DumpFile();
-
-  EXPECT_EQ(exception.getSeNumber(), 7U);
+  EXPECT_EQ(caught.code, 0U);
+  EXPECT_EQ(caught.count, 1);
 }
 
 // Sets the guard up, with this thread as the one that did it.
