@@ -62,7 +62,8 @@ ORSIN_API void* io_open64(const char* name, int mode, bool unbuffered, bool shar
 /// @param write_only    True: for writing, through the cache. False: also for reading, unbuffered
 ///                      and written through.
 /// @param initial_size  Bytes. From 1 on, the file is emptied, extended to this size and zeroed;
-///                      where that fails, a warning says so and the file is open all the same.
+///                      where that fails, a warning says so and the file is open all the same. On
+///                      Windows zeroing may take as long as writing so many bytes.
 /// @return The handle, the caller's until io_close64(); the invalid handle after the error line
 ///         "IO Create File", or in silence when the directory does not exist.
 /// Windows: CreateFileW, FileEndOfFileInfo, FSCTL_SET_ZERO_DATA.
