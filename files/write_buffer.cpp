@@ -434,7 +434,10 @@ void fWriteBuffer::flush_buffers() {
 }
 
 int fWriteBuffer::close_file(bool force) {
-  mp_get_mutex(mutex_);
+  // Without memory for the lock two threads cannot close at once, but one must be able to.
+  if (mutex_ != nullptr) {
+    mp_get_mutex(mutex_);
+  }
   int result = 1;
   if (file_ == io_invalid_handle()) {
     result = 1;
@@ -448,7 +451,9 @@ int fWriteBuffer::close_file(bool force) {
     file_ = io_invalid_handle();
     opened_ = false;
   }
-  mp_release_mutex(mutex_);
+  if (mutex_ != nullptr) {
+    mp_release_mutex(mutex_);
+  }
   return result;
 }
 

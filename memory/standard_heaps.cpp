@@ -47,7 +47,7 @@ void read_configuration(HeapSizes& sizes) {
   if (!port::find_settings_file("memory.cfg", path)) {
     return;
   }
-  const UniqueFile file(ov_utf8_fopen(path, "r"));
+  const UniqueFile file(ov_utf8_fopen(path, "rN"));
   if (!file) {
     return;
   }

@@ -45,7 +45,7 @@ bool write_whole_file(const char* path, const char* data, std::size_t size) {
 }
 
 bool read_whole_file(const char* path, void* data, std::size_t size) {
-  const UniqueFile file(ov_utf8_fopen(path, "rb"));
+  const UniqueFile file(ov_utf8_fopen(path, "rbN"));
   return file != nullptr && read_bytes(file.get(), data, size) == size;
 }
 

@@ -21,6 +21,8 @@
 // somebody else's, and its faults are too.
 #include "threads/fault_guard.h"
 
+#include <malloc.h>
+
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -28,6 +30,19 @@
 
 #include "base/win/windows.h"
 #include "orsincore/threads.h"
+
+namespace {
+
+// Whoever goes on after a stack overflow needs its guard page again: without one the next overflow ends
+// the process without a word. To be called where the stack is unwound. When it refuses, there is no
+// room for a guard page, and nothing better to do.
+void restore_stack_guard(DWORD code) {
+  if (code == EXCEPTION_STACK_OVERFLOW) {
+    static_cast<void>(_resetstkoflw());
+  }
+}
+
+}  // namespace
 
 #if defined(__GNUC__)
 
@@ -157,7 +172,8 @@ void redirect_to_throw(FaultState& state, EXCEPTION_POINTERS& information) {
 //
 // Windows moves the guard page down with the stack and stops it where the guarantee begins. Wine
 // keeps it at the very end of a stack that is committed as a whole, where the guarantee comes too
-// late: there we put one where it should be. On Windows that page is not committed yet.
+// late: there we put one where it should be. On Windows that page is not committed yet, or is a part of
+// the guard that an overflow has left behind.
 void keep_stack_for_throwing() {
   ULONG guarantee = kStackGuaranteeBytes;
   SetThreadStackGuarantee(&guarantee);
@@ -166,7 +182,8 @@ void keep_stack_for_throwing() {
   VirtualQuery(&region, &region, sizeof(region));
   auto* page = static_cast<char*>(region.AllocationBase) + kStackGuaranteeBytes;
   VirtualQuery(page, &region, sizeof(region));
-  if (region.State == MEM_COMMIT && page < reinterpret_cast<char*>(&region)) {
+  if (region.State == MEM_COMMIT && (region.Protect & PAGE_GUARD) == 0 &&
+      page < reinterpret_cast<char*>(&region)) {
     DWORD old_protection = 0;
     VirtualProtect(page, 1, PAGE_READWRITE | PAGE_GUARD, &old_protection);
   }
@@ -275,6 +292,7 @@ std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
     code = fault.getSeNumber();
   }
   TlsSetValue(guard.state_index, outer);
+  restore_stack_guard(code);
   return code;
 }
 
@@ -329,12 +347,14 @@ void remove_fault_guard() {
 
 std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
   install_fault_guard();  // The translator belongs to the thread.
+  std::uint32_t code = 0;
   try {
     entry(argument);
   } catch (const SE_Exception& fault) {
-    return fault.getSeNumber();
+    code = fault.getSeNumber();
   }
-  return 0;
+  restore_stack_guard(code);
+  return code;
 }
 
 }  // namespace orsin

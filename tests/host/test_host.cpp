@@ -10,6 +10,7 @@
 //   access   starts the thread "Reader", which reads through a null pointer
 //   division starts the thread "Divider", which divides by zero
 //   copy     copies its own program file to DATA/copy
+//   handles  does the same, and exits with the number of handles that it has more than before
 //   leave    leaves queued work and an open plug-in (ORSIN_TEST_PLUGIN) to closedown
 //   litter   leaves pages of the system and a thread that never ends to closedown
 //   boxes    exits with the error mode after closedown; it had set SEM_NOGPFAULTERRORBOX before
@@ -37,6 +38,7 @@
 #include "base/win/windows.h"
 #include "orsincore/orsincore.h"
 #include "tests/host/busy_threads.h"
+#include "tests/host/open_handles.h"
 
 #include <shellapi.h>
 
@@ -237,7 +239,7 @@ int act(const std::string& command, const char* application) {
     run_thread("Reader", read_null);
   } else if (command == "division") {
     run_thread("Divider", divide_by_zero);
-  } else if (command == "copy") {
+  } else if (command == "copy" || command == "handles") {
     copy_program();
   } else if (command == "leave") {
     leave_to_closedown();
@@ -302,6 +304,7 @@ int main() {
   if (command == "boxes") {
     SetErrorMode(SEM_NOGPFAULTERRORBOX);
   }
+  const std::size_t handles_before = orsin::test::open_handles();
   if (!start(argc, argv)) {
     return 2;
   }
@@ -318,6 +321,9 @@ int main() {
   }
   if (command == "boxes") {
     return static_cast<int>(GetErrorMode());
+  }
+  if (command == "handles") {
+    return static_cast<int>(orsin::test::open_handles() - handles_before);
   }
   if (second_run) {
     Event(argv[3], "Done").set();
