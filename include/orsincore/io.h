@@ -165,6 +165,7 @@ ORSIN_API void rwBufferConfigGet(int& size, bool& no_unbuffered_writing,
 /// virtual function, the destructor, are fixed: plug-ins derive from it.
 class ORSIN_API fReadBuffer {
  public:
+  /// Has nothing to read until open_file() or set_memory_buffer().
   fReadBuffer();
 
   /// Reads a handle that stays its owner's; get_errors() is true when its file is empty.

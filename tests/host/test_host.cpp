@@ -22,6 +22,7 @@
 //   hung     the same, but the window's thread sees to no message
 //   restart  asks for a restart the first time
 //   busy-X   leaves threads to closedown that do X for ever: see busy_threads.h
+//   again-X  the same, then starts up as NAMEAgain, does X once and closes down
 //
 // A second process of "restart" signals NAMEDone. The first argument is "-x", as a restart passes
 // on what follows a dash; the third names the application ("-" gives null); the data path comes from
@@ -205,10 +206,17 @@ bool start(int argc, char** argv) {
   return ov_initialize(application, "ORSIN_TEST_DATA", argc, argv);
 }
 
+constexpr char kBusy[] = "busy-";
+constexpr char kAgain[] = "again-";
+
+// The X of "busy-X" and "again-X".
+std::string busy_work(const std::string& command) {
+  return command.substr(command.find('-') + 1);
+}
+
 int act(const std::string& command, const char* application) {
-  constexpr char kBusy[] = "busy-";
-  if (command.starts_with(kBusy)) {
-    return orsin::test::start_busy_threads(command.substr(sizeof(kBusy) - 1)) ? 0 : 1;
+  if (command.starts_with(kBusy) || command.starts_with(kAgain)) {
+    return orsin::test::start_busy_threads(busy_work(command)) ? 0 : 1;
   }
   if (command == "level") {
     return 100 + 10 * msg_getlevel() + smp_numprocs();
@@ -303,6 +311,14 @@ int main() {
   const int answer = act(command, argv[3]);
   const bool second_run = RA_CheckProcessWasRestarted() != 0;
   ov_closedown();
+  if (command.starts_with(kAgain)) {
+    std::string again = std::string(argv[3]) + "Again";
+    if (!ov_initialize(again.data(), "ORSIN_TEST_DATA", argc, argv) ||
+        !orsin::test::do_busy_round(busy_work(command))) {
+      return 2;
+    }
+    ov_closedown();
+  }
   if (command == "boxes") {
     return static_cast<int>(GetErrorMode());
   }
