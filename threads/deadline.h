@@ -1,9 +1,10 @@
 // A moment after which several waits in a row are given up.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <optional>
+#include <limits>
 
 #include "base/lock.h"
 #include "orsincore/threads.h"
@@ -20,7 +21,7 @@ class Deadline {
 
   /// Waits for the condition, whose mutex is held. False, without a wait, when the time is over.
   bool wait(__cond_str* condition, const Mutex& mutex) const {
-    if (!end_) {
+    if (end_ == kNever) {
       mp_cond_wait(condition, mutex.handle());
       return true;
     }
@@ -31,16 +32,19 @@ class Deadline {
     return left > 0;
   }
 
-  /// Milliseconds, rounded up; 0 when the time is over. Only where there is an end.
+  /// Milliseconds, rounded up; 0 when the time is over, and the most that there are without an end.
   [[nodiscard]] std::uint32_t left_ms() const {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*end_ - Clock::now()).count();
-    return left > 0 ? static_cast<std::uint32_t>(left) : 0;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - Clock::now()).count();
+    return static_cast<std::uint32_t>(
+        std::clamp<decltype(left)>(left, 0, std::numeric_limits<std::uint32_t>::max()));
   }
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  std::optional<Clock::time_point> end_;
+  static constexpr auto kNever = Clock::time_point::max();
+
+  Clock::time_point end_ = kNever;
 };
 
 }  // namespace orsin
