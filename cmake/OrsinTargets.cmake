@@ -57,6 +57,14 @@ if(ORSIN_CHECKED)
   target_link_options(orsin_options INTERFACE -fstack-protector-strong)
 endif()
 
+# orsin_faults_on_purpose(FILE...): sources that are to fault as the processor does; a trap in the place of
+# a fault would be another fault.
+function(orsin_faults_on_purpose)
+  if(ORSIN_CHECKED)
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -fno-sanitize=undefined)
+  endif()
+endfunction()
+
 # The date of what is built, for the log's banner: startup/build_date.h.
 include(OrsinBuildDate)
 target_include_directories(orsin_options INTERFACE "${PROJECT_BINARY_DIR}/generated")

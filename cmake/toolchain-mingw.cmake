@@ -14,7 +14,8 @@ set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 add_compile_options($<$<COMPILE_LANG_AND_ID:C,GNU>:-fno-ipa-ra> $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-ipa-ra>)
 
 # The same sources give the same bytes, wherever and whenever they are built: no path of this folder in
-# the code or its debug data, no clock in the image. (Not -ffile-prefix-map: coverage needs its paths.)
+# the code or its debug data, no clock in the image; nor may a compiler cache make paths relative, which
+# the build preset sees to. (Not -ffile-prefix-map: coverage needs its paths.)
 get_filename_component(ORSIN_ROOT "${CMAKE_CURRENT_LIST_DIR}/.." ABSOLUTE)
 add_compile_options($<$<COMPILE_LANGUAGE:C,CXX,ASM>:-fmacro-prefix-map=${ORSIN_ROOT}=.>
   $<$<COMPILE_LANGUAGE:C,CXX,ASM>:-fdebug-prefix-map=${ORSIN_ROOT}=.>)

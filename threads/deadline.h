@@ -1,8 +1,10 @@
 // A moment after which several waits in a row are given up.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <limits>
 
 #include "base/lock.h"
 #include "orsincore/threads.h"
@@ -30,16 +32,17 @@ class Deadline {
     return left > 0;
   }
 
-  /// Milliseconds, rounded up; 0 when the time is over. Only where there is an end.
+  /// Milliseconds, rounded up; 0 when the time is over, and the most that there are without an end.
   [[nodiscard]] std::uint32_t left_ms() const {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - Clock::now()).count();
-    return left > 0 ? static_cast<std::uint32_t>(left) : 0;
+    return static_cast<std::uint32_t>(
+        std::clamp<decltype(left)>(left, 0, std::numeric_limits<std::uint32_t>::max()));
   }
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  static constexpr Clock::time_point kNever = Clock::time_point::max();
+  static constexpr auto kNever = Clock::time_point::max();
 
   Clock::time_point end_ = kNever;
 };

@@ -107,7 +107,7 @@ port::ThreadWait look_until_ended(Table& threads, const thread_entry_str& record
         return state;
       }
     }
-    if (timeout_ms != kForeverMs && deadline.left_ms() == 0) {
+    if (deadline.left_ms() == 0) {
       return port::ThreadWait::kTimedOut;
     }
     mp_timedwait(kBetweenLooksNs);
