@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "base/path_buffer.h"
+#include "files/io_port.h"
 
 namespace orsin {
 
@@ -30,9 +31,8 @@ namespace port {
 /// FindFirstFileExW: fast is FindExInfoBasic with FIND_FIRST_EX_LARGE_FETCH.
 [[nodiscard]] void* start_enumeration(const char* pattern, bool fast, FoundEntry& entry) noexcept;
 
-/// Why an enumeration cannot start: there is no such directory; or the directory has no entries at
-/// all, as only a drive's root can have none.
-constexpr std::uint32_t kErrorPathNotFound = 3;
+/// Why an enumeration cannot start: there is no such directory (kErrorPathNotFound); or the directory
+/// has no entries at all, as only a drive's root can have none.
 constexpr std::uint32_t kErrorFileNotFound = 2;
 
 enum class NextEntry { kFound, kEnd, kFailed };

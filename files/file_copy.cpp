@@ -77,6 +77,13 @@ Result destination_exists(const Copy& copy) {
   return kDestinationExists;
 }
 
+Result not_created(const Copy& copy, int index) {
+  if (copy.verbose) {
+    msgerror("File Copy: failed to create '%s'\n", copy.destinations[index]);
+  }
+  return kDestinationNotCreated;
+}
+
 Result check_destination(const Copy& copy, const char* destination) {
   if (std::strcmp(copy.source, destination) == 0) {
     if (copy.verbose) {
@@ -99,15 +106,15 @@ class Writers {
  public:
   explicit Writers(int count) : count_(count) {}
 
-  // False when memory is short: the destinations cannot be created then.
-  bool prepare(fWriteBuffer** borrowed) {
+  // The index of the first destination that memory is too short for; the count when there is none.
+  int prepare(fWriteBuffer** borrowed) {
     for (int i = 0; i < count_; ++i) {
       slots_[i].emplace(writer_for_copy(borrowed != nullptr ? borrowed[i] : nullptr));
       if (at(i) == nullptr) {
-        return false;
+        return i;
       }
     }
-    return true;
+    return count_;
   }
 
   // The index of the first destination that cannot be created; the count when all were.
@@ -116,7 +123,7 @@ class Writers {
       if (!may_create(i, destinations[i], overwrite) ||
           !create_destination(*slots_[i], destinations[i])) {
         // Kept on purpose: the writer that failed is closed once for each one opened before it, and
-        // those stay open. Derived writers of hosts count these calls.
+        // those stay open. Required: hosts derive writers and see these calls.
         close_repeatedly(i, i);
         abandon_before(i);
         return i;
@@ -246,10 +253,7 @@ Result copy_data(const Copy& copy, fReadBuffer& reader, Writers& writers) {
     return destination_exists(copy);
   }
   if (opened < copy.count) {
-    if (copy.verbose) {
-      msgerror("File Copy: failed to create '%s'\n", copy.destinations[opened]);
-    }
-    return kDestinationNotCreated;
+    return not_created(copy, opened);
   }
   if (has_data && !copy_all(copy, reader, writers)) {
     return kWriteFailed;
@@ -266,9 +270,10 @@ Result run_copy(const Copy& copy, fReadBuffer* borrowed_reader, fWriteBuffer** b
     return kSourceNotOpened;
   }
   Writers writers(copy.count);
-  if (!writers.prepare(borrowed_writers)) {
+  const int prepared = writers.prepare(borrowed_writers);
+  if (prepared < copy.count) {
     reader->close_file();
-    return kDestinationNotCreated;
+    return not_created(copy, prepared);
   }
   const Result result = copy_data(copy, *reader.get(), writers);
   reader->close_file();

@@ -9,11 +9,18 @@
 namespace orsin {
 namespace {
 
-void log_counts(const char* title, std::uint32_t bytes, std::uint64_t size, std::uint32_t error) {
-  char text[96];
-  std::snprintf(text, sizeof(text), "%s - (%d %llu)", title, static_cast<int>(bytes),
+constexpr std::size_t kCountsBytes = 96;
+
+void write_counts(char* text, const char* title, std::uint32_t bytes, std::uint64_t size) {
+  std::snprintf(text, kCountsBytes, "%s - (%d %llu)", title, static_cast<int>(bytes),
                 static_cast<unsigned long long>(size));
-  msg_os_error(text, static_cast<int>(error));
+}
+
+// The system calls it a success: its last error may be none, and the line is written all the same.
+void log_nothing_read(std::uint32_t bytes, std::uint64_t size) {
+  char text[kCountsBytes];
+  write_counts(text, "IO read error(2)", bytes, size);
+  msg_os_error(text);
 }
 
 void log_read_failure(const TransferOrder& order, std::uint32_t error) {
@@ -38,9 +45,10 @@ bool is_accepted(const TransferOrder& order, const port::TransferStart& start) {
     // A read may end short, as at the end of a file.
     const bool is_enough =
         is_read ? start.bytes != 0 || order.size == 0 : start.bytes == order.size;
-    if (!is_enough) {
-      log_counts(is_read ? "IO read error(2)" : "IO write error(2)", start.bytes, order.size,
-                 port::last_system_error());
+    if (!is_enough && is_read) {
+      log_nothing_read(start.bytes, order.size);
+    } else if (!is_enough) {
+      log_short_write(start.bytes, order.size);
     }
     return is_enough;
   }
@@ -75,7 +83,9 @@ int judge_outcome(const TransferOutcome& outcome, std::uint64_t size) {
 }
 
 void log_unfinished(const TransferOutcome& outcome, std::uint64_t size) {
-  log_counts("IO completion error(3)", outcome.bytes, size, outcome.error);
+  char text[kCountsBytes];
+  write_counts(text, "IO completion error(3)", outcome.bytes, size);
+  msg_os_error(text, static_cast<int>(outcome.error));
 }
 
 void log_short_write(std::uint64_t bytes, std::uint64_t size) {

@@ -371,7 +371,7 @@ void WriteSteps::begin_next_buffer(fWriteBuffer& writer) {
 // Starts the write of a first, partly filled buffer.
 //
 // Kept on purpose: it goes to the start of the file, wherever set_file_position() has moved the
-// buffer. What comes first in a file is its header, and writers that go elsewhere flush before.
+// buffer. Required; whoever goes elsewhere flushes before.
 bool WriteSteps::start_first_buffer(fWriteBuffer& writer) {
   const unsigned long long bytes = rounded_up(writer.used_, writer.alignment_);
   writer.data_end_ = std::max(writer.data_end_, writer.used_);
@@ -434,7 +434,10 @@ void fWriteBuffer::flush_buffers() {
 }
 
 int fWriteBuffer::close_file(bool force) {
-  mp_get_mutex(mutex_);
+  // Without memory for the lock two threads cannot close at once, but one must be able to.
+  if (mutex_ != nullptr) {
+    mp_get_mutex(mutex_);
+  }
   int result = 1;
   if (file_ == io_invalid_handle()) {
     result = 1;
@@ -448,7 +451,9 @@ int fWriteBuffer::close_file(bool force) {
     file_ = io_invalid_handle();
     opened_ = false;
   }
-  mp_release_mutex(mutex_);
+  if (mutex_ != nullptr) {
+    mp_release_mutex(mutex_);
+  }
   return result;
 }
 

@@ -61,13 +61,13 @@ void WriteSteps::finish_file(fWriteBuffer& writer) {
   }
   const bool is_cut =
       (is_known && size == writer.data_end_) || io_set_filesize64(writer.file_, writer.data_end_);
+  if (!is_cut && (!is_known || !writer.opened_)) {
+    log_not_cut();
+  }
   if (!is_cut && !is_known) {
     ++writer.errors_;
   }
   if (!writer.opened_) {
-    if (!is_cut) {
-      log_not_cut();
-    }
     return;
   }
   io_close64(writer.file_);

@@ -13,9 +13,11 @@
 #include "base/library_locks.h"
 #include "base/log_port.h"
 #include "base/process_wide.h"
+#include "base/wait_time.h"
 #include "orsincore/log.h"
 #include "orsincore/processors.h"
 #include "orsincore/threads.h"
+#include "threads/deadline.h"
 #include "threads/fault_guard.h"
 #include "threads/thread_port.h"
 #include "threads/thread_record.h"
@@ -84,6 +86,31 @@ void end_threads(Table& threads) {
       port::close_thread(record->handle);
       record->in_use = 0;
     }
+  }
+}
+
+// Where the system has no handle left for the wait: the record's own is good while the table's mutex
+// is held, and nobody waits under that. Whoever joins a thread goes on to free what it works with, so
+// giving up would not do.
+port::ThreadWait look_until_ended(Table& threads, const thread_entry_str& record,
+                                  unsigned int identifier, unsigned int timeout_ms) {
+  constexpr long long kBetweenLooksNs = 1'000'000;
+  const Deadline deadline = timeout_ms == kForeverMs ? Deadline() : Deadline(timeout_ms);
+  for (;;) {
+    {
+      const ScopedLock guard(threads.mutex);
+      if (record.in_use == 0 || record.identifier != identifier) {
+        return port::ThreadWait::kFailed;  // A second join has closed the handle.
+      }
+      const port::ThreadWait state = port::wait_for_thread(record.handle, 0);
+      if (state != port::ThreadWait::kTimedOut) {
+        return state;
+      }
+    }
+    if (timeout_ms != kForeverMs && deadline.left_ms() == 0) {
+      return port::ThreadWait::kTimedOut;
+    }
+    mp_timedwait(kBetweenLooksNs);
   }
 }
 
@@ -182,8 +209,7 @@ unsigned int mp_start_thread(const char* name, void (*entry)(void*), void* argum
   const port::StartedThread started =
       port::start_thread({run_thread, entry, argument}, kStackBytes);
   if (started.handle == nullptr) {
-    // Kept on purpose: the record stays in use without a thread until closedown, as a trace of the
-    // failure.
+    // Kept on purpose: the record stays in use without a thread until closedown. Required.
     msg_os_error("MP: Failed to start thread");
     return kNoThread;
   }
@@ -213,7 +239,7 @@ int mp_join_thread(unsigned int identifier, unsigned int timeout_ms) {
 
   const port::ThreadWait result = waited_for != nullptr
                                       ? port::wait_for_thread(waited_for, timeout_ms)
-                                      : port::ThreadWait::kFailed;
+                                      : look_until_ended(threads, *record, identifier, timeout_ms);
   if (result == port::ThreadWait::kTimedOut) {
     msgwarn("Timeout while waiting for thread '%s' to terminate", name.text);
   } else if (result == port::ThreadWait::kFailed) {

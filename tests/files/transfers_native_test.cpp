@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/log_port.h"
 #include "orsincore/io.h"
 #include "tests/files/io_fixture.h"
 #include "tests/native/fake_transfers.h"
@@ -78,6 +79,24 @@ TEST_F(ScriptedTransfers, AStartThatFailsSaysWhy) {
 
     EXPECT_EQ(ticket, -7);
     EXPECT_EQ(log_.lines().back().substr(0, c.line.size()), c.line);
+  }
+}
+
+// The system calls it a success, and its last error is whatever it was before.
+TEST_F(ScriptedTransfers, AStartThatEndsShortSaysSoWhateverTheLastErrorIs) {
+  for (const unsigned last_error : {0U, 5U}) {
+    SCOPED_TRACE(last_error);
+    transfers_.next({.bytes = 99});
+    port::set_last_system_error(last_error);
+    EXPECT_FALSE(write_async(100, nullptr));
+    EXPECT_EQ(log_.lines().back(), "ERROR: IO write error(2) - (99 100)");
+
+    transfers_.next({.bytes = 0});
+    port::set_last_system_error(last_error);
+    EXPECT_FALSE(read());
+    EXPECT_EQ(log_.lines().back(), last_error == 0
+                                       ? "ERROR: IO read error(2) - (0 100) : 'No Error'"
+                                       : "ERROR: IO read error(2) - (0 100) : 'error 5'");
   }
 }
 

@@ -353,11 +353,12 @@ TEST_F(ScriptedWriter, CountsAFileThatIsShorterThanItsData) {
 TEST_F(ScriptedWriter, CountsAFileOfWhichNothingIsKnown) {
   add("0123");
   transfers_.refuse_size_questions(1);
-  transfers_.refuse_sizes(2, 1224);
+  transfers_.refuse_sizes(1, 1224);  // By its name it is cut.
 
   writer_.close_file(true);
 
   EXPECT_EQ(writer_.error(), 1);
+  EXPECT_EQ(errors(), Lines{"ERROR: Writebuffer set FileSize : 'error 1224'"});
 }
 
 // ---- Memory first, then a file

@@ -18,7 +18,8 @@ struct FakeProcessors {
   std::uint32_t fpu_control = 0x9001F;
 
   bool refuse_threads = false;
-  int threads_granted = -1;  // So many more, then none; below 0 there is no limit.
+  int threads_granted = -1;        // So many more, then none; below 0 there is no limit.
+  bool refuse_duplicates = false;  // Further handles to a thread.
   bool refuse_waits = false;
   bool refuse_affinity = false;
   void (*on_pause)() = nullptr;  // Called in every waiting loop, on the thread that waits.

@@ -138,7 +138,7 @@ unsigned int current_thread_identifier() noexcept {
 }
 
 void* duplicate_thread(void* handle) noexcept {
-  return open_handle(thread_of(handle));
+  return test::fake_processors().refuse_duplicates ? nullptr : open_handle(thread_of(handle));
 }
 
 ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept {

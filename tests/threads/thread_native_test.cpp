@@ -3,12 +3,14 @@
 
 #include <cerrno>
 #include <string>
+#include <thread>
 
 #include "base/processor_info.h"
 #include "orsincore/startup.h"
 #include "orsincore/threads.h"
 #include "tests/native/fake_processors.h"
 #include "tests/support/log_capture.h"
+#include "tests/threads/gate.h"
 #include "tests/threads/held_thread.h"
 #include "threads/thread_table.h"
 
@@ -49,6 +51,43 @@ TEST_F(RefusingPlatform, KeepsTheRecordOfAThreadThatCouldNotBeCreatedInUse) {
       "Next", [](void*) {}, nullptr);
   EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
   EXPECT_EQ(thread_record_count(), 2);
+}
+
+// Whoever joins a thread then frees what it works with.
+TEST_F(RefusingPlatform, WaitsForAThreadAlsoWithoutAHandleOfItsOwn) {
+  fake_processors().refuse_duplicates = true;
+  test::Gate gate;
+  bool has_ended = false;
+  struct Work {
+    test::Gate& gate;
+    bool& has_ended;
+  } work{gate, has_ended};
+  const unsigned int thread = mp_start_thread(
+      "Worker",
+      [](void* argument) {
+        auto* its = static_cast<Work*>(argument);
+        its->gate.wait();
+        its->has_ended = true;
+      },
+      &work);
+  std::thread opener([&] { gate.open(); });
+
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+
+  EXPECT_TRUE(has_ended);
+  opener.join();
+}
+
+TEST_F(RefusingPlatform, GivesUpInTimeWithoutAHandleOfItsOwn) {
+  const LogCapture log;
+  fake_processors().refuse_duplicates = true;
+  HeldThread held;
+  const unsigned int thread = mp_start_thread("Held", HeldThread::run, &held);
+
+  EXPECT_EQ(mp_join_thread(thread, 5), 0);
+
+  held.release();
+  EXPECT_EQ(log.lines(), Lines{"WARN : Timeout while waiting for thread 'Held' to terminate"});
 }
 
 TEST_F(RefusingPlatform, WarnsOfAWaitThatFails) {
