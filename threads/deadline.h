@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
 
 #include "base/lock.h"
 #include "orsincore/threads.h"
@@ -16,11 +15,11 @@ class Deadline {
   Deadline() = default;
 
   explicit Deadline(std::uint32_t timeout_ms)
-      : end_(Clock::now() + std::chrono::milliseconds(timeout_ms)) {}
+      : has_end_(true), end_(Clock::now() + std::chrono::milliseconds(timeout_ms)) {}
 
   /// Waits for the condition, whose mutex is held. False, without a wait, when the time is over.
   bool wait(__cond_str* condition, const Mutex& mutex) const {
-    if (!end_) {
+    if (!has_end_) {
       mp_cond_wait(condition, mutex.handle());
       return true;
     }
@@ -33,14 +32,16 @@ class Deadline {
 
   /// Milliseconds, rounded up; 0 when the time is over. Only where there is an end.
   [[nodiscard]] std::uint32_t left_ms() const {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*end_ - Clock::now()).count();
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - Clock::now()).count();
     return left > 0 ? static_cast<std::uint32_t>(left) : 0;
   }
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  std::optional<Clock::time_point> end_;
+  // No std::optional, which GCC suspects to be read while it is empty.
+  bool has_end_ = false;
+  Clock::time_point end_;
 };
 
 }  // namespace orsin
