@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <regex>
 #include <string>
 
 #include "tests/support/temporary_directory.h"
@@ -30,6 +31,17 @@ TEST(NewFile, TakesItsNameOnlyWhenItIsCommitted) {
 
   EXPECT_EQ(TemporaryDirectory::read(path), "content");
   EXPECT_EQ(count_files(directory), 1u);
+}
+
+TEST(NewFile, IsCalledByANumberUntilThen) {
+  const TemporaryDirectory directory;
+  const NewFile file(directory.path("take.txt").c_str(), "wb");
+  ASSERT_NE(file.stream(), nullptr);
+
+  const std::filesystem::directory_iterator entries(test::to_path(directory.path()));
+  const std::string name = test::to_utf8(entries->path().filename());
+
+  EXPECT_TRUE(std::regex_match(name, std::regex("~[0-9]{6}\\.new"))) << name;
 }
 
 TEST(NewFile, LeavesNothingBehindWithoutACommit) {

@@ -70,13 +70,17 @@ TEST_F(SmallBlocks, ComeFromChunksOfTheirPoolsCount) {
 }
 
 TEST_F(SmallBlocks, GiveTheBlockThatWasFreedLastFirst) {
-  void* a = sb_alloc(20);
-  void* b = sb_alloc(20);
-  sb_free(a, 20);
-  sb_free(b, 20);
+  constexpr std::size_t kSizes[] = {1, 32, 33, 64, 65, 128};
+  for (const std::size_t size : kSizes) {
+    SCOPED_TRACE(size);
+    void* a = sb_alloc(size);
+    void* b = sb_alloc(size);
+    sb_free(a, size);
+    sb_free(b, size);
 
-  EXPECT_EQ(sb_alloc(20), b);
-  EXPECT_EQ(sb_alloc(20), a);
+    EXPECT_EQ(sb_alloc(size), b);
+    EXPECT_EQ(sb_alloc(size), a);
+  }
 }
 
 TEST_F(SmallBlocks, Above128BytesAreHeapBlocks) {

@@ -70,6 +70,14 @@ TEST_F(LogFile, IsOpenedBelowTheDataPathAtInfo) {
   EXPECT_NE(log_text().find("INFO : first\n"), std::string::npos) << log_text();
 }
 
+TEST_F(LogFile, HasItsDirectoryMadeWhereOnlyTheLastOneIsMissing) {
+  std::filesystem::create_directory(directory_.path("Settings"));
+
+  open();
+
+  EXPECT_EQ(file_get_logfile(), below(directory_, "Settings\\logs\\Take.log"));
+}
+
 TEST_F(LogFile, RotatesTheOneBefore) {
   directory_.write("Settings/logs/Take.log", "before\n");
 
