@@ -30,12 +30,14 @@ LibrarySession::LibrarySession() {
   stream_ = ::fopencookie(&log_, "w", {nullptr, append_line, nullptr, nullptr});
   std::setvbuf(stream_, nullptr, _IONBF, 0);
   const Inside library;
+  machine().refusals.pause(true);
   msg_open(stream_);
   mem_info_str memory = {};
   start_memory(memory);
   start_clock();
   start_thread_table();
   start_transfers();
+  machine().refusals.pause(false);
 }
 
 LibrarySession::~LibrarySession() {

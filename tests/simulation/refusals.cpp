@@ -3,6 +3,9 @@
 namespace orsin::simulation {
 
 bool Refusals::is_chosen() {
+  if (is_paused_) {
+    return false;
+  }
   ++points_;
   const bool is_in_row = plan_.first_point != 0 && points_ >= plan_.first_point &&
                          points_ < plan_.first_point + plan_.in_a_row;

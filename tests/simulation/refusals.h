@@ -28,6 +28,9 @@ class Refusals {
   /// Whether there is no memory at this point.
   bool at_allocation();
 
+  /// While the library starts: it does not claim to survive without memory for its locks.
+  void pause(bool is_paused) { is_paused_ = is_paused; }
+
   /// No more of them.
   void stop() { plan_ = {}; }
 
@@ -44,6 +47,7 @@ class Refusals {
 
   Random random_;
   RefusalPlan plan_;
+  bool is_paused_ = false;
   std::uint64_t points_ = 0;
   std::uint64_t refused_ = 0;
   std::uint64_t allocations_refused_ = 0;

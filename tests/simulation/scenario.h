@@ -44,5 +44,8 @@ void copy_securely(Pass& pass);
 void copy_tree(Pass& pass);
 void list_directory(Pass& pass);
 void delete_directory(Pass& pass);
+void read_beside_others(Pass& pass);
+void run_executor(Pass& pass);
+void run_worker(Pass& pass);
 
 }  // namespace orsin::simulation

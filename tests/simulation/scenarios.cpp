@@ -4,10 +4,17 @@ namespace orsin::simulation {
 namespace {
 
 constexpr Scenario kScenarios[] = {
-    {"copy-1", copy_to_one},        {"copy-3", copy_to_three},
-    {"copy-16", copy_to_sixteen},   {"copy-streams", copy_with_callers_streams},
-    {"copy-secure", copy_securely}, {"copy-tree", copy_tree},
-    {"list", list_directory},       {"delete", delete_directory},
+    {"copy-1", copy_to_one},
+    {"copy-3", copy_to_three},
+    {"copy-16", copy_to_sixteen},
+    {"copy-streams", copy_with_callers_streams},
+    {"copy-secure", copy_securely},
+    {"copy-tree", copy_tree},
+    {"list", list_directory},
+    {"delete", delete_directory},
+    {"read-beside", read_beside_others},
+    {"executor", run_executor},
+    {"worker", run_worker},
 };
 
 }  // namespace
