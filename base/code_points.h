@@ -113,8 +113,8 @@ inline void store_unit(void* text, std::size_t index, unsigned value) {
 }
 
 // Kept on purpose: surrogates are paired without the standard's offset of 0x10000, here and in
-// write_utf16(). Projects on disk hold text in this form; both directions must agree with it. A
-// pair 0xD800 0xDC00 therefore reads as 0, which ends a string.
+// write_utf16(). Required, and the same in both directions. A pair 0xD800 0xDC00 therefore reads as
+// 0, which ends a string.
 [[nodiscard]] inline CodePoint decode_utf16(const void* text, std::size_t index) {
   const unsigned first = load_unit(text, index);
   if (first >= 0xD800 && first <= 0xDBFF) {

@@ -74,9 +74,15 @@
   __cpuid_count(leaf, subleaf, (registers)[0], (registers)[1], (registers)[2], (registers)[3])
 #endif
 
-// A section that all processes share which have loaded the same library file.
+// A section that all processes share which have loaded the same library file: declared once, then named
+// by its variables. Clang knows no attribute for it and takes over what its assembler has seen first.
 #if defined(_MSC_VER)
+#define ORSIN_DECLARE_SHARED_SECTION(name) __pragma(section(name, read, write, shared))
 #define ORSIN_SHARED_SECTION(name) __declspec(allocate(name))
+#elif defined(_WIN32) && defined(__clang__)
+#define ORSIN_DECLARE_SHARED_SECTION(name) __asm__(".section " name ",\"dws\"\n.text");
+#define ORSIN_SHARED_SECTION(name) __attribute__((section(name)))
 #elif defined(_WIN32)
+#define ORSIN_DECLARE_SHARED_SECTION(name)
 #define ORSIN_SHARED_SECTION(name) __attribute__((section(name), shared))
 #endif

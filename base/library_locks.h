@@ -17,13 +17,15 @@ namespace orsin {
 /// In lock order; see lock.h.
 enum class LockRank {
   kLibraryLoader,
+  kDirectReads,
   kTransfers,
   kSystemAllocations,
+  kBackgroundWorker,
   kThreadTable,
   kDirectoryNames,
   kLog,
 };
-constexpr std::size_t kLockRanks = 6;
+constexpr std::size_t kLockRanks = 8;
 
 /// A mutex that lives from its creation to the end of the process: threads that closedown has not
 /// ended yet may still come for it after its part of the library has gone down.

@@ -14,6 +14,7 @@ namespace {
 // Names that may be taken already, by what a program left that ended in the middle.
 constexpr unsigned kTries = 1000;
 constexpr unsigned kNumbers = 1000000;
+constexpr std::size_t kModeBytes = 8;  // "wb+N" is the longest.
 
 std::atomic<unsigned> names_tried = 0;
 
@@ -31,7 +32,10 @@ NewFile::NewFile(const char* path, const char* mode) {
   path_.cut_assign(path);
   create_beside();
   if (beside_[0] != '\0') {
-    stream_.reset(ov_utf8_fopen(beside_, mode));
+    // Inherited by a program that is started meanwhile, the file could not take its name.
+    char own_mode[kModeBytes];
+    static_cast<void>(std::snprintf(own_mode, sizeof(own_mode), "%sN", mode));
+    stream_.reset(ov_utf8_fopen(beside_, own_mode));
   }
 }
 

@@ -15,7 +15,7 @@ namespace orsin {
 class NewFile {
  public:
   /// @param path  UTF-8; null and paths that are too long name nothing.
-  /// @param mode  As std::fopen() takes it, for writing.
+  /// @param mode  As std::fopen() takes it, for writing. No child program inherits the file.
   NewFile(const char* path, const char* mode);
   ~NewFile();  // Removes what was not committed.
   NewFile(const NewFile&) = delete;

@@ -32,8 +32,7 @@ const char* search_list() {
   return program_paths().search_list;
 }
 
-// Kept on purpose: without "bin64" the file's name stays part of the code path. So it is
-// given; a program that is not installed finds no settings there.
+// Kept on purpose: without "bin64" the file's name stays part of the code path. Required.
 void write_code_path(const char* module, char* code) {
   const char* folder = std::strstr(module, "bin64");
   const std::size_t length =

@@ -4,7 +4,7 @@
 // then 0 in the last element whatever happened.
 //
 // Kept on purpose: when the characters fill the destination exactly, that last 0 cuts the final
-// character, in UTF-8 possibly in half. Callers size their buffers by it.
+// character, in UTF-8 possibly in half. Required.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -235,7 +235,7 @@ unsigned int* ov_utf8_to_utf32(const char* src, unsigned int* dst, std::size_t n
 }
 
 // Kept on purpose: lead bytes other than C2 and C3 pass unchanged, and a byte after C3 wraps in
-// eight bits (C3 C0 gives 0, which ends the text early). Old metadata was written through this.
+// eight bits (C3 C0 gives 0, which ends the text early). Required.
 const char* ov_utf8_to_byte(char* dst, std::size_t n, const char* src) {
   if (ends_empty(dst, n, src)) {
     return dst;

@@ -1,22 +1,23 @@
-// smp_exec() with two workers against the Windows thread pool and oneTBB with two threads.
+// smp_exec() against the Windows thread pool, oneTBB and a thread a part, each with as many workers as
+// the call has parts: the number behind the row's name.
 //
-//   BackToBack   empty jobs, one call after the other: the price of a fork and join. Good: 8 times
-//   as
-//                fast as the thread pool.
+//   BackToBack   empty parts, one call after the other: the price of a fork and join. Good with two
+//                workers: 8 times as fast as the thread pool. With more workers than processors all
+//                of them have to have their turn; good: ahead of a thread a part, level with oneTBB.
 //   AfterAGap    the same after 2 ms without work, when the workers sleep; only the call is timed.
 //                Good: at most 0.8 of oneTBB's time.
-//   MemoryBound  two halves of 32 MiB summed: the executor must not be in the way. Good: within 5%
-//   of
-//                the fastest.
+//   MemoryBound  32 MiB summed, a piece a part: the executor must not be in the way. Good: within 5%
+//                of the fastest.
 //
 // Linked with the library's objects rather than the DLL, so that the workers start without the rest
-// of start-up. oneTBB is Debian's, built for Windows; it runs a part on the calling thread too.
+// of start-up. oneTBB is Debian's, built for Windows; it runs parts on the calling thread too.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <numeric>
+#include <thread>
 #include <vector>
 
 #include "base/clock.h"
@@ -27,21 +28,25 @@
 #ifdef ORSIN_RIVAL_TBB
 #include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
 #endif
 
 namespace {
 
-constexpr int kParts = 2;
 constexpr int kGapMs = 2;
 
 using Part = void (*)(int part, void* argument);
 
 class SmpExec {
  public:
-  SmpExec() {
+  explicit SmpExec(int parts) {
     orsin::start_clock();
-    orsin::start_executor(kParts);
+    orsin::start_executor(parts);
   }
+  ~SmpExec() { orsin::stop_executor(); }
+  SmpExec(const SmpExec&) = delete;
+  SmpExec& operator=(const SmpExec&) = delete;
+
   void run(Part part, void* argument) {
     smp_exec(reinterpret_cast<void (*)()>(&call), reinterpret_cast<void*>(part), argument, nullptr,
              nullptr, nullptr, nullptr);
@@ -55,15 +60,15 @@ class SmpExec {
 
 class WindowsPool {
  public:
-  WindowsPool() {
+  explicit WindowsPool(int parts) : work_(static_cast<std::size_t>(parts)) {
     InitializeThreadpoolEnvironment(&environment_);
     pool_ = CreateThreadpool(nullptr);
-    SetThreadpoolThreadMinimum(pool_, kParts);
-    SetThreadpoolThreadMaximum(pool_, kParts);
+    SetThreadpoolThreadMinimum(pool_, static_cast<DWORD>(parts));
+    SetThreadpoolThreadMaximum(pool_, static_cast<DWORD>(parts));
     SetThreadpoolCallbackPool(&environment_, pool_);
-    for (int i = 0; i < kParts; ++i) {
-      work_[i] = {i, nullptr, nullptr, nullptr};
-      work_[i].work = CreateThreadpoolWork(call, &work_[i], &environment_);
+    for (Work& work : work_) {
+      work = {static_cast<int>(&work - work_.data()), nullptr, nullptr, nullptr};
+      work.work = CreateThreadpoolWork(call, &work, &environment_);
     }
   }
   ~WindowsPool() {
@@ -72,6 +77,9 @@ class WindowsPool {
     }
     CloseThreadpool(pool_);
   }
+  WindowsPool(const WindowsPool&) = delete;
+  WindowsPool& operator=(const WindowsPool&) = delete;
+
   void run(Part part, void* argument) {
     for (Work& work : work_) {
       work.run = part;
@@ -97,42 +105,82 @@ class WindowsPool {
 
   TP_CALLBACK_ENVIRON environment_;
   PTP_POOL pool_ = nullptr;
-  Work work_[kParts];
+  std::vector<Work> work_;
+};
+
+// Started for the call and joined after it.
+class ThreadAPart {
+ public:
+  explicit ThreadAPart(int parts) : threads_(static_cast<std::size_t>(parts)) {}
+  void run(Part part, void* argument) {
+    int number = 0;
+    for (std::thread& thread : threads_) {
+      thread = std::thread(part, number++, argument);
+    }
+    for (std::thread& thread : threads_) {
+      thread.join();
+    }
+  }
+
+ private:
+  std::vector<std::thread> threads_;
 };
 
 #ifdef ORSIN_RIVAL_TBB
 class OneTbb {
  public:
+  explicit OneTbb(int parts)
+      : parts_(parts),
+        threads_(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(parts)),
+        arena_(parts) {}
   void run(Part part, void* argument) {
-    tbb::parallel_for(
-        0, kParts, [=](int i) { part(i, argument); }, tbb::simple_partitioner());
+    arena_.execute([=, this] {
+      tbb::parallel_for(
+          0, parts_, [=](int i) { part(i, argument); }, tbb::simple_partitioner());
+    });
   }
 
  private:
-  tbb::global_control two_threads_{tbb::global_control::max_allowed_parallelism, kParts};
+  int parts_;
+  tbb::global_control threads_;
+  tbb::task_arena arena_;  // By itself it would be as wide as the machine.
 };
 #endif
+
+// Registers the job for every rival, with each of these numbers of workers.
+#ifdef ORSIN_RIVAL_TBB
+#define ORSIN_RACE(job, ...)                        \
+  BENCHMARK_TEMPLATE(job, SmpExec) __VA_ARGS__;     \
+  BENCHMARK_TEMPLATE(job, WindowsPool) __VA_ARGS__; \
+  BENCHMARK_TEMPLATE(job, ThreadAPart) __VA_ARGS__; \
+  BENCHMARK_TEMPLATE(job, OneTbb) __VA_ARGS__
+#else
+#define ORSIN_RACE(job, ...)                        \
+  BENCHMARK_TEMPLATE(job, SmpExec) __VA_ARGS__;     \
+  BENCHMARK_TEMPLATE(job, WindowsPool) __VA_ARGS__; \
+  BENCHMARK_TEMPLATE(job, ThreadAPart) __VA_ARGS__
+#endif
+
+int parts_of(const benchmark::State& state) {
+  return static_cast<int>(state.range(0));
+}
 
 void do_nothing(int /*part*/, void* /*argument*/) {}
 
 template <typename Pool>
 void BackToBack(benchmark::State& state) {
-  Pool pool;
+  Pool pool(parts_of(state));
   for (auto _ : state) {
     pool.run(do_nothing, nullptr);
   }
   state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK_TEMPLATE(BackToBack, SmpExec)->UseRealTime();
-BENCHMARK_TEMPLATE(BackToBack, WindowsPool)->UseRealTime();
-#ifdef ORSIN_RIVAL_TBB
-BENCHMARK_TEMPLATE(BackToBack, OneTbb)->UseRealTime();
-#endif
+ORSIN_RACE(BackToBack, ->Arg(2)->Arg(8)->Arg(32)->Arg(128)->UseRealTime());
 
 template <typename Pool>
 void AfterAGap(benchmark::State& state) {
   using Clock = std::chrono::steady_clock;
-  Pool pool;
+  Pool pool(parts_of(state));
   for (auto _ : state) {
     Sleep(kGapMs);
     const auto start = Clock::now();
@@ -141,39 +189,33 @@ void AfterAGap(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK_TEMPLATE(AfterAGap, SmpExec)->UseManualTime()->Iterations(500);
-BENCHMARK_TEMPLATE(AfterAGap, WindowsPool)->UseManualTime()->Iterations(500);
-#ifdef ORSIN_RIVAL_TBB
-BENCHMARK_TEMPLATE(AfterAGap, OneTbb)->UseManualTime()->Iterations(500);
-#endif
+ORSIN_RACE(AfterAGap, ->Arg(2)->UseManualTime()->Iterations(500));
 
-struct Halves {
+struct Numbers {
+  explicit Numbers(int parts) : sums(static_cast<std::size_t>(parts)) {}
   std::vector<std::uint64_t> numbers = std::vector<std::uint64_t>(4 << 20, 1);
-  std::uint64_t sums[kParts] = {};
+  std::vector<std::uint64_t> sums;  // Of each part's piece.
 };
 
-void sum_half(int part, void* argument) {
-  auto* halves = static_cast<Halves*>(argument);
-  const auto half = static_cast<std::ptrdiff_t>(halves->numbers.size() / kParts);
-  const auto begin = halves->numbers.begin() + part * half;
-  halves->sums[part] = std::accumulate(begin, begin + half, std::uint64_t{0});
+void sum_piece(int part, void* argument) {
+  auto* the = static_cast<Numbers*>(argument);
+  const auto piece = static_cast<std::ptrdiff_t>(the->numbers.size() / the->sums.size());
+  const auto begin = the->numbers.begin() + part * piece;
+  the->sums[static_cast<std::size_t>(part)] =
+      std::accumulate(begin, begin + piece, std::uint64_t{0});
 }
 
 template <typename Pool>
 void MemoryBound(benchmark::State& state) {
-  Pool pool;
-  const auto halves = std::make_unique<Halves>();
+  Pool pool(parts_of(state));
+  const auto numbers = std::make_unique<Numbers>(parts_of(state));
   for (auto _ : state) {
-    pool.run(sum_half, halves.get());
-    benchmark::DoNotOptimize(halves->sums);
+    pool.run(sum_piece, numbers.get());
+    benchmark::DoNotOptimize(numbers->sums.data());
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(halves->numbers.size() *
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(numbers->numbers.size() *
                                                                          sizeof(std::uint64_t)));
 }
-BENCHMARK_TEMPLATE(MemoryBound, SmpExec)->UseRealTime();
-BENCHMARK_TEMPLATE(MemoryBound, WindowsPool)->UseRealTime();
-#ifdef ORSIN_RIVAL_TBB
-BENCHMARK_TEMPLATE(MemoryBound, OneTbb)->UseRealTime();
-#endif
+ORSIN_RACE(MemoryBound, ->Arg(2)->Arg(32)->UseRealTime());
 
 }  // namespace

@@ -37,7 +37,7 @@ if(MINGW)
     # Processor faults become C++ exceptions, so any instruction may throw.
     -fnon-call-exceptions
     # Windows aligns the stack to 16 bytes only; vector spills must not assume 32.
-    -Wa,-muse-unaligned-vector-move
+    $<$<CXX_COMPILER_ID:GNU>:-Wa,-muse-unaligned-vector-move>
     # Wine's debugger reads no newer format.
     -gdwarf-4)
 endif()
@@ -46,6 +46,15 @@ if(ORSIN_SANITIZE)
   target_compile_options(orsin_options INTERFACE
     -fsanitize=${ORSIN_SANITIZE} -fno-sanitize-recover=all -Wthread-safety)
   target_link_options(orsin_options INTERFACE -fsanitize=${ORSIN_SANITIZE})
+endif()
+
+# Traps, as there is no run-time library of the sanitizers for this target: an illegal instruction where
+# the language promises nothing, an abort where a container is misused or a stack was written over.
+if(ORSIN_CHECKED)
+  set(ORSIN_CHECKS -fsanitize=undefined -fsanitize-undefined-trap-on-error -D_GLIBCXX_ASSERTIONS
+    -fstack-protector-strong)
+  target_compile_options(orsin_options INTERFACE ${ORSIN_CHECKS})
+  target_link_options(orsin_options INTERFACE -fstack-protector-strong)
 endif()
 
 # The date of what is built, for the log's banner: startup/build_date.h.
@@ -151,8 +160,15 @@ endfunction()
 # the DLL, its host and the plug-ins, or exceptions and locales would not be shared between them.
 if(MINGW)
   set(runtime_libraries)
-  foreach(name IN ITEMS libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
-    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+  if(NOT ORSIN_RUNTIME_COMPILER)
+    set(ORSIN_RUNTIME_COMPILER ${CMAKE_CXX_COMPILER})
+  endif()
+  set(names libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+  if(ORSIN_CHECKED)
+    list(APPEND names libssp-0.dll)
+  endif()
+  foreach(name IN LISTS names)
+    execute_process(COMMAND ${ORSIN_RUNTIME_COMPILER} -print-file-name=${name}
       OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
     if(NOT EXISTS "${path}")
       find_file(ORSIN_${name} ${name} PATHS /usr/x86_64-w64-mingw32/lib NO_CMAKE_FIND_ROOT_PATH REQUIRED)

@@ -11,7 +11,7 @@ set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 # it forgets that the linker keeps one copy of such a function from all objects, and another object's
 # copy, compiled with other flags, may use them. So nothing that is linked together may be built with
 # that optimisation, dependencies included; it cost a crash in std::shuffle() to find out.
-add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fno-ipa-ra>)
+add_compile_options($<$<COMPILE_LANG_AND_ID:C,GNU>:-fno-ipa-ra> $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-ipa-ra>)
 
 # The same sources give the same bytes, wherever and whenever they are built: no path of this folder in
 # the code or its debug data, no clock in the image. (Not -ffile-prefix-map: coverage needs its paths.)

@@ -43,8 +43,7 @@ PathBuffer backup_name(const char* path, int number) {
     return whole;
   }
   // Kept on purpose: the last dot anywhere counts, also one in a directory's name; the number then
-  // goes there. And a name without any dot gets numbers that end in one. Rotations of earlier
-  // versions are continued only under the same names.
+  // goes there. And a name without any dot gets numbers that end in one. Required.
   const std::size_t dot = whole.view().rfind('.');
   const std::string_view base = whole.view().substr(0, dot);
   const char* extension = dot != std::string_view::npos ? whole.c_str() + dot + 1 : "";
@@ -74,7 +73,7 @@ int file_backup(const char* path, int generations) {
       remove_last_generation(to.c_str());
     }
     // Kept on purpose: a step that failed counts as well. The result says how many generations
-    // there were, which is what callers print.
+    // there were. Required.
     if (!move_generation(from.c_str(), to.c_str())) {
       msgerror("F-BK: Failed to rename...(%s)", std::strerror(errno));
       msgcont("File: '%s'", from.c_str());

@@ -8,9 +8,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <thread>
 
-#include "base/lock.h"
+#include "base/library_locks.h"
 #include "base/rounding.h"
 #include "orsincore/io.h"
 
@@ -20,11 +19,8 @@ namespace {
 constexpr int kPiecesInFlight = 10;
 constexpr unsigned long long kBreakMin = 65537;  // Below it splitting is off.
 
-// `is_counting` is held for the few instructions that count a reader.
 struct DirectReads {
-  Mutex mutex;
-  std::atomic_flag is_counting;
-  int readers = 0;
+  LibraryMutex mutex{LockRank::kDirectReads};
   std::atomic<unsigned long long> piece_bytes = 0;  // 0: not split.
 };
 
@@ -33,8 +29,7 @@ constinit DirectReads direct_reads;
 // Pieces that run together, the oldest collected before an eleventh starts. Returns the bytes asked
 // for until one could not be started.
 //
-// Kept on purpose: a piece that fails later, while it runs, is logged and still counts. Players
-// show a damaged frame rather than none.
+// Kept on purpose: a piece that fails later, while it runs, is logged and still counts. Required.
 unsigned long long read_split(void* file, unsigned char* destination, unsigned long long offset,
                               unsigned long long size, unsigned long long piece_bytes) {
   const ScopedLock guard(direct_reads.mutex);
@@ -73,17 +68,8 @@ unsigned long long read_split(void* file, unsigned char* destination, unsigned l
 
 }  // namespace
 
-void count_reader(int change) {
-  while (direct_reads.is_counting.test_and_set(std::memory_order_acquire)) {
-    std::this_thread::yield();
-  }
-  direct_reads.readers += change;
-  if (direct_reads.readers == 0) {
-    direct_reads.mutex.destroy();
-  } else {
-    direct_reads.mutex.create();
-  }
-  direct_reads.is_counting.clear(std::memory_order_release);
+void prepare_direct_reads() {
+  direct_reads.mutex.create();
 }
 
 }  // namespace orsin

@@ -1,9 +1,10 @@
-// What all readers share: the mutex and the setting of their reads past the ring.
+// What all readers share: the mutex of their reads past the ring.
 #pragma once
 
 namespace orsin {
 
-/// Counts a reader that comes (1) or goes (-1): the mutex lives while there are any. Any thread.
-void count_reader(int change);
+/// Makes the mutex with the first reader. It stays until the end of the process, as closedown ends
+/// threads under it. Any thread.
+void prepare_direct_reads();
 
 }  // namespace orsin

@@ -56,8 +56,7 @@ void sort_by_name(dir_list& list) {
 }
 
 void sort_by_time(dir_list& list) {
-  // Kept on purpose: one file beside one directory stays as found. Browsers that show such a list
-  // have always shown it so.
+  // Kept on purpose: one file beside one directory stays as found. Required.
   if (list.file_count > 1 || list.dir_count > 1) {
     merge_sort(list.entries, static_cast<std::size_t>(list.entry_count), compare_entries);
   }

@@ -123,7 +123,7 @@ class Writers {
       if (!may_create(i, destinations[i], overwrite) ||
           !create_destination(*slots_[i], destinations[i])) {
         // Kept on purpose: the writer that failed is closed once for each one opened before it, and
-        // those stay open. Derived writers of hosts count these calls.
+        // those stay open. Required: hosts derive writers and see these calls.
         close_repeatedly(i, i);
         abandon_before(i);
         return i;

@@ -25,8 +25,8 @@ int file_delete_directory(const char* path, bool recursive) {
   PathBuffer entry;
   if (recursive) {
     for (int i = 0; i < list->dir_count; ++i) {
-      // Kept on purpose: a subdirectory that could not be emptied does not stop the walk. Callers
-      // clear as much as can be cleared; the removal of `path` itself then reports the failure.
+      // Kept on purpose: a subdirectory that could not be emptied does not stop the walk. Required;
+      // the removal of `path` itself then reports the failure.
       if (join_path(entry, path, list->dirs[i])) {
         file_delete_directory(entry.c_str(), true);
       }

@@ -57,7 +57,7 @@ void* io_create64(const char* name, bool write_only, long long initial_size) {
   open.overlapped = true;
   open.read = open.unbuffered = open.write_through = !write_only;
   void* file = open_by_name(name, open);
-  // Kept on purpose: an error is reported also beside a good handle; some drivers leave one.
+  // Kept on purpose: an error is reported also beside a good handle; required.
   const unsigned error = port::last_system_error();
   if (error != 0 && error != port::kErrorAlreadyExists && error != port::kErrorPathNotFound) {
     msg_os_error("IO Create File", static_cast<int>(error));

@@ -34,7 +34,7 @@ int file_is_directory(const char* path) {
 }
 
 bool file_in_use(const char* path) {
-  std::FILE* stream = fits_path(path) ? ov_utf8_fopen(path, "rb") : nullptr;
+  std::FILE* stream = fits_path(path) ? ov_utf8_fopen(path, "rbN") : nullptr;
   if (stream == nullptr) {
     return true;
   }

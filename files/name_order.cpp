@@ -28,7 +28,7 @@ const char* skip_digits(const char* text) {
 }
 
 // Kept on purpose: a run of digits beyond 32 bits counts only up to the digit that would overflow,
-// so 4294967296 reads as 429496729. Stored lists and users' habits follow that order.
+// so 4294967296 reads as 429496729. Required.
 std::uint32_t leading_number(const char* text) {
   std::uint64_t value = 0;
   for (; is_digit(*text); ++text) {

@@ -87,7 +87,7 @@ fReadBuffer::fReadBuffer(void* file)
       is_unbuffered_(false),
       is_in_one_piece_(false),
       blocks_kept_(1) {
-  count_reader(1);
+  prepare_direct_reads();
   for (Slot& slot : slots_) {
     slot.ticket = -1;
   }
@@ -114,7 +114,6 @@ fReadBuffer::~fReadBuffer() {
   close_file();
   ReadSteps::drop_reads(*this);
   ReadSteps::free_buffers(*this);
-  count_reader(-1);
 }
 
 void ReadSteps::take_configuration(fReadBuffer& reader, const fReadBuffer& other) {

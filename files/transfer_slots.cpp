@@ -126,7 +126,7 @@ void leave_result_locked(Slot& slot) {
 }
 
 // Kept on purpose: the result of a host's transfer that is overtaken is not looked at; whoever holds
-// its ticket is told that it is done. Hosts that fall 96 transfers behind have lost the race anyway.
+// its ticket is told that it is done. Required.
 Slot& take_slot_locked() {
   Slot& slot = transfers.slots[transfers.next_slot];
   if (is_in_flight(slot)) {
@@ -425,8 +425,7 @@ bool io_write64(void* file, const void* buffer, long long offset, unsigned long 
          wait_for_own(own) && judge_outcome({own.error, own.bytes}, own.size) >= 0;
 }
 
-// Kept on purpose: the handle is not looked at. Hosts flush before they hand a project to another
-// program, and mean everything.
+// Kept on purpose: the handle is not looked at. Required.
 void io_flush64(void* /*file*/) {
   const ScopedLock guard(transfers.mutex);
   for (Slot& slot : transfers.slots) {

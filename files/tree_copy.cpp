@@ -89,8 +89,7 @@ bool copy_blocks(Copier& copier, unsigned long long& bytes) {
 }
 
 Result copy_opened(Copier& copier, const char* destination, unsigned long long& bytes) {
-  // Kept on purpose: an empty source is refused here, unlike in file_copy(). Callers tell damaged
-  // takes from good ones by it.
+  // Kept on purpose: an empty source is refused here, unlike in file_copy(). Required.
   if (copier.reader().getNextBlock() == 0) {
     return kDataNotCopied;
   }

@@ -4,7 +4,7 @@
 namespace {
 
 // Kept on purpose: byte 31 and the asterisk are not replaced, though file names cannot hold them.
-// Names written by earlier versions are found again only if the rule stays what it was.
+// Required.
 bool is_replaced(char byte) {
   if (byte >= 1 && byte <= 30) {
     return true;

@@ -64,7 +64,7 @@ int ask_device_sector_size(int index) {
   }
   const int logical = static_cast<int>(sizes.logical);
   msginfo("IO: Logical sector size for drive %s = %d bytes", name, logical);
-  // Kept on purpose: the second line shows the logical size too; log readers parse it so.
+  // Kept on purpose: the second line shows the logical size too; required.
   msgcont("  : Physical sector size for drive %s = %d bytes", name, logical);
   return static_cast<int>(sizes.physical);
 }

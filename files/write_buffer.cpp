@@ -371,7 +371,7 @@ void WriteSteps::begin_next_buffer(fWriteBuffer& writer) {
 // Starts the write of a first, partly filled buffer.
 //
 // Kept on purpose: it goes to the start of the file, wherever set_file_position() has moved the
-// buffer. What comes first in a file is its header, and writers that go elsewhere flush before.
+// buffer. Required; whoever goes elsewhere flushes before.
 bool WriteSteps::start_first_buffer(fWriteBuffer& writer) {
   const unsigned long long bytes = rounded_up(writer.used_, writer.alignment_);
   writer.data_end_ = std::max(writer.data_end_, writer.used_);

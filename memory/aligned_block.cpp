@@ -64,8 +64,7 @@ void* a_realloc(void* data, std::uint64_t size, int alignment) {
   if (old_size != 0) {
     std::memcpy(moved, data, std::min(size, old_size));
   }
-  // Kept on purpose: twice, where a_free() steps once; see the head of this file. Callers that
-  // nest their blocks rely on the outer one being released.
+  // Kept on purpose: twice, where a_free() steps once; see the head of this file. Required.
   std::free(step_back(step_back(data)));
   return moved;
 }

@@ -28,8 +28,7 @@ constexpr std::uint64_t kAlignedHeaderBytes = 16;
 /// The data address in the heap block at `start`.
 ///
 /// Kept on purpose: where start + 16 is aligned already, a whole unit is skipped all the same. The
-/// request has room for it, and callers have always seen at least one byte between the header and
-/// the heap's own start.
+/// request has room for it. Required.
 [[nodiscard]] constexpr std::uint64_t aligned_data_address(std::uint64_t start,
                                                            std::uint64_t alignment) {
   const std::uint64_t earliest = start + kAlignedHeaderBytes;

@@ -1,5 +1,5 @@
-// Kept on purpose: callers that are also written for systems with autorelease pools bracket their
-// threads with these two; here there is nothing to do.
+// Kept on purpose: what other systems have autorelease pools for, there is nothing to do for here.
+// Required.
 #include "orsincore/memory.h"
 
 void* ov_create_autorelease_pool() {

@@ -89,8 +89,7 @@ std::uint64_t mheap_resize(_mheap* heap, std::uint64_t size, int os_flags) {
   }
   auto* region = static_cast<std::uint8_t*>(os_alloc(total_size, os_flags));
   if (region == nullptr) {
-    // Kept on purpose: the result is the same as on success. Callers treat growing as a wish and go
-    // by mheap_totalsize().
+    // Kept on purpose: the result is the same as on success. Required; mheap_totalsize() tells.
     return total_size;
   }
   const HeapLock lock(heap);

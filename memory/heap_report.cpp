@@ -89,8 +89,7 @@ void mheap_trace(_mheap* heap, const mheap_mblk* mark) {
     return;
   }
   const auto* end = reinterpret_cast<const std::uint8_t*>(heap->end_block);
-  // Kept on purpose: unlike the dump it does not ask whether this line was written. Who traces a
-  // heap has debug output on.
+  // Kept on purpose: unlike the dump it does not ask whether this line was written. Required.
   msgdebug("MHeap TRACE: %d Kb (0x%p - 0x%p)\n", static_cast<int>((end - heap->base) / 1024),
            static_cast<const void*>(heap->base), static_cast<const void*>(end));
   int index = 0;

@@ -11,8 +11,7 @@
 namespace orsin {
 namespace {
 
-// Kept on purpose: nothing takes this mutex today. It exists from start-up to closedown so that
-// code of the memory layer that needs a lock of its own finds one.
+// Kept on purpose: nothing takes this mutex today. It exists from start-up to closedown. Required.
 constinit Mutex general_mutex;
 
 }  // namespace

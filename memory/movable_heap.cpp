@@ -90,8 +90,8 @@ int mheap_alloc_lock(_mheap* heap, std::uint64_t size, void** handle) {
       return 1;
     }
     if (heap->mode != MHEAP_DISCARD) {
-      // Kept on purpose: such a heap never waits and never gives up. Its users free blocks on other
-      // threads, and would rather have the allocation late than not at all.
+      // Kept on purpose: such a heap never waits and never gives up. Required; blocks that other
+      // threads free let it go on.
       lock.yield();
       continue;
     }
@@ -178,8 +178,8 @@ int mheap_free(_mheap* heap, void** handle) {
     return -1;
   }
   if (block->lockex_count == 0) {
-    // Kept on purpose: nobody is woken. Owners free in long runs, and an allocation that waits finds
-    // what they have freed when its 100 ms are over.
+    // Kept on purpose: nobody is woken. Required; an allocation that waits finds what was freed
+    // when its 100 ms are over.
     release_locked(heap, block);
     return 1;
   }
@@ -212,7 +212,7 @@ int mheap_unlock_ex(_mheap* heap, void* data) {
   }
   --block->lockex_count;
   // Kept on purpose: the first ex-unlock after a pending free releases the block, whatever other ex
-  // locks are left. Holders of raw pointers take turns; the one who is done last has freed it.
+  // locks are left. Required.
   if ((block->flags & kFreePending) != 0) {
     release_locked(heap, block);
   }

@@ -25,8 +25,7 @@ void copy_part(void* argument, void*, void*, void*, void*, void*) {
 
 }  // namespace
 
-// Kept on purpose: even a copy of one byte is split. Callers use the call for pictures, and know
-// why they do.
+// Kept on purpose: even a copy of one byte is split. Required.
 void* memcpy_mt(void* destination, const void* source, std::size_t count) {
   Copy copy = {static_cast<unsigned char*>(destination), static_cast<const unsigned char*>(source),
                count};

@@ -47,7 +47,7 @@ void read_configuration(HeapSizes& sizes) {
   if (!port::find_settings_file("memory.cfg", path)) {
     return;
   }
-  const UniqueFile file(ov_utf8_fopen(path, "r"));
+  const UniqueFile file(ov_utf8_fopen(path, "rN"));
   if (!file) {
     return;
   }
@@ -174,8 +174,7 @@ std::uint64_t mem_alloc_pools() {
   return heaps.total;
 }
 
-// Kept on purpose: the total stays, so the heaps are made once in the life of a process. A plug-in
-// that asks for them after closedown shall not bring gigabytes back.
+// Kept on purpose: the total stays, so the heaps are made once in the life of a process. Required.
 void mem_free_pools() {
   retire(heaps.image);
   retire(heaps.audio);

@@ -69,8 +69,8 @@ int mheap_validate(_mheap* heap) {
   if (check == HeapBlocks::Check::kEmptyMerge) {
     msgerror("HEAP CORRUPTED: Illegal (0 size) block detected...");
   }
-  // Kept on purpose: the mutex stays held. Nobody shall build on a damaged heap; threads that try
-  // stand still, where a debugger finds them.
+  // Kept on purpose: the mutex stays held. Required; nobody builds on a damaged heap, threads that
+  // try stand still.
   record_of(heap).is_damaged.store(true);
   return -1;
 }

@@ -45,7 +45,7 @@ bool write_whole_file(const char* path, const char* data, std::size_t size) {
 }
 
 bool read_whole_file(const char* path, void* data, std::size_t size) {
-  const UniqueFile file(ov_utf8_fopen(path, "rb"));
+  const UniqueFile file(ov_utf8_fopen(path, "rbN"));
   return file != nullptr && read_bytes(file.get(), data, size) == size;
 }
 
@@ -95,9 +95,8 @@ bool ov_http_socket::WriteFile(const char* url, const char* path) {
     return fail_with_code(socket, socket.last_error_);
   }
   socket.SetStatusCode();
-  // Kept on purpose: the bytes follow a request that has been sent and answered already. The
-  // services that take uploads this way rely on it; a platform that refuses it ends in the line
-  // with the code.
+  // Kept on purpose: the bytes follow a request that has been sent and answered already. Required;
+  // a platform that refuses it ends in the line with the code.
   const std::int64_t written =
       write_payload(socket.request_, buffer.data(), static_cast<std::uint64_t>(size));
   if (written < 1 || socket.status_code_ != kStatusOk) {

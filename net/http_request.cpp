@@ -11,8 +11,7 @@ namespace {
 constexpr std::uint16_t kHttpPort = 80;
 
 // Kept on purpose: this port speaks plain HTTP whatever the secure flag and the URL's scheme say.
-// The application's own local service listens there without a certificate, and its callers leave
-// the flag on; with TLS they would no longer reach it.
+// Required.
 constexpr std::uint16_t kLocalServicePort = 59928;
 
 }  // namespace

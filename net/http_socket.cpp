@@ -69,9 +69,8 @@ std::unique_ptr<char[]> copy_of(std::string_view text) {
 
 // Reads until nothing more comes. False when memory is short.
 //
-// Kept on purpose: a read that fails ends the answer as its end does. Services that drop the
-// connection instead of closing it are read this way, so an answer cut short is returned as far as
-// it came; a caller who must know compares its length.
+// Kept on purpose: a read that fails ends the answer as its end does. Required, so an answer cut
+// short is returned as far as it came; a caller who must know compares its length.
 bool read_answer(void* request, ResponseBody& body) {
   for (;;) {
     std::uint32_t bytes = 0;

@@ -20,8 +20,8 @@ std::int64_t write_payload(void* request, const void* payload, std::uint64_t siz
     if (!port::internet_write(request, rest, bytes, written)) {
       return static_cast<std::int32_t>(written);  // A count of -1 means that there is none.
     }
-    // Kept on purpose: the result is the last write's count and not the sum. Callers compare it
-    // with the payload's size, and take a payload that did not leave in one piece for a failed one.
+    // Kept on purpose: the result is the last write's count and not the sum. Required; a payload
+    // that did not leave in one piece looks like a failed one.
     if (written == 0 || written >= size) {
       return written;
     }

@@ -78,8 +78,7 @@ bool WebSocketWinHttp::upgrade(const char* url, const char16_t* path) {
     msgerror("WebSocketWinHttp: Failed to complete upgrade: %s %d", url, last_error());
     return false;
   }
-  // Kept on purpose: one look at what has arrived with the answer, whatever it finds. Servers that
-  // greet at once have always been met this way.
+  // Kept on purpose: one look at what has arrived with the answer, whatever it finds. Required.
   port::query_web_data(socket_.get());
   return true;
 }
@@ -91,7 +90,7 @@ bool WebSocketWinHttp::Close() {
 }
 
 // Kept on purpose: both lines give the thread's last error although the calls return their code.
-// Readers of logs know these lines with that number.
+// Required.
 bool WebSocketWinHttp::say_farewell() {
   bool is_clean = true;
   if (port::close_websocket(socket_.get()) != 0) {
@@ -177,7 +176,7 @@ bool WebSocketWinHttp::Receive(OvWebSocketData** out) {
     if (part.content != WebSocketContent::kBinaryFragment &&
         part.content != WebSocketContent::kUtf8Fragment) {
       // Kept on purpose: the end of a text message fails in silence as the server's farewell does.
-      // The services' protocols are binary, and no caller has ever been given text.
+      // Required.
       return false;
     }
   }

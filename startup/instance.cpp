@@ -38,7 +38,9 @@ void show_first_instance(const char* application_name) {
   std::snprintf(class_name, sizeof(class_name), "%sKORVANE", application_name);
   void* window = port::find_window(class_name);
   if (window == nullptr) {
-    port::show_message("There is already an instance running!", application_name);
+    if (port::desktop_is_visible()) {  // Elsewhere nobody could press the button.
+      port::show_message("There is already an instance running!", application_name);
+    }
     return;
   }
   if (port::is_minimised(window)) {

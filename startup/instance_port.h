@@ -30,6 +30,9 @@ void close_named_mutex(void* mutex) noexcept;
 void restore_window(void* window) noexcept;
 void raise_window(void* window) noexcept;
 
+/// False where windows can be made but nobody sees them, as in a service.
+[[nodiscard]] bool desktop_is_visible() noexcept;
+
 /// Shows a box with an OK button, and returns when it was pressed. UTF-8.
 void show_message(const char* text, const char* title) noexcept;
 

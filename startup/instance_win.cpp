@@ -8,9 +8,7 @@
 #include "base/win/windows.h"
 #include "startup/instance_port.h"
 
-#if defined(_MSC_VER)
-#pragma section("Instance", read, write, shared)
-#endif
+ORSIN_DECLARE_SHARED_SECTION("Instance")
 
 namespace orsin::port {
 namespace {
@@ -62,6 +60,13 @@ void restore_window(void* window) noexcept {
 void raise_window(void* window) noexcept {
   SetWindowPos(window_of(window), HWND_TOP, 0, 0, 0, 0,
                SWP_NOMOVE | SWP_NOSIZE | SWP_ASYNCWINDOWPOS);
+}
+
+bool desktop_is_visible() noexcept {
+  USEROBJECTFLAGS flags = {};
+  return GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof(flags),
+                                   nullptr) == 0 ||
+         (flags.dwFlags & WSF_VISIBLE) != 0;
 }
 
 void show_message(const char* text, const char* title) noexcept {

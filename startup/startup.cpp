@@ -27,6 +27,7 @@
 #include "startup/startup_steps.h"
 #include "startup/system_report.h"
 #include "text/localisation.h"
+#include "threads/background_worker.h"
 #include "threads/executor.h"
 #include "threads/scheduling.h"
 #include "threads/thread_table.h"
@@ -137,7 +138,10 @@ void ov_closedown() {
   take_down("memory", stop_memory);
   take_down("executor", stop_executor);
   take_down("background worker", OV_Thread::Destroy);
-  take_down("thread table", stop_thread_table);
+  take_down("thread table", [] {
+    stop_thread_table();
+    forget_background_worker();
+  });
   take_down("directory names", flist_flushcache);
   take_down("single instance", end_single_instance);
   if (is_restart_requested()) {

@@ -96,14 +96,18 @@ bool system_product_version(Version& version) noexcept {
 }
 
 SystemVersion system_version() noexcept {
-  OSVERSIONINFOA info = {};
+  using GetVersion = LONG(NTAPI*)(OSVERSIONINFOW*);
+  const HMODULE system = GetModuleHandleW(L"ntdll.dll");
+  const auto get_version = reinterpret_cast<GetVersion>(
+      reinterpret_cast<void*>(GetProcAddress(system, "RtlGetVersion")));
+  OSVERSIONINFOW info = {};
   info.dwOSVersionInfoSize = sizeof(info);
-  GetVersionExA(&info);
+  get_version(&info);  // GetVersionEx() answers what the host's manifest lets it know.
   SystemVersion version = {static_cast<int>(info.dwMajorVersion),
                            static_cast<int>(info.dwMinorVersion),
                            static_cast<int>(info.dwBuildNumber),
                            {}};
-  std::snprintf(version.service_pack, sizeof(version.service_pack), "%s", info.szCSDVersion);
+  ov_wchar_to_utf8(info.szCSDVersion, version.service_pack, sizeof(version.service_pack));
   return version;
 }
 

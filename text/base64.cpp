@@ -174,8 +174,7 @@ std::size_t ov_base64_decode(const char* src, std::size_t src_len, void* dst,
   return decode_base64_span(src, src_len, static_cast<unsigned char*>(dst), dst_size);
 }
 
-// Kept on purpose: the result says what src holds, not what was written; callers compare it with
-// the size that they expected.
+// Kept on purpose: the result says what src holds, not what was written; required.
 std::size_t ov_base64_decode_mt(const char* src, std::size_t src_len, void* dst,
                                 std::size_t dst_size) {
   if (src == nullptr) {

@@ -175,8 +175,7 @@ Scanner::Result Scanner::number_directive(char letter, int digits) {
       break;
     case 'I':
     case 'l':
-      // Kept on purpose: 12 is refused, so "12:00:00 PM" does not fit "%I:%M:%S %p". Importers
-      // fall back to another pattern when it fails.
+      // Kept on purpose: 12 is refused, so "12:00:00 PM" does not fit "%I:%M:%S %p". Required.
       matches = number(digits, 0, 11, fields_.hour);
       break;
     case 'G':

@@ -19,8 +19,7 @@ namespace orsin {
 /// The configuration as it is written, with a "%s" for the code of the language.
 ///
 // Kept on purpose: the lines end in carriage return and line feed, and the file is written as text,
-// where Windows adds a carriage return of its own. Programs in the field write and read the file
-// that way, and may compare it byte for byte.
+// where Windows adds a carriage return of its own. Required.
 inline constexpr char kLanguageConfigurationFormat[] =
     "#\r\n"
     "# Language Settings \r\n"

@@ -155,8 +155,7 @@ const char* ov_pgettext(const char* msgid) {
   return ov_pgettext(nullptr, msgid);
 }
 
-// Kept on purpose: there is one domain of messages, and every context is at home in it. Programs
-// that were written for several still ask.
+// Kept on purpose: there is one domain of messages, and every context is at home in it. Required.
 bool ov_is_default_context(const char* /*context*/) {
   return true;
 }
@@ -166,8 +165,7 @@ const char* ov_locale_get() {
 }
 
 bool ov_save_language_cfg(const char* code) {
-  // Kept on purpose: the folder comes first, even for a code that is then refused. A settings window
-  // that saves nothing yet still finds a place for its other files.
+  // Kept on purpose: the folder comes first, even for a code that is then refused. Required.
   char path[kPathBytes];
   if (!port::place_settings_file("Settings", kConfigurationName, path) || code == nullptr ||
       *code == '\0') {

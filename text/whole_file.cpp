@@ -10,7 +10,7 @@ namespace orsin {
 
 std::optional<std::vector<char>> read_whole_file(const char* path) {
   constexpr std::size_t kStepBytes = 64 * 1024;
-  const UniqueFile file(ov_utf8_fopen(path, "rb"));
+  const UniqueFile file(ov_utf8_fopen(path, "rbN"));
   if (!file) {
     return std::nullopt;
   }

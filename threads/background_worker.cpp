@@ -21,8 +21,7 @@
 #include <cstddef>
 #include <new>
 
-#include "base/lock.h"
-#include "base/process_wide.h"
+#include "base/library_locks.h"
 #include "threads/deadline.h"
 #include "threads/thread_table.h"
 
@@ -70,15 +69,11 @@ struct Worker {
 };
 
 struct Background {
-  Mutex mutex;
+  LibraryMutex mutex{LockRank::kBackgroundWorker};
   std::atomic<Worker*> worker = nullptr;  // Written under the mutex.
-
-  Background() { mutex.create(); }
 };
 
-Background& background() {
-  return process_wide<Background>();
-}
+constinit Background background;
 
 void let_go(Worker* worker) {
   if (worker->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
@@ -90,9 +85,8 @@ void let_go(Worker* worker) {
 class WorkerInUse {
  public:
   WorkerInUse() {
-    Background& state = background();
-    const ScopedLock guard(state.mutex);
-    worker_ = state.worker.load(std::memory_order_relaxed);
+    const ScopedLock guard(background.mutex);
+    worker_ = background.worker.load(std::memory_order_relaxed);
     if (worker_ != nullptr) {
       worker_->owners.fetch_add(1, std::memory_order_relaxed);
     }
@@ -216,12 +210,11 @@ bool queue_quit(Worker& worker, const Deadline& deadline) {
 }
 
 void start_background_worker() {
-  Background& state = background();
-  if (state.worker.load(std::memory_order_acquire) != nullptr) {
+  if (background.worker.load(std::memory_order_acquire) != nullptr || !background.mutex.create()) {
     return;
   }
-  const ScopedLock guard(state.mutex);
-  if (state.worker.load(std::memory_order_relaxed) != nullptr) {
+  const ScopedLock guard(background.mutex);
+  if (background.worker.load(std::memory_order_relaxed) != nullptr) {
     return;
   }
   auto* worker = new (std::nothrow) Worker;
@@ -240,7 +233,7 @@ void start_background_worker() {
     delete worker;
     return;
   }
-  state.worker.store(worker, std::memory_order_release);
+  background.worker.store(worker, std::memory_order_release);
 }
 
 }  // namespace
@@ -257,12 +250,16 @@ void stop_background_worker(std::uint32_t timeout_ms) {
     worker->is_abandoned.store(true);  // What it would still find in its ring may be gone by then.
     mp_cond_signal(worker->work);
   }
-  Background& state = background();
   {
-    const ScopedLock guard(state.mutex);
-    state.worker.store(nullptr, std::memory_order_relaxed);
+    const ScopedLock guard(background.mutex);
+    background.worker.store(nullptr, std::memory_order_relaxed);
   }
   let_go(worker);
+}
+
+// Its own mutex may have been ended with it, so it is left where it is.
+void forget_background_worker() {
+  background.worker.store(nullptr, std::memory_order_relaxed);
 }
 
 }  // namespace orsin

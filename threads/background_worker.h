@@ -19,4 +19,8 @@ constexpr std::int32_t kRunCommand = 1;
 /// OV_Thread::Destroy() with a time-out of the caller's, for the wait as a whole.
 void stop_background_worker(std::uint32_t timeout_ms);
 
+/// Forgets a worker whose thread has been ended: one that did not stop in time, or that another thread
+/// has started since. While one thread runs.
+void forget_background_worker();
+
 }  // namespace orsin

@@ -84,16 +84,21 @@ constinit Executor executor;
 // Pushes parts 0 ... count-1 of a job in one go, and wakes once: all sleeping workers have something
 // to do. Only a ring that is full meanwhile makes it let go of the lock.
 void push_parts(smp_entry_t job, int count) {
+  const auto next_part = [&job] {
+    const smp_entry_t part = job;
+    ++job.part;
+    return part;
+  };
   const ScopedLock guard(executor.queue_mutex);
-  for (job.part = 0; job.part < count; ++job.part) {
-    while (executor.ring->count() >= executor.capacity) {
-      mp_cond_broadcast(executor.work);  // Nobody else takes from the ring.
-      mp_cond_wait(executor.space, executor.queue_mutex.handle());
+  for (;;) {
+    const int pushed = executor.ring->push_each(count - job.part, next_part);
+    executor.queued.fetch_add(pushed, std::memory_order_relaxed);
+    mp_cond_broadcast(executor.work);
+    if (job.part == count) {
+      return;
     }
-    executor.ring->push(job);
-    executor.queued.fetch_add(1, std::memory_order_relaxed);
+    mp_cond_wait(executor.space, executor.queue_mutex.handle());
   }
-  mp_cond_broadcast(executor.work);
 }
 
 smp_entry_t take() {

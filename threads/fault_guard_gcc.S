@@ -38,11 +38,20 @@
 	filtered_call	orsin_call_guarded, orsin_fault_filter
 	filtered_call	orsin_call_shielded, orsin_shield_filter
 
-// Where a faulting thread goes on: the stack pointer is at a machine frame that leads the unwinder
-// back to the faulting instruction, as if that had called orsin_throw_fault().
+// Where a faulting thread goes on, once the system is done with the stack below the fault: pushes the
+// machine frame that rcx points to (five words) where the system had its own, so there is room. It
+// leads the unwinder back to the faulting instruction, as if that had called orsin_throw_fault().
 	.globl	orsin_fault_trampoline
-	.seh_proc	orsin_fault_trampoline
 orsin_fault_trampoline:
+	subq	$8, %rsp		// Five words leave the stack pointer at an odd one.
+	pushq	32(%rcx)
+	pushq	24(%rcx)
+	pushq	16(%rcx)
+	pushq	8(%rcx)
+	pushq	(%rcx)
+
+	.seh_proc	orsin_fault_frame
+orsin_fault_frame:
 	.seh_pushframe
 	subq	$32, %rsp
 	.seh_stackalloc	32

@@ -5,10 +5,11 @@
 //
 //   1. A structured exception filter sees the fault: that of the guard around a thread's entry
 //      function, or the process's last filter for threads that we did not start.
-//   2. It keeps copies of record and context, pushes a machine frame with the faulting address on
-//      the thread's stack, and lets the thread go on in a trampoline.
-//   3. The trampoline calls a function that throws. The unwinder steps through the machine frame
-//      into the faulting function as through any caller.
+//   2. It keeps copies of record and context, prepares a machine frame with the faulting address, and
+//      lets the thread go on in a trampoline. On the stack it writes nothing: below the fault the
+//      system's dispatcher is still at work, which reads the changed context after the filter.
+//   3. The trampoline pushes the machine frame and calls a function that throws. The unwinder steps
+//      through the frame into the faulting function as through any caller.
 //   4. Where that function has no exception tables, the throw ends in std::terminate(). Our handler
 //      sees that a fault was thrown and raises a private code, for which the filter unwinds to
 //      the guard; nothing in between is destroyed, but the guard has its answer.
@@ -20,6 +21,8 @@
 // somebody else's, and its faults are too.
 #include "threads/fault_guard.h"
 
+#include <malloc.h>
+
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -27,6 +30,19 @@
 
 #include "base/win/windows.h"
 #include "orsincore/threads.h"
+
+namespace {
+
+// Whoever goes on after a stack overflow needs its guard page again: without one the next overflow ends
+// the process without a word. To be called where the stack is unwound. When it refuses, there is no
+// room for a guard page, and nothing better to do.
+void restore_stack_guard(DWORD code) {
+  if (code == EXCEPTION_STACK_OVERFLOW) {
+    static_cast<void>(_resetstkoflw());
+  }
+}
+
+}  // namespace
 
 #if defined(__GNUC__)
 
@@ -46,15 +62,24 @@ constexpr DWORD kFaultWithoutTables = 0xE04F5243;  // Private: customer bit set,
 constexpr DWORD kMultipleFloatFaults = 0xC00002B4;
 constexpr DWORD kMultipleFloatTraps = 0xC00002B5;
 constexpr ULONG kStackGuaranteeBytes = 64 * 1024;  // To throw in after a stack overflow.
-constexpr DWORD64 kMachineFrameBytes = 48;         // Five words, kept at 16-byte alignment.
 constexpr DWORD64 kSkippedBytes = 128;          // What the faulting code may have below its stack.
 constexpr DWORD kFlagsCleared = 0x400 | 0x100;  // Direction and trap flag.
 constexpr DWORD kDefaultMxcsr = 0x1F80;         // All floating-point exceptions masked.
+
+// As the processor pushes it, from the lowest address up.
+struct MachineFrame {
+  DWORD64 rip;
+  DWORD64 cs;
+  DWORD64 eflags;
+  DWORD64 rsp;
+  DWORD64 ss;
+};
 
 struct FaultState {
   EXCEPTION_RECORD record;
   CONTEXT context;
   EXCEPTION_POINTERS pointers;
+  MachineFrame frame;  // For the trampoline.
   bool is_on_the_way;  // From the fault to the throw.
 };
 
@@ -131,15 +156,10 @@ void redirect_to_throw(FaultState& state, EXCEPTION_POINTERS& information) {
   state.is_on_the_way = true;
 
   CONTEXT& context = *information.ContextRecord;
-  const DWORD64 frame = ((context.Rsp - kSkippedBytes) & ~DWORD64{15}) - kMachineFrameBytes;
-  auto* words = reinterpret_cast<DWORD64*>(frame);
-  words[0] = as_return_address(context.Rip);
-  words[1] = context.SegCs;
-  words[2] = context.EFlags;
-  words[3] = context.Rsp;
-  words[4] = context.SegSs;
-
-  context.Rsp = frame;
+  state.frame = {as_return_address(context.Rip), context.SegCs, context.EFlags, context.Rsp,
+                 context.SegSs};
+  context.Rcx = reinterpret_cast<DWORD64>(&state.frame);
+  context.Rsp = (context.Rsp - kSkippedBytes) & ~DWORD64{15};
   context.Rip = reinterpret_cast<DWORD64>(&orsin_fault_trampoline);
   context.EFlags &= ~kFlagsCleared;
   context.MxCsr = kDefaultMxcsr;
@@ -152,7 +172,8 @@ void redirect_to_throw(FaultState& state, EXCEPTION_POINTERS& information) {
 //
 // Windows moves the guard page down with the stack and stops it where the guarantee begins. Wine
 // keeps it at the very end of a stack that is committed as a whole, where the guarantee comes too
-// late: there we put one where it should be. On Windows that page is not committed yet.
+// late: there we put one where it should be. On Windows that page is not committed yet, or is a part of
+// the guard that an overflow has left behind.
 void keep_stack_for_throwing() {
   ULONG guarantee = kStackGuaranteeBytes;
   SetThreadStackGuarantee(&guarantee);
@@ -161,7 +182,8 @@ void keep_stack_for_throwing() {
   VirtualQuery(&region, &region, sizeof(region));
   auto* page = static_cast<char*>(region.AllocationBase) + kStackGuaranteeBytes;
   VirtualQuery(page, &region, sizeof(region));
-  if (region.State == MEM_COMMIT && page < reinterpret_cast<char*>(&region)) {
+  if (region.State == MEM_COMMIT && (region.Protect & PAGE_GUARD) == 0 &&
+      page < reinterpret_cast<char*>(&region)) {
     DWORD old_protection = 0;
     VirtualProtect(page, 1, PAGE_READWRITE | PAGE_GUARD, &old_protection);
   }
@@ -270,6 +292,7 @@ std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
     code = fault.getSeNumber();
   }
   TlsSetValue(guard.state_index, outer);
+  restore_stack_guard(code);
   return code;
 }
 
@@ -324,12 +347,14 @@ void remove_fault_guard() {
 
 std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
   install_fault_guard();  // The translator belongs to the thread.
+  std::uint32_t code = 0;
   try {
     entry(argument);
   } catch (const SE_Exception& fault) {
-    return fault.getSeNumber();
+    code = fault.getSeNumber();
   }
-  return 0;
+  restore_stack_guard(code);
+  return code;
 }
 
 }  // namespace orsin

@@ -118,8 +118,7 @@ bool Observer::getObserverNotificationsEnabled() const {
 Observable::Observable() = default;
 
 // Kept on purpose: a copy made inside a handler takes the running delivery over and stays silent,
-// its "Dying" included. Handlers that keep a copy of the sender for later rely on a copy that tells
-// nobody anything.
+// its "Dying" included. Required.
 Observable::Observable(const Observable& other) = default;
 Observable& Observable::operator=(const Observable& other) = default;
 
@@ -182,7 +181,7 @@ int Observable::update_observers(unsigned int type) {
 }
 
 // Kept on purpose: unlike the call by type, this one lets no "Dying" through a muted observable and
-// calls muted observers too. Who builds a notification means everybody who is registered.
+// calls muted observers too. Required.
 int Observable::update_observers(Observer::Notification& notification) {
   if (disable_count_ > 0 || update_depth_ > 0) {
     return 0;

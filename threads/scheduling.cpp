@@ -64,7 +64,7 @@ void mp_schedule_ndpi() {
   }
 }
 
-// Kept on purpose: the text says "above normal", as it always has; support staff search for it.
+// Kept on purpose: the text says "above normal", as is required.
 void mp_schedule_highest() {
   if (!port::set_thread_priority(port::ThreadPriority::kHighest)) {
     msgwarn("SCHED: Can't set time 'above normal' priority: %s", os_errormsg());

@@ -209,8 +209,7 @@ unsigned int mp_start_thread(const char* name, void (*entry)(void*), void* argum
   const port::StartedThread started =
       port::start_thread({run_thread, entry, argument}, kStackBytes);
   if (started.handle == nullptr) {
-    // Kept on purpose: the record stays in use without a thread until closedown, as a trace of the
-    // failure.
+    // Kept on purpose: the record stays in use without a thread until closedown. Required.
     msg_os_error("MP: Failed to start thread");
     return kNoThread;
   }

@@ -174,6 +174,23 @@ class Ingest {
     return name;
   }
 
+  // After everything that was made inside. The attributes are not taken: a drive's root is hidden.
+  void take_card_times(Destination& destination) {
+    const auto card = facts_of(setup_.card);
+    const auto tree = facts_of(destination.tree());
+    if (!card || !tree) {
+      return;  // The system does not tell them of every drive's root.
+    }
+    PlannedEntry facts;
+    facts.write_time = card->write_time;
+    facts.creation_time = card->creation_time;
+    facts.attributes = tree->attributes;
+    if (!apply_directory_facts(destination.tree(), facts)) {
+      record_.problems.push_back(
+          {destination.tree(), "its times cannot be set: " + system_reason()});
+    }
+  }
+
   // What the report and the last lines tell.
   void gather() {
     record_.is_stopped = cancel_requested();
@@ -193,6 +210,9 @@ class Ingest {
       const FinishedFiles finished = destination.take_finished();
       if (options_.manifest && !destination.is_ended() && !record_.is_stopped) {
         record.manifest = write_manifest(destination, finished);
+      }
+      if (!destination.is_ended() && !record_.is_stopped) {
+        take_card_times(destination);
       }
       destination.close(finished.size() == plan_.files.size() && !record_.is_stopped);
       record.ended = destination.reason();

@@ -196,15 +196,22 @@ class ov_queue {
 
   /// False when the ring was full and the entry was dropped.
   bool push(const T& entry) {
+    return push_each(1, [&entry] { return entry; }) == 1;
+  }
+
+  /// Pushes up to `count` entries under one lock, each as make() gives it. make() is called for those
+  /// alone that have room; it must not call the ring, nor throw. Returns their number.
+  template <typename Make>
+  int push_each(int count, Make make) {
     mp_get_mutex(mutex_);
-    const bool has_room = count_ < capacity_;
-    if (has_room) {
-      entries_[write_] = entry;
+    int pushed = 0;
+    for (; pushed < count && count_ < capacity_; ++pushed) {
+      entries_[write_] = make();
       write_ = (write_ + 1) % capacity_;
       ++count_;
     }
     mp_release_mutex(mutex_);
-    return has_room;
+    return pushed;
   }
 
   /// Takes the oldest entry; false when the ring is empty.

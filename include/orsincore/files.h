@@ -305,6 +305,10 @@ ORSIN_API int file_copy(const char* src, const char** dsts, bool overwrite,
 /// Copies a file, hashing it as it passes (bit 0 of `flags`) and reading the copy back to compare
 /// hashes (bit 1). An existing destination is always replaced.
 ///
+/// When all is copied, the source is opened for its times and shared with nobody for that moment:
+/// another copy of the same source that starts right then is refused, and one that still reads keeps
+/// this copy from taking over the time, with a warning.
+///
 /// @param overwrite  Not looked at.
 /// @param bytes      Grows by the bytes copied; never reset. A source that could not be read to its
 ///                   end counts as ended there, also when it is verified: compare with its size.

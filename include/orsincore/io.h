@@ -62,7 +62,8 @@ ORSIN_API void* io_open64(const char* name, int mode, bool unbuffered, bool shar
 /// @param write_only    True: for writing, through the cache. False: also for reading, unbuffered
 ///                      and written through.
 /// @param initial_size  Bytes. From 1 on, the file is emptied, extended to this size and zeroed;
-///                      where that fails, a warning says so and the file is open all the same.
+///                      where that fails, a warning says so and the file is open all the same. On
+///                      Windows zeroing may take as long as writing so many bytes.
 /// @return The handle, the caller's until io_close64(); the invalid handle after the error line
 ///         "IO Create File", or in silence when the directory does not exist.
 /// Windows: CreateFileW, FileEndOfFileInfo, FSCTL_SET_ZERO_DATA.
@@ -164,6 +165,7 @@ ORSIN_API void rwBufferConfigGet(int& size, bool& no_unbuffered_writing,
 /// virtual function, the destructor, are fixed: plug-ins derive from it.
 class ORSIN_API fReadBuffer {
  public:
+  /// Has nothing to read until open_file() or set_memory_buffer().
   fReadBuffer();
 
   /// Reads a handle that stays its owner's; get_errors() is true when its file is empty.

@@ -18,7 +18,8 @@
 /// @param name   At most 260 bytes with the terminator.
 /// @param flags  Bit 0: the library's own directory is searched for what it depends on, during the
 ///        load in the whole process. What the host had set with SetDllDirectory() is set again, but
-///        for an empty directory: the system does not tell that from none.
+///        for an empty directory: the system does not tell that from none. A host that keeps the
+///        current directory out of all searches uses SetDefaultDllDirectories() for it.
 /// @return The system's module handle, one reference of it the caller's until ov_close_library().
 ///         Null when it cannot be loaded: after a warning with the system's reason when there is
 ///         such a file, silently when there is none.

@@ -78,7 +78,7 @@ class ORSIN_API SE_Exception {
   /// Record and processor context of the fault; may be null.
   [[nodiscard]] _EXCEPTION_POINTERS* getSePointers() const;
 
-  /// Kept on purpose: does nothing. Crash reporting of hosts calls it.
+  /// Kept on purpose: does nothing. Required.
   void DumpFile() const;
 
  private:

@@ -189,7 +189,9 @@ TEST_F(MessageLog, ReachesStandardErrorWhenSilencedByANegativeLevel) {
   msg_setlevel(-1);
   testing::internal::CaptureStderr();
 
+  EXPECT_EQ(msg(0, "lowest"), 1);
   EXPECT_EQ(msg(2, "plain"), 1);
+  EXPECT_EQ(msg(4, "highest"), 1);
   EXPECT_EQ(msg(9, "above\n"), 1);
   EXPECT_EQ(msg(-3, "below"), 1);
   EXPECT_EQ(msgerror("levels stay silent"), 0);
@@ -197,7 +199,9 @@ TEST_F(MessageLog, ReachesStandardErrorWhenSilencedByANegativeLevel) {
   std::string written = testing::internal::GetCapturedStderr();
   std::erase(written, '\r');
   EXPECT_EQ(written,
+            "##:##:##.## ERROR: lowest\n"
             "##:##:##.## INFO : plain\n"
+            "##:##:##.## TRACE: highest\n"
             "##:##:##.##      : above\n"
             "##:##:##.##      : below\n");
   EXPECT_EQ(log.lines(), (Lines{"INFO : head"}));
@@ -319,6 +323,45 @@ TEST_F(MessageLog, ForgetsARepeatAtTheEndOfTheRun) {
   msg_close();
 
   EXPECT_EQ(log.lines(), (Lines{"INFO : same"}));
+}
+
+TEST_F(MessageLog, ForgetsRepeatsWhenItIsTold) {
+  const LogCapture log;
+  msginfo("same");
+  msginfo("same");
+  msginfo("same");
+
+  forget_repeats();
+  msginfo("same");
+  msginfo("other");
+
+  EXPECT_EQ(log.lines(), (Lines{"INFO : same", "INFO : same", "INFO : other"}));
+}
+
+TEST_F(MessageLog, ForgetsTheOverrideWhenItIsTold) {
+  const LogCapture log;
+  msg_repeatdisplayoverride();
+
+  forget_repeats();
+  msginfo("same");
+  msginfo("same");
+
+  EXPECT_EQ(log.lines(), (Lines{"INFO : same"}));
+}
+
+TEST_F(MessageLog, BeginsWithoutRepeatsWhenItIsOpenedAgain) {
+  const LogCapture log;
+  msginfo("same");
+  msginfo("same");
+  msginfo("same");
+  std::FILE* const stream = msg_get_file();
+  msg_close();
+
+  msg_open(stream);
+  msginfo("same");
+  msginfo("other");
+
+  EXPECT_EQ(log.lines(), (Lines{"INFO : same", "INFO : same", "INFO : other"}));
 }
 
 TEST_F(MessageLog, OverrideWritesIdenticalLinesUntilACountIsFlushed) {

@@ -33,6 +33,27 @@ TEST(Queue, DropsWhatHasNoRoom) {
   EXPECT_EQ(queue.count(), 2);
 }
 
+TEST(Queue, PushesARunAcrossItsEndAndMakesOnlyWhatHasRoom) {
+  ov_queue<int> queue(5);
+  int made = 0;
+  const auto make_next = [&made] { return made++; };
+  int entry = 0;
+  ASSERT_EQ(queue.push_each(3, make_next), 3);
+  ASSERT_TRUE(queue.take(entry));
+  ASSERT_TRUE(queue.take(entry));
+
+  EXPECT_EQ(queue.push_each(10, make_next), 4);
+  EXPECT_EQ(queue.push_each(0, make_next), 0);
+  EXPECT_EQ(queue.push_each(-1, make_next), 0);
+
+  EXPECT_EQ(made, 7);
+  for (int expected = 2; expected < 7; ++expected) {
+    EXPECT_TRUE(queue.take(entry));
+    EXPECT_EQ(entry, expected);
+  }
+  EXPECT_FALSE(queue.take(entry));
+}
+
 TEST(Queue, OfANegativeOrZeroCapacityHasRoomForNothing) {
   for (const int capacity : {0, -1, std::numeric_limits<int>::min()}) {
     SCOPED_TRACE(capacity);

@@ -54,6 +54,32 @@ void transfer_file() {
   io_close64(file);
 }
 
+// Splits each read into pieces, and makes a reader for each.
+void read_file() {
+  constexpr unsigned long long kBreak = 65537;
+  constexpr unsigned long long kBytes = 4 * kBreak / 4096 * 4096;
+  char module[260] = {};
+  ov_modulename(module, sizeof(module));
+  static_cast<void>(fReadBuffer());
+  fReadBuffer reader;
+  fReadBuffer::set_xfer_breakvalue(kBreak);
+  alignas(4096) thread_local std::array<unsigned char, kBytes> bytes;
+  if (reader.open_file(module, true, false, false)) {
+    static_cast<void>(reader.read_raw_bytes(bytes.data(), 0, bytes.size(), bytes.size()));
+  }
+}
+
+class NoWork : public OV_Thread {};
+
+// Each is the first, which starts the background worker, or finds another's.
+void work_in_the_background() {
+  static NoWork* const never_deleted = new NoWork;  // Outlives every worker.
+  const NoWork starts_the_worker;
+  never_deleted->Start();
+  OV_Thread::Flush();
+  OV_Thread::Destroy();
+}
+
 Round round_of(const std::string& work) {
   if (work == "log") {
     return log_lines;
@@ -66,6 +92,12 @@ Round round_of(const std::string& work) {
   }
   if (work == "allocate") {
     return allocate_block;
+  }
+  if (work == "read") {
+    return read_file;
+  }
+  if (work == "work") {
+    return work_in_the_background;
   }
   return work == "transfer" ? transfer_file : nullptr;
 }
@@ -95,6 +127,14 @@ bool start_busy_threads(const std::string& work) {
     }
   }
   return true;
+}
+
+bool do_busy_round(const std::string& work) {
+  const Round round = round_of(work);
+  if (round != nullptr) {
+    round();
+  }
+  return round != nullptr;
 }
 
 }  // namespace orsin::test

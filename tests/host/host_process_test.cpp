@@ -20,6 +20,11 @@ TEST_F(HostProcess, ReportsAndClosesNormally) {
   EXPECT_NE(log().find("* Closed normally"), std::string::npos) << log();
 }
 
+// Standard error is the log to the end of the process.
+TEST_F(HostProcess, ClosesEveryHandleThatItOpenedButTheLogs) {
+  EXPECT_EQ(run("handles"), 1);
+}
+
 TEST_F(HostProcess, WritesItsReportInTheFixedOrder) {
   EXPECT_EQ(run("close"), 0);
 

@@ -10,6 +10,7 @@
 //   access   starts the thread "Reader", which reads through a null pointer
 //   division starts the thread "Divider", which divides by zero
 //   copy     copies its own program file to DATA/copy
+//   handles  does the same, and exits with the number of handles that it has more than before
 //   leave    leaves queued work and an open plug-in (ORSIN_TEST_PLUGIN) to closedown
 //   litter   leaves pages of the system and a thread that never ends to closedown
 //   boxes    exits with the error mode after closedown; it had set SEM_NOGPFAULTERRORBOX before
@@ -21,6 +22,7 @@
 //   hung     the same, but the window's thread sees to no message
 //   restart  asks for a restart the first time
 //   busy-X   leaves threads to closedown that do X for ever: see busy_threads.h
+//   again-X  the same, then starts up as NAMEAgain, does X once and closes down
 //
 // A second process of "restart" signals NAMEDone. The first argument is "-x", as a restart passes
 // on what follows a dash; the third names the application ("-" gives null); the data path comes from
@@ -36,6 +38,7 @@
 #include "base/win/windows.h"
 #include "orsincore/orsincore.h"
 #include "tests/host/busy_threads.h"
+#include "tests/host/open_handles.h"
 
 #include <shellapi.h>
 
@@ -203,10 +206,17 @@ bool start(int argc, char** argv) {
   return ov_initialize(application, "ORSIN_TEST_DATA", argc, argv);
 }
 
+constexpr char kBusy[] = "busy-";
+constexpr char kAgain[] = "again-";
+
+// The X of "busy-X" and "again-X".
+std::string busy_work(const std::string& command) {
+  return command.substr(command.find('-') + 1);
+}
+
 int act(const std::string& command, const char* application) {
-  constexpr char kBusy[] = "busy-";
-  if (command.starts_with(kBusy)) {
-    return orsin::test::start_busy_threads(command.substr(sizeof(kBusy) - 1)) ? 0 : 1;
+  if (command.starts_with(kBusy) || command.starts_with(kAgain)) {
+    return orsin::test::start_busy_threads(busy_work(command)) ? 0 : 1;
   }
   if (command == "level") {
     return 100 + 10 * msg_getlevel() + smp_numprocs();
@@ -229,7 +239,7 @@ int act(const std::string& command, const char* application) {
     run_thread("Reader", read_null);
   } else if (command == "division") {
     run_thread("Divider", divide_by_zero);
-  } else if (command == "copy") {
+  } else if (command == "copy" || command == "handles") {
     copy_program();
   } else if (command == "leave") {
     leave_to_closedown();
@@ -294,14 +304,26 @@ int main() {
   if (command == "boxes") {
     SetErrorMode(SEM_NOGPFAULTERRORBOX);
   }
+  const std::size_t handles_before = orsin::test::open_handles();
   if (!start(argc, argv)) {
     return 2;
   }
   const int answer = act(command, argv[3]);
   const bool second_run = RA_CheckProcessWasRestarted() != 0;
   ov_closedown();
+  if (command.starts_with(kAgain)) {
+    std::string again = std::string(argv[3]) + "Again";
+    if (!ov_initialize(again.data(), "ORSIN_TEST_DATA", argc, argv) ||
+        !orsin::test::do_busy_round(busy_work(command))) {
+      return 2;
+    }
+    ov_closedown();
+  }
   if (command == "boxes") {
     return static_cast<int>(GetErrorMode());
+  }
+  if (command == "handles") {
+    return static_cast<int>(orsin::test::open_handles() - handles_before);
   }
   if (second_run) {
     Event(argv[3], "Done").set();

@@ -14,6 +14,7 @@ struct FakeInstance {
   bool exists = false;  // A mutex that was there already; it can be opened.
   bool has_window = false;
   bool window_is_minimised = false;
+  bool desktop_is_visible = true;
   std::string command_line;
 
   std::vector<std::string> calls;

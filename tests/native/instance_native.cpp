@@ -64,6 +64,10 @@ void raise_window(void* /*window*/) noexcept {
   write_down("raise");
 }
 
+bool desktop_is_visible() noexcept {
+  return test::fake_instance().desktop_is_visible;
+}
+
 void show_message(const char* text, const char* title) noexcept {
   write_down(std::string("message ") + title + ": " + text);
 }

@@ -57,6 +57,17 @@ TEST_F(Instance, IsTheSecondWhereTheMutexExists) {
   EXPECT_EQ(update(), "");
 }
 
+// As a service: the box would wait for ever for somebody who presses its button.
+TEST_F(Instance, AsksNobodyWhereNobodyCouldSeeTheQuestion) {
+  fake_instance().exists = true;
+  fake_instance().desktop_is_visible = false;
+
+  EXPECT_FALSE(become_single_instance("Take"));
+
+  EXPECT_EQ(fake_instance().calls, (Lines{kMutexCall, "find TakeKORVANE"}));
+  EXPECT_EQ(update(), "-x take.mov");
+}
+
 // The system answers so where the first one runs with more rights.
 TEST_F(Instance, IsTheSecondWhereTheMutexMayNotBeOpened) {
   fake_instance().refusal = port::kAccessDenied;

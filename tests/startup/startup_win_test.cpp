@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/win/windows.h"
+#include "startup/instance_port.h"
 #include "startup/startup_port.h"
 #include "tests/support/temporary_directory.h"
 
@@ -105,14 +106,33 @@ TEST(Registration, IsReadWhereItIsAPlainTextOnly) {
   }
 }
 
-TEST(SystemVersion, IsInTheRecordToo) {
-  port::Version product;
-  ASSERT_TRUE(port::system_product_version(product));
+// A program without a manifest, as this one, is told 6.2 by GetVersionEx() on anything newer.
+TEST(SystemVersion, IsTheSystemsOwnWhateverTheManifestSays) {
+  DWORD major = 0;
+  DWORD minor = 0;
+  DWORD build = 0;
+  using GetNumbers = void(WINAPI*)(DWORD*, DWORD*, DWORD*);
+  reinterpret_cast<GetNumbers>(reinterpret_cast<void*>(GetProcAddress(
+      GetModuleHandleW(L"ntdll.dll"), "RtlGetNtVersionNumbers")))(&major, &minor, &build);
 
   const port::SystemVersion version = port::system_version();
 
-  EXPECT_GT(version.major, 0);
-  EXPECT_GT(version.build, 0);
+  EXPECT_EQ(version.major, static_cast<int>(major));
+  EXPECT_EQ(version.minor, static_cast<int>(minor));
+  EXPECT_EQ(version.build, static_cast<int>(build & 0xFFFF));
+}
+
+TEST(Desktop, IsVisibleUnlessItsWindowStationIsNot) {
+  const HWINSTA own = GetProcessWindowStation();
+  const HWINSTA hidden = CreateWindowStationW(nullptr, 0, GENERIC_ALL, nullptr);
+  ASSERT_NE(hidden, nullptr);
+  EXPECT_TRUE(port::desktop_is_visible());
+  ASSERT_TRUE(SetProcessWindowStation(hidden));
+
+  EXPECT_FALSE(port::desktop_is_visible());
+
+  SetProcessWindowStation(own);
+  CloseWindowStation(hidden);
 }
 
 }  // namespace

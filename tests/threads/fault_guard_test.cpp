@@ -2,6 +2,7 @@
 // the finished DLL as a host would be, which must share the exception's type with it.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -36,14 +37,21 @@ ORSIN_NOINLINE void call_null() {
   null_function();
 }
 
-ORSIN_NOINLINE int recurse(int depth) {
-  volatile char frame[4096];
+// A fault wherever frames of this size meet the end of the stack.
+template <std::size_t kFrameBytes>
+ORSIN_NOINLINE int recurse_in_frames(int depth) {
+  volatile char frame[kFrameBytes];
   frame[0] = static_cast<char>(depth);
-  return depth < 0 ? 0 : recurse(depth + 1) + frame[0];
+  return depth < 0 ? 0 : recurse_in_frames<kFrameBytes>(depth + 1) + frame[0];
 }
 
-ORSIN_NOINLINE void overflow_stack() {
-  sink = recurse(1);
+template <std::size_t kFrameBytes>
+void overflow_in_frames() {
+  sink = recurse_in_frames<kFrameBytes>(1);
+}
+
+void overflow_stack() {
+  overflow_in_frames<4096>();
 }
 
 template <DWORD kCode>
@@ -231,6 +239,17 @@ TEST(FaultException, ReachesAnInnerCatchWithItsCode) {
   }
 }
 
+TEST(FaultException, IsThrownWithAsLittleStackAsAnOverflowLeaves) {
+  void (*const overflows[])() = {overflow_in_frames<1>,    overflow_in_frames<40>,
+                                 overflow_in_frames<360>,  overflow_in_frames<1100>,
+                                 overflow_in_frames<3000>, overflow_in_frames<9000>};
+  for (const auto overflow : overflows) {
+    const Caught caught = run_catching([&](Caught& seen) { catch_fault(overflow, seen); });
+
+    EXPECT_EQ(caught.code, kStackOverflow);
+  }
+}
+
 TEST(FaultException, CanBeCaughtInTheVeryFunctionThatFaults) {
   const Caught caught = run_catching([](Caught& seen) {
     try {
@@ -304,12 +323,19 @@ TEST(FaultException, CarriesCodeAndPointersThroughCopies) {
   EXPECT_EQ(assigned.getSePointers(), pointers);
 }
 
+// What is pointed to cannot be read: whatever dumped it would fault.
 TEST(FaultException, KeepsADumpFunctionThatDoesNothing) {
-  const SE_Exception exception(7, nullptr);
+  const Caught caught = run_catching([](Caught& seen) {
+    try {
+      SE_Exception(7, reinterpret_cast<_EXCEPTION_POINTERS*>(std::uintptr_t{64})).DumpFile();
+      ++seen.count;
+    } catch (const SE_Exception& fault) {
+      seen.code = fault.getSeNumber();
+    }
+  });
 
-  exception.DumpFile();
-
-  EXPECT_EQ(exception.getSeNumber(), 7U);
+  EXPECT_EQ(caught.code, 0U);
+  EXPECT_EQ(caught.count, 1);
 }
 
 // Sets the guard up, with this thread as the one that did it.

@@ -3,12 +3,14 @@
 #include <exception>
 
 #include "base/clock.h"
+#include "base/compiler.h"
 #include "base/processor_info.h"
 #include "base/processor_table.h"
 #include "base/win/windows.h"
 #include "orsincore/threads.h"
 #include "tests/support/log_capture.h"
 #include "tests/threads/gate.h"
+#include "threads/fault_guard.h"
 #include "threads/thread_table.h"
 
 namespace orsin {
@@ -41,6 +43,55 @@ TEST(ThreadTableOnWindows, EndsWhatStillRunsAtClosedown) {
   EXPECT_EQ(exit_code, 0U);
   EXPECT_EQ(log.lines(), Lines{});
   CloseHandle(handle);
+}
+
+ORSIN_NOINLINE int recurse(int depth) {
+  volatile char frame[4096];
+  frame[0] = static_cast<char>(depth);
+  return depth < 0 ? 0 : recurse(depth + 1) + frame[0];
+}
+
+void overflow_stack(void* /*unused*/) {
+  volatile int sink = recurse(1);
+  static_cast<void>(sink);
+}
+
+// Whether somewhere between the stack's end and the caller a page waits for an overflow.
+bool stack_is_guarded() {
+  MEMORY_BASIC_INFORMATION region = {};
+  VirtualQuery(&region, &region, sizeof(region));
+  auto* page = static_cast<char*>(region.AllocationBase);
+  while (page < reinterpret_cast<char*>(&region)) {
+    VirtualQuery(page, &region, sizeof(region));
+    if (region.State == MEM_COMMIT && (region.Protect & PAGE_GUARD) != 0) {
+      return true;
+    }
+    page = static_cast<char*>(region.BaseAddress) + region.RegionSize;
+  }
+  return false;
+}
+
+// A library's entry function that overflows the stack comes back to its caller, which goes on.
+TEST(StackOverflow, IsReportedEachTimeOnTheThreadThatGoesOn) {
+  struct Seen {
+    std::uint32_t first;
+    std::uint32_t second;
+    bool is_guarded;
+  } seen = {};
+  const unsigned int thread = mp_start_thread(
+      "Deep",
+      [](void* argument) {
+        auto& result = *static_cast<Seen*>(argument);
+        result.first = run_guarded(overflow_stack, nullptr);
+        result.is_guarded = stack_is_guarded();
+        result.second = run_guarded(overflow_stack, nullptr);
+      },
+      &seen);
+  ASSERT_EQ(mp_join_thread(thread, 60000), 1);
+
+  EXPECT_EQ(seen.first, EXCEPTION_STACK_OVERFLOW);
+  EXPECT_TRUE(seen.is_guarded);
+  EXPECT_EQ(seen.second, EXCEPTION_STACK_OVERFLOW);
 }
 
 LONG WINAPI hosts_filter(EXCEPTION_POINTERS* /*information*/) {

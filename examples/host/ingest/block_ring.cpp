@@ -20,13 +20,12 @@ BlockRing::~BlockRing() {
   mp_delete_mutex(mutex_);
 }
 
-unsigned char* BlockRing::empty_block(std::size_t ahead) {
+unsigned char* BlockRing::empty_block() {
   const Guard guard(mutex_);
-  const std::size_t index = published_ + ahead;
-  while (!is_stopped_ && index - slowest() >= sizes_.size()) {
+  while (!is_stopped_ && published_ - slowest() >= sizes_.size()) {
     mp_cond_wait(changed_, mutex_);
   }
-  return is_stopped_ ? nullptr : memory_ + index % sizes_.size() * block_bytes_;
+  return is_stopped_ ? nullptr : memory_ + published_ % sizes_.size() * block_bytes_;
 }
 
 void BlockRing::publish(std::size_t bytes) {

@@ -26,9 +26,9 @@ class BlockRing {
   BlockRing(const BlockRing&) = delete;
   BlockRing& operator=(const BlockRing&) = delete;
 
-  /// The block `ahead` places behind the last one published, as soon as nobody uses it any more;
-  /// null when the ring was stopped.
-  unsigned char* empty_block(std::size_t ahead);
+  /// The block behind the last one published, as soon as nobody uses it any more; null when the ring
+  /// was stopped.
+  unsigned char* empty_block();
 
   /// The first block that was not published yet is full.
   void publish(std::size_t bytes);

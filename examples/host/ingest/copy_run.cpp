@@ -122,6 +122,7 @@ void CopyRun::run_lane(void* self) {
 }
 
 void CopyRun::work() {
+  FileReader reader;
   unsigned char* buffer = nullptr;
   {
     const Guard guard(mutex_.get());
@@ -130,7 +131,7 @@ void CopyRun::work() {
   std::size_t index = 0;
   bool is_large = false;
   while (take_file(index, is_large)) {
-    FileJob(run_, plan_.files[index], index, records_[index], buffer).carry_out();
+    FileJob(run_, plan_.files[index], index, records_[index], reader, buffer).carry_out();
     if (is_large) {
       const Guard guard(mutex_.get());
       large_at_work_ -= 1;

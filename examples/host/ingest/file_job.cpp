@@ -6,8 +6,9 @@
 #include <functional>
 
 #include "examples/host/console.h"
+#include "examples/host/ingest/alignment.h"
 #include "examples/host/ingest/read_back.h"
-#include "examples/host/ingest/reads_in_flight.h"
+#include "examples/host/ingest/storage.h"
 #include "examples/host/paths.h"
 #include "orsincore/files.h"
 #include "orsincore/io.h"
@@ -16,7 +17,6 @@
 namespace host::ingest {
 namespace {
 
-constexpr std::size_t kReadsAhead = 2;
 constexpr unsigned int kNoTimeOut = 0xFFFFFFFF;
 
 // Some volumes keep times in steps of two seconds.
@@ -168,39 +168,29 @@ bool FileJob::wants_bytes() const {
 
 // Empty, or why the file cannot be had from the card.
 std::string FileJob::read_source() {
-  const std::string path = run_.card + "\\" + file_.path;
-  void* source = io_open64(path.c_str(), 0, true, true, true);
-  if (source == io_invalid_handle()) {
+  if (!reader_.open(run_.card + "\\" + file_.path)) {
     return "cannot open: " + system_reason();
   }
-  std::string problem;
-  if (io_get_filesize64(source, nullptr) != static_cast<long long>(file_.size)) {
-    problem = "it has changed since the plan was made";
-  } else {
-    problem = copy(source);
-  }
-  // Nobody else may write meanwhile, but a disk that goes away may cut it.
-  if (problem.empty() && io_get_filesize64(source, nullptr) != static_cast<long long>(file_.size)) {
-    problem = "it could not be read to its end";
-  }
-  io_close64(source);
+  std::string problem =
+      reader_.size() == file_.size ? copy() : "it has changed since the plan was made";
+  reader_.close();
   hash_time_ = now_ticks();
   return problem;
 }
 
-std::string FileJob::copy(void* source) {
+std::string FileJob::copy() {
   if (file_.size <= kSmallFileBytes) {
-    return copy_small(source);
+    return copy_small();
   }
   const std::size_t turn = run_.large_files++ % kRings;
   const Guard one_at_a_time(run_.rings[turn].in_use.get());
-  return copy_large(source, run_.rings[turn].memory, turn);
+  return copy_large(run_.rings[turn].memory, turn);
 }
 
-std::string FileJob::copy_small(void* source) {
+std::string FileJob::copy_small() {
   const auto bytes = static_cast<std::size_t>(file_.size);
-  if (bytes > 0 && !io_read64(source, buffer_, 0, aligned(bytes))) {
-    return "cannot read: " + system_reason();
+  if (!reader_.read(buffer_, bytes)) {
+    return reader_.reason();
   }
   run_.bytes_read += bytes;
   std::memset(buffer_ + bytes, 0, aligned(bytes) - bytes);  // Not what the last file held there.
@@ -220,7 +210,7 @@ std::string FileJob::copy_small(void* source) {
   return {};
 }
 
-std::string FileJob::copy_large(void* source, unsigned char* memory, std::size_t turn) {
+std::string FileJob::copy_large(unsigned char* memory, std::size_t turn) {
   create_parts();
   BlockRing ring(memory, kRingBlockBytes, kRingBlocks, targets_.size() + 1);
   std::deque<Helper> helpers;
@@ -231,39 +221,29 @@ std::string FileJob::copy_large(void* source, unsigned char* memory, std::size_t
   }
   const bool all_run = std::all_of(helpers.begin(), helpers.end(),
                                    [](const Helper& helper) { return helper.is_running(); });
-  std::string problem = all_run ? fill_ring(source, ring) : "cannot start a thread";
+  std::string problem = all_run ? fill_ring(ring) : "cannot start a thread";
   if (!problem.empty()) {
     ring.stop();
   }
   return problem;  // The helpers are waited for here.
 }
 
-// Keeps reads in flight behind the block that is published. Whatever happens, none is left when it
-// returns: the ring's memory belongs to the next file then.
-std::string FileJob::fill_ring(void* source, BlockRing& ring) {
-  ReadsInFlight reads(source);
-  std::uint64_t started = 0;
-  while (started < file_.size || !reads.empty()) {
-    while (started < file_.size && reads.size() < kReadsAhead) {
-      unsigned char* const block = ring.empty_block(reads.size());
-      const auto bytes =
-          static_cast<std::size_t>(std::min<std::uint64_t>(kRingBlockBytes, file_.size - started));
-      if (block == nullptr) {
-        return "stopped";
-      }
-      if (!reads.start(block, started, bytes)) {
-        return "cannot read: " + system_reason();
-      }
-      started += bytes;
+std::string FileJob::fill_ring(BlockRing& ring) {
+  for (std::uint64_t left = file_.size; left > 0;) {
+    unsigned char* const block = ring.empty_block();
+    const auto bytes = static_cast<std::size_t>(std::min<std::uint64_t>(kRingBlockBytes, left));
+    if (block == nullptr) {
+      return "stopped";
     }
-    const std::size_t bytes = reads.take();
-    if (bytes == 0) {
-      return "cannot read: " + system_reason();
+    if (!reader_.read(block, bytes)) {
+      return reader_.reason();
     }
     if (cancel_requested()) {
       return "stopped";
     }
+    std::memset(block + bytes, 0, aligned(bytes) - bytes);
     ring.publish(bytes);
+    left -= bytes;
     run_.bytes_read += bytes;
     if (!wants_bytes()) {
       return "no destination is left";
@@ -356,7 +336,7 @@ void FileJob::settle(Target& target) {
 
 // Empty, or why what stands there is not what was read.
 std::string FileJob::comparison_problem(const std::string& path) {
-  const ReadBack found = read_back(path, file_.size, false, buffer_, run_.bytes_compared);
+  const ReadBack found = read_back(reader_, path, file_.size, false, run_.bytes_compared);
   if (!found.problem.empty()) {
     return found.problem;
   }

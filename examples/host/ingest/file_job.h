@@ -15,14 +15,14 @@
 
 #include "examples/host/ingest/block_ring.h"
 #include "examples/host/ingest/destination.h"
+#include "examples/host/ingest/file_reader.h"
 #include "examples/host/ingest/hashes.h"
 #include "examples/host/ingest/plan.h"
-#include "examples/host/ingest/read_back.h"
 #include "examples/host/ingest/run_record.h"
 
 namespace host::ingest {
 
-inline constexpr std::size_t kSmallFileBytes = kReadBackBytes;  // Up to here a file is one block.
+inline constexpr std::size_t kSmallFileBytes = 4U << 20;  // Up to here a file is one block.
 inline constexpr std::size_t kRingBlockBytes = 4U << 20;
 inline constexpr std::size_t kRingBlocks = 8;
 inline constexpr std::size_t kRings = 2;  // Two files are hashed side by side.
@@ -52,10 +52,11 @@ struct SharedRun {
 
 class FileJob {
  public:
+  /// @param reader  The lane's own.
   /// @param buffer  The lane's own, kSmallFileBytes, aligned.
   FileJob(SharedRun& run, const PlannedEntry& file, std::size_t index, FileRecord& record,
-          unsigned char* buffer)
-      : run_(run), file_(file), index_(index), record_(record), buffer_(buffer) {}
+          FileReader& reader, unsigned char* buffer)
+      : run_(run), file_(file), index_(index), record_(record), reader_(reader), buffer_(buffer) {}
 
   /// Does all of it. What goes wrong is noted where it belongs: with the run, or the destination.
   void carry_out();
@@ -77,10 +78,10 @@ class FileJob {
   [[nodiscard]] bool wants_bytes() const;
 
   [[nodiscard]] std::string read_source();
-  [[nodiscard]] std::string copy(void* source);
-  [[nodiscard]] std::string copy_small(void* source);
-  [[nodiscard]] std::string copy_large(void* source, unsigned char* memory, std::size_t turn);
-  [[nodiscard]] std::string fill_ring(void* source, BlockRing& ring);
+  [[nodiscard]] std::string copy();
+  [[nodiscard]] std::string copy_small();
+  [[nodiscard]] std::string copy_large(unsigned char* memory, std::size_t turn);
+  [[nodiscard]] std::string fill_ring(BlockRing& ring);
   void write_part(Target& target, const unsigned char* data, std::uint64_t offset,
                   std::size_t bytes);
   void run_writer(Target& target, BlockRing& ring, std::size_t user);
@@ -96,6 +97,7 @@ class FileJob {
   const PlannedEntry& file_;
   std::size_t index_;
   FileRecord& record_;
+  FileReader& reader_;
   unsigned char* buffer_;
   std::vector<Target> targets_;
   FileHashes hashes_;

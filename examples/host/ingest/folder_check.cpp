@@ -8,34 +8,19 @@
 #include "examples/host/ingest/names.h"
 #include "examples/host/ingest/read_back.h"
 #include "examples/host/ingest/storage.h"
-#include "orsincore/memory.h"
 #include "orsincore/threads.h"
 
 namespace host::ingest {
-namespace {}  // namespace
 
 FolderCheck::FolderCheck(std::string folder, const History& history, const FinishedFiles& fresh,
                          const std::set<std::string>& left_out)
     : folder_(std::move(folder)), history_(history), fresh_(fresh), left_out_(left_out) {}
-
-FolderCheck::~FolderCheck() {
-  if (buffers_ != nullptr) {
-    os_free(buffers_);
-  }
-}
 
 std::string FolderCheck::carry_out(
     int jobs, const std::function<void(std::uint64_t, std::uint64_t)>& on_tick) {
   collect();
   const int lanes =
       static_cast<int>(std::min<std::size_t>(static_cast<std::size_t>(jobs), to_read_.size()));
-  if (lanes > 0) {
-    buffers_ = static_cast<unsigned char*>(
-        os_alloc(static_cast<std::uint64_t>(lanes) * kReadBackBytes, 0));
-    if (buffers_ == nullptr) {
-      return "not enough memory";
-    }
-  }
   const std::size_t started = run_lanes("check lane", lanes, run_lane, this, lanes_at_work_,
                                         [this, &on_tick] { on_tick(bytes_read_, bytes_); });
   if (cancel_requested()) {
@@ -88,12 +73,11 @@ void FolderCheck::run_lane(void* self) {
 }
 
 void FolderCheck::work() {
-  unsigned char* const buffer =
-      buffers_ + static_cast<std::size_t>(lanes_started_.fetch_add(1)) * kReadBackBytes;
+  FileReader reader;
   for (std::size_t i = next_++; i < to_read_.size() && !cancel_requested(); i = next_++) {
     ManifestFile& file = manifest.files[to_read_[i]];
-    ReadBack found = read_back(folder_ + "\\" + with_backslashes(file.path), file.size.value_or(0),
-                               true, buffer, bytes_read_);
+    ReadBack found = read_back(reader, folder_ + "\\" + with_backslashes(file.path),
+                               file.size.value_or(0), true, bytes_read_);
     if (found.problem.empty()) {
       file.xxh64 = found.hashes.xxh64;
       file.md5 = found.hashes.md5;

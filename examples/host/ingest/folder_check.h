@@ -26,7 +26,6 @@ class FolderCheck {
   /// @param left_out  Files that are not to be spoken of, likewise.
   FolderCheck(std::string folder, const History& history, const FinishedFiles& fresh,
               const std::set<std::string>& left_out);
-  ~FolderCheck();
   FolderCheck(const FolderCheck&) = delete;
   FolderCheck& operator=(const FolderCheck&) = delete;
 
@@ -55,9 +54,7 @@ class FolderCheck {
   std::uint64_t bytes_ = 0;
   std::vector<std::size_t> to_read_;  // Places in the manifest's files.
   std::vector<std::string> read_problems_;
-  unsigned char* buffers_ = nullptr;
   std::atomic<std::size_t> next_ = 0;
-  std::atomic<int> lanes_started_ = 0;
   std::atomic<int> lanes_at_work_ = 0;
   std::atomic<std::uint64_t> bytes_read_ = 0;
 };

@@ -2,15 +2,13 @@
 #pragma once
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <string>
 
+#include "examples/host/ingest/file_reader.h"
 #include "examples/host/ingest/hashes.h"
 
 namespace host::ingest {
-
-inline constexpr std::size_t kReadBackBytes = 4U << 20;
 
 struct ReadBack {
   std::string problem;  // Why it could not be read; empty when it was.
@@ -19,9 +17,8 @@ struct ReadBack {
 
 /// @param size      What the file should have.
 /// @param with_md5  Else only XXH64 is taken.
-/// @param buffer    kReadBackBytes, aligned. One half is read while the other is hashed.
 /// @param counter   Grows by the bytes read.
-[[nodiscard]] ReadBack read_back(const std::string& path, std::uint64_t size, bool with_md5,
-                                 unsigned char* buffer, std::atomic<std::uint64_t>& counter);
+[[nodiscard]] ReadBack read_back(FileReader& reader, const std::string& path, std::uint64_t size,
+                                 bool with_md5, std::atomic<std::uint64_t>& counter);
 
 }  // namespace host::ingest

@@ -10,10 +10,10 @@
 namespace host::ingest {
 namespace {
 
-// Numbers its blocks in their first bytes, and reads two ahead as a reader of files does.
+// Numbers its blocks in their first bytes, as a reader of files does.
 void fill(BlockRing& ring, int count) {
   for (int i = 0; i < count; ++i) {
-    unsigned char* const block = ring.empty_block(0);
+    unsigned char* const block = ring.empty_block();
     if (block == nullptr) {
       return;
     }
@@ -73,7 +73,7 @@ TEST(IngestBlockRing, IsNotHeldBackByAUserThatLeft) {
 TEST(IngestBlockRing, FillsNoBlockThatSomebodyStillUses) {
   std::vector<unsigned char> memory(2 * 64);
   BlockRing ring(memory.data(), 64, 2, 1);
-  unsigned char* const first = ring.empty_block(0);
+  unsigned char* const first = ring.empty_block();
   ring.publish(1);
   ring.publish(1);
   Block block;
@@ -81,7 +81,7 @@ TEST(IngestBlockRing, FillsNoBlockThatSomebodyStillUses) {
   std::thread stopper([&ring] { ring.stop(); });
 
   EXPECT_EQ(block.data, first);
-  EXPECT_EQ(ring.empty_block(0), nullptr);  // Waits for the user until it is stopped.
+  EXPECT_EQ(ring.empty_block(), nullptr);  // Waits for the user until it is stopped.
   stopper.join();
 }
 
