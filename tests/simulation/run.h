@@ -39,6 +39,9 @@ class Runner {
   [[nodiscard]] const std::string& trouble() const { return trouble_; }
 
  private:
+  [[nodiscard]] RunResult run_once(const RunSettings& settings,
+                                   const Holdings* after_success) const;
+
   const Scenario& scenario_;
   Holdings after_success_;
   bool has_measured_ = false;
