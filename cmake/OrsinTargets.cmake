@@ -8,7 +8,7 @@
 # two, with tests/native standing in for the platform, so a leaked Windows header fails to compile.
 #
 # Targets: orsin_options (flags for everything), orsin_objects (every source, compiled once, linked by
-# the white-box tests), orsincore (the DLL).
+# the white-box tests), orsin_native (what stands in for the platform beside them), orsincore (the DLL).
 
 find_package(Threads REQUIRED)
 
@@ -141,6 +141,9 @@ function(orsin_tests name)
   add_executable(${name}_tests ${sources})
   target_compile_definitions(${name}_tests PRIVATE ORSIN_STATIC)
   target_link_libraries(${name}_tests PRIVATE orsin_test_support orsin_objects GTest::gtest_main)
+  if(NOT WIN32)
+    target_link_libraries(${name}_tests PRIVATE orsin_native)
+  endif()
   if(MINGW)
     add_dependencies(${name}_tests orsin_runtime)
   endif()

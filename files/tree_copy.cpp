@@ -108,7 +108,11 @@ void say_too_long(const char* directory, const char* name) {
 
 Result copy_data(Copier& copier, const char* source, const char* destination,
                  unsigned long long& bytes) {
-  if (!copier.has_streams() || !open_source(copier.reader(), source)) {
+  if (!copier.has_streams()) {
+    msgerror("FileCopy: Not enough memory to copy '%s'\n", source);
+    return kFailed;
+  }
+  if (!open_source(copier.reader(), source)) {
     return kFailed;
   }
   const Result result = copy_opened(copier, destination, bytes);

@@ -20,7 +20,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
-#include <memory>
 #include <new>
 
 #include "base/lock.h"
@@ -141,8 +140,9 @@ void call(const smp_entry_t& job) {
 }
 
 void run_worker(void* /*argument*/) {
-  const std::unique_ptr<int> part(new (std::nothrow) int(kBetweenJobs));
-  mp_setspecific(executor.part_key, part.get());
+  // On the stack, not the heap: a worker that could not have its cell would take every part for 0.
+  int part = kBetweenJobs;
+  mp_setspecific(executor.part_key, &part);
   for (;;) {
     const smp_entry_t job = take();
     if (job.quit != 0) {
@@ -150,13 +150,9 @@ void run_worker(void* /*argument*/) {
       return;
     }
     if (job.function != nullptr) {
-      if (part != nullptr) {
-        *part = job.part;
-      }
+      part = job.part;
       call(job);
-      if (part != nullptr) {
-        *part = kBetweenJobs;
-      }
+      part = kBetweenJobs;
     }
     count_done(job);
   }

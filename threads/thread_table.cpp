@@ -13,11 +13,11 @@
 #include "base/library_locks.h"
 #include "base/log_port.h"
 #include "base/process_wide.h"
+#include "base/wait_deadline.h"
 #include "base/wait_time.h"
 #include "orsincore/log.h"
 #include "orsincore/processors.h"
 #include "orsincore/threads.h"
-#include "threads/deadline.h"
 #include "threads/fault_guard.h"
 #include "threads/thread_port.h"
 #include "threads/thread_record.h"
@@ -95,7 +95,7 @@ void end_threads(Table& threads) {
 port::ThreadWait look_until_ended(Table& threads, const thread_entry_str& record,
                                   unsigned int identifier, unsigned int timeout_ms) {
   constexpr long long kBetweenLooksNs = 1'000'000;
-  const Deadline deadline = timeout_ms == kForeverMs ? Deadline() : Deadline(timeout_ms);
+  const WaitDeadline deadline(timeout_ms);
   for (;;) {
     {
       const ScopedLock guard(threads.mutex);

@@ -1,0 +1,187 @@
+// Copies of one file, in every form.
+//
+// A copy that reports success has made, at every destination, a file of the source's size and bytes.
+// Two kept weaknesses are allowed for, as long as an error line tells of them: a source that cannot be
+// read to its end counts as ended there, and `bytes` says so; and a file that the system does not let
+// be cut keeps what its last unit has too much.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/rounding.h"
+#include "orsincore/files.h"
+#include "orsincore/io.h"
+#include "orsincore/text.h"
+#include "tests/simulation/library_session.h"
+#include "tests/simulation/scenario.h"
+
+namespace orsin::simulation {
+namespace {
+
+constexpr char kSource[] = "C:\\card\\take.mov";
+constexpr std::uint64_t kUnit = 4096;  // Of unbuffered transfers.
+constexpr std::uint64_t kMegabyte = std::uint64_t{1} << 20;
+
+std::string destination(int index) {
+  return "D:\\copy" + std::to_string(index) + "\\take.mov";
+}
+
+// Some that fit into one block, some with a last block of every kind, some worth threads.
+std::uint64_t chosen_size(Random& choice) {
+  const std::uint64_t sizes[] = {0,
+                                 1,
+                                 4096,
+                                 choice.below(kMegabyte),
+                                 kMegabyte,
+                                 kMegabyte + 1,
+                                 3 * kMegabyte + choice.below(kMegabyte),
+                                 4 * kMegabyte,
+                                 4 * kMegabyte + choice.below(6 * kMegabyte),
+                                 9 * kMegabyte + 4095};
+  return choice.one_of(sizes);
+}
+
+// A source, and as many destinations of which some hold something already.
+class Table {
+ public:
+  Table(Pass& pass, int count) : it_(pass.it) {
+    content_ = Content::made_of(1, chosen_size(pass.choice));
+    it_.disk.put(kSource, Content::made_of(1, content_.size()));
+    for (int i = 0; i < count; ++i) {
+      names_.push_back(destination(i));
+      if (pass.choice.one_in(3) && it_.disk.find(names_.back()) == nullptr) {
+        it_.disk.put(names_.back(), Content::made_of(2, pass.choice.below(6 * kMegabyte)));
+      }
+    }
+    for (const std::string& name : names_) {
+      pointers_.push_back(name.c_str());
+    }
+    pointers_.push_back(nullptr);
+  }
+
+  [[nodiscard]] const char** destinations() { return pointers_.data(); }
+  [[nodiscard]] std::uint64_t size() const { return content_.size(); }
+
+  // Every destination holds the source's first so many bytes, and nothing else.
+  void expect_copies(unsigned long long bytes, bool has_complained) const {
+    ORSIN_EXPECT(bytes <= content_.size(), "%llu bytes of %llu were copied", bytes,
+                 static_cast<unsigned long long>(content_.size()));
+    ORSIN_EXPECT(bytes == content_.size() || has_complained,
+                 "a source ended early, and no line says so");
+    for (const std::string& name : names_) {
+      const auto node = it_.disk.find(name);
+      ORSIN_EXPECT(node != nullptr, "%s is not there", name.c_str());
+      const std::uint64_t size = node->content.size();
+      ORSIN_EXPECT(size == bytes || (has_complained && size == rounded_up(bytes, kUnit)),
+                   "%s has %llu bytes of %llu", name.c_str(), static_cast<unsigned long long>(size),
+                   bytes);
+      ORSIN_EXPECT(node->content.begins_like(content_, bytes), "%s holds other bytes",
+                   name.c_str());
+    }
+  }
+
+ private:
+  Machine& it_;
+  Content content_;
+  std::vector<std::string> names_;
+  std::vector<const char*> pointers_;
+};
+
+// By contract without a line: the code alone says it.
+constexpr int kDirectoryNotMade = -5;
+constexpr int kDirectoryNotMadeForSecureCopy = -6;
+
+void judge(Pass& pass, const Table& table, LibrarySession& session, int result,
+           unsigned long long bytes) {
+  pass.expect_success(result == 0 && bytes == table.size(), "copy", result);
+  if (result == 0) {
+    table.expect_copies(bytes, session.has_complained());
+  } else {
+    ORSIN_EXPECT(session.has_warned() || result == kDirectoryNotMade,
+                 "a copy failed with %d, and no line says so", result);
+  }
+}
+
+void copy_to(Pass& pass, int count) {
+  Table table(pass, count);
+  LibrarySession session;
+  unsigned long long bytes = 0;
+  int result = 0;
+  {
+    const Inside library;
+    result = file_copy(kSource, table.destinations(), true, bytes, nullptr, nullptr, nullptr,
+                       nullptr, true);
+  }
+  judge(pass, table, session, result, bytes);
+}
+
+}  // namespace
+
+void copy_to_one(Pass& pass) {
+  copy_to(pass, 1);
+}
+
+void copy_to_three(Pass& pass) {
+  copy_to(pass, 3);
+}
+
+void copy_to_sixteen(Pass& pass) {
+  copy_to(pass, 16);
+}
+
+void copy_with_callers_streams(Pass& pass) {
+  constexpr int kMostCopies = 3;
+  const int count = static_cast<int>(pass.choice.between(1, kMostCopies));
+  const bool has_reader = pass.choice.one_in(2);
+  Table table(pass, count);
+  LibrarySession session;
+  unsigned long long bytes = 0;
+  int result = 0;
+  {
+    const Inside library;
+    fReadBuffer reader(io_invalid_handle());
+    reader.cfg_buffers(static_cast<int>(pass.choice.between(1, 8)),
+                       1 << pass.choice.between(14, 20), 1 << pass.choice.between(12, 20));
+    std::unique_ptr<fWriteBuffer> writers[kMostCopies];
+    fWriteBuffer* pointers[kMostCopies + 1] = {};
+    for (int i = 0; i < count; ++i) {
+      const bool is_double = pass.choice.one_in(2);
+      const int size = 1 << pass.choice.between(14, 20);
+      writers[i].reset(new (std::nothrow) fWriteBuffer(io_invalid_handle(), false));
+      if (!writers[i]) {
+        return;  // No copy without its writers.
+      }
+      static_cast<void>(writers[i]->set_buffer(size, is_double));
+      pointers[i] = writers[i].get();
+    }
+    result = file_copy(kSource, table.destinations(), true, bytes, has_reader ? &reader : nullptr,
+                       pointers, nullptr, nullptr, true);
+  }
+  judge(pass, table, session, result, bytes);
+}
+
+void copy_securely(Pass& pass) {
+  Table table(pass, 1);
+  constexpr unsigned kFlags[] = {0, 1, 3};  // Nothing, the digest, the digest and reading back.
+  const unsigned flags = pass.choice.one_of(kFlags);
+  LibrarySession session;
+  unsigned long long bytes = 0;
+  md5_state_s md5 = {};
+  int result = 0;
+  const char* text = "";
+  {
+    const Inside library;
+    result = file_copy_secure(kSource, table.destinations()[0], true, bytes, md5, flags, nullptr,
+                              nullptr);
+    text = get_error_file_copy_secure(result, false);
+  }
+  pass.expect_success(result == 0 && bytes == table.size(), "secure copy", result);
+  if (result == 0) {
+    table.expect_copies(bytes, session.has_complained());
+  } else {
+    ORSIN_EXPECT(*text != '\0' || session.has_warned() || result == kDirectoryNotMadeForSecureCopy,
+                 "a secure copy failed with %d, and no text says so", result);
+  }
+}
+
+}  // namespace orsin::simulation
