@@ -72,12 +72,18 @@ void wait_until_released(const char* path) {
   }
 }
 
+// Makes the file, where there is none. One that cannot be looked into is not known to be empty.
+bool is_empty(const char* path) {
+  const UniqueFile file(ov_utf8_fopen(path, "a+N"));
+  return file && std::fseek(file.get(), 0, SEEK_END) == 0 && std::ftell(file.get()) == 0;
+}
+
 // Makes the latest log number 1. A file that somebody holds cannot be renamed, and is copied. False
 // when the lines of the one before are in that file only.
 bool rotate_log(const char* path) {
   wait_until_released(path);
   file_backup(path, kLogGenerations);
-  return file_exists(path) == 0 || port::copy_file(path, backup_name(path, 1).c_str());
+  return is_empty(path) || port::copy_file(path, backup_name(path, 1).c_str());
 }
 
 // Standard error becomes the log file, so that whatever any code writes there lands in the log. Null

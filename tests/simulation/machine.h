@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <initializer_list>
 
 #include "tests/simulation/disk.h"
@@ -72,6 +73,7 @@ class Machine {
   Disk disk;
   TransferManners transfers;
   bool was_unkind = false;
+  std::FILE* standard_error = nullptr;  // What the library has made of it; the scenario's to close.
   Holdings held;  // Counted by the parts; blocks and handles are counted elsewhere.
 };
 

@@ -45,6 +45,9 @@ void copy_tree(Pass& pass);
 void list_directory(Pass& pass);
 void delete_directory(Pass& pass);
 void read_beside_others(Pass& pass);
+void write_beside_others(Pass& pass);
+void load_heap(Pass& pass);
+void open_log_again(Pass& pass);
 void run_executor(Pass& pass);
 void run_worker(Pass& pass);
 

@@ -13,6 +13,9 @@ constexpr Scenario kScenarios[] = {
     {"list", list_directory},
     {"delete", delete_directory},
     {"read-beside", read_beside_others},
+    {"write-beside", write_beside_others},
+    {"heap", load_heap},
+    {"log", open_log_again},
     {"executor", run_executor},
     {"worker", run_worker},
 };

@@ -40,7 +40,9 @@ bool copy_file(const char* from, const char* to) noexcept {
   return call.answer(Disk::write(*file->node, 0, bytes.data(), bytes.size()));
 }
 
-void redirect_standard_error(std::FILE* /*stream*/) noexcept {}
+void redirect_standard_error(std::FILE* stream) noexcept {
+  machine().standard_error = stream;
+}
 
 bool computer_name(char* name, std::size_t size) noexcept {
   std::snprintf(name, size, "STUDIO");
