@@ -136,6 +136,10 @@ int main(int argc, char** argv) {
   if (argc == 2 && std::strcmp(argv[1], "list") == 0) {
     return list();
   }
+  if (argc > 2 && scenario == nullptr) {
+    std::printf("There is no scenario \"%s\". There are:\n", argv[2]);
+    return list() + 2;
+  }
   if (argc == 5 && scenario != nullptr && std::strcmp(argv[1], "run") == 0) {
     return run(*scenario, number(argv[3]), number(argv[4]));
   }
