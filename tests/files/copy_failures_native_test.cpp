@@ -248,18 +248,28 @@ TEST_F(CopyFailures, MakeDoWithSingleBuffersWhereMemoryIsShort) {
   EXPECT_TRUE(TemporaryDirectory::read(directory_.path("copy.bin")) == content_);
 }
 
-// Every place where the disk may be full, beside the transfers of others.
-TEST_F(CopyFailures, AreTheResultWhereverASmallCopyFillsTheDisk) {
-  const std::string small = random_content(40000);
-  directory_.write("source.bin", small);
-  for (std::uint64_t room = 0; room < 40000; room += 997) {
-    SCOPED_TRACE(room);
-    fake_disk().writable_bytes = room;
+class CopiesToAFullDisk : public CopyFailures {
+ protected:
+  // With room for 0 bytes, one step more, and so on.
+  void expect_failures(std::uint64_t source_bytes, std::uint64_t step) {
+    directory_.write("source.bin", random_content(source_bytes));
+    for (std::uint64_t room = 0; room < source_bytes; room += step) {
+      SCOPED_TRACE(room);
+      fake_disk().writable_bytes = room;
 
-    EXPECT_EQ(call().run(), -8);
-    EXPECT_EQ(copy_secure(0), -4);
-    EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), false, bytes_), -3);
+      EXPECT_EQ(call().run(), -8);
+      EXPECT_EQ(copy_secure(0), -4);
+      EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), false, bytes_), -3);
+    }
   }
+};
+
+TEST_F(CopiesToAFullDisk, FailAtWhicheverByteItIsFull) {
+  expect_failures(1100, 1);
+}
+
+TEST_F(CopiesToAFullDisk, FailWithinAnyUnit) {
+  expect_failures(40000, 997);
 }
 
 // Storage on a network that loses the file's end for a moment.
