@@ -23,7 +23,7 @@
 namespace host::ingest {
 
 inline constexpr std::size_t kSmallFileBytes = 4U << 20;  // Up to here a file is one block.
-inline constexpr std::size_t kRingBlockBytes = 4U << 20;
+inline constexpr std::size_t kRingBlockBytes = 1U << 20;
 inline constexpr std::size_t kRingBlocks = 8;
 inline constexpr std::size_t kRings = 2;  // Two files are hashed side by side.
 
