@@ -180,22 +180,6 @@ bool write_write_time_shared(const char* path, std::uint64_t time) noexcept {
   return write_write_time(path, time);
 }
 
-bool read_write_time_narrow(const char* path, std::uint64_t& time) noexcept {
-  return read_write_time(path, true, time);
-}
-
-bool write_write_time_narrow(const char* path, std::uint64_t time) noexcept {
-  return write_write_time(path, time);
-}
-
-bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcept {
-  return read_attributes(path, attributes);
-}
-
-bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept {
-  return write_attributes(path, attributes);
-}
-
 bool make_file(const char* path) noexcept {
   const int file = ::open(native_path(path).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
   if (file < 0) {

@@ -12,28 +12,9 @@
 #include "base/processor_port.h"
 #include "base/spin_wait.h"
 #include "tests/native/fake_processors.h"
-#include "threads/fault_guard.h"
 #include "threads/thread_port.h"
 
 namespace orsin {
-
-void install_fault_guard() {}
-
-void remove_fault_guard() {}
-
-std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
-  entry(argument);
-  return 0;
-}
-
-bool run_shielded(void (*entry)(void*), void* argument) {
-  try {
-    entry(argument);
-    return true;
-  } catch (...) {
-    return false;
-  }
-}
 
 namespace test {
 

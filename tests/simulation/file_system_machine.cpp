@@ -139,22 +139,6 @@ bool write_write_time_shared(const char* path, std::uint64_t time) noexcept {
   return node != nullptr;
 }
 
-bool read_write_time_narrow(const char* path, std::uint64_t& time) noexcept {
-  return read_write_time(path, true, time);
-}
-
-bool write_write_time_narrow(const char* path, std::uint64_t time) noexcept {
-  return write_write_time(path, time);
-}
-
-bool read_attributes_narrow(const char* path, std::uint32_t& attributes) noexcept {
-  return read_attributes(path, attributes);
-}
-
-bool write_attributes_narrow(const char* path, std::uint32_t attributes) noexcept {
-  return write_attributes(path, attributes);
-}
-
 bool read_reparse_tag(const char* path, std::uint32_t& tag) noexcept {
   Call call("read reparse tag");
   tag = 0;

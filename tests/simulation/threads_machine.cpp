@@ -1,33 +1,12 @@
-// Threads, processors and scheduling of a simulated machine. Faults stay the system's business.
+// Threads, processors and scheduling of a simulated machine.
 #include <cstdint>
 
 #include "base/processor_port.h"
 #include "tests/simulation/machine.h"
-#include "threads/fault_guard.h"
 #include "threads/scheduling_port.h"
 #include "threads/thread_port.h"
 
-namespace orsin {
-
-void install_fault_guard() {}
-
-void remove_fault_guard() {}
-
-std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
-  entry(argument);
-  return 0;
-}
-
-bool run_shielded(void (*entry)(void*), void* argument) {
-  try {
-    entry(argument);
-    return true;
-  } catch (...) {
-    return false;
-  }
-}
-
-namespace port {
+namespace orsin::port {
 
 using namespace orsin::simulation;
 
@@ -164,5 +143,4 @@ bool is_administrator() noexcept {
   return false;
 }
 
-}  // namespace port
-}  // namespace orsin
+}  // namespace orsin::port

@@ -1,0 +1,24 @@
+// No fault guard: in a native build a processor fault is the sanitizers' business.
+#include "threads/fault_guard.h"
+
+namespace orsin {
+
+void install_fault_guard() {}
+
+void remove_fault_guard() {}
+
+std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
+  entry(argument);
+  return 0;
+}
+
+bool run_shielded(void (*entry)(void*), void* argument) {
+  try {
+    entry(argument);
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+}  // namespace orsin
