@@ -1,10 +1,14 @@
-// A thread that stays until it is let go.
+// A thread that stays until it is let go, and the wait for one that the table has forgotten.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <string>
 
 #include "orsincore/threads.h"
 #include "tests/threads/gate.h"
+#include "threads/thread_port.h"
+#include "threads/thread_table.h"
 
 namespace orsin::test {
 
@@ -32,6 +36,23 @@ class HeldThread {
   Gate gate_;
   Gate finished_;
   std::string name_;
+};
+
+/// Waits, when it goes, for the end of a thread that the table may have forgotten by then. Where a
+/// process ends beside the last steps of such a thread, Wine stands still until its server kills it.
+class AwaitedThread {
+ public:
+  explicit AwaitedThread(unsigned int identifier)
+      : handle_(port::duplicate_thread(thread_handle(static_cast<int>(identifier)))) {}
+  ~AwaitedThread() {
+    EXPECT_EQ(port::wait_for_thread(handle_, 60000), port::ThreadWait::kEnded);
+    port::close_thread(handle_);
+  }
+  AwaitedThread(const AwaitedThread&) = delete;
+  AwaitedThread& operator=(const AwaitedThread&) = delete;
+
+ private:
+  void* handle_;
 };
 
 }  // namespace orsin::test

@@ -14,6 +14,7 @@
 namespace orsin {
 namespace {
 
+using test::AwaitedThread;
 using test::Gate;
 using test::HeldThread;
 using test::Lines;
@@ -90,6 +91,7 @@ TEST_F(ThreadTable, KeepsForgettingAThreadWhoseJoinTimesOut) {
   const LogCapture log;
   HeldThread held;
   const unsigned int thread = mp_start_thread("Slow", HeldThread::run, &held);
+  const AwaitedThread awaited(thread);
 
   EXPECT_EQ(mp_join_thread(thread, 1), 0);
 
@@ -125,6 +127,7 @@ TEST_F(ThreadTable, FindsTheHandleOfARunningThreadOnly) {
 TEST_F(ThreadTable, ForgetsADetachedThread) {
   HeldThread held;
   const unsigned int thread = mp_start_thread("Detached", HeldThread::run, &held);
+  const AwaitedThread awaited(thread);
 
   EXPECT_EQ(mp_detach_thread(static_cast<int>(thread)), 1);
 
