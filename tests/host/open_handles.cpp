@@ -4,7 +4,7 @@
 #include <mutex>
 
 #include "base/win/windows.h"
-#include "tests/support/system_lists_win.h"
+#include "tests/support/handle_count_win.h"
 
 namespace orsin::test {
 namespace {

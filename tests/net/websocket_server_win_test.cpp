@@ -16,6 +16,7 @@
 #include "orsincore/text.h"
 #include "tests/net/child_server_win.h"
 #include "tests/net/frame_heap.h"
+#include "tests/support/handle_count_win.h"
 #include "tests/support/kit_path.h"
 #include "tests/support/log_capture.h"
 
@@ -448,17 +449,6 @@ TEST_F(WebSocketServer, MayHaveMoreToSayWhenTheClientCloses) {
 
 // --- Many connections
 
-// Kernel handles of this process; sockets are among them. Wine counts none by itself.
-int open_handles() {
-  constexpr std::uintptr_t kHandleMax = 0x4000;
-  int count = 0;
-  for (std::uintptr_t value = 4; value < kHandleMax; value += 4) {
-    DWORD flags = 0;
-    count += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? 1 : 0;
-  }
-  return count;
-}
-
 void connect_and_close(int cycles, std::atomic<int>& failures) {
   const Socket socket(OvWebSocket::Create());
   const std::string url = url_of("/echo");
@@ -480,15 +470,16 @@ TEST_F(WebSocketServer, LeavesNoHandleBehindIn10000Connections) {
     }
   };
   run(kThreads);  // What the system opens once stays open.
-  const int before = open_handles();
+  const std::size_t before = test::count_own_handles();
   {
     const Socket open = connect_to("/echo");
-    EXPECT_GT(open_handles(), before) << "the count does not see connections";
+    EXPECT_GT(test::count_own_handles(), before) << "the count does not see connections";
   }
 
   run(kCycles);
 
-  EXPECT_LE(open_handles(), before + kThreads);  // Of threads that the system keeps for later.
+  EXPECT_LE(test::count_own_handles(),
+            before + kThreads);  // Of threads that the system keeps for later.
   EXPECT_EQ(failures, 0);
   EXPECT_EQ(log_.lines(), Lines{});
 }

@@ -1,10 +1,10 @@
-// What the process holds, from the lists of the system; see system_lists_win.h.
+// What the process holds, as the system tells it.
 #include "tests/soak/process_figures.h"
 
 #include <vector>
 
 #include "base/win/windows.h"
-#include "tests/support/system_lists_win.h"
+#include "tests/support/handle_count_win.h"
 
 #include <psapi.h>
 #include <winternl.h>
@@ -12,8 +12,28 @@
 namespace orsin::soak {
 namespace {
 
+using QuerySystem = LONG(NTAPI*)(int list, void* answer, ULONG size, ULONG* needed);
+
+// The list of processes, as the system lays it out; empty when it does not tell.
+std::vector<unsigned char> list_processes() {
+  constexpr LONG kTooSmall = static_cast<LONG>(0xC0000004);  // STATUS_INFO_LENGTH_MISMATCH
+  const auto query = reinterpret_cast<QuerySystem>(reinterpret_cast<void*>(
+      GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+  std::vector<unsigned char> answer(1 << 16);
+  ULONG needed = 0;
+  LONG status = 0;
+  while ((status = query(SystemProcessInformation, answer.data(), static_cast<ULONG>(answer.size()),
+                         &needed)) == kTooSmall) {
+    answer.resize(answer.size() * 2);
+  }
+  if (status != 0) {
+    answer.clear();
+  }
+  return answer;
+}
+
 std::int64_t count_threads() {
-  const std::vector<unsigned char> answer = test::ask_system(SystemProcessInformation);
+  const std::vector<unsigned char> answer = list_processes();
   for (std::size_t place = 0; place < answer.size();) {
     const auto* process =
         reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(answer.data() + place);
