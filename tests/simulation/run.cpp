@@ -65,11 +65,10 @@ RefusalPlan plan_of(const RunSettings& settings) {
 
 // Where memory was refused some may be left, on purpose: pages and chunks of small blocks that there was
 // no memory to write down serve their caller all the same, and only closedown misses them. No more of
-// them than refusals. A lock that the process makes once may be missing, which is no leak.
+// them than refusals.
 void expect_nothing_kept(const Machine& machine, const Holdings& before) {
   Holdings now = machine.holdings();
   const auto unwritten = static_cast<long>(machine.refusals.allocations_refused());
-  now.mutexes = std::max(now.mutexes, before.mutexes);
   now.page_ranges = now.page_ranges <= unwritten ? before.page_ranges : now.page_ranges;
   now.blocks = now.blocks > before.blocks + unwritten ? now.blocks : before.blocks;
   if (!(now == before)) {

@@ -41,6 +41,7 @@ void copy_to_three(Pass& pass);
 void copy_to_sixteen(Pass& pass);
 void copy_with_callers_streams(Pass& pass);
 void copy_securely(Pass& pass);
+void copy_small(Pass& pass);
 void copy_tree(Pass& pass);
 void list_directory(Pass& pass);
 void delete_directory(Pass& pass);

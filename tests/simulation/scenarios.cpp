@@ -9,6 +9,7 @@ constexpr Scenario kScenarios[] = {
     {"copy-16", copy_to_sixteen},
     {"copy-streams", copy_with_callers_streams},
     {"copy-secure", copy_securely},
+    {"copy-small", copy_small},
     {"copy-tree", copy_tree},
     {"list", list_directory},
     {"delete", delete_directory},
