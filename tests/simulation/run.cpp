@@ -51,6 +51,8 @@ void choose_manners(Machine& machine, const RunSettings& settings) {
   constexpr Nanoseconds kLatencies[] = {50 * kMicrosecond, 20 * kMillisecond, 300 * kMillisecond};
   machine.transfers = {choice.one_of(kPending), choice.one_of(kShort), choice.one_of(kLate),
                        choice.one_of(kLatencies)};
+  constexpr std::uint64_t kPieces[] = {0, 1, 4};
+  machine.network.pieces_one_in = choice.one_of(kPieces);
   machine.disk.add_volume('D', choice.one_in(8) ? choice.below(std::uint64_t{24} << 20) : kLarge);
 }
 

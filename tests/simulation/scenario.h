@@ -51,5 +51,8 @@ void load_heap(Pass& pass);
 void open_log_again(Pass& pass);
 void run_executor(Pass& pass);
 void run_worker(Pass& pass);
+void move_file_by_http(Pass& pass);
+void call_by_http(Pass& pass);
+void talk_by_websocket(Pass& pass);
 
 }  // namespace orsin::simulation

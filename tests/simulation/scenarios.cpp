@@ -19,6 +19,9 @@ constexpr Scenario kScenarios[] = {
     {"log", open_log_again},
     {"executor", run_executor},
     {"worker", run_worker},
+    {"http-file", move_file_by_http},
+    {"http-call", call_by_http},
+    {"websocket", talk_by_websocket},
 };
 
 }  // namespace
