@@ -214,6 +214,9 @@ void copy_small(Pass& pass) {
   const std::string directory = name.substr(0, name.rfind('\\'));
   pass.it.disk.make_directories(directory);
   const Node& source = table.mark_source(pass.choice);
+  if (pass.it.transfers.short_one_in != 0) {
+    pass.it.transfers.short_one_in = 4;  // One write is all there is.
+  }
   const bool names_directory = pass.choice.one_in(3);  // The file keeps its name in there.
   LibrarySession session;
   session.make_lock_of_readers();

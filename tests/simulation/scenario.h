@@ -54,5 +54,6 @@ void run_worker(Pass& pass);
 void move_file_by_http(Pass& pass);
 void call_by_http(Pass& pass);
 void talk_by_websocket(Pass& pass);
+void start_translation(Pass& pass);
 
 }  // namespace orsin::simulation

@@ -22,6 +22,7 @@ constexpr Scenario kScenarios[] = {
     {"http-file", move_file_by_http},
     {"http-call", call_by_http},
     {"websocket", talk_by_websocket},
+    {"translation", start_translation},
 };
 
 }  // namespace
