@@ -18,10 +18,19 @@ void install_fault_guard();
 /// Gives the process's last filter and its terminate handler back to whoever had them.
 void remove_fault_guard();
 
-/// Calls entry(argument). Returns 0, or the code of the processor fault that escaped it. Other
-/// exceptions pass through. A fault that cannot be thrown, as throwing faults too, comes back at once,
-/// whoever would have caught it.
-[[nodiscard]] std::uint32_t run_guarded(void (*entry)(void*), void* argument);
+/// A processor fault that nobody caught.
+struct EscapedFault {
+  std::uint32_t code = 0;       ///< 0: there was none.
+  bool is_place_known = false;  ///< Not where somebody has thrown an SE_Exception of his own.
+  std::uintptr_t instruction = 0;
+  /// In the call that led to `instruction`, where that is no code at all; 0 otherwise.
+  std::uintptr_t caller = 0;
+};
+
+/// Calls entry(argument) and returns the processor fault that escaped it. Other exceptions pass
+/// through. A fault that cannot be thrown, as throwing faults too, comes back at once, whoever would
+/// have caught it.
+[[nodiscard]] EscapedFault run_guarded(void (*entry)(void*), void* argument);
 
 /// Calls entry(argument) and lets nothing out: no processor fault, no exception, no code that software
 /// or another compiler's throw has raised. False when there was one; what was thrown is destroyed

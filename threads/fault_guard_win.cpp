@@ -30,7 +30,9 @@
 
 #include "base/win/windows.h"
 #include "orsincore/threads.h"
+#include "threads/fault_place.h"
 
+namespace orsin {
 namespace {
 
 // Whoever goes on after a stack overflow needs its guard page again: without one the next overflow ends
@@ -42,7 +44,25 @@ void restore_stack_guard(DWORD code) {
   }
 }
 
+// A call of what is no code (a null pointer, an object that is gone) faults at its target, which tells
+// nobody anything. It has just left its return address on the stack; the call itself is before that.
+std::uintptr_t caller_of(const EXCEPTION_POINTERS& information) {
+  const EXCEPTION_RECORD& record = *information.ExceptionRecord;
+  const auto instruction = reinterpret_cast<ULONG_PTR>(record.ExceptionAddress);
+  const bool is_no_code = record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION &&
+                          record.NumberParameters >= 2 &&
+                          record.ExceptionInformation[1] == instruction;
+  return is_no_code ? *reinterpret_cast<const std::uintptr_t*>(information.ContextRecord->Rsp) - 1
+                    : 0;
+}
+
+EscapedFault escaped_fault(const EXCEPTION_RECORD& record, std::uintptr_t caller) {
+  return {record.ExceptionCode, true, reinterpret_cast<std::uintptr_t>(record.ExceptionAddress),
+          caller};
+}
+
 }  // namespace
+}  // namespace orsin
 
 #if defined(__GNUC__)
 
@@ -79,8 +99,9 @@ struct FaultState {
   EXCEPTION_RECORD record;
   CONTEXT context;
   EXCEPTION_POINTERS pointers;
-  MachineFrame frame;  // For the trampoline.
-  bool is_on_the_way;  // From the fault to the throw.
+  std::uintptr_t caller;  // As in EscapedFault.
+  MachineFrame frame;     // For the trampoline.
+  bool is_on_the_way;     // From the fault to the throw.
 };
 
 struct Guard {
@@ -153,7 +174,9 @@ void redirect_to_throw(FaultState& state, EXCEPTION_POINTERS& information) {
   state.record = *information.ExceptionRecord;
   state.context = *information.ContextRecord;
   state.pointers = {&state.record, &state.context};
+  state.caller = 0;
   state.is_on_the_way = true;
+  state.caller = caller_of(information);
 
   CONTEXT& context = *information.ContextRecord;
   state.frame = {as_return_address(context.Rip), context.SegCs, context.EFlags, context.Rsp,
@@ -207,6 +230,7 @@ LONG ask_previous_filter(EXCEPTION_POINTERS& information) {
 // host's filter sees the fault itself, not what became of it.
 LONG end_installer(FaultState& state) {
   TlsSetValue(guard.state_index, nullptr);  // A fault in here is nobody's.
+  write_fault_place(escaped_fault(state.record, state.caller));
   orsinExceptionFilter(static_cast<int>(state.record.ExceptionCode), &state.pointers);
   static_cast<void>(ask_previous_filter(state.pointers));
   TerminateProcess(GetCurrentProcess(), state.record.ExceptionCode);
@@ -277,23 +301,27 @@ void remove_fault_guard() {
   }
 }
 
-std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
+EscapedFault run_guarded(void (*entry)(void*), void* argument) {
   install_fault_guard();
   prepare_to_throw();
 
   FaultState state = {};
   void* outer = TlsGetValue(guard.state_index);
   TlsSetValue(guard.state_index, &state);
-  std::uint32_t code = 0;
+  EscapedFault escaped;
   try {
-    const bool unwound = orsin_call_guarded(entry, argument) != 0;
-    code = unwound ? state.record.ExceptionCode : 0;
+    if (orsin_call_guarded(entry, argument) != 0) {
+      escaped = escaped_fault(state.record, state.caller);
+    }
   } catch (const SE_Exception& fault) {
-    code = fault.getSeNumber();
+    escaped.code = fault.getSeNumber();
+    if (fault.getSePointers() == &state.pointers && state.record.ExceptionCode == escaped.code) {
+      escaped = escaped_fault(state.record, state.caller);
+    }
   }
   TlsSetValue(guard.state_index, outer);
-  restore_stack_guard(code);
-  return code;
+  restore_stack_guard(escaped.code);
+  return escaped;
 }
 
 }  // namespace orsin
@@ -331,7 +359,16 @@ void orsin_throw_fault() {
 namespace orsin {
 namespace {
 
+// Of this thread's last fault.
+struct FaultPlace {
+  const EXCEPTION_POINTERS* pointers = nullptr;
+  EscapedFault fault;
+};
+
+thread_local FaultPlace place;
+
 void __cdecl throw_fault(unsigned int code, EXCEPTION_POINTERS* information) {
+  place = {information, escaped_fault(*information->ExceptionRecord, caller_of(*information))};
   throw SE_Exception(code, information);
 }
 
@@ -345,16 +382,19 @@ void remove_fault_guard() {
   _set_se_translator(nullptr);
 }
 
-std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
+EscapedFault run_guarded(void (*entry)(void*), void* argument) {
   install_fault_guard();  // The translator belongs to the thread.
-  std::uint32_t code = 0;
+  EscapedFault escaped;
   try {
     entry(argument);
   } catch (const SE_Exception& fault) {
-    code = fault.getSeNumber();
+    escaped.code = fault.getSeNumber();
+    if (place.pointers != nullptr && fault.getSePointers() == place.pointers) {
+      escaped = place.fault;
+    }
   }
-  restore_stack_guard(code);
-  return code;
+  restore_stack_guard(escaped.code);
+  return escaped;
 }
 
 }  // namespace orsin

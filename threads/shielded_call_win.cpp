@@ -55,7 +55,7 @@ void call_shielded(void* argument) {
 bool run_shielded(void (*entry)(void*), void* argument) {
   ShieldedCall call = {entry, argument, false};
   try {
-    return run_guarded(call_shielded, &call) == 0 && call.has_returned;
+    return run_guarded(call_shielded, &call).code == 0 && call.has_returned;
   } catch (...) {
     return false;
   }

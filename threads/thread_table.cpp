@@ -19,6 +19,7 @@
 #include "orsincore/processors.h"
 #include "orsincore/threads.h"
 #include "threads/fault_guard.h"
+#include "threads/fault_place.h"
 #include "threads/thread_port.h"
 #include "threads/thread_record.h"
 
@@ -114,8 +115,12 @@ port::ThreadWait look_until_ended(Table& threads, const thread_entry_str& record
   }
 }
 
+void write_place(void* fault) {
+  write_fault_place(*static_cast<const EscapedFault*>(fault));
+}
+
 void write_fatal_error(void* fault) {
-  const std::uint32_t code = *static_cast<const std::uint32_t*>(fault);
+  const std::uint32_t code = static_cast<const EscapedFault*>(fault)->code;
   const char* name = mp_get_thread_name();
   const auto load = static_cast<int>(port::memory_load_percent());
   msgerror("%s", kAsterisks);
@@ -136,9 +141,11 @@ void run_thread(void (*entry)(void*), void* argument) {
     return;
   }
   fpu_default_mode();
-  std::uint32_t fault = run_guarded(entry, argument);
-  if (fault != 0) {
-    // Where even the log is damaged the process ends without a word, but it ends.
+  EscapedFault fault = run_guarded(entry, argument);
+  if (fault.code != 0) {
+    // One after the other, as the block must come whatever the first line meets. Where even the log is
+    // damaged the process ends without a word, but it ends.
+    static_cast<void>(run_guarded(write_place, &fault));
     static_cast<void>(run_guarded(write_fatal_error, &fault));
     port::end_process(kFaultExitCode);
   }

@@ -27,8 +27,9 @@ ORSIN_API bool ov_admin_privileges();
 /// Starts a thread with a stack of 1 MiB.
 ///
 /// A processor fault that nobody in the thread catches as SE_Exception writes a fatal-error block
-/// with the thread's name to the log and ends the process with exit code -1. The floating-point
-/// unit starts in the library's mode.
+/// with the thread's name to the log and ends the process with exit code -1. At information level
+/// the line before the block names the module and the offset in it where the fault was. The
+/// floating-point unit starts in the library's mode.
 /// @param name   Shorter than 32 bytes; null or empty means "Unknown". Copied.
 /// @param entry  Must not let C++ exceptions other than SE_Exception out. Null ends at once.
 /// @return The system's thread identifier, for mp_join_thread() or mp_detach_thread(); 0xFFFFFFFF

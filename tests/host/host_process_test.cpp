@@ -93,16 +93,23 @@ TEST_F(HostProcess, AFaultInAThreadEndsTheProcessWithABlockThatNamesTheThread) {
   const std::string asterisks(56, '*');
   struct Case {
     const char* command;
+    const char* place;
     const char* line;
   };
-  const Case cases[] = {{"access", "THREAD(Reader): Fatal Error (VM: "},
-                        {"division", "THREAD(Divider): Fatal Error, Exception: 0xc0000094 (VM: "}};
+  const Case cases[] = {
+      {"access", "INFO : THREAD(Reader): Exception 0xc0000005 at test_host.exe+0x",
+       "THREAD(Reader): Fatal Error (VM: "},
+      {"division", "INFO : THREAD(Divider): Exception 0xc0000094 at test_host.exe+0x",
+       "THREAD(Divider): Fatal Error, Exception: 0xc0000094 (VM: "}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.command);
     EXPECT_EQ(run(c.command), -1);
 
     const std::string text = log();
+    const std::size_t place = text.find(c.place);
     const std::size_t head = text.find("ERROR: " + asterisks);
+    EXPECT_NE(place, std::string::npos) << text;
+    EXPECT_LT(place, head) << text;
     const std::size_t line = text.find(c.line, head);
     EXPECT_NE(head, std::string::npos) << text;
     EXPECT_NE(line, std::string::npos) << text;

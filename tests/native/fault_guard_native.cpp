@@ -7,9 +7,9 @@ void install_fault_guard() {}
 
 void remove_fault_guard() {}
 
-std::uint32_t run_guarded(void (*entry)(void*), void* argument) {
+EscapedFault run_guarded(void (*entry)(void*), void* argument) {
   entry(argument);
-  return 0;
+  return {};
 }
 
 bool run_shielded(void (*entry)(void*), void* argument) {

@@ -104,6 +104,20 @@ TEST(FaultInAThreadDeathTest, BlockStandsBetweenLinesOf56Asterisks) {
               kBlock);
 }
 
+TEST(FaultInAThreadDeathTest, TheBlockComesAfterTheModuleAndTheOffset) {
+  const auto run_at_information = [] {
+    msg_open(nullptr);
+    msg_setlevel(2);
+    mp_join_thread(mp_start_thread(
+                       "Placed", [](void*) { read_null(); }, nullptr),
+                   kLongMs);
+  };
+
+  EXPECT_EXIT(
+      run_at_information(), testing::ExitedWithCode(-1),
+      "INFO : THREAD\\(Placed\\): Exception 0xc0000005 at \\w+\\.exe\\+0x\\w+\r?\n.*ERROR: ");
+}
+
 #if defined(__MINGW32__)
 
 // Whatever allocates from now on faults, a throw included: the C run-time library's allocator becomes
@@ -356,6 +370,20 @@ void overflow_on_this_thread() noexcept {
   msg_open(nullptr);
   install_here();
   overflow_stack();
+}
+
+void fault_on_this_thread_at_information() noexcept {
+  msg_open(nullptr);
+  msg_setlevel(2);
+  install_here();
+  read_null();
+}
+
+TEST(FaultOnTheMainThreadDeathTest, NamesItsModuleBeforeTheBlock) {
+  EXPECT_EXIT(
+      fault_on_this_thread_at_information(),
+      testing::ExitedWithCode(static_cast<int>(kAccessViolation)),
+      "INFO : THREAD\\(Unknown\\): Exception 0xc0000005 at \\w+\\.exe\\+0x\\w+\r?\n.*ERROR: ");
 }
 
 TEST(FaultOnTheMainThreadDeathTest, AStackOverflowIsReportedToo) {

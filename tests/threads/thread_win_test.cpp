@@ -82,9 +82,9 @@ TEST(StackOverflow, IsReportedEachTimeOnTheThreadThatGoesOn) {
       "Deep",
       [](void* argument) {
         auto& result = *static_cast<Seen*>(argument);
-        result.first = run_guarded(overflow_stack, nullptr);
+        result.first = run_guarded(overflow_stack, nullptr).code;
         result.is_guarded = stack_is_guarded();
-        result.second = run_guarded(overflow_stack, nullptr);
+        result.second = run_guarded(overflow_stack, nullptr).code;
       },
       &seen);
   ASSERT_EQ(mp_join_thread(thread, 60000), 1);
