@@ -73,7 +73,7 @@ TEST(ResponseBody, HoldsWhatWasAddedInChunksOfAnySize) {
   EXPECT_EQ(text.get()[expected.size()], '\0');
 }
 
-// Piece by piece, of which the last one may be short.
+// In one piece that is smaller than the others would be, or in several.
 TEST(ResponseBody, MovesWhenItOutgrowsItsReservation) {
   for (const std::uint64_t reserved_kib : {128u, 1024u, 1600u, 3072u}) {
     SCOPED_TRACE(reserved_kib);
