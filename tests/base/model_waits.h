@@ -67,7 +67,7 @@ struct ModelWaits {
   }
 
   // Whoever follows a node that has gone comes here.
-  alignas(void*) static constexpr std::array<char, 2 * sizeof(void*)> kGoneNode = {};
+  alignas(void*) static inline std::array<char, 2 * sizeof(void*)> gone_node = {};
 
   class Section {
    public:
@@ -159,7 +159,7 @@ class ModelWaits::Atomic<WaitState> {
     part.word = nullptr;
     // Volatile, as nobody may look at a node after this, and yet somebody might.
     *reinterpret_cast<const void* volatile*>(reinterpret_cast<char*>(&value_) - sizeof(void*)) =
-        kGoneNode.data();
+        gone_node.data();
   }
   Atomic(const Atomic&) = delete;
   Atomic& operator=(const Atomic&) = delete;

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -53,7 +54,8 @@ struct CallersMutex {
 // Taken only when the list has given its answer, which is then all that the waiter has to remember.
 struct LateMutex {
   CallersMutex& mutex;
-  void lock() {}
+  bool was_taken = false;
+  void lock() { was_taken = true; }
   void unlock() { mutex.unlock(); }
 };
 
@@ -108,6 +110,9 @@ class Model final : public Scene {
       LateMutex late{mutex_};
       const bool is_woken = list_.wait(late, timeout_ms);
       check_answer(is_woken);
+      if (!late.was_taken) {
+        stage_.explorer.fault("a wait ended without its mutex");
+      }
       stage_.explorer.forget_all_but(is_woken ? kWasWoken : kRanOutOfTime);
       mutex_.lock();
       --waiting_;
@@ -200,6 +205,10 @@ std::vector<Scenario> all_scenarios() {
     }
   }
   return scenarios;
+}
+
+void PrintTo(const Scenario& scenario, std::ostream* stream) {
+  *stream << scenario.what;
 }
 
 class WaitListModel : public testing::TestWithParam<Scenario> {};

@@ -1,6 +1,7 @@
 // The processors and threads of native builds, with knobs.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <vector>
@@ -30,6 +31,9 @@ struct FakeProcessors {
   std::uint64_t bound_mask = 0;
   std::uint8_t bound_number = 0;
 };
+
+/// How many handles to threads are open.
+std::size_t open_thread_handles();
 
 /// The one instance; tests reset it with `fake_processors() = {}`.
 FakeProcessors& fake_processors();

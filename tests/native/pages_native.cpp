@@ -101,7 +101,7 @@ bool commit_pages(void* address, std::uint64_t size) noexcept {
   if (size > machine.largest_commit_bytes || machine.commits.size() > machine.commits_granted) {
     return fail_with(ENOMEM);
   }
-  if (!is_reserved(address, size)) {
+  if (size == 0 || !is_reserved(address, size)) {
     return fail_with(EINVAL);
   }
   return ::mprotect(address, size, PROT_READ | PROT_WRITE) == 0;
@@ -109,6 +109,9 @@ bool commit_pages(void* address, std::uint64_t size) noexcept {
 
 void decommit_pages(void* address, std::uint64_t size) noexcept {
   const std::lock_guard guard(book_mutex);
+  if (size == 0 || !is_reserved(address, size)) {
+    std::abort();  // The platform takes a size of 0 for the whole reservation.
+  }
   native_pages().decommits.push_back(size);
   ::madvise(address, size, MADV_DONTNEED);
   ::mprotect(address, size, PROT_NONE);

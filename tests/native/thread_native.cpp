@@ -216,4 +216,13 @@ void write_fpu_control(std::uint32_t control, std::uint32_t mask) noexcept {
 }
 
 }  // namespace port
+namespace test {
+
+std::size_t open_thread_handles() {
+  const std::lock_guard guard(port::handles_mutex);
+  return port::handles.size() -
+         static_cast<std::size_t>(std::count(port::handles.begin(), port::handles.end(), nullptr));
+}
+
+}  // namespace test
 }  // namespace orsin

@@ -73,18 +73,22 @@ TEST(ResponseBody, HoldsWhatWasAddedInChunksOfAnySize) {
   EXPECT_EQ(text.get()[expected.size()], '\0');
 }
 
+// In one piece that is smaller than the others would be, or in several.
 TEST(ResponseBody, MovesWhenItOutgrowsItsReservation) {
-  std::string expected;
-  ResponseBody body(nullptr, 128 << 10);
+  for (const std::uint64_t reserved_kib : {128u, 1024u, 1600u, 3072u}) {
+    SCOPED_TRACE(reserved_kib);
+    std::string expected;
+    ResponseBody body(nullptr, reserved_kib << 10);
 
-  for (int i = 0; i < 1000; ++i) {
-    const std::string chunk(ResponseBody::kChunkBytes, static_cast<char>('a' + i % 26));
-    expected += chunk;
-    ASSERT_TRUE(append(body, chunk));
+    for (int i = 0; i < 1200; ++i) {
+      const std::string chunk(ResponseBody::kChunkBytes, static_cast<char>('a' + i % 26));
+      expected += chunk;
+      ASSERT_TRUE(append(body, chunk));
+    }
+
+    const UniqueText text(body.release());
+    EXPECT_TRUE(std::string_view(text.get()) == expected);
   }
-
-  const UniqueText text(body.release());
-  EXPECT_TRUE(std::string_view(text.get()) == expected);
 }
 
 TEST(ResponseBody, TakesOverTheMemoryOfAnEarlierText) {

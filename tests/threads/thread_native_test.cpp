@@ -157,6 +157,7 @@ TEST_F(RefusingPlatform, WarnsOfAThreadThatClosedownCannotEnd) {
 TEST_F(RefusingPlatform, ClosedownEndsTheOtherThreadsOfTheTable) {
   const LogCapture log;
   fake_processors().ends_threads = true;
+  const std::size_t open_before = test::open_thread_handles();
   HeldThread held;
   HeldThread detached;
   const unsigned int held_thread = mp_start_thread("Held", HeldThread::run, &held);
@@ -189,6 +190,7 @@ TEST_F(RefusingPlatform, ClosedownEndsTheOtherThreadsOfTheTable) {
   EXPECT_EQ(log.lines().back(),
             "WARN : MP: Can't terminate thread(3): " + std::to_string(own_thread));
   EXPECT_EQ(thread_record_count(), 0);
+  EXPECT_EQ(test::open_thread_handles(), open_before + 2);  // Those of the test's own.
   held.release();
   detached.release();
 }
