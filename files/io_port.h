@@ -13,7 +13,8 @@ struct TransferRecord {
 enum class EventWait { kSignalled, kTimedOut, kCompletionRoutine, kFailed };
 constexpr std::uint32_t kWaitForever = 0xFFFFFFFF;
 
-/// Manual-reset events, not signalled at first.
+/// Manual-reset events, not signalled at first; null when the system has none left. A transfer may be
+/// started without one.
 [[nodiscard]] void* create_event() noexcept;
 void close_event(void* event) noexcept;
 void reset_event(void* event) noexcept;

@@ -40,7 +40,7 @@ struct Slot {
   std::atomic<std::uint32_t> ticket = 0;  // 0: none.
   std::uint64_t size;                     // Bytes requested.
   std::atomic<std::uint8_t> done = 0;     // 1: completed at once, or collected.
-  void* event;                            // For the life of the process.
+  void* event;                            // For the life of the process; null: could not be had.
   port::TransferRecord record;
   std::atomic<bool> starting = false;
   OwnTransfer* own = nullptr;  // Where the result is to be left; null for a host's transfer.
@@ -79,10 +79,25 @@ void wait_until_started(const Slot& slot) {
   }
 }
 
+// As port::wait_for_event(). A slot for which the system had no event looks at the record instead, again
+// and again: nobody may go on while a transfer still uses the memory.
+port::EventWait wait_at(const Slot& slot, std::uint32_t timeout_ms) {
+  if (slot.event != nullptr) {
+    return port::wait_for_event(slot.event, timeout_ms);
+  }
+  for (std::uint32_t waited_ms = 0; !port::is_complete(slot.record); ++waited_ms) {
+    if (waited_ms == timeout_ms) {
+      return port::EventWait::kTimedOut;
+    }
+    mp_timedwait(kPollNs);
+  }
+  return port::EventWait::kSignalled;
+}
+
 // Waits until the slot's transfer has ended; false when waiting is impossible.
 bool wait_until_ended(Slot& slot, std::uint32_t step_ms) {
   while (!port::is_complete(slot.record)) {
-    switch (port::wait_for_event(slot.event, step_ms)) {
+    switch (wait_at(slot, step_ms)) {
       case port::EventWait::kTimedOut:
         msgwarn("IO64: Slot timeout...");
         break;
@@ -214,7 +229,7 @@ enum class WaitEnd { kOver, kStillRuns, kFailed };
 template <typename IsOvertaken>
 WaitEnd wait_for_end(Slot& slot, bool wait, const IsOvertaken& is_overtaken) {
   while (!port::is_complete(slot.record)) {
-    switch (port::wait_for_event(slot.event, wait ? kOvertakenWaitMs : 0)) {
+    switch (wait_at(slot, wait ? kOvertakenWaitMs : 0)) {
       case port::EventWait::kFailed:
         return WaitEnd::kFailed;
       case port::EventWait::kCompletionRoutine:
@@ -384,7 +399,7 @@ void io_close64(void* file) {
         // A cancelled transfer still ends; it must not do so in the slot's next one.
         static_cast<void>(wait_until_ended(slot, port::kWaitForever));
       }
-      if (slot.ticket != 0) {
+      if (slot.ticket != 0 && slot.event != nullptr) {
         port::reset_event(slot.event);
       }
       leave_result_locked(slot);

@@ -37,6 +37,7 @@ Machine::Machine(const MachineSettings& settings)
       refusals(settings.seed, settings.refusals),
       chance(settings.seed, 3) {
   running = this;
+  schedule.at_end_of_threads(cancel_transfers_of);
 }
 
 Machine::~Machine() {
@@ -55,6 +56,7 @@ void Machine::become_willing() {
   refusals.stop();
   transfers.short_one_in = 0;
   transfers.late_one_in = 0;
+  transfers.no_event_one_in = 0;
   network.pieces_one_in = 0;
   disk.make_room();
 }

@@ -49,6 +49,7 @@ struct TransferManners {
   std::uint64_t pend_one_in = 2;  // 1: all, 0: none.
   std::uint64_t short_one_in = 0;
   std::uint64_t late_one_in = 0;  // Later than the library's patience.
+  std::uint64_t no_event_one_in = 0;
   Nanoseconds latency = 20 * kMillisecond;
 };
 
@@ -88,6 +89,9 @@ class Machine {
 /// The one that runs.
 [[nodiscard]] Machine& machine();
 [[nodiscard]] bool has_machine();
+
+/// The system gives up what a thread has started and that has not ended: done, or aborted.
+void cancel_transfers_of(const Task& task);
 
 /// The calling thread is in the library: what it allocates is the library's.
 class Inside {

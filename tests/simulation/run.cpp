@@ -49,8 +49,9 @@ void choose_manners(Machine& machine, const RunSettings& settings) {
   constexpr std::uint64_t kShort[] = {0, 0, 0, 50, 500};
   constexpr std::uint64_t kLate[] = {0, 0, 0, 200};
   constexpr Nanoseconds kLatencies[] = {50 * kMicrosecond, 20 * kMillisecond, 300 * kMillisecond};
+  constexpr std::uint64_t kNoEvents[] = {0, 0, 0, 1, 8};
   machine.transfers = {choice.one_of(kPending), choice.one_of(kShort), choice.one_of(kLate),
-                       choice.one_of(kLatencies)};
+                       choice.one_of(kNoEvents), choice.one_of(kLatencies)};
   constexpr std::uint64_t kPieces[] = {0, 1, 4};
   machine.network.pieces_one_in = choice.one_of(kPieces);
   machine.disk.add_volume('D', choice.one_in(8) ? choice.below(std::uint64_t{24} << 20) : kLarge);

@@ -124,6 +124,9 @@ void Schedule::run_task(void* argument) {
 void Schedule::end_now(Task& task) {
   task.has_ended = true;
   task.place = nullptr;
+  if (at_end_of_threads_ != nullptr) {
+    at_end_of_threads_(task);
+  }
   if (task.on_end) {
     task.on_end();
   }

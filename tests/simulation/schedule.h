@@ -85,6 +85,9 @@ class Schedule {
   /// The thread never runs again, wherever it stands.
   void end_now(Task& task);
 
+  /// Done at the end of every thread.
+  void at_end_of_threads(void (*done)(const Task& task)) { at_end_of_threads_ = done; }
+
  private:
   [[noreturn]] static void run_task(void* task);
   [[noreturn]] void report_standstill();
@@ -100,6 +103,7 @@ class Schedule {
   std::uint64_t* steps_seen_;
   std::uint64_t hash_ = 0xCBF29CE484222325;
   bool is_traced_;
+  void (*at_end_of_threads_)(const Task& task) = nullptr;
   std::vector<std::unique_ptr<Task>> tasks_;
   Task* current_;
   std::multimap<Nanoseconds, std::function<void()>> events_;

@@ -98,6 +98,35 @@ TEST(Simulation, FindsMemoryThatChangesWhileItIsWritten) {
   EXPECT_EQ(failure, "memory changes that is being written");
 }
 
+TEST(Simulation, EndsTransfersWithTheThreadThatStartedThem) {
+  const std::string failure = failure_of([](Pass& pass) {
+    pass.it.transfers.pend_one_in = 1;
+    pass.it.transfers.latency = 1'000'000 * kSecond;
+    pass.it.disk.put("C:\\a", Content::made_of(1, 16));
+    static port::TransferRecord records[32];
+    static char bytes[32];
+    pass.it.schedule.start(
+        [] {
+          constexpr unsigned short kName[] = {'C', ':', '\\', 'a', 0};
+          void* file = port::open_file(kName, {.read = true, .share_read = true});
+          for (port::TransferRecord& record : records) {
+            static_cast<void>(port::start_read(file, bytes, 0, 16, record, nullptr));
+          }
+        },
+        nullptr);
+    pass.it.schedule.sleep(kSecond);
+    int aborted = 0;
+    for (port::TransferRecord& record : records) {
+      ORSIN_EXPECT(port::is_complete(record), "a transfer goes on");
+      std::uint32_t count = 0;
+      aborted += port::transfer_result(nullptr, record, count) ? 0 : 1;
+    }
+    ORSIN_EXPECT(aborted > 0 && aborted < 32, "%d were aborted", aborted);
+  });
+
+  EXPECT_EQ(failure, "");
+}
+
 TEST(SimulatedContent, TellsBytesThatLieALittleOff) {
   const Content content = Content::made_of(1, 20000);
   Content moved;

@@ -2,7 +2,8 @@
 //
 // A transfer completes at once, or later: after others that were started after it, with fewer bytes, with
 // an error. The system writes its status and signals its event one after the other, in either order, so
-// that a signal may come after the slot has its next transfer. While it runs its memory is nobody's:
+// that a signal may come after the slot has its next transfer. With the thread that started it a transfer
+// ends, too, as the system cancels it. While it runs its memory is nobody's:
 // the memory of a read must not be looked at, that of a write must not change.
 #include <algorithm>
 #include <atomic>
@@ -20,6 +21,7 @@ using namespace orsin::simulation;
 namespace {
 
 constexpr std::uint32_t kErrorAborted = 995;
+constexpr std::uint32_t kErrorInvalidHandle = 6;
 constexpr std::uint32_t kErrorChecksum = 23;
 constexpr std::uint32_t kErrorNetworkNameGone = 64;
 constexpr std::uint32_t kErrorDevice = 1117;
@@ -105,9 +107,12 @@ void write_status(TransferRecord& record, std::pair<std::uint32_t, std::uint32_t
   status.is_running = 0;
 }
 
-void signal(Event& event) {
-  event.is_signalled = true;
-  machine().schedule.wake_all(&event);
+// Without one nobody is told.
+void signal(Event* event) {
+  if (event != nullptr) {
+    event->is_signalled = true;
+    machine().schedule.wake_all(event);
+  }
 }
 
 Nanoseconds soon() {
@@ -134,7 +139,7 @@ void end_transfer(const std::shared_ptr<Transfer>& transfer) {
     --transfer->file->transfers_in_flight;
     std::erase(in_flight, transfer);
   };
-  const auto tell = [event = transfer->event] { signal(*event); };
+  const auto tell = [event = transfer->event] { signal(event.get()); };
   Machine& it = machine();
   if (it.chance.one_in(2)) {
     write();
@@ -173,7 +178,9 @@ bool is_refused(Call& call, bool is_read) {
 TransferStart start(Call& call, const std::shared_ptr<Transfer>& transfer) {
   Machine& it = machine();
   TransferRecord& record = *transfer->record;
-  transfer->event->is_signalled = false;
+  if (transfer->event) {
+    transfer->event->is_signalled = false;
+  }
   ORSIN_EXPECT(transfer->is_read ? transfer->file->mode.read : transfer->file->mode.write,
                "a transfer on a file that was not opened for it");
   if (transfer->file->mode.unbuffered && !is_aligned(*transfer)) {
@@ -189,7 +196,7 @@ TransferStart start(Call& call, const std::shared_ptr<Transfer>& transfer) {
       return fail_at_start(call, record, error);
     }
     write_status(record, {0, bytes});
-    signal(*transfer->event);
+    signal(transfer->event.get());
     return {true, bytes, 0};
   }
   if (transfer->is_read) {
@@ -208,16 +215,31 @@ TransferStart start(Call& call, const std::shared_ptr<Transfer>& transfer) {
 std::shared_ptr<Transfer> made(bool is_read, void* file, const void* buffer, std::uint64_t offset,
                                std::uint32_t size, TransferRecord& record, void* event) {
   Machine& it = machine();
-  return std::make_shared<Transfer>(Transfer{is_read, it.handles.get<OpenedFile>(file),
-                                             static_cast<unsigned char*>(const_cast<void*>(buffer)),
-                                             offset, size, &record, it.handles.get<Event>(event),
-                                             &it.schedule.current()});
+  return std::make_shared<Transfer>(
+      Transfer{is_read, it.handles.get<OpenedFile>(file),
+               static_cast<unsigned char*>(const_cast<void*>(buffer)), offset, size, &record,
+               event != nullptr ? it.handles.get<Event>(event) : nullptr, &it.schedule.current()});
+}
+
+// Soon they end, one way or the other.
+template <typename Condition>
+void cancel_if(Condition is_meant) {
+  for (const auto& transfer : in_flight) {
+    if (is_meant(*transfer)) {
+      transfer->error = machine().chance.one_in(2) ? kErrorAborted : transfer->error;
+      machine().schedule.at(soon(), [transfer] { end_transfer(transfer); });
+    }
+  }
 }
 
 }  // namespace
 
 void* create_event() noexcept {
   Call call("create event");
+  if (machine().chance.one_in(machine().transfers.no_event_one_in)) {
+    call.fail(kErrorNoSystemResources);
+    return nullptr;
+  }
   return machine().handles.open(std::make_shared<Event>());
 }
 
@@ -235,6 +257,10 @@ void reset_event(void* event) noexcept {
 EventWait wait_for_event(void* handle, std::uint32_t timeout_ms) noexcept {
   Call call("wait for event");
   Machine& it = machine();
+  if (handle == nullptr) {
+    call.fail(kErrorInvalidHandle);
+    return EventWait::kFailed;
+  }
   const auto event = it.handles.get<Event>(handle);
   constexpr std::uint64_t kByRoutine = 30;
   if (timeout_ms != 0 && it.chance.one_in(kByRoutine)) {
@@ -280,12 +306,15 @@ bool transfer_result(void* /*file*/, TransferRecord& record, std::uint32_t& byte
 void cancel_transfers(void* handle) noexcept {
   Call call("cancel transfers");
   const auto file = machine().handles.get<OpenedFile>(handle);
-  for (const auto& transfer : in_flight) {
-    if (transfer->file == file) {
-      transfer->error = machine().chance.one_in(2) ? kErrorAborted : transfer->error;
-      machine().schedule.at(soon(), [transfer] { end_transfer(transfer); });
-    }
-  }
+  cancel_if([&](const Transfer& transfer) { return transfer.file == file; });
 }
 
 }  // namespace orsin::port
+
+namespace orsin::simulation {
+
+void cancel_transfers_of(const Task& task) {
+  port::cancel_if([&](const port::Transfer& transfer) { return transfer.starter == &task; });
+}
+
+}  // namespace orsin::simulation
