@@ -17,6 +17,7 @@
 
 #include "base/win/windows.h"
 #include "orsincore/text.h"
+#include "tests/text/naive_base64.h"
 
 #ifdef ORSIN_RIVAL_SIMDUTF
 #include <simdutf.h>
@@ -142,14 +143,12 @@ void to_utf8_simdutf(benchmark::State& state) {
 }
 #endif
 
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
 std::string make_base64(std::int64_t characters) {
   std::string text(static_cast<std::size_t>(characters), '\0');
   std::uint32_t random = 12345;
   for (char& c : text) {
     random = random * 1664525 + 1013904223;
-    c = kAlphabet[random >> 26];
+    c = orsin::test::kBase64Alphabet[random >> 26];
   }
   return text;
 }
@@ -170,42 +169,11 @@ void base64_orsin(benchmark::State& state) {
 }
 
 // Every rule of the decoder, without its vector instructions.
-std::size_t decode_plain(const std::array<std::uint8_t, 256>& values, const std::string& text,
-                         char* bytes, std::size_t room) {
-  std::uint32_t group = 0;
-  std::size_t characters = 0;
-  std::size_t written = 0;
-  const auto emit = [&](std::size_t count) {
-    for (std::size_t i = 0; i < count && written < room; ++i) {
-      bytes[written++] = static_cast<char>(group >> (16 - 8 * i));
-    }
-  };
-  for (const char c : text) {
-    if (c == '=') {
-      break;
-    }
-    group |= std::uint32_t{values[static_cast<unsigned char>(c)]} << (18 - 6 * characters);
-    if (++characters == 4) {
-      emit(3);
-      group = 0;
-      characters = 0;
-    }
-  }
-  if (characters >= 2) {
-    emit(characters - 1);
-  }
-  return written;
-}
-
 void base64_plain_loop(benchmark::State& state) {
   const std::string text = make_base64(state.range(0));
-  std::array<std::uint8_t, 256> values = {};
-  for (std::uint8_t i = 0; i < 64; ++i) {
-    values[static_cast<unsigned char>(kAlphabet[i])] = i;
-  }
   std::vector<char> bytes(text.size() / 4 * 3);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(decode_plain(values, text, bytes.data(), bytes.size()));
+    benchmark::DoNotOptimize(orsin::test::decode_base64_naively(text, bytes.data(), bytes.size()));
     benchmark::ClobberMemory();
   }
   count_base64(state);

@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "base/win/windows.h"
+#include "text/calendar_time.h"
 
 namespace orsin::port {
 namespace {
@@ -36,19 +37,11 @@ LocalTime to_local_time(std::int64_t posix) noexcept {
   if (_localtime64_s(&local, &seconds) != 0) {
     return {};
   }
-  return {local.tm_year + 1900,
-          local.tm_mon + 1,
-          local.tm_mday,
-          static_cast<signed char>(local.tm_hour),
-          static_cast<signed char>(local.tm_min),
-          static_cast<signed char>(local.tm_sec),
-          local.tm_yday + 1};
+  return local_time_of(local);
 }
 
 std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
-  // Weekday, day of the year and the flag of daylight saving stay 0.
-  struct tm local = {time.second,      time.minute, time.hour, time.day, time.month - 1,
-                     time.year - 1900, 0,           0,         0};
+  struct tm local = broken_down(time);
   return _mktime64(&local);
 }
 

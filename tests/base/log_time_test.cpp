@@ -7,14 +7,12 @@
 #include <random>
 #include <string>
 
+#include "tests/base/log_time_text.h"
+
 namespace orsin {
 namespace {
 
-std::string written(const TimeOfDay& time) {
-  char text[kLogTimeBytes];
-  write_log_time(time, text);
-  return {text, kLogTimeBytes};
-}
+using test::written;
 
 std::string printed(const TimeOfDay& time) {
   char text[64];

@@ -4,16 +4,12 @@
 #include <clocale>
 #include <string>
 
-#include "base/log_time.h"
+#include "tests/base/log_time_text.h"
 
 namespace orsin {
 namespace {
 
-std::string written(const TimeOfDay& time) {
-  char text[kLogTimeBytes];
-  write_log_time(time, text);
-  return {text, kLogTimeBytes};
-}
+using test::written;
 
 TEST(LogTime, HasAPointInEveryLanguage) {
   const std::string before = std::setlocale(LC_NUMERIC, nullptr);

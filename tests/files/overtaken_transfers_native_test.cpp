@@ -31,6 +31,18 @@ class OvertakenTransfers : public test::IoTest {
     }
   }
 
+  // A read on a thread of its own, under way when this returns; what it says goes to `succeeded`.
+  std::thread start_read(bool& succeeded) {
+    std::thread reading([this, &succeeded] {
+      char bytes[16];
+      succeeded = io_read64(other_.get(), bytes, 0, sizeof(bytes));
+    });
+    while (transfers_.pending_count() == 0) {
+      std::this_thread::yield();
+    }
+    return reading;
+  }
+
   OpenFile other_;
   char foreign_[16] = {};
   test::FakeTransfers transfers_;
@@ -171,13 +183,7 @@ TEST_F(OvertakenTransfers, AReadThatFailsWhileAFlushWaitsIsAFailure) {
   for (int round = 0; round < 300; ++round) {
     transfers_.next({.pends = true, .error = kBrokenPipe});
     bool succeeded = true;
-    std::thread reading([&] {
-      char bytes[16];
-      succeeded = io_read64(other_.get(), bytes, 0, sizeof(bytes));
-    });
-    while (transfers_.pending_count() == 0) {
-      std::this_thread::yield();
-    }
+    std::thread reading = start_read(succeeded);
     std::thread flushing([] { io_flush64(nullptr); });
 
     transfers_.release_all();
@@ -192,13 +198,7 @@ TEST_F(OvertakenTransfers, AFileClosedByAnotherThreadFailsItsRead) {
   transfers_.ends_by_release_only();
   transfers_.next({.pends = true});
   bool succeeded = true;
-  std::thread reading([&] {
-    char bytes[16];
-    succeeded = io_read64(other_.get(), bytes, 0, sizeof(bytes));
-  });
-  while (transfers_.pending_count() == 0) {
-    std::this_thread::yield();
-  }
+  std::thread reading = start_read(succeeded);
 
   other_.close();
   reading.join();
@@ -212,13 +212,7 @@ TEST_F(OvertakenTransfers, AWaitEndsThoughTheSlotServesATransferThatDoesNotEnd) 
   for (int round = 0; round < 50; ++round) {
     transfers_.next({.pends = true});
     bool succeeded = false;
-    std::thread reading([&] {
-      char bytes[16];
-      succeeded = io_read64(other_.get(), bytes, 0, sizeof(bytes));
-    });
-    while (transfers_.pending_count() == 0) {
-      std::this_thread::yield();
-    }
+    std::thread reading = start_read(succeeded);
     std::thread releasing([&] { transfers_.release_oldest(); });
     transfers_.every({});
     for (int i = 0; i < kSlots - 1; ++i) {

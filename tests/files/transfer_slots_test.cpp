@@ -10,6 +10,7 @@
 
 #include "orsincore/io.h"
 #include "tests/files/io_fixture.h"
+#include "tests/files/outstanding_writes.h"
 #include "tests/threads/gate.h"
 
 namespace orsin {
@@ -17,6 +18,7 @@ namespace {
 
 using test::Lines;
 using test::OpenFile;
+using test::OutstandingWrite;
 
 class Transfers : public test::IoTest {};
 
@@ -262,21 +264,15 @@ TEST_F(Transfers, SixteenThreadsHaveTwoHundredOutstandingEach) {
 
   for (int thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&, thread] {
-      std::vector<std::array<unsigned char, kBytes>> blocks;
+      std::array<std::array<unsigned char, kBytes>, kOutstanding> blocks;
+      std::vector<OutstandingWrite> writes;
       for (int i = 0; i < kOutstanding; ++i) {
-        blocks.push_back(pattern(thread, i));
+        auto& block = blocks[static_cast<std::size_t>(i)];
+        block = pattern(thread, i);
+        writes.push_back({block.data(), place(thread, i), kBytes});
       }
-      std::array<int, kOutstanding> tickets{};
       gate.wait();
-      for (std::size_t i = 0; i < kOutstanding; ++i) {
-        const bool started = io_write_async64(
-            file.get(), blocks[i].data(), place(thread, static_cast<int>(i)), kBytes, &tickets[i]);
-        failures[static_cast<std::size_t>(thread)] += started ? 0 : 1;
-      }
-      for (int& ticket : tickets) {
-        failures[static_cast<std::size_t>(thread)] +=
-            io_complete64(file.get(), &ticket, true) == 1 ? 0 : 1;
-      }
+      failures[static_cast<std::size_t>(thread)] = test::write_all_at_once(file.get(), writes);
     });
   }
   gate.open();

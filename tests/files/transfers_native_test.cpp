@@ -10,6 +10,7 @@
 #include "base/log_port.h"
 #include "orsincore/io.h"
 #include "tests/files/io_fixture.h"
+#include "tests/files/outstanding_writes.h"
 #include "tests/native/fake_transfers.h"
 #include "tests/threads/gate.h"
 
@@ -18,6 +19,7 @@ namespace {
 
 using test::Lines;
 using test::OpenFile;
+using test::OutstandingWrite;
 using test::TransferFate;
 
 constexpr std::uint32_t kInvalidHandle = 6;
@@ -440,18 +442,12 @@ TEST_F(ScriptedTransfers, SixteenThreadsShareTheSlotsOfASlowDisk) {
   for (int thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&, thread] {
       const std::string block(kBytes, static_cast<char>('a' + thread));
-      std::array<int, kOutstanding> tickets{};
-      gate.wait();
+      std::vector<OutstandingWrite> writes;
       for (int i = 0; i < kOutstanding; ++i) {
-        const long long place = (i * kThreads + thread) * kBytes;
-        const bool started = io_write_async64(file.get(), block.data(), place, block.size(),
-                                              &tickets[static_cast<std::size_t>(i)]);
-        failures[static_cast<std::size_t>(thread)] += started ? 0 : 1;
+        writes.push_back({block.data(), (i * kThreads + thread) * kBytes, block.size()});
       }
-      for (int& ticket : tickets) {
-        failures[static_cast<std::size_t>(thread)] +=
-            io_complete64(file.get(), &ticket, true) == 1 ? 0 : 1;
-      }
+      gate.wait();
+      failures[static_cast<std::size_t>(thread)] = test::write_all_at_once(file.get(), writes);
     });
   }
   gate.open();

@@ -89,4 +89,14 @@ std::string HostTest::log() const {
   return std::filesystem::exists(to_path(path)) ? TemporaryDirectory::read(path) : std::string();
 }
 
+void HostTest::expect_in_order(std::initializer_list<const char*> lines) const {
+  const std::string text = log();
+  std::size_t position = 0;
+  for (const char* line : lines) {
+    position = text.find(line, position);
+    ASSERT_NE(position, std::string::npos) << line << " is missing or out of order in\n" << text;
+    ++position;
+  }
+}
+
 }  // namespace orsin::test

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 
 #include "base/win/windows.h"
@@ -88,6 +89,9 @@ class HostTest : public testing::Test {
 
   /// The log of the latest child; empty when there is none.
   [[nodiscard]] std::string log() const;
+
+  /// Every line is in the log of the latest child, each behind the one before.
+  void expect_in_order(std::initializer_list<const char*> lines) const;
 
   /// The application's name: this test's only, as there is one instance a name, and a process that
   /// has just ended may hold its mutex for a moment.

@@ -28,32 +28,15 @@ TEST_F(HostProcess, ClosesEveryHandleThatItOpenedButTheLogs) {
 TEST_F(HostProcess, WritesItsReportInTheFixedOrder) {
   EXPECT_EQ(run("close"), 0);
 
-  const char* const lines[] = {"---------------------------------------------------",
-                               " - [Build: ",
-                               "Log started(2): ",
-                               "\\\\",
-                               "---------------------------------------------------",
-                               "Windows Version ",
-                               " CPU's: ",
-                               "       : HyperThreading ",
-                               "Timer frequency : ",
-                               "Timer resolution: 1 ms",
-                               "Physical memory : ",
-                               "Memory setup:",
-                               "---------------------------------------------------",
-                               "Privilege level : ",
-                               "SMP Initialize  : ",
-                               "---------------------------------------------------",
-                               "*---------------------------------------------------",
-                               "* Closed normally",
-                               "---------------------------------------------------"};
-  const std::string text = log();
-  std::size_t position = 0;
-  for (const char* line : lines) {
-    position = text.find(line, position);
-    ASSERT_NE(position, std::string::npos) << line << " is missing or out of order in\n" << text;
-    ++position;
-  }
+  expect_in_order(
+      {"---------------------------------------------------", " - [Build: ", "Log started(2): ",
+       "\\\\", "---------------------------------------------------", "Windows Version ",
+       " CPU's: ", "       : HyperThreading ", "Timer frequency : ", "Timer resolution: 1 ms",
+       "Physical memory : ", "Memory setup:", "---------------------------------------------------",
+       "Privilege level : ", "SMP Initialize  : ",
+       "---------------------------------------------------",
+       "*---------------------------------------------------", "* Closed normally",
+       "---------------------------------------------------"});
 }
 
 TEST_F(HostProcess, EachLetterDRaisesTheLevelAndLetterPSetsTheWorkers) {

@@ -30,16 +30,6 @@ class Order : public test::HostTest {
     }
     return result;
   }
-
-  void expect_in_order(std::initializer_list<const char*> lines) const {
-    const std::string text = log();
-    std::size_t position = 0;
-    for (const char* line : lines) {
-      position = text.find(line, position);
-      ASSERT_NE(position, std::string::npos) << line << " is missing or out of order in\n" << text;
-      ++position;
-    }
-  }
 };
 
 TEST_F(Order, OfStartUpIsFixed) {

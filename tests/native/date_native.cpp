@@ -2,23 +2,10 @@
 #include <cstdio>
 #include <ctime>
 
+#include "text/calendar_time.h"
 #include "text/date_port.h"
 
 namespace orsin::port {
-namespace {
-
-std::tm broken_down(const LocalTime& time) {
-  std::tm result = {};
-  result.tm_year = time.year - 1900;
-  result.tm_mon = time.month - 1;
-  result.tm_mday = time.day;
-  result.tm_hour = time.hour;
-  result.tm_min = time.minute;
-  result.tm_sec = time.second;
-  return result;
-}
-
-}  // namespace
 
 std::int64_t posix_now() noexcept {
   return std::time(nullptr);
@@ -28,13 +15,7 @@ LocalTime to_local_time(std::int64_t posix) noexcept {
   const std::time_t seconds = posix;
   std::tm local = {};
   localtime_r(&seconds, &local);
-  return {local.tm_year + 1900,
-          local.tm_mon + 1,
-          local.tm_mday,
-          static_cast<signed char>(local.tm_hour),
-          static_cast<signed char>(local.tm_min),
-          static_cast<signed char>(local.tm_sec),
-          local.tm_yday + 1};
+  return local_time_of(local);
 }
 
 std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
@@ -67,12 +48,8 @@ bool move_time(LocalTime& time, std::int64_t units) noexcept {
   if (utc.tm_year + 1900 < 1601 || utc.tm_year + 1900 > 30827) {
     return false;
   }
-  time = {utc.tm_year + 1900,
-          utc.tm_mon + 1,
-          utc.tm_mday,
-          static_cast<signed char>(utc.tm_hour),
-          static_cast<signed char>(utc.tm_min),
-          static_cast<signed char>(utc.tm_sec)};
+  time = local_time_of(utc);
+  time.year_day = LocalTime().year_day;
   return true;
 }
 

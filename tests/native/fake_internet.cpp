@@ -1,18 +1,15 @@
 #include "tests/native/fake_internet.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 #include "base/log_port.h"
+#include "tests/native/url_split.h"
 
 namespace orsin::test {
 namespace {
 
 constexpr unsigned kInvalidHandle = 6;
-constexpr unsigned kUnknownScheme = 12006;
-constexpr std::uint16_t kHttpPort = 80;
-constexpr std::uint16_t kHttpsPort = 443;
 
 std::string hexadecimal(std::uint32_t value) {
   char text[16];
@@ -46,25 +43,7 @@ void* FakeInternet::open_url(void* session, std::string_view url, std::uint32_t 
 
 bool FakeInternet::split_url(std::string_view url, port::UrlParts& parts) {
   record("split " + std::string(url));
-  if (refuses("split", nullptr, false)) {
-    return false;
-  }
-  const std::size_t scheme_end = url.find("://");
-  if (scheme_end == std::string_view::npos) {
-    port::set_last_system_error(kUnknownScheme);
-    return false;
-  }
-  const std::string_view rest = url.substr(scheme_end + 3);
-  const std::size_t path_start = std::min(rest.find('/'), rest.size());
-  const std::string_view server = rest.substr(0, path_start);
-  const std::size_t colon = server.find(':');
-  parts.host = server.substr(0, colon);
-  parts.path = rest.substr(path_start);
-  parts.port = url.substr(0, scheme_end) == "https" ? kHttpsPort : kHttpPort;
-  if (colon != std::string_view::npos) {
-    parts.port = static_cast<std::uint16_t>(std::stoi(std::string(server.substr(colon + 1))));
-  }
-  return true;
+  return !refuses("split", nullptr, false) && test::split_url(url, parts);
 }
 
 void* FakeInternet::connect(void* session, std::string_view host, std::uint16_t port,

@@ -21,6 +21,8 @@ struct FakeProcessors {
   int threads_granted = -1;        // So many more, then none; below 0 there is no limit.
   bool refuse_duplicates = false;  // Further handles to a thread.
   bool refuse_waits = false;
+  bool ends_threads = false;  // Or refuses to. Those it has ended run on, but are not waited for.
+  std::vector<unsigned int> ended;  // The identifiers of threads that were ended.
   bool refuse_affinity = false;
   void (*on_pause)() = nullptr;  // Called in every waiting loop, on the thread that waits.
   void (*on_wait)() = nullptr;   // Called once, as the next wait for a thread begins.

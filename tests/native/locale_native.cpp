@@ -13,18 +13,6 @@ FakeLocale& fake_locale() {
 }  // namespace orsin::test
 
 namespace orsin::port {
-namespace {
-
-// What stands in `name` from the sign on, up to the next sign.
-std::string part(const std::string& name, char sign, const char* end_signs) {
-  const std::size_t begin = name.find(sign);
-  if (begin == std::string::npos) {
-    return {};
-  }
-  return name.substr(begin + 1, name.find_first_of(end_signs, begin + 1) - begin - 1);
-}
-
-}  // namespace
 
 void select_locale_maker() noexcept {}
 
@@ -38,8 +26,7 @@ bool install_locale(const char* path, const char* domain, const char* name,
   locale.domain = domain;
   locale.name = name;
   ++locale.installed_count;
-  const std::string full = locale.name.empty() ? "en_GB.UTF-8" : locale.name;
-  parts = {full.substr(0, full.find_first_of("_.@")), part(full, '_', ".@"), part(full, '@', "")};
+  parts = test::parts_of(locale.name);
   return true;
 }
 

@@ -36,6 +36,16 @@ std::uint64_t address_of(const void* pointer) {
   return reinterpret_cast<std::uintptr_t>(pointer);
 }
 
+// Whether all of it lies in one reservation, as the platform asks for.
+bool is_reserved(void* address, std::uint64_t size) {
+  auto found = committed.upper_bound(address);
+  if (found == committed.begin()) {
+    return false;
+  }
+  --found;
+  return address_of(address) + size <= address_of(found->first) + found->second;
+}
+
 }  // namespace
 }  // namespace orsin::test
 
@@ -80,6 +90,7 @@ void* reserve_pages(std::uint64_t size) noexcept {
     return nullptr;
   }
   committed[pages] = size;
+  native_pages().reservations.push_back(size);
   return pages;
 }
 
@@ -89,6 +100,9 @@ bool commit_pages(void* address, std::uint64_t size) noexcept {
   machine.commits.push_back(size);
   if (size > machine.largest_commit_bytes || machine.commits.size() > machine.commits_granted) {
     return fail_with(ENOMEM);
+  }
+  if (!is_reserved(address, size)) {
+    return fail_with(EINVAL);
   }
   return ::mprotect(address, size, PROT_READ | PROT_WRITE) == 0;
 }

@@ -28,6 +28,7 @@ struct NativePages {
   // What was asked for so far.
   std::vector<std::uint64_t> commits;             // Sizes, refused ones too.
   std::vector<std::uint64_t> decommits;           // Sizes.
+  std::vector<std::uint64_t> reservations;        // Sizes.
   std::map<std::uint64_t, std::uint64_t> pinned;  // Address and size of what is pinned now.
 };
 

@@ -37,6 +37,7 @@ struct ThreadEnd {
 
 struct NativeThread {
   std::thread thread;
+  unsigned int identifier = 0;
   std::shared_ptr<ThreadEnd> end = std::make_shared<ThreadEnd>();
 
   // As the platform's: a thread without handles runs on if it has not ended.
@@ -104,6 +105,7 @@ StartedThread start_thread(const ThreadStart& start, std::size_t /*stack_bytes*/
     const std::lock_guard guard(identifier_mutex);
     identifier = next_identifier++;
   }
+  started->identifier = identifier;
   started->thread = std::thread([=, end = started->end] {
     own_identifier = identifier;
     start.run(start.entry, start.argument);
@@ -137,8 +139,13 @@ ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept {
   return ended ? ThreadWait::kEnded : ThreadWait::kTimedOut;
 }
 
-bool terminate_thread(void* /*handle*/) noexcept {
-  return false;
+bool terminate_thread(void* handle) noexcept {
+  const unsigned int identifier = thread_of(handle)->identifier;
+  if (!test::fake_processors().ends_threads) {
+    return false;
+  }
+  test::fake_processors().ended.push_back(identifier);
+  return true;
 }
 
 void close_thread(void* handle) noexcept {

@@ -87,6 +87,17 @@ TEST(ShortMemory, InUseIsLittleMoreThanWasReadWhileABodyMoves) {
   }
 }
 
+// A body that did not know how much it has reserved would move with every chunk.
+TEST(ShortMemory, MovesABodyOnlyWhenItOutgrowsItsReservation) {
+  const PagesScript machine;
+  ResponseBody body(nullptr, 128 << 10);
+
+  ASSERT_EQ(chunks_added(body, 1200), 1200);
+
+  EXPECT_EQ(machine->reservations,
+            (std::vector<std::uint64_t>{128 << 10, 8 << 20, std::uint64_t{512} << 20}));
+}
+
 TEST(ShortMemory, GivesBackWhatAnEarlierTextNeeded) {
   const PagesScript machine;
   ResponseBody large(nullptr);

@@ -89,6 +89,12 @@ unsigned char* Content::bytes_of(Page& page) {
   return page.bytes.get();
 }
 
+std::string Content::text() const {
+  std::string bytes(size_, '\0');
+  read(0, bytes.data(), size_);
+  return bytes;
+}
+
 Content Content::made_of(std::uint64_t name, std::uint64_t size) {
   Content content;
   content.resize(size);

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace orsin::simulation {
@@ -26,6 +27,9 @@ class Content {
 
   /// Grows as needed.
   void write(std::uint64_t offset, const void* from, std::uint64_t bytes);
+
+  /// The whole of it.
+  [[nodiscard]] std::string text() const;
 
   /// So many bytes that only this name has; the last page is odd all over.
   static Content made_of(std::uint64_t name, std::uint64_t size);

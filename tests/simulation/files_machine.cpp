@@ -22,15 +22,6 @@ constexpr std::uint32_t kErrorDevice = 1117;
 constexpr std::uint32_t kErrorNotReady = 21;
 constexpr std::uint32_t kSettable = 0x3127;
 
-std::uint32_t shortened(std::uint32_t size) {
-  Machine& it = machine();
-  if (!it.chance.one_in(it.transfers.short_one_in)) {
-    return size;
-  }
-  it.was_unkind = true;
-  return static_cast<std::uint32_t>(it.chance.below(size));
-}
-
 }  // namespace
 
 void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {
@@ -118,7 +109,7 @@ bool read_on(void* handle, void* buffer, std::uint32_t size, std::uint32_t& byte
   if (file.position < content.size()) {
     bytes =
         static_cast<std::uint32_t>(std::min<std::uint64_t>(size, content.size() - file.position));
-    bytes = std::max(shortened(bytes), 1U);
+    bytes = std::max(machine().shortened(bytes), 1U);
     content.read(file.position, buffer, bytes);
     file.position += bytes;
   }
@@ -132,7 +123,7 @@ bool write_on(void* handle, const void* data, std::uint32_t size, std::uint32_t&
   if (call.is_refused({kErrorDiskFull, kErrorDevice, kErrorNetworkNameGone})) {
     return false;
   }
-  const std::uint32_t count = shortened(size);
+  const std::uint32_t count = machine().shortened(size);
   if (!call.answer(Disk::write(*file.node, file.position, data, count))) {
     return false;
   }

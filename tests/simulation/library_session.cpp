@@ -4,6 +4,7 @@
 
 #include "base/clock.h"
 #include "base/message_log.h"
+#include "files/direct_reads.h"
 #include "files/directory_list.h"
 #include "files/transfer_slots.h"
 #include "files/volumes.h"
@@ -66,6 +67,13 @@ bool LibrarySession::has_warned() {
                    log_.find("WARN", seen_) != std::string::npos || msg_getlevel() < 0;
   seen_ = log_.size();
   return has;
+}
+
+void LibrarySession::make_lock_of_readers() {
+  const Inside library;
+  machine().refusals.pause(true);
+  prepare_direct_reads();
+  machine().refusals.pause(false);
 }
 
 }  // namespace orsin::simulation

@@ -21,6 +21,10 @@ class LibrarySession {
   [[nodiscard]] bool has_complained();
   [[nodiscard]] bool has_warned();
 
+  /// The process's first reader makes a lock that stays. For stories in which only some seeds have one,
+  /// so that it is no leak.
+  static void make_lock_of_readers();
+
  private:
   std::string log_;
   std::size_t seen_ = 0;

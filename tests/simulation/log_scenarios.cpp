@@ -18,17 +18,11 @@ namespace {
 
 constexpr char kApplication[] = "Take";
 
-std::string text_of(const Node& node) {
-  std::string text(node.content.size(), '\0');
-  node.content.read(0, text.data(), text.size());
-  return text;
-}
-
 // In the log of any generation, wherever it is.
 bool is_kept(const Node& directory, const std::string& line) {
   for (const auto& [name, node] : directory.entries) {
     if (node->is_directory ? is_kept(*node, line)
-                           : text_of(*node).find(line) != std::string::npos) {
+                           : node->content.text().find(line) != std::string::npos) {
       return true;
     }
   }

@@ -55,7 +55,21 @@ void Machine::become_willing() {
   refusals.stop();
   transfers.short_one_in = 0;
   transfers.late_one_in = 0;
+  network.pieces_one_in = 0;
   disk.make_room();
+}
+
+std::uint32_t Machine::shortened(std::uint32_t bytes) {
+  if (!chance.one_in(transfers.short_one_in)) {
+    return bytes;
+  }
+  was_unkind = true;
+  return static_cast<std::uint32_t>(chance.below(bytes));
+}
+
+void Machine::take_time() {
+  schedule.sleep(
+      static_cast<Nanoseconds>(chance.below(static_cast<std::uint64_t>(transfers.latency))));
 }
 
 Inside::Inside() {

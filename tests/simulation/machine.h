@@ -17,6 +17,7 @@
 #include "tests/simulation/disk.h"
 #include "tests/simulation/failure.h"
 #include "tests/simulation/handles.h"
+#include "tests/simulation/network.h"
 #include "tests/simulation/random.h"
 #include "tests/simulation/refusals.h"
 #include "tests/simulation/schedule.h"
@@ -66,11 +67,18 @@ class Machine {
   /// From now on every call is carried out, and transfers do all that they are asked to.
   void become_willing();
 
+  /// How much of so many bytes a transfer moves: all, or fewer where the run wants that.
+  [[nodiscard]] std::uint32_t shortened(std::uint32_t bytes);
+
+  /// The calling thread waits for what is far away.
+  void take_time();
+
   Schedule schedule;
   Refusals refusals;
   Random chance;  // For whatever the machine's parts choose.
   Handles handles;
   Disk disk;
+  Network network;
   TransferManners transfers;
   bool was_unkind = false;
   std::FILE* standard_error = nullptr;  // What the library has made of it; the scenario's to close.

@@ -51,6 +51,8 @@ void choose_manners(Machine& machine, const RunSettings& settings) {
   constexpr Nanoseconds kLatencies[] = {50 * kMicrosecond, 20 * kMillisecond, 300 * kMillisecond};
   machine.transfers = {choice.one_of(kPending), choice.one_of(kShort), choice.one_of(kLate),
                        choice.one_of(kLatencies)};
+  constexpr std::uint64_t kPieces[] = {0, 1, 4};
+  machine.network.pieces_one_in = choice.one_of(kPieces);
   machine.disk.add_volume('D', choice.one_in(8) ? choice.below(std::uint64_t{24} << 20) : kLarge);
 }
 
@@ -65,11 +67,10 @@ RefusalPlan plan_of(const RunSettings& settings) {
 
 // Where memory was refused some may be left, on purpose: pages and chunks of small blocks that there was
 // no memory to write down serve their caller all the same, and only closedown misses them. No more of
-// them than refusals. A lock that the process makes once may be missing, which is no leak.
+// them than refusals.
 void expect_nothing_kept(const Machine& machine, const Holdings& before) {
   Holdings now = machine.holdings();
   const auto unwritten = static_cast<long>(machine.refusals.allocations_refused());
-  now.mutexes = std::max(now.mutexes, before.mutexes);
   now.page_ranges = now.page_ranges <= unwritten ? before.page_ranges : now.page_ranges;
   now.blocks = now.blocks > before.blocks + unwritten ? now.blocks : before.blocks;
   if (!(now == before)) {

@@ -41,6 +41,7 @@ void copy_to_three(Pass& pass);
 void copy_to_sixteen(Pass& pass);
 void copy_with_callers_streams(Pass& pass);
 void copy_securely(Pass& pass);
+void copy_small(Pass& pass);
 void copy_tree(Pass& pass);
 void list_directory(Pass& pass);
 void delete_directory(Pass& pass);
@@ -50,5 +51,9 @@ void load_heap(Pass& pass);
 void open_log_again(Pass& pass);
 void run_executor(Pass& pass);
 void run_worker(Pass& pass);
+void move_file_by_http(Pass& pass);
+void call_by_http(Pass& pass);
+void talk_by_websocket(Pass& pass);
+void start_translation(Pass& pass);
 
 }  // namespace orsin::simulation

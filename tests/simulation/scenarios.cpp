@@ -9,6 +9,7 @@ constexpr Scenario kScenarios[] = {
     {"copy-16", copy_to_sixteen},
     {"copy-streams", copy_with_callers_streams},
     {"copy-secure", copy_securely},
+    {"copy-small", copy_small},
     {"copy-tree", copy_tree},
     {"list", list_directory},
     {"delete", delete_directory},
@@ -18,6 +19,10 @@ constexpr Scenario kScenarios[] = {
     {"log", open_log_again},
     {"executor", run_executor},
     {"worker", run_worker},
+    {"http-file", move_file_by_http},
+    {"http-call", call_by_http},
+    {"websocket", talk_by_websocket},
+    {"translation", start_translation},
 };
 
 }  // namespace

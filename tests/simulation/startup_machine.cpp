@@ -34,8 +34,7 @@ bool copy_file(const char* from, const char* to) noexcept {
   if (!call.answer(machine().disk.open(to, mode, file, existed))) {
     return false;
   }
-  std::string bytes(source->content.size(), '\0');
-  source->content.read(0, bytes.data(), bytes.size());
+  const std::string bytes = source->content.text();
   static_cast<void>(Disk::resize(*file->node, 0));
   return call.answer(Disk::write(*file->node, 0, bytes.data(), bytes.size()));
 }

@@ -78,14 +78,12 @@ void spoil(const Transfer& transfer) {
 // What becomes of it: the error, and the bytes that were moved.
 std::pair<std::uint32_t, std::uint32_t> carry_out(const Transfer& transfer) {
   Node& node = *transfer.file->node;
-  std::uint32_t size = transfer.size;
   if (transfer.error != 0) {
     return {transfer.error, 0};
   }
-  if (machine().chance.one_in(machine().transfers.short_one_in)) {
-    machine().was_unkind = true;
-    size = static_cast<std::uint32_t>(machine().chance.below(size));
-    size -= transfer.file->mode.unbuffered ? size % kSectorBytes : 0;
+  std::uint32_t size = machine().shortened(transfer.size);
+  if (size < transfer.size && transfer.file->mode.unbuffered) {
+    size -= size % kSectorBytes;
   }
   if (!transfer.is_read) {
     const std::uint32_t error = Disk::write(node, transfer.offset, transfer.buffer, size);

@@ -34,6 +34,12 @@ TEST(StartupLetters, ConsumeTheNumberThatFollows) {
   EXPECT_EQ(options.processor_count, 0);
 }
 
+TEST(StartupLetters, TakeNoNumberFromBehindTheLastArgument) {
+  const StartupOptions options = read({"-P", nullptr, "-d"});
+  EXPECT_EQ(options.processor_count, 0);
+  EXPECT_EQ(options.debug_count, 0);
+}
+
 TEST(StartupLetters, AreNoneWithoutArguments) {
   EXPECT_EQ(read_startup_letters(5, nullptr).debug_count, 0);
 }

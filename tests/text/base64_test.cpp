@@ -8,38 +8,15 @@
 #include <vector>
 
 #include "orsincore/text.h"
+#include "tests/text/naive_base64.h"
 #include "text/base64_blocks.h"
 
 namespace orsin {
 namespace {
 
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-// Character by character, as the rule is told.
 std::string naive_decode(const std::string& text, std::size_t room) {
-  std::string result;
-  unsigned group = 0;
-  int characters = 0;
-  const auto emit = [&](int bytes) {
-    for (int i = 0; i < bytes && result.size() < room; ++i) {
-      result.push_back(static_cast<char>(group >> (16 - 8 * i)));
-    }
-  };
-  for (const char c : text) {
-    if (c == '=') {
-      break;
-    }
-    const std::size_t value = std::string(kAlphabet).find(c);
-    group |= static_cast<unsigned>(value == std::string::npos ? 0 : value) << (18 - 6 * characters);
-    if (++characters == 4) {
-      emit(3);
-      group = 0;
-      characters = 0;
-    }
-  }
-  if (characters >= 2) {
-    emit(characters - 1);
-  }
+  std::string result(room, '\0');
+  result.resize(test::decode_base64_naively(text, result.data(), room));
   return result;
 }
 
@@ -76,7 +53,7 @@ TEST(Base64, AgreesWithTheNaiveDecoderOverDirtyTexts) {
     const bool dirty = random() % 2 == 0;
     for (char& c : text) {
       c = dirty && random() % 50 == 0 ? static_cast<char>(random() % 128)
-                                      : kAlphabet[random() % 64];
+                                      : test::kBase64Alphabet[random() % 64];
     }
     const std::size_t room = random() % 2 == 0 ? 400 : random() % 300;
     ASSERT_EQ(decode(text, room), naive_decode(text, room)) << text;
@@ -104,7 +81,7 @@ TEST(Base64, AgreesWithItsPlainTwinAndLeavesTheRestOfTheTargetAlone) {
   for (int round = 0; round < 5000; ++round) {
     std::string text(random() % 1500, '\0');
     for (char& c : text) {
-      c = kAlphabet[random() % 64];
+      c = test::kBase64Alphabet[random() % 64];
     }
     for (unsigned strangers = random() % 4; strangers > 0 && !text.empty(); --strangers) {
       text[random() % text.size()] = static_cast<char>(random() % 4 == 0 ? '=' : random() % 256);
@@ -134,7 +111,7 @@ std::string random_text(std::size_t characters, unsigned seed) {
   std::mt19937 random(seed);
   std::string text(characters, '\0');
   for (char& c : text) {
-    c = kAlphabet[random() % 64];
+    c = test::kBase64Alphabet[random() % 64];
   }
   return text;
 }
@@ -207,7 +184,7 @@ TEST(Base64, JoinsItsSpansForAnyNumberOfWorkers) {
   for (std::size_t length = 0; length < 200; ++length) {
     std::string text(length, '\0');
     for (char& c : text) {
-      c = kAlphabet[random() % 64];
+      c = test::kBase64Alphabet[random() % 64];
     }
     const std::string expected = naive_decode(text, 1000);
     for (const std::size_t parts : {1U, 2U, 3U, 7U, 128U}) {

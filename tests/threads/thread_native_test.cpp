@@ -153,6 +153,46 @@ TEST_F(RefusingPlatform, WarnsOfAThreadThatClosedownCannotEnd) {
   held.release();
 }
 
+// Not the one that closes down, nor one that the table has forgotten, nor where there is none.
+TEST_F(RefusingPlatform, ClosedownEndsTheOtherThreadsOfTheTable) {
+  const LogCapture log;
+  fake_processors().ends_threads = true;
+  HeldThread held;
+  HeldThread detached;
+  const unsigned int held_thread = mp_start_thread("Held", HeldThread::run, &held);
+  const unsigned int detached_thread = mp_start_thread("Detached", HeldThread::run, &detached);
+  const test::AwaitedThread held_awaited(held_thread);
+  const test::AwaitedThread detached_awaited(detached_thread);
+  fake_processors().refuse_threads = true;
+  mp_start_thread(
+      "Refused", [](void*) {}, nullptr);
+  fake_processors().refuse_threads = false;
+  struct {
+    test::Gate begin;
+    test::Gate done;
+  } closedown;
+  const unsigned int own_thread = mp_start_thread(
+      "Own",
+      [](void* argument) {
+        auto& its = *static_cast<decltype(closedown)*>(argument);
+        its.begin.wait();
+        stop_thread_table();
+        its.done.open();
+      },
+      &closedown);
+  ASSERT_EQ(mp_detach_thread(static_cast<int>(detached_thread)), 1);
+
+  closedown.begin.open();
+  closedown.done.wait();
+
+  EXPECT_EQ(fake_processors().ended, std::vector<unsigned int>{held_thread});
+  EXPECT_EQ(log.lines().back(),
+            "WARN : MP: Can't terminate thread(3): " + std::to_string(own_thread));
+  EXPECT_EQ(thread_record_count(), 0);
+  held.release();
+  detached.release();
+}
+
 TEST_F(RefusingPlatform, ReportsARefusedIdealProcessor) {
   const LogCapture log;
   query_processors(false);

@@ -17,7 +17,8 @@ the request.
 Prints its port, serves 127.0.0.1, and ends when standard input does.
 """
 import asyncio
-import sys
+
+from input_end import until_input_ends
 
 CHUNK = bytes(65536)
 
@@ -101,13 +102,6 @@ async def on_connection(reader, writer):
         pass  # The client has gone; so be it.
     finally:
         writer.close()
-
-
-async def until_input_ends():
-    reader = asyncio.StreamReader()
-    loop = asyncio.get_running_loop()
-    await loop.connect_read_pipe(lambda: asyncio.StreamReaderProtocol(reader), sys.stdin)
-    await reader.read()
 
 
 async def main():

@@ -3,9 +3,10 @@
 Prints its port, serves 127.0.0.1, and ends when standard input does.
 """
 import asyncio
-import sys
 
 from aiohttp import web
+
+from input_end import until_input_ends
 
 PATTERN = bytes((i * 31 + i // 251) % 256 for i in range(65536))
 
@@ -52,13 +53,6 @@ async def redirect(request):
 async def silence(request):
     """Never answers; ends with the client's connection."""
     await asyncio.Event().wait()
-
-
-async def until_input_ends():
-    reader = asyncio.StreamReader()
-    loop = asyncio.get_running_loop()
-    await loop.connect_read_pipe(lambda: asyncio.StreamReaderProtocol(reader), sys.stdin)
-    await reader.read()
 
 
 async def main():

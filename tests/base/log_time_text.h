@@ -1,0 +1,16 @@
+// The time of a log line as a string.
+#pragma once
+
+#include <string>
+
+#include "base/log_time.h"
+
+namespace orsin::test {
+
+inline std::string written(const TimeOfDay& time) {
+  char text[kLogTimeBytes];
+  write_log_time(time, text);
+  return {text, kLogTimeBytes};
+}
+
+}  // namespace orsin::test
