@@ -41,7 +41,9 @@
 #define ORSIN_ALWAYS_INLINE __forceinline
 #endif
 
-#if defined(__MINGW32__)
+#if defined(__MINGW32__) && defined(__clang__)
+#define ORSIN_LINK_NAME(name) __asm__(name)
+#elif defined(__MINGW32__)  // The quotes are for the assembler.
 #define ORSIN_LINK_NAME(name) __asm__("\"" name "\"")
 #else
 #define ORSIN_LINK_NAME(name)

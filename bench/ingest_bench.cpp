@@ -221,7 +221,7 @@ BENCHMARK_CAPTURE(run, xcopy, xcopy)
 int main(int argc, char** argv) {
   host::open_console();
   const int saved = host::silence_errors();
-  ov_initialize(nullptr, nullptr, 1, argv);
+  ov_initialize(nullptr, "ORSIN_BENCH_DATA", 1, argv);
   host::restore_errors(saved);
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

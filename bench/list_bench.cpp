@@ -80,6 +80,9 @@ void list_bare_loop(benchmark::State& state) {
 
 void list_std_filesystem(benchmark::State& state) {
   const std::filesystem::path path = directory_of(state.range(0));
+  if (!std::filesystem::exists(path)) {
+    state.SkipWithError("the directory is missing");
+  }
   for (auto _ : state) {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(path)) {

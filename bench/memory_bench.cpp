@@ -125,7 +125,7 @@ void start_library() {
     static char workers[] = "-P";
     static char count[] = "2";
     static char* arguments[] = {program, workers, count, nullptr};
-    return ov_initialize(nullptr, nullptr, 3, arguments);
+    return ov_initialize(nullptr, "ORSIN_BENCH_DATA", 3, arguments);
   }();
   if (!is_started) {
     std::abort();

@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <numeric>
+#include <random>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -171,6 +173,10 @@ std::string registry_text(HKEY root, const char* key, const char* value) {
   return text;
 }
 
+bool is_wine() {
+  return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
 std::string describe_machine() {
   using VersionFunction = LONG(WINAPI*)(OSVERSIONINFOEXW*);
   OSVERSIONINFOEXW version = {};
@@ -193,7 +199,7 @@ std::string describe_machine() {
   text += std::string("date       ") + date + "\n";
   text += "system     Windows " + std::to_string(version.dwMajorVersion) + "." +
           std::to_string(version.dwMinorVersion) + "." + std::to_string(version.dwBuildNumber) +
-          (GetProcAddress(system, "wine_get_version") != nullptr ? " (Wine)" : "") + "\n";
+          (is_wine() ? " (Wine)" : "") + "\n";
   text += "processor  " +
           registry_text(HKEY_LOCAL_MACHINE, R"(HARDWARE\DESCRIPTION\System\CentralProcessor\0)",
                         "ProcessorNameString") +
@@ -229,9 +235,58 @@ void add_section(std::string& report, const char* title, const std::vector<Resul
   }
 }
 
-// Runs every benchmark of the kit; empty when it has none.
-std::string bench(const fs::path& kit, const fs::path& temporary) {
+// What a benchmark cannot do without: an environment variable that somebody has set.
+const char* needs_of(const std::string& benchmark) {
+  return benchmark == "http_bench"        ? "ORSIN_HTTP_PORT"
+         : benchmark == "websocket_bench" ? "ORSIN_TEST_PYTHON"
+                                          : nullptr;
+}
+
+// A folder of that many empty files for list_bench, made in a shuffled order.
+void make_numbered_files(const fs::path& folder, int count) {
+  fs::create_directories(folder);
+  std::vector<int> numbers(static_cast<std::size_t>(count));
+  std::iota(numbers.begin(), numbers.end(), 0);
+  std::shuffle(numbers.begin(), numbers.end(), std::minstd_rand());
+  for (const int number : numbers) {
+    const char* const name = number % 10 == 0 ? "Interview camera B " : "take";
+    std::ofstream(folder / (name + std::to_string(number) + ".wav"));
+  }
+}
+
+void prepare_list_bench(const fs::path& folder) {
+  make_numbered_files(folder / L"10000", 10'000);
+  if (!is_wine()) {  // It looks through the whole folder for each file that it creates.
+    make_numbered_files(folder / L"100000", 100'000);
+  }
+}
+
+std::string run_benchmark(const fs::path& program, const fs::path& temporary) {
   constexpr int kSecondsMax = 3600;
+  const std::string name = program.stem().string();
+  const char* const needed = needs_of(name);
+  if (needed != nullptr && GetEnvironmentVariableA(needed, nullptr, 0) == 0) {
+    return std::string("skipped: needs what the environment variable ") + needed + " names\n";
+  }
+  const TemporaryFolder folder(temporary / L"bench");
+  SetEnvironmentVariableW(L"ORSIN_BENCH_DATA",
+                          folder.path().c_str());  // Logs, which are no result.
+  SetEnvironmentVariableW(L"ORSIN_BENCH_LISTS", folder.path().c_str());
+  SetEnvironmentVariableW(L"ORSIN_BENCH_SHARE", L"4");  // Of the ingest's gigabytes.
+  if (name == "list_bench") {
+    prepare_list_bench(folder.path());
+  }
+  const Ended ended =
+      run(L"\"" + program.wstring() +
+              L"\" --benchmark_repetitions=3 --benchmark_display_aggregates_only=true "
+              L"--benchmark_enable_random_interleaving=true",
+          folder.path(), kSecondsMax);
+  const std::string numbers = medians(ended.output);
+  return ended.exit_code == 0 && !numbers.empty() ? numbers : "FAILED\n" + ended.output;
+}
+
+// Runs every benchmark of the kit.
+std::string bench(const fs::path& kit, const fs::path& temporary) {
   std::vector<fs::path> programs;
   std::error_code none;
   for (const fs::directory_entry& entry : fs::directory_iterator(kit / L"bench", none)) {
@@ -239,11 +294,16 @@ std::string bench(const fs::path& kit, const fs::path& temporary) {
       programs.push_back(entry.path());
     }
   }
+  if (programs.empty()) {
+    return "This kit was made without them.\n";
+  }
   std::sort(programs.begin(), programs.end());
   std::string text;
   for (const fs::path& program : programs) {
-    const TemporaryFolder folder(temporary / L"bench");
-    text += run(L"\"" + program.wstring() + L"\"", folder.path(), kSecondsMax).output;
+    const std::string name = program.stem().string();
+    std::printf("measuring %s ...\n", name.c_str());
+    std::fflush(stdout);
+    text += "\n" + name + "\n" + run_benchmark(program, temporary);
   }
   return text;
 }
@@ -282,6 +342,8 @@ int accept(bool with_benchmarks) {
       fs::temp_directory_path() /
       (L"orsincore-acceptance-" + std::to_wstring(GetCurrentProcessId())));
 
+  std::printf("%zu tests; leave this machine alone until the last line says how many passed\n\n",
+              tests.size());
   std::vector<Result> results;
   for (const ListedTest& test : tests) {
     results.push_back(run_test(test, kit, temporary.path()));

@@ -73,4 +73,22 @@ std::string reason(std::string_view output) {
   return text;
 }
 
+std::string medians(std::string_view output) {
+  constexpr std::string_view kMedian = "_median";
+  std::string kept;
+  while (!output.empty()) {
+    std::string line(take_until(output, '\n'));
+    const std::size_t median = line.find(kMedian);
+    if (median != std::string::npos) {
+      line.erase(median, kMedian.size());
+    }
+    const bool is_head = line.rfind("Benchmark ", 0) == 0;
+    if (is_head || median != std::string::npos ||
+        line.find("ERROR OCCURRED") != std::string::npos) {
+      kept += line + "\n";
+    }
+  }
+  return kept;
+}
+
 }  // namespace orsin::acceptance

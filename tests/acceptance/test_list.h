@@ -27,4 +27,8 @@ Ending ending(int exit_code, std::string_view output);
 /// The reason that a skipped test gave, in one line.
 std::string reason(std::string_view output);
 
+/// What a report keeps of a benchmark program's output: the heads of the columns, the median of each
+/// job, and whatever a job said of why it could not run.
+std::string medians(std::string_view output);
+
 }  // namespace orsin::acceptance

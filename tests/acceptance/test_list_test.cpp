@@ -51,5 +51,24 @@ TEST(AcceptanceEnding, IsSkippedWithTheReasonThatTheTestGives) {
   EXPECT_EQ(reason(output), "this processor has none");
 }
 
+TEST(AcceptanceMedians, KeepTheHeadsTheMediansAndWhatCouldNotRun) {
+  EXPECT_EQ(medians("2026-11-22T10:00:00+00:00\r\n"
+                    "Running C:\\kit\\bench\\text_bench.exe\r\n"
+                    "Benchmark            Time             CPU   Iterations\r\n"
+                    "------------------------------------------------------\r\n"
+                    "copy_mean         15.0 ns         15.0 ns            3\r\n"
+                    "copy_median       14.0 ns         14.0 ns            3\r\n"
+                    "copy_stddev       1.00 ns         1.00 ns            3\r\n"
+                    "list/10 ERROR OCCURRED: 'files are missing'\r\n"),
+            "Benchmark            Time             CPU   Iterations\n"
+            "copy       14.0 ns         14.0 ns            3\n"
+            "list/10 ERROR OCCURRED: 'files are missing'\n");
+}
+
+TEST(AcceptanceMedians, AreNoneWhereNothingWasMeasured) {
+  EXPECT_EQ(medians("terminate called\n"), "");
+  EXPECT_EQ(medians(""), "");
+}
+
 }  // namespace
 }  // namespace orsin::acceptance

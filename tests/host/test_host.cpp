@@ -91,7 +91,7 @@ void read_null(void* /*argument*/) {
 
 void divide_by_zero(void* /*argument*/) {
   const volatile int zero = 0;
-  faulty_result = 1 / zero;
+  faulty_result = 1000 / zero;  // Not 1, which a compiler may divide without dividing.
 }
 
 void run_thread(const char* name, void (*entry)(void*)) {

@@ -54,6 +54,14 @@ void overflow_stack() {
   overflow_in_frames<4096>();
 }
 
+// Clang takes -fnon-call-exceptions for this target and does nothing: to it what only reads memory cannot
+// throw, so it leaves out handlers and destructors around that. The tests that begin with this need them.
+#if defined(__clang__)
+#define NEEDS_READS_THAT_THROW GTEST_SKIP() << "this compiler makes no exceptions of faults"
+#else
+#define NEEDS_READS_THAT_THROW static_cast<void>(0)
+#endif
+
 template <DWORD kCode>
 void raise() {
   RaiseException(kCode, 0, 0, nullptr);
@@ -144,7 +152,8 @@ TEST(FaultInAThreadDeathTest, AFaultInsideTheAllocatorEndsTheProcessWithTheBlock
   EXPECT_EXIT(run_in_thread("Allocator",
                             [](void*) {
                               break_allocator();
-                              sink = std::malloc(100) != nullptr ? 1 : 0;
+                              void* volatile block = std::malloc(100);
+                              sink = block != nullptr ? 1 : 0;
                             }),
               testing::ExitedWithCode(-1),
               "THREAD\\(Allocator\\): Fatal Error, Exception: 0xc000001d \\(VM: ");
@@ -265,6 +274,7 @@ TEST(FaultException, IsThrownWithAsLittleStackAsAnOverflowLeaves) {
 }
 
 TEST(FaultException, CanBeCaughtInTheVeryFunctionThatFaults) {
+  NEEDS_READS_THAT_THROW;
   const Caught caught = run_catching([](Caught& seen) {
     try {
       sink = *null_pointer;
@@ -288,6 +298,7 @@ ORSIN_NOINLINE void fault_beside_an_object(bool& mark) {
 }
 
 TEST(FaultException, RunsDestructorsOnItsWay) {
+  NEEDS_READS_THAT_THROW;
   const Caught caught = run_catching([](Caught& seen) {
     try {
       fault_beside_an_object(seen.destructor_ran);
@@ -313,6 +324,7 @@ TEST(FaultException, CanBeCaughtAgainAndAgain) {
 }
 
 TEST(FaultException, ReachesACatchOnTheMainThread) {
+  NEEDS_READS_THAT_THROW;
   mp_join_thread(mp_start_thread(
                      "First", [](void*) {}, nullptr),
                  kLongMs);  // Sets the guard up.
