@@ -26,7 +26,10 @@ bool CopyWriter::open_file(const char* name, long long initial_size, bool unbuff
 
 int CopyWriter::close_file(bool force) {
   errors_ += has_failed_.exchange(false) ? 1 : 0;
-  return fWriteBuffer::close_file(force);
+  bool is_cut = true;
+  const int result = WriteSteps::close(*this, force, is_cut);
+  errors_ += is_cut ? 0 : 1;  // Of a longer file that stood there, the rest would pass for data.
+  return result;
 }
 
 int CopyWriter::error() {

@@ -434,25 +434,30 @@ void fWriteBuffer::flush_buffers() {
 }
 
 int fWriteBuffer::close_file(bool force) {
+  bool is_cut = true;
+  return WriteSteps::close(*this, force, is_cut);
+}
+
+int WriteSteps::close(fWriteBuffer& writer, bool force, bool& is_cut) {
   // Without memory for the lock two threads cannot close at once, but one must be able to.
-  if (mutex_ != nullptr) {
-    mp_get_mutex(mutex_);
+  if (writer.mutex_ != nullptr) {
+    mp_get_mutex(writer.mutex_);
   }
   int result = 1;
-  if (file_ == io_invalid_handle()) {
+  if (writer.file_ == io_invalid_handle()) {
     result = 1;
-  } else if (!force && buffer_ticket_ != -1 && direct_ticket_ != -1) {
+  } else if (!force && writer.buffer_ticket_ != -1 && writer.direct_ticket_ != -1) {
     result = 0;
-  } else if (!force && buffer_ticket_ == -1 && writes_ == 0 && used_ > 0) {
-    result = WriteSteps::start_first_buffer(*this) ? 1 : 0;
+  } else if (!force && writer.buffer_ticket_ == -1 && writer.writes_ == 0 && writer.used_ > 0) {
+    result = start_first_buffer(writer) ? 1 : 0;
   } else {
-    flush_buffers();
-    WriteSteps::finish_file(*this);
-    file_ = io_invalid_handle();
-    opened_ = false;
+    writer.flush_buffers();
+    is_cut = finish_file(writer);
+    writer.file_ = io_invalid_handle();
+    writer.opened_ = false;
   }
-  if (mutex_ != nullptr) {
-    mp_release_mutex(mutex_);
+  if (writer.mutex_ != nullptr) {
+    mp_release_mutex(writer.mutex_);
   }
   return result;
 }

@@ -34,24 +34,27 @@ void* reopen(const char* name) {
 }
 
 // An unbuffered handle of some file systems refuses sizes off the sector: a plain one does it.
-void cut_by_name(const char* name, unsigned long long size) {
+bool cut_by_name(const char* name, unsigned long long size) {
   void* again = reopen(name);
   if (again == io_invalid_handle()) {
     log_not_cut();
-    return;
+    return false;
   }
-  if (!port::set_file_size(again, size)) {
+  const bool is_cut = port::set_file_size(again, size);
+  if (!is_cut) {
     log_not_cut();
   }
   port::close_file(again);
+  return is_cut;
 }
 
 }  // namespace
 
 // Kept on purpose: a surplus that cannot be cut off is an error line, not a failed write. All the
 // data is in the file; if it counted, the next open_file() would delete it. A file that is shorter
-// than its data is another matter, and so is one of which neither is known.
-void WriteSteps::finish_file(fWriteBuffer& writer) {
+// than its data is another matter, and so is one of which neither is known. Whoever promises an exact
+// file asks for what is returned.
+bool WriteSteps::finish_file(fWriteBuffer& writer) {
   std::uint64_t size = 0;
   const bool is_known = port::get_file_size(writer.file_, size);
   if (is_known && size < writer.data_end_ && writer.errors_ == 0) {  // Else it is no news.
@@ -68,12 +71,10 @@ void WriteSteps::finish_file(fWriteBuffer& writer) {
     ++writer.errors_;
   }
   if (!writer.opened_) {
-    return;
+    return is_cut;
   }
   io_close64(writer.file_);
-  if (!is_cut) {
-    cut_by_name(writer.name_, writer.data_end_);
-  }
+  return is_cut || cut_by_name(writer.name_, writer.data_end_);
 }
 
 }  // namespace orsin

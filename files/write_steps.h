@@ -39,9 +39,12 @@ struct WriteSteps {
 
   static bool start_first_buffer(fWriteBuffer& writer);
 
+  /// As close_file(). `is_cut` turns false where the file keeps more than its data.
+  static int close(fWriteBuffer& writer, bool force, bool& is_cut);
+
   /// Cuts the file to its data and closes it, if it was opened by name. Counts an error where data is
-  /// missing.
-  static void finish_file(fWriteBuffer& writer);
+  /// missing. False where more than the data stays.
+  static bool finish_file(fWriteBuffer& writer);
   template <typename Number>
   static void put(fWriteBuffer& writer, Number value);
 

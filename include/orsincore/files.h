@@ -291,8 +291,9 @@ ORSIN_API int file_copy(const char* src, const char* dst, bool overwrite, unsign
 /// @return 0; -1 source cannot be opened; -2 a destination cannot be created; -3 nothing can be
 ///         read from a source that is not empty; -4 a destination has no backslash, or a directory
 ///         part of 260 bytes or more; -5 a directory cannot be made; -6 no source; -7 a destination
-///         exists; -8 a write fell short or failed, the last one at closing included; -9 source and
-///         destination are the same string; -12 as many writers as destinations are needed; -13
+///         exists; -8 a write fell short or failed, the last one at closing included, or a longer
+///         file that stood there cannot be cut to the copy's size by a writer of our own; -9 source
+///         and destination are the same string; -12 as many writers as destinations are needed; -13
 ///         more than 16 destinations. What was already created stays on disk; until -8 no file that
 ///         existed is changed.
 /// Any thread; the reader and the writers are used by this call alone.
@@ -317,7 +318,7 @@ ORSIN_API int file_copy(const char* src, const char** dsts, bool overwrite,
 /// @param reader     The caller's or null, as for file_copy(); `writer` alike.
 /// @return 0; -1 source and destination are the same string, also both null; -2 source cannot be
 ///         opened or destination cannot be created; -3 nothing can be read from a source that is
-///         not empty; -4 write error; -5 no backslash or a too long directory part in the
+///         not empty; -4 write error, or as -8 of file_copy(); -5 no backslash or a too long directory part in the
 ///         destination; -6 its directory cannot be made; -7 the copy reads back differently. The
 ///         text for the code is kept for get_error_file_copy_secure().
 /// Any thread, but the kept text is one for the process.

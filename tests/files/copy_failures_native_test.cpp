@@ -1,6 +1,7 @@
 // Copies whose disk fills up, vanishes, cannot be read or changes meanwhile; the disk is a fake.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -25,6 +26,7 @@ using test::random_content;
 using test::TemporaryDirectory;
 
 constexpr std::size_t kMebibyte = 1U << 20;
+constexpr std::uint32_t kUserMappedFile = 1224;
 
 class CopyFailures : public testing::Test {
  protected:
@@ -68,6 +70,19 @@ TEST_F(CopyFailures, Gives8OnAFullDisk) {
   ASSERT_FALSE(log_.lines().empty());
   EXPECT_EQ(log_.lines()[0], "ERROR: IO write error(1) : 'error 112'");
   EXPECT_TRUE(read_source() == content_);
+}
+
+// The rest of the older file would pass for the end of the copy.
+TEST_F(CopyFailures, IsAFailureWhereALongerFileCannotBeCut) {
+  directory_.write("copy.bin", content_ + "the end of another take");
+  test::FakeTransfers transfers;
+  transfers.refuse_sizes(1000, kUserMappedFile);
+  CopyCall copy = call();
+
+  EXPECT_EQ(copy.run(), -8);
+  EXPECT_EQ(copy_secure(0), -4);
+
+  EXPECT_EQ(log_.lines().back(), "ERROR: Writebuffer set FileSize : 'error 1224'");
 }
 
 TEST_F(CopyFailures, Gives8WhenOnlyTheEndDoesNotFit) {
