@@ -318,9 +318,9 @@ ORSIN_API int file_copy(const char* src, const char** dsts, bool overwrite,
 /// @param reader     The caller's or null, as for file_copy(); `writer` alike.
 /// @return 0; -1 source and destination are the same string, also both null; -2 source cannot be
 ///         opened or destination cannot be created; -3 nothing can be read from a source that is
-///         not empty; -4 write error, or as -8 of file_copy(); -5 no backslash or a too long directory part in the
-///         destination; -6 its directory cannot be made; -7 the copy reads back differently. The
-///         text for the code is kept for get_error_file_copy_secure().
+///         not empty; -4 write error, or as -8 of file_copy(); -5 no backslash or a too long
+///         directory part in the destination; -6 its directory cannot be made; -7 the copy reads
+///         back differently. The text for the code is kept for get_error_file_copy_secure().
 /// Any thread, but the kept text is one for the process.
 ORSIN_API int file_copy_secure(const char* src, const char* dst, bool overwrite,
                                unsigned long long& bytes, md5_state_s& md5, unsigned int flags,
