@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "tests/simulation/scenario.h"
@@ -28,6 +29,12 @@ struct RunResult {
   std::uint64_t kinds = 0;  // Ways to fail of the first that was refused.
 };
 
+/// What the library holds after success.
+struct Usual {
+  Holdings holdings;
+  bool has_last_word = false;  // Nothing better is tried after it.
+};
+
 class Runner {
  public:
   /// Finds out what the library holds after success.
@@ -40,11 +47,10 @@ class Runner {
 
  private:
   [[nodiscard]] RunResult run_once(const RunSettings& settings,
-                                   const Holdings* after_success) const;
+                                   const std::optional<Usual>& usual) const;
 
   const Scenario& scenario_;
-  Holdings after_success_;
-  bool has_measured_ = false;
+  std::optional<Usual> usual_;
   std::string trouble_;
 };
 
