@@ -23,9 +23,9 @@ namespace orsin {
   result.tm_year = time.year - 1900;
   result.tm_mon = time.month - 1;
   result.tm_mday = time.day;
-  result.tm_hour = time.hour;
-  result.tm_min = time.minute;
-  result.tm_sec = time.second;
+  result.tm_hour = int{time.hour};
+  result.tm_min = int{time.minute};
+  result.tm_sec = int{time.second};
   return result;
 }
 
