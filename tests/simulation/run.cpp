@@ -137,7 +137,7 @@ Runner::Runner(const Scenario& scenario) : scenario_(scenario) {
 // What the process keeps for its life depends on the story, and each seed's is another one: where more
 // is left than after the first, the same story without refusals has the last word.
 RunResult Runner::run(const RunSettings& settings) const {
-  const RunResult result = run_once(settings, usual_);
+  RunResult result = run_once(settings, usual_);
   if (!usual_ || !result.text.starts_with(kLeftOver)) {
     return result;
   }
