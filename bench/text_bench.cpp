@@ -10,7 +10,6 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <string>
 #include <vector>

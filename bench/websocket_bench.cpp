@@ -8,7 +8,6 @@
 // of its own. A good result: at most 1.05 of the bare calls' time in both directions.
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,7 +16,6 @@
 #include "orsincore/network.h"
 #include "orsincore/startup.h"
 #include "tests/net/child_server_win.h"
-#include "tests/support/kit_path.h"
 
 #include <winhttp.h>
 
@@ -29,11 +27,7 @@ constexpr const char* kStream = "/stream?size=1048576";
 constexpr const char* kSink = "/sink?count=32";  // kBatch.
 
 int server_port() {
-  // In an acceptance kit it stands beside; Wine's Python is the system's own, which knows no drives.
-  static const orsin::test::ChildServer server(
-      std::getenv("ORSIN_TEST_PYTHON") != nullptr
-          ? orsin::test::kit_path("servers/websocket.py", ORSIN_TEST_SERVERS "/websocket.py")
-          : ORSIN_TEST_SERVERS "/websocket.py");
+  static const orsin::test::ChildServer server(orsin::test::server_script("websocket.py"));
   return server.port();
 }
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "base/win/windows.h"
+#include "tests/support/kit_path.h"
 
 #include <winsock2.h>
 
@@ -65,6 +66,11 @@ std::string read_line(SOCKET connection) {
 }
 
 }  // namespace
+
+std::string server_script(const std::string& name) {
+  const std::string built = std::string(ORSIN_TEST_SERVERS "/") + name;
+  return std::getenv("ORSIN_TEST_PYTHON") != nullptr ? kit_path("servers/" + name, built) : built;
+}
 
 ChildServer::ChildServer(const std::string& script) {
   WSADATA data = {};

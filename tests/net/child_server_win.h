@@ -11,6 +11,10 @@
 
 namespace orsin::test {
 
+/// The script of a server: beside the programs in an acceptance kit; else where it was written, under the
+/// system's name for it, as Wine's Python is the system's own and knows no drives.
+[[nodiscard]] std::string server_script(const std::string& name);
+
 class ChildServer {
  public:
   /// Starts the script; says so on standard error when it does not come up. The interpreter is

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,7 +16,6 @@
 #include "tests/net/child_server_win.h"
 #include "tests/net/frame_heap.h"
 #include "tests/support/handle_count_win.h"
-#include "tests/support/kit_path.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -28,11 +26,7 @@ using test::FrameHeap;
 using test::Lines;
 using test::LogCapture;
 
-// Wine's Python is the system's own, which knows the script by the system's name for it.
-const std::string kScript =
-    std::getenv("ORSIN_TEST_PYTHON") != nullptr
-        ? test::kit_path("servers/websocket.py", ORSIN_TEST_SERVERS "/websocket.py")
-        : ORSIN_TEST_SERVERS "/websocket.py";
+const std::string kScript = test::server_script("websocket.py");
 
 // One server for all tests of a run; started by the first that needs it.
 class SharedServer : public testing::Environment {

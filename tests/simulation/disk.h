@@ -21,6 +21,7 @@ namespace orsin::simulation {
 
 constexpr std::uint32_t kErrorFileNotFound = 2;
 constexpr std::uint32_t kErrorAccessDenied = 5;
+constexpr std::uint32_t kErrorNotEnoughMemory = 8;
 constexpr std::uint32_t kErrorDiskFull = 112;
 constexpr std::uint32_t kErrorDirectoryNotEmpty = 145;
 

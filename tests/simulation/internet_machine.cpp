@@ -17,19 +17,11 @@ using namespace orsin::simulation;
 namespace {
 
 constexpr std::uint32_t kErrorInvalidHandle = 6;
-constexpr std::uint32_t kErrorNotEnoughMemory = 8;
 constexpr std::uint32_t kErrorInsufficientBuffer = 122;
 constexpr std::uint32_t kErrorOutOfHandles = 12001;
-constexpr std::uint32_t kErrorTimeout = 12002;
-constexpr std::uint32_t kErrorInvalidUrl = 12005;
-constexpr std::uint32_t kErrorNameNotResolved = 12007;
-constexpr std::uint32_t kErrorInvalidOption = 12009;
 constexpr std::uint32_t kErrorIncorrectHandleState = 12019;
-constexpr std::uint32_t kErrorCannotConnect = 12029;
-constexpr std::uint32_t kErrorConnectionAborted = 12030;
 constexpr std::uint32_t kErrorConnectionReset = 12031;
 constexpr std::uint32_t kErrorHeaderNotFound = 12150;
-constexpr std::uint32_t kErrorInvalidServerResponse = 12152;
 
 struct InternetHandle : Object {
   InternetHandle* parent = nullptr;

@@ -16,8 +16,6 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorNotEnoughMemory = 8;
-
 using Texts = std::map<std::string, std::string>;
 
 std::unique_ptr<const Texts> installed;

@@ -13,7 +13,6 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorNotEnoughMemory = 8;
 constexpr std::uint32_t kErrorCommitmentLimit = 1455;
 constexpr std::uint32_t kErrorInvalidAddress = 487;
 constexpr std::uint32_t kErrorWorkingSetQuota = 1453;

@@ -12,7 +12,6 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorNotEnoughMemory = 8;
 constexpr std::uint32_t kErrorNoSystemResources = 1450;
 
 struct Thread : Object {

@@ -15,15 +15,7 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorNotEnoughMemory = 8;
 constexpr std::uint32_t kErrorInvalidOperation = 4317;
-constexpr std::uint32_t kErrorTimeout = 12002;
-constexpr std::uint32_t kErrorInvalidUrl = 12005;
-constexpr std::uint32_t kErrorNameNotResolved = 12007;
-constexpr std::uint32_t kErrorInvalidOption = 12009;
-constexpr std::uint32_t kErrorCannotConnect = 12029;
-constexpr std::uint32_t kErrorConnectionLost = 12030;
-constexpr std::uint32_t kErrorInvalidServerResponse = 12152;
 
 enum class Step { kSession, kConnection, kRequest, kAsking, kSent, kAnswered, kSocket, kClosed };
 
@@ -56,7 +48,7 @@ WebHandle open_link(Step step, const std::shared_ptr<Link>& parent) {
 std::uint32_t failure_of(Call& call, Link& link) {
   machine().take_time();
   if (link.failure == 0 &&
-      call.is_refused({kErrorConnectionLost, kErrorTimeout, kErrorInvalidServerResponse})) {
+      call.is_refused({kErrorConnectionAborted, kErrorTimeout, kErrorInvalidServerResponse})) {
     link.failure = call.last_error();
   }
   return link.failure;
@@ -66,7 +58,7 @@ bool go_on(Call& call, void* request, Step from, Step to) {
   const auto link = at(request, from);
   machine().take_time();
   if (call.is_refused({kErrorNameNotResolved, kErrorCannotConnect, kErrorTimeout,
-                       kErrorConnectionLost, kErrorInvalidServerResponse})) {
+                       kErrorConnectionAborted, kErrorInvalidServerResponse})) {
     return false;
   }
   link->step = to;
