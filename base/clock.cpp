@@ -8,6 +8,7 @@
 #include <atomic>
 
 #include "base/clock_port.h"
+#include "base/system_error_text.h"
 #include "orsincore/log.h"
 #include "orsincore/primitives.h"
 
@@ -70,7 +71,7 @@ double mp_getclock() {
   }
   if (is_first_failure()) {
     msgwarn("HIGH-Res. timer failed(2)...");
-    msgcont("%s", os_errormsg());
+    msgcont("%s", SystemErrorText().c_str());
   }
   return 0.0;
 }

@@ -1,9 +1,9 @@
 // The message log: which lines pass, who may write at a time, and what the system says of errors. How
 // lines are put together and folded stands in log_lines.cpp.
 //
-// `log.mutex` serialises all writing and guards the lines. The levels are read without it: a stale
-// value admits or drops one line. Start-up opens the log and
-// closedown closes it while one thread runs.
+// `log.mutex` serialises all writing and guards the lines and the error text. The levels are read
+// without it: a stale value admits or drops one line. Start-up opens the log and closedown closes it
+// while one thread runs.
 #include "base/message_log.h"
 
 #include <algorithm>
@@ -14,20 +14,19 @@
 #include "base/library_locks.h"
 #include "base/log_lines.h"
 #include "base/log_port.h"
+#include "base/system_error_text.h"
 #include "orsincore/log.h"
 #include "orsincore/primitives.h"
 
 namespace orsin {
 namespace {
 
-constexpr std::size_t kErrorTextBytes = 256;
-
 struct Log {
   std::atomic<int> level = -1;       // Negative: closed.
   std::atomic<int> last_level = -1;  // Of the latest head; decides about continuation lines.
   LibraryMutex mutex{LockRank::kLog};
   LogLines lines;
-  char error_text[kErrorTextBytes] = {};
+  char error_text[SystemErrorText::kBytes] = {};  // What os_errormsg() hands out.
 };
 
 constinit Log log_state;
@@ -84,20 +83,10 @@ int write_to_standard_error(int level, const char* format, std::va_list argument
   return 1;
 }
 
-void trim_end(char* text, const char* unwanted) {
-  std::size_t length = std::strlen(text);
-  while (length > 0 && std::strchr(unwanted, text[length - 1]) != nullptr) {
-    text[--length] = '\0';
-  }
-}
-
-const char* error_text(unsigned code) {
-  if (code == 0) {
-    return "No Error";
-  }
-  port::system_error_text(code, log_state.error_text, kErrorTextBytes);
-  trim_end(log_state.error_text, "\n\r ");
-  return log_state.error_text;
+// With the mutex held. Without an error the shared buffer keeps what it holds.
+const char* share_error_text(unsigned code) {
+  const SystemErrorText text(code);
+  return code == 0 ? "No Error" : std::strcpy(log_state.error_text, text.c_str());
 }
 
 void write_os_error(const char* text, unsigned code) {
@@ -106,7 +95,7 @@ void write_os_error(const char* text, unsigned code) {
     return;
   }
   const double now = mp_getclock();
-  log_state.lines.format_reason(text, error_text(code));
+  log_state.lines.format_reason(text, share_error_text(code));
   log_state.lines.write(kError, now);
 }
 
@@ -268,7 +257,8 @@ std::FILE* msg_get_file() {
 
 const char* os_errormsg() {
   const LastErrorKeeper keeper;
-  return error_text(keeper.code());
+  const ScopedLock guard(log_state.mutex);
+  return share_error_text(keeper.code());
 }
 
 void msg_os_error(const char* text) {
@@ -286,7 +276,7 @@ void msg_os_error(const char* text, int code) {
     return;
   }
   const LastErrorKeeper keeper;
-  port::system_error_text(static_cast<unsigned>(code), log_state.error_text, kErrorTextBytes);
-  trim_end(log_state.error_text, "\n");
+  const ScopedLock guard(log_state.mutex);
+  share_error_text(static_cast<unsigned>(code));
   write_os_error(text, keeper.code());
 }

@@ -3,6 +3,8 @@
 
 #include <new>
 
+#include "base/log_port.h"
+#include "base/system_error_text.h"
 #include "files/copy_writer.h"
 #include "files/file_system_port.h"
 #include "files/read_steps.h"
@@ -14,6 +16,11 @@ namespace {
 
 constexpr int kReaderBuffers = 8;
 
+// Unlike os_errormsg(), empty for no error.
+SystemErrorText file_last_error_text() {
+  return SystemErrorText(port::last_system_error(), "");
+}
+
 void copy_write_time(const char* source, const char* destination, bool share_source, bool verbose) {
   std::uint64_t time = 0;
   if (!port::read_write_time(source, share_source, time)) {
@@ -24,7 +31,7 @@ void copy_write_time(const char* source, const char* destination, bool share_sou
   }
   if (!port::write_write_time(destination, time) && verbose) {
     msgwarn("File Copy: failed to update the file times '%s'\n", destination);
-    msgwarn("File Copy: error '%s'\n", file_last_error_text());
+    msgwarn("File Copy: error '%s'\n", file_last_error_text().c_str());
   }
 }
 
@@ -38,7 +45,7 @@ void copy_attributes(const char* source, const char* destination, bool verbose) 
   }
   if (!port::write_attributes(destination, attributes) && verbose) {
     msgwarn("File Copy: failed to update the file attributes '%s'\n", destination);
-    msgwarn("File Copy: error '%s'\n", file_last_error_text());
+    msgwarn("File Copy: error '%s'\n", file_last_error_text().c_str());
   }
 }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/log_port.h"
+#include "base/system_error_text.h"
 #include "files/file_system_port.h"
 #include "orsincore/log.h"
 
@@ -79,7 +80,8 @@ bool DirectoryEnumeration::read_next() {
   const port::NextEntry next = port::continue_enumeration(enumeration_, entry_);
   if (next == port::NextEntry::kFailed) {
     has_broken_off_ = true;
-    msgwarn("ERROR: Can't read on in directory: '%s' (%s)\n", directory_.c_str(), os_errormsg());
+    msgwarn("ERROR: Can't read on in directory: '%s' (%s)\n", directory_.c_str(),
+            SystemErrorText().c_str());
   }
   return next == port::NextEntry::kFound;
 }

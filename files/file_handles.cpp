@@ -5,6 +5,7 @@
 #include "base/given_text.h"
 #include "base/log_port.h"
 #include "base/path_buffer.h"
+#include "base/system_error_text.h"
 #include "files/io_port.h"
 #include "files/transfer_slots.h"
 #include "orsincore/io.h"
@@ -45,7 +46,7 @@ void* io_open64(const char* name, int mode, bool unbuffered, bool share, bool ov
   open.write_through = open.write;
   void* file = open_by_name(name, open);
   if (!is_valid(file)) {
-    msgerror("IO open failed '%s' (%s)", given(name), os_errormsg());
+    msgerror("IO open failed '%s' (%s)", given(name), SystemErrorText().c_str());
   }
   return file;
 }

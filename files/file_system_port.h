@@ -97,7 +97,3 @@ constexpr std::uint32_t kErrorNoneMapped = 1332;
 /// @return False when the list could not be read, merged (one error line) or written; true also
 ///         when the directory cannot be opened.
 bool file_grant_everyone_access(const char* dir);
-
-/// The system's text for the thread's last error in UTF-8, without line ends and blanks at its end;
-/// empty for no error. In one buffer of 256 bytes for the process, which the next call overwrites.
-const char* file_last_error_text();

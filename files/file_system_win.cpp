@@ -150,19 +150,3 @@ bool rename_path(const char* from, const char* to) noexcept {
 }
 
 }  // namespace orsin::port
-
-using namespace orsin;
-
-const char* file_last_error_text() {
-  static char text[256];
-  text[0] = '\0';
-  if (const DWORD code = GetLastError(); code != 0) {
-    port::system_error_text(code, text, sizeof(text));
-  }
-  std::size_t length = std::strlen(text);
-  while (length > 0 && std::strchr("\r\n ", text[length - 1]) != nullptr) {
-    --length;
-  }
-  text[length] = '\0';
-  return text;
-}

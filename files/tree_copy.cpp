@@ -8,6 +8,7 @@
 
 #include "base/given_text.h"
 #include "base/path_buffer.h"
+#include "base/system_error_text.h"
 #include "files/copy_streams.h"
 #include "files/directory_creation.h"
 #include "files/directory_identity.h"
@@ -62,7 +63,7 @@ void copy_write_time(const char* source, const char* destination) {
   }
   if (!port::write_write_time_narrow(destination, time)) {
     msgwarn("Failed to update the file times: '%s'", destination);
-    msgcont("Error: '%s'\n", os_errormsg());
+    msgcont("Error: '%s'\n", SystemErrorText().c_str());
   }
 }
 
@@ -74,7 +75,7 @@ void copy_attributes(const char* source, const char* destination) {
   }
   if (!port::write_attributes_narrow(destination, attributes)) {
     msgwarn("Failed to update the file attributes: '%s'", destination);
-    msgcont("Error: '%s'\n", os_errormsg());
+    msgcont("Error: '%s'\n", SystemErrorText().c_str());
   }
 }
 

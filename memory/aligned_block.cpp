@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "base/system_error_text.h"
 #include "memory/os_allocation.h"
 #include "memory/process_heap_port.h"
 #include "orsincore/log.h"
@@ -82,11 +83,11 @@ std::uint64_t a_heapcompact() {
   if (largest_free != 0) {
     return largest_free;
   }
-  const char* reason = os_errormsg();
-  if (*reason == '\0') {
+  const SystemErrorText reason;
+  if (*reason.c_str() == '\0') {
     return 1;
   }
   // Kept on purpose: a heap without a free block gives the reason "No Error", and that line.
-  msgwarn("MEMORY: System heap: %s", reason);
+  msgwarn("MEMORY: System heap: %s", reason.c_str());
   return 0;
 }

@@ -9,6 +9,7 @@
 
 #include "base/library_locks.h"
 #include "base/process_wide.h"
+#include "base/system_error_text.h"
 #include "memory/allocation_table.h"
 #include "memory/pages_port.h"
 #include "orsincore/log.h"
@@ -35,7 +36,7 @@ std::uint64_t address_of(const void* pointer) {
 }
 
 void warn_of_lock_error() {
-  msgwarn("MEMORY: OS lock error - %s", os_errormsg());
+  msgwarn("MEMORY: OS lock error - %s", SystemErrorText().c_str());
 }
 
 }  // namespace
@@ -46,7 +47,7 @@ void* os_alloc(std::uint64_t size, int lock) {
   UniquePages pages(port::commit_pages_top_down(size));
   if (!pages) {
     msgwarn("MEMORY: OS allocation failed, Requested: %.3f - %s", os_allocation::to_kib(size),
-            os_errormsg());
+            SystemErrorText().c_str());
     return nullptr;
   }
   if (lock != 0 && !port::pin_pages(pages.get(), size)) {
@@ -72,7 +73,7 @@ bool os_free(void* address) {
     warn_of_lock_error();
   }
   if (!port::release_pages(address)) {
-    msgwarn("MEMORY: OS free error - %s", os_errormsg());
+    msgwarn("MEMORY: OS free error - %s", SystemErrorText().c_str());
   }
   table_locked().forget(record);
   return true;

@@ -20,6 +20,7 @@
 #include "base/library_locks.h"
 #include "base/path_buffer.h"
 #include "base/process_wide.h"
+#include "base/system_error_text.h"
 #include "modules/error_boxes.h"
 #include "modules/library_port.h"
 #include "orsincore/files.h"
@@ -121,7 +122,7 @@ void* load_locked(Loader& state, const char* name, int flags) ORSIN_REQUIRES(sta
   if (module == nullptr) {
     // A library that is nowhere is no news: hosts try names to see what is installed.
     if (is_file && msgwarn("Can't open module: '%s'", name) != 0) {
-      msgcont("%s", os_errormsg());
+      msgcont("%s", SystemErrorText().c_str());
     }
     silence_error_boxes(error_mode);
     return nullptr;

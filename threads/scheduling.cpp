@@ -6,6 +6,7 @@
 
 #include <atomic>
 
+#include "base/system_error_text.h"
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 #include "threads/scheduling_port.h"
@@ -19,7 +20,7 @@ constinit std::atomic<bool> admin_result = false;
 
 void set_above_normal() {
   if (!port::set_thread_priority(port::ThreadPriority::kAboveNormal)) {
-    msgwarn("SCHED: Can't set time 'above normal' priority: %s", os_errormsg());
+    msgwarn("SCHED: Can't set time 'above normal' priority: %s", SystemErrorText().c_str());
   }
 }
 
@@ -27,10 +28,10 @@ void set_above_normal() {
 void prepare_priorities() {
   switch (port::enable_priority_privilege()) {
     case port::PrivilegeResult::kNoToken:
-      msgdebug("Failed to retrieve privilege level.. - %s", os_errormsg());
+      msgdebug("Failed to retrieve privilege level.. - %s", SystemErrorText().c_str());
       break;
     case port::PrivilegeResult::kRefused:
-      msgdebug("Core: Can't adjust scheduling - %s", os_errormsg());
+      msgdebug("Core: Can't adjust scheduling - %s", SystemErrorText().c_str());
       break;
     case port::PrivilegeResult::kEnabled:
       break;
@@ -42,7 +43,7 @@ void prepare_priorities() {
 void schedule_for_startup() {
   ov_admin_privileges();
   if (!port::set_process_class(port::ProcessClass::kHigh)) {
-    msgwarn("SCHED: Can't set high base-priority: %s", os_errormsg());
+    msgwarn("SCHED: Can't set high base-priority: %s", SystemErrorText().c_str());
   }
   set_above_normal();
 }
@@ -57,17 +58,17 @@ using namespace orsin;
 
 void mp_schedule_ndpi() {
   if (!port::set_process_class(port::ProcessClass::kRealTime)) {
-    msgwarn("SCHED: Can't set realtime priority class: %s", os_errormsg());
+    msgwarn("SCHED: Can't set realtime priority class: %s", SystemErrorText().c_str());
   }
   if (!port::set_thread_priority(port::ThreadPriority::kNormal)) {
-    msgwarn("SCHED: Can't set time 'normal' priority: %s", os_errormsg());
+    msgwarn("SCHED: Can't set time 'normal' priority: %s", SystemErrorText().c_str());
   }
 }
 
 // Kept on purpose: the text says "above normal", as is required.
 void mp_schedule_highest() {
   if (!port::set_thread_priority(port::ThreadPriority::kHighest)) {
-    msgwarn("SCHED: Can't set time 'above normal' priority: %s", os_errormsg());
+    msgwarn("SCHED: Can't set time 'above normal' priority: %s", SystemErrorText().c_str());
   }
 }
 
@@ -77,10 +78,10 @@ void mp_schedule_high() {
 
 void mp_schedule_low() {
   if (!port::set_thread_priority(port::ThreadPriority::kIdle)) {
-    msgwarn("SCHED: Can't set idle priority: %s", os_errormsg());
+    msgwarn("SCHED: Can't set idle priority: %s", SystemErrorText().c_str());
   }
   if (!port::disable_priority_boost()) {
-    msgwarn("SCHED: Can't disable priority boost: %s", os_errormsg());
+    msgwarn("SCHED: Can't disable priority boost: %s", SystemErrorText().c_str());
   }
 }
 

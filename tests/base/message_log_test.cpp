@@ -11,6 +11,7 @@
 
 #include "base/clock.h"
 #include "base/log_port.h"
+#include "base/system_error_text.h"
 #include "orsincore/log.h"
 #include "tests/memory/allocation_refusal.h"
 #include "tests/support/log_capture.h"
@@ -545,6 +546,40 @@ TEST_F(MessageLog, AgreesWithANaiveModelOverRandomLines) {
     written += (has_head ? "" : "            ") + line + "\n";
   }
   EXPECT_EQ(written, model.output());
+}
+
+TEST_F(MessageLog, ShowsEachThreadItsOwnErrorInItsLines) {
+  constexpr int kThreads = 4;
+  const LogCapture log;
+  std::vector<std::thread> threads;
+  std::string expected[kThreads];
+  for (unsigned t = 0; t < kThreads; ++t) {
+    const unsigned code = t + 2;
+    expected[t] =
+        "ERROR: thread " + std::to_string(t) + " : '" + SystemErrorText(code).c_str() + "'";
+    threads.emplace_back([t, code] {
+      const std::string title = "thread " + std::to_string(t);
+      for (int i = 0; i < 2000; ++i) {
+        port::set_last_system_error(code);
+        msg_os_error(title.c_str(), 50 + i % 10);
+        os_errormsg();
+        msg_repeatdisplayoverride();
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+
+  int count = 0;
+  for (const std::string& line : log.lines()) {
+    if (line.starts_with("ERROR")) {
+      ++count;
+      ASSERT_NE(std::find(std::begin(expected), std::end(expected), line), std::end(expected))
+          << line;
+    }
+  }
+  EXPECT_GT(count, kThreads);
 }
 
 TEST_F(MessageLog, TearsAndLosesNoLineOfManyThreads) {

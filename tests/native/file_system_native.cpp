@@ -307,12 +307,6 @@ void end_enumeration(void* handle) noexcept {
 
 }  // namespace orsin::port
 
-const char* file_last_error_text() {
-  static char text[256];
-  std::snprintf(text, sizeof(text), "%s", errno != 0 ? std::strerror(errno) : "");
-  return text;
-}
-
 std::FILE* ov_utf8_fopen(const char* name, const char* mode) {
   if (name == nullptr || mode == nullptr) {
     return nullptr;

@@ -283,9 +283,3 @@ void end_enumeration(void* handle) noexcept {
 }
 
 }  // namespace orsin::port
-
-const char* file_last_error_text() {
-  static char text[256];
-  std::snprintf(text, sizeof(text), "error %d", errno);
-  return text;
-}
