@@ -8,6 +8,8 @@
 //                            only after asking the processor
 //   ORSIN_NOINLINE           keeps a rare path out of a hot function
 //   ORSIN_FLATTEN            inlines everything that a function calls
+//   ORSIN_KEEP_VECTOR(value) has a vector computed as it stands: GCC and Clang rearrange sums, even of
+//                            intrinsics, and may put the latest value first
 //   ORSIN_FSEEK64, _FTELL64  position of a C stream in 64 bits, which `long` does not have on Windows
 //   ORSIN_LINK_NAME(name)    declares a C++ function of the MSVC run-time library by the name that
 //                            MSVC gives it; MSVC itself needs no help
@@ -34,11 +36,13 @@
 #define ORSIN_NOINLINE __attribute__((noinline))
 #define ORSIN_FLATTEN __attribute__((flatten))
 #define ORSIN_ALWAYS_INLINE inline __attribute__((always_inline))
+#define ORSIN_KEEP_VECTOR(value) __asm__("" : "+v"(value))
 #else
 #define ORSIN_TARGET(isa)
 #define ORSIN_NOINLINE __declspec(noinline)
 #define ORSIN_FLATTEN
 #define ORSIN_ALWAYS_INLINE __forceinline
+#define ORSIN_KEEP_VECTOR(value) static_cast<void>(value)
 #endif
 
 #if defined(__MINGW32__) && defined(__clang__)

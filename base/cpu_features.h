@@ -14,6 +14,7 @@ struct CpuFeatures {
   // The wide ones only where the system keeps their registers for every thread.
   bool avx2 = false;
   bool avx512_vbmi = false;  // With AVX-512 F and BW.
+  bool avx512_vl = false;    // With AVX-512 F.
 };
 
 // Only where the processor says that the system uses XSAVE.
@@ -41,7 +42,10 @@ ORSIN_TARGET("xsave") inline bool system_saves(unsigned registers) {
   const bool avx512f = (leaf7[1] >> 16 & 1) != 0;
   const bool avx512bw = (leaf7[1] >> 30 & 1) != 0;
   const bool vbmi = (leaf7[2] >> 1 & 1) != 0;
-  features.avx512_vbmi = osxsave && avx512f && avx512bw && vbmi && system_saves(kAvx512Registers);
+  const bool avx512vl = (leaf7[1] >> 31 & 1) != 0;
+  const bool saves_avx512 = osxsave && avx512f && system_saves(kAvx512Registers);
+  features.avx512_vbmi = saves_avx512 && avx512bw && vbmi;
+  features.avx512_vl = saves_avx512 && avx512vl;
   return features;
 }
 

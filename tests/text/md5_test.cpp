@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "orsincore/text.h"
+#include "text/md5_blocks.h"
 
 namespace orsin {
 namespace {
@@ -82,6 +85,37 @@ TEST(Md5, LeavesTheDigestInTheState) {
   unsigned char digest[16];
   ov_md5_finish(&state, digest);
   EXPECT_EQ(std::memcmp(digest, state.abcd, 16), 0);
+}
+
+TEST(Md5, GivesTheSameWordsWithAndWithoutTernaryInstructions) {
+  if (!has_ternary_instructions()) {
+    GTEST_SKIP() << "this processor has no AVX-512 with short vectors";
+  }
+  std::mt19937 random(11);
+  for (int round = 0; round < 500; ++round) {
+    std::vector<unsigned char> data(64 * (1 + random() % 40));
+    for (unsigned char& byte : data) {
+      byte = static_cast<unsigned char>(random());
+    }
+    unsigned int plain[4] = {1, 2, 3, static_cast<unsigned int>(random())};
+    unsigned int fast[4];
+    std::memcpy(fast, plain, sizeof(plain));
+    md5_blocks_plain(plain, data.data(), data.size() / 64);
+    md5_blocks_ternary(fast, data.data(), data.size() / 64);
+    ASSERT_EQ(std::memcmp(plain, fast, sizeof(plain)), 0) << round;
+  }
+}
+
+// What a processor without the instructions does.
+TEST(Md5, GivesThePublishedWordsByPlainArithmetic) {
+  unsigned char block[64] = {'a', 'b', 'c', 0x80};
+  block[56] = 24;  // The length in bits.
+  unsigned int digest[4] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
+
+  md5_blocks_plain(digest, block, 1);
+
+  EXPECT_EQ(hex(reinterpret_cast<const unsigned char*>(digest), 16),
+            "900150983cd24fb0d6963f7d28e17f72");
 }
 
 }  // namespace
