@@ -60,9 +60,6 @@ BorrowedReader reader_for_copy(fReadBuffer* reader) {
     own->cfg_buffers(kReaderBuffers, kCopyBlockBytes, kCopyBlockBytes);
     static_cast<void>(own->ensure_buffers());  // As many as can be had.
   }
-  if (own) {
-    ReadSteps::keep_blocks(*own, SourceBlocks::blocks_to_keep(*own));
-  }
   return BorrowedReader(std::move(own));
 }
 

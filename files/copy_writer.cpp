@@ -26,10 +26,9 @@ bool CopyWriter::open_file(const char* name, long long initial_size, bool unbuff
 
 int CopyWriter::close_file(bool force) {
   errors_ += has_failed_.exchange(false) ? 1 : 0;
-  bool is_cut = true;
-  const int result = WriteSteps::close(*this, force, is_cut);
-  errors_ += is_cut ? 0 : 1;  // Of a longer file that stood there, the rest would pass for data.
-  return result;
+  const WriteSteps::Closed closed = WriteSteps::close(*this, force);
+  errors_ += closed.keeps_more ? 1 : 0;  // What a longer file had there would pass for data.
+  return closed.result;
 }
 
 int CopyWriter::error() {

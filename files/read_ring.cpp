@@ -67,16 +67,14 @@ struct ReadSteps::Ring {
     return fetched;
   }
 
-  // At the beginning of a file all buffers are set going at once, or as many as a copy lets be read
-  // ahead: where transfers run inside the call that starts them, its first block is there sooner.
+  // At the beginning of a file all buffers are set going at once.
   static bool issue_first_reads(fReadBuffer& reader) {
     if (reader.buffer_count_ < 2 || reader.size_is_unknown_ || reader.position_ != 0 ||
         reader.first_read_size_ != reader.buffer_size_) {
       return false;
     }
-    const int first_reads = reader.buffer_count_ - reader.blocks_kept_ + 1;
     int issued = 0;
-    while (issued < first_reads && issue_read(reader, issued)) {
+    while (issued < reader.buffer_count_ && issue_read(reader, issued)) {
       ++issued;
     }
     if (issued == 0) {

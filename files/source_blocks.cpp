@@ -12,6 +12,10 @@ namespace {
 constexpr unsigned long long kThreadBytesMin = 0x400000;
 constexpr int kReadAhead = 3;  // More was not faster; fewer blocks to write at once was slower.
 
+// How many blocks of a ring are worked on at most; the rest is read meanwhile.
+std::uint32_t blocks_to_keep(const fReadBuffer& reader) {
+  return static_cast<std::uint32_t>(std::max(ReadSteps::buffer_count(reader) - kReadAhead, 1));
+}
 
 bool lies_behind(const SourceRun& run, const SourceRun& next) {
   return next.data == run.data + run.length && next.position == run.position + run.length &&
@@ -28,14 +32,8 @@ SourceBlocks::Line::Line(SourceBlocks& source, BlockWorker& block_worker, std::u
 
 SourceBlocks::SourceBlocks(fReadBuffer& reader)
     : reader_(reader),
-      kept_(static_cast<std::uint32_t>(blocks_to_keep(reader))),
-      is_worth_threads_(reader.get_file_size() == 0 || reader.get_file_size() >= kThreadBytesMin) {
-  ReadSteps::keep_blocks(reader_, 1);  // Without threads, only the current one.
-}
-
-int SourceBlocks::blocks_to_keep(const fReadBuffer& reader) {
-  return std::max(ReadSteps::buffer_count(reader) - kReadAhead, 1);
-}
+      kept_(blocks_to_keep(reader)),
+      is_worth_threads_(reader.get_file_size() == 0 || reader.get_file_size() >= kThreadBytesMin) {}
 
 SourceBlocks::~SourceBlocks() {
   finish();

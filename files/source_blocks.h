@@ -57,9 +57,6 @@ class SourceBlocks {
   SourceBlocks(const SourceBlocks&) = delete;
   SourceBlocks& operator=(const SourceBlocks&) = delete;
 
-  /// How many blocks of a ring are worked on at most; the rest is read meanwhile.
-  [[nodiscard]] static int blocks_to_keep(const fReadBuffer& reader);
-
   /// At most 17 workers, all before the first block is handed over.
   ///
   /// @param run_bytes_max  How much it takes at once.

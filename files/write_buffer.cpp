@@ -434,32 +434,31 @@ void fWriteBuffer::flush_buffers() {
 }
 
 int fWriteBuffer::close_file(bool force) {
-  bool is_cut = true;
-  return WriteSteps::close(*this, force, is_cut);
+  return WriteSteps::close(*this, force).result;
 }
 
-int WriteSteps::close(fWriteBuffer& writer, bool force, bool& is_cut) {
+WriteSteps::Closed WriteSteps::close(fWriteBuffer& writer, bool force) {
   // Without memory for the lock two threads cannot close at once, but one must be able to.
   if (writer.mutex_ != nullptr) {
     mp_get_mutex(writer.mutex_);
   }
-  int result = 1;
+  Closed closed;
   if (writer.file_ == io_invalid_handle()) {
-    result = 1;
+    closed.result = 1;
   } else if (!force && writer.buffer_ticket_ != -1 && writer.direct_ticket_ != -1) {
-    result = 0;
+    closed.result = 0;
   } else if (!force && writer.buffer_ticket_ == -1 && writer.writes_ == 0 && writer.used_ > 0) {
-    result = start_first_buffer(writer) ? 1 : 0;
+    closed.result = start_first_buffer(writer) ? 1 : 0;
   } else {
     writer.flush_buffers();
-    is_cut = finish_file(writer);
+    closed.keeps_more = !finish_file(writer);
     writer.file_ = io_invalid_handle();
     writer.opened_ = false;
   }
   if (writer.mutex_ != nullptr) {
     mp_release_mutex(writer.mutex_);
   }
-  return result;
+  return closed;
 }
 
 unsigned long long fWriteBuffer::get_file_position() {

@@ -39,8 +39,11 @@ struct WriteSteps {
 
   static bool start_first_buffer(fWriteBuffer& writer);
 
-  /// As close_file(). `is_cut` turns false where the file keeps more than its data.
-  static int close(fWriteBuffer& writer, bool force, bool& is_cut);
+  struct Closed {
+    int result = 1;           // As close_file() gives it.
+    bool keeps_more = false;  // The file has more than its data, and could not be cut.
+  };
+  static Closed close(fWriteBuffer& writer, bool force);
 
   /// Cuts the file to its data and closes it, if it was opened by name. Counts an error where data is
   /// missing. False where more than the data stays.

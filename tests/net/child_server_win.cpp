@@ -39,8 +39,11 @@ bool start(const std::string& script, int control_port) {
                       &startup, &process)) {
     return false;
   }
-  CloseHandle(process.hThread);
-  CloseHandle(process.hProcess);
+  // Wine has no handles for a Unix program, and leaves in hThread whatever number stood there.
+  if (process.hProcess != nullptr) {
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+  }
   return true;
 }
 
