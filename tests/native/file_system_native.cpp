@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "base/path_buffer.h"
@@ -32,6 +33,11 @@ namespace orsin::test {
 FakeAccess& fake_access() {
   static FakeAccess access;
   return access;
+}
+
+bool& directories_have_indices() {
+  static bool have_indices = true;
+  return have_indices;
 }
 
 std::function<void()>& after_missing() {
@@ -109,10 +115,14 @@ bool read_reparse_tag(const char* path, std::uint32_t& tag) noexcept {
 
 bool read_identity(const char* path, DirectoryIdentity& identity) noexcept {
   struct stat status;
+  // A drive without a separator is whichever of its directories is current there.
+  if (std::string_view(path).ends_with(':')) {
+    return false;
+  }
   if (stat(native_path(path).c_str(), &status) != 0) {
     return false;
   }
-  identity = {status.st_dev, status.st_ino};
+  identity = {status.st_dev, test::directories_have_indices() ? status.st_ino : 0};
   return true;
 }
 
