@@ -12,7 +12,6 @@ namespace {
 constexpr unsigned long long kThreadBytesMin = 0x400000;
 constexpr int kReadAhead = 3;  // More was not faster; fewer blocks to write at once was slower.
 
-
 bool lies_behind(const SourceRun& run, const SourceRun& next) {
   return next.data == run.data + run.length && next.position == run.position + run.length &&
          next.repeated == 0;
