@@ -107,6 +107,31 @@ TEST_F(ScriptedReader, ReadsOneBlockAtATimeWithoutReadAhead) {
   EXPECT_EQ(transfers_.started().size(), 5U);  // And what is left of the file, ahead.
 }
 
+TEST_F(ScriptedReader, CopiesAnotherThatDoesNotReadAhead) {
+  fReadBuffer other;
+  other.cfg_buffers(4, kBlock, kBlock / 2);
+  other.disable_read_ahead();
+  fReadBuffer reader(other);
+  ASSERT_TRUE(reader.open_file(lettered_file(4 * kBlock).c_str(), true, false, false));
+
+  ASSERT_GT(reader.getNextBlock(), 0U);
+
+  EXPECT_EQ(transfers_.started().size(), 1U);
+}
+
+TEST_F(ScriptedReader, LeavesABlockAloneThatItCouldNotPreload) {
+  fReadBuffer reader;
+  reader.cfg_buffers(3, kBlock, kBlock / 2);
+  transfers_.next({.error = 6});
+  ASSERT_TRUE(reader.open_file(lettered_file(4 * kBlock).c_str(), true, true, false));
+  ASSERT_EQ(transfers_.started().size(), 1U);
+  std::string bytes(4 * kBlock, '\0');
+
+  EXPECT_EQ(reader.read_file(bytes.data(), 1, bytes.size()), bytes.size());
+
+  EXPECT_EQ(bytes, content("lettered"));
+}
+
 TEST_F(ScriptedReader, RoundsTheLastReadUpButNotWhatItGives) {
   fReadBuffer reader;
   ASSERT_TRUE(open(reader, 2, kBlock + 100));
