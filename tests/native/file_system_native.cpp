@@ -163,13 +163,24 @@ bool read_attributes(const char* path, std::uint32_t& attributes) noexcept {
   return true;
 }
 
+namespace {
+
+bool may_change_facts() {
+  if (test::fake_access().refuses_facts) {
+    errno = EACCES;
+  }
+  return !test::fake_access().refuses_facts;
+}
+
+}  // namespace
+
 bool write_attributes(const char* path, std::uint32_t attributes) noexcept {
   struct stat status;
   const std::string native = native_path(path);
   if (stat(native.c_str(), &status) != 0) {
     return false;
   }
-  return chmod(native.c_str(), mode_for(status, attributes)) == 0;
+  return may_change_facts() && chmod(native.c_str(), mode_for(status, attributes)) == 0;
 }
 
 bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noexcept {
@@ -183,7 +194,7 @@ bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noex
 
 bool write_write_time(const char* path, std::uint64_t time) noexcept {
   const std::array<timespec, 2> times = times_for(time);
-  return utimensat(AT_FDCWD, native_path(path).c_str(), times.data(), 0) == 0;
+  return may_change_facts() && utimensat(AT_FDCWD, native_path(path).c_str(), times.data(), 0) == 0;
 }
 
 bool write_write_time_shared(const char* path, std::uint64_t time) noexcept {
