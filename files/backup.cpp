@@ -26,12 +26,10 @@ void remove_last_generation(const char* path) {
   }
 }
 
+// Neither name is empty, and no directory of theirs is too long: they are paths that fit.
 bool move_generation(const char* from, const char* to) {
-  if (*from == '\0' || *to == '\0' || std::strcmp(from, to) == 0) {
-    return false;
-  }
   const SplitPath split = split_path(to);
-  return split.has_directory && split.directory.size() < kPathBytes &&
+  return std::strcmp(from, to) != 0 && split.has_directory &&
          ensure_directory_part(split.directory) && port::rename_path(from, to);
 }
 

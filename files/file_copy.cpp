@@ -143,10 +143,10 @@ class Writers {
     }
   }
 
-  // The callers' are given the block; of the copy's own it is seen whether they still write.
-  /// Whether the destination that cannot be created had been made meanwhile, and may not be replaced.
+  // Whether the destination that cannot be created had been made meanwhile, and may not be replaced.
   [[nodiscard]] bool has_found_file() const { return has_found_file_; }
 
+  // The callers' are given the block; of the copy's own it is seen whether they still write.
   bool write(const Block& block) {
     for (int i = 0; i < count_; ++i) {
       const bool is_short =

@@ -1,7 +1,7 @@
 // Copying a file, or the files of a directory with everything below.
 //
-// Small files go in one piece each, several of a directory at a time. For the others one reader and one writer serve a whole call, made
-// when the first of them comes.
+// Small files go in one piece each, several of a directory at a time. For the others one reader and
+// one writer serve a whole call, made when the first of them comes.
 #include <algorithm>
 #include <cstring>
 #include <optional>

@@ -31,9 +31,11 @@ TEST(Backup, RemovesTheOldestGeneration) {
   directory.write("app.log", "now");
   directory.write("app.1.log", "one");
   directory.write("app.2.log", "two");
+  const test::LogCapture log;
 
   EXPECT_EQ(file_backup(below(directory, "app.log").c_str(), 2), 2);
 
+  EXPECT_EQ(log.lines(), test::Lines{});
   EXPECT_EQ(test::TemporaryDirectory::read(directory.path("app.1.log")), "now");
   EXPECT_EQ(test::TemporaryDirectory::read(directory.path("app.2.log")), "one");
   EXPECT_EQ(file_exists(below(directory, "app.3.log").c_str()), 0);

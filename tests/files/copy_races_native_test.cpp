@@ -58,6 +58,14 @@ TEST_F(CopyRaces, FindThePartOfADirectoryMadeByAnother) {
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("a/b/c/copy.bin")), "one");
 }
 
+TEST_F(CopyRaces, GoOnBelowAPartMadeByAnother) {
+  test::after_missing() = [&] { make_directory("a\\b"); };  // That is not there, nor "a".
+
+  EXPECT_EQ(file_create_directory(below(directory_, "a\\b\\c").c_str(), true), 1);
+
+  EXPECT_EQ(file_is_directory(below(directory_, "a\\b\\c").c_str()), 1);
+}
+
 TEST_F(CopyRaces, EnsureADirectoryMadeByAnother) {
   test::after_missing() = [&] { make_directory("new"); };
   char out[260];

@@ -5,10 +5,12 @@
 #include <filesystem>
 #include <string>
 
+#include "files/directory_identity.h"
 #include "files/directory_list.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
 #include "tests/files/io_start.h"
+#include "tests/native/fake_paths.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -133,6 +135,25 @@ TEST_F(DirectoryLinks, DoNotHideThatATreeWouldBeCopiedBelowItself) {
   EXPECT_FALSE(is_there("takes/in/copy"));
   EXPECT_EQ(log_.lines(), (Lines{"ERROR: FileCopy: '" + below(directory_, "door\\copy") +
                                  "' lies in '" + below(directory_, "takes") + "', no copy done"}));
+}
+
+TEST_F(DirectoryLinks, AreNotGuessedWhereDirectoriesHaveNoIndex) {
+  directory_.write("takes/one.wav", "one");
+  test::directories_have_indices() = false;
+
+  EXPECT_EQ(copy("takes", "copy"), 1);
+
+  test::directories_have_indices() = true;
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy/one.wav")), "one");
+}
+
+TEST_F(DirectoryLinks, OfADriveAreKnownByItsRoot) {
+  directory_.write("C:/takes/one.wav", "one");
+  link("D:", "C:");
+
+  EXPECT_TRUE(
+      lies_in(below(directory_, "C:\\takes\\copy").c_str(), below(directory_, "D:\\").c_str()));
+  EXPECT_FALSE(lies_in(below(directory_, "C:\\").c_str(), below(directory_, "D:\\takes").c_str()));
 }
 
 }  // namespace

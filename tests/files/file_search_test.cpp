@@ -66,6 +66,7 @@ TEST(SearchList, CutsALongEntryAndALongValue) {
 
   EXPECT_EQ(entries_of((text + ";b").c_str()), (Entries{std::string(259, 'x'), "b"}));
   EXPECT_EQ(entries_of("$ORSIN_TEST_LONG$;b"), (Entries{std::string(259, 'y'), "b"}));
+  EXPECT_EQ(entries_of("a\\$ORSIN_TEST_LONG$;b"), (Entries{"a\\" + std::string(257, 'y'), "b"}));
 }
 
 TEST(FileFind, TakesAFileAsNamed) {

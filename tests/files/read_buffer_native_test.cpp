@@ -107,6 +107,33 @@ TEST_F(ScriptedReader, ReadsOneBlockAtATimeWithoutReadAhead) {
   EXPECT_EQ(transfers_.started().size(), 5U);  // And what is left of the file, ahead.
 }
 
+TEST_F(ScriptedReader, CopiesAnotherThatDoesNotReadAhead) {
+  fReadBuffer other;
+  other.cfg_buffers(4, kBlock, kBlock / 2);
+  other.disable_read_ahead();
+  fReadBuffer reader(other);
+  ASSERT_TRUE(reader.open_file(lettered_file(4 * kBlock).c_str(), true, false, false));
+
+  ASSERT_GT(reader.getNextBlock(), 0U);
+
+  EXPECT_EQ(transfers_.started().size(), 1U);
+}
+
+TEST_F(ScriptedReader, LeavesABlockAloneThatItCouldNotPreload) {
+  std::mt19937 random(95);
+  const std::string whole = test::random_bytes(random, 4 * kBlock);
+  fReadBuffer reader;
+  reader.cfg_buffers(3, kBlock, kBlock / 2);
+  transfers_.next({.error = 6});
+  ASSERT_TRUE(reader.open_file(write("random", whole).c_str(), true, true, false));
+  ASSERT_EQ(transfers_.started().size(), 1U);
+  std::string bytes(whole.size(), '\0');
+
+  EXPECT_EQ(reader.read_file(bytes.data(), 1, bytes.size()), bytes.size());
+
+  EXPECT_TRUE(bytes == whole);
+}
+
 TEST_F(ScriptedReader, RoundsTheLastReadUpButNotWhatItGives) {
   fReadBuffer reader;
   ASSERT_TRUE(open(reader, 2, kBlock + 100));

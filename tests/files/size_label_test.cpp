@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -46,6 +47,7 @@ TEST(SizeLabel, NamesTheLargestUnitThatLeavesOneOrMore) {
 TEST(SizeLabel, StaysInTheLastUnitBeyondIt) {
   EXPECT_EQ(label(1152921504606846976.0F * 1024.0F), "1024 EB");
   EXPECT_EQ(label(1152921504606846976.0F * 2048.0F), "2048 EB");
+  EXPECT_EQ(label(std::ldexp(1.0F, 60 + 31)), "2147483648.0 EB");  // No int holds it.
   EXPECT_EQ(label(std::numeric_limits<float>::infinity()), "inf EB");
   EXPECT_EQ(label(std::numeric_limits<float>::max()), "295147887587166781440.0 EB");
 }
@@ -58,6 +60,8 @@ TEST(SizeLabel, IsCutToFit) {
   EXPECT_TRUE(file_size_label(1536.0F, text, 0));
   EXPECT_TRUE(file_size_label(1536.0F, text, -1));
   EXPECT_STREQ(text, "1.5 ");
+  EXPECT_TRUE(file_size_label(1536.0F, text, 1));
+  EXPECT_STREQ(text, "");
 }
 
 TEST(SizeLabel, ReadsANumberFromText) {

@@ -10,6 +10,7 @@
 #include "orsincore/io.h"
 #include "tests/files/backslash_path.h"
 #include "tests/files/io_start.h"
+#include "tests/native/fake_access.h"
 #include "tests/native/fake_disk.h"
 #include "tests/native/fake_paths.h"
 #include "tests/native/fake_transfers.h"
@@ -89,6 +90,21 @@ TEST_F(SmallCopyCost, IsTwoOpensAndOneSizeForAFileThatWasLonger) {
   EXPECT_EQ(many.opens - few.opens, 50 * 2);
   EXPECT_EQ(many.sizes, 60);
   EXPECT_EQ(read("old many/take59"), "short");
+}
+
+TEST_F(SmallCopies, SayWhyTimesAndAttributesStay) {
+  directory_.write("take.wav", "content");
+  const std::string made = below(directory_, "copy.wav");
+  test::fake_access().refuses_facts = true;
+
+  EXPECT_EQ(copy("take.wav", "copy.wav"), 0);
+
+  test::fake_access().refuses_facts = false;
+  EXPECT_EQ(read("copy.wav"), "content");
+  EXPECT_EQ(log_.lines(), (Lines{"WARN : Failed to update the file times: '" + made + "'",
+                                 "     : Error: 'error 13'",
+                                 "WARN : Failed to update the file attributes: '" + made + "'",
+                                 "     : Error: 'error 13'"}));
 }
 
 TEST_F(SmallCopies, AreWholeOrFailOnADiskThatFillsUpAtAnyByte) {

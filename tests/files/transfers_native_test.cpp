@@ -272,6 +272,8 @@ TEST_F(ScriptedTransfers, WaitingTransfersSayWhetherTheyWorked) {
   EXPECT_FALSE(io_write64(file_.get(), bytes_, 0, 100));
   transfers_.next({.error = kDiskFull});
   EXPECT_FALSE(io_write64(file_.get(), bytes_, 0, 100));
+  transfers_.next({.pends = true, .error = 996});
+  EXPECT_TRUE(io_write64(file_.get(), bytes_, 0, 100));
 }
 
 // ---- Slots

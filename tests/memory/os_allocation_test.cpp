@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "memory/pages_port.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
 #include "tests/memory/allocation_refusal.h"
@@ -112,17 +113,20 @@ TEST(OsAllocation, KeepsPagesThatTheTableCannotRemember) {
   EXPECT_EQ(log.lines(), (Lines{"ERROR: Vector ensure: Not enough memory..(0 + 1 * 24)",
                                 bad_reference_line(pages),
                                 "DEBUG: MEMORY: Closedown: 0 OS allocations left: 1000"}));
+  EXPECT_TRUE(port::release_pages(pages));
 }
 
 TEST(OsAllocation, ReportsAtClosedownWhatNobodyGaveBack) {
   const LogCapture log(3);
   os_allocation::start();
-  os_alloc(4096, 0);
-  os_alloc(100, 0);
+  void* const first = os_alloc(4096, 0);
+  void* const second = os_alloc(100, 0);
 
   os_allocation::report_and_forget();
 
   EXPECT_EQ(log.lines(), Lines{"DEBUG: MEMORY: Closedown: 2 OS allocations left: 4196"});
+  EXPECT_TRUE(port::release_pages(first));
+  EXPECT_TRUE(port::release_pages(second));
 }
 
 TEST(OsAllocation, SaysNothingAtClosedownWhenAllIsBack) {

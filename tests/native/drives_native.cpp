@@ -47,6 +47,7 @@ std::uint32_t read_drive_roots(unsigned short* roots, std::uint32_t units) noexc
     return needed + 1;
   }
   std::size_t length = 0;
+  roots[units - 1] = 0;  // The system may use all the room that it is told of.
   for (const test::FakeDrive& drive : fake.drives) {
     roots[length++] = static_cast<unsigned char>(drive.letter);
     roots[length++] = ':';

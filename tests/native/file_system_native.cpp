@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "base/path_buffer.h"
@@ -32,6 +33,11 @@ namespace orsin::test {
 FakeAccess& fake_access() {
   static FakeAccess access;
   return access;
+}
+
+bool& directories_have_indices() {
+  static bool have_indices = true;
+  return have_indices;
 }
 
 std::function<void()>& after_missing() {
@@ -109,10 +115,14 @@ bool read_reparse_tag(const char* path, std::uint32_t& tag) noexcept {
 
 bool read_identity(const char* path, DirectoryIdentity& identity) noexcept {
   struct stat status;
+  // A drive without a separator is whichever of its directories is current there.
+  if (std::string_view(path).ends_with(':')) {
+    return false;
+  }
   if (stat(native_path(path).c_str(), &status) != 0) {
     return false;
   }
-  identity = {status.st_dev, status.st_ino};
+  identity = {status.st_dev, test::directories_have_indices() ? status.st_ino : 0};
   return true;
 }
 
@@ -153,13 +163,24 @@ bool read_attributes(const char* path, std::uint32_t& attributes) noexcept {
   return true;
 }
 
+namespace {
+
+bool may_change_facts() {
+  if (test::fake_access().refuses_facts) {
+    errno = EACCES;
+  }
+  return !test::fake_access().refuses_facts;
+}
+
+}  // namespace
+
 bool write_attributes(const char* path, std::uint32_t attributes) noexcept {
   struct stat status;
   const std::string native = native_path(path);
   if (stat(native.c_str(), &status) != 0) {
     return false;
   }
-  return chmod(native.c_str(), mode_for(status, attributes)) == 0;
+  return may_change_facts() && chmod(native.c_str(), mode_for(status, attributes)) == 0;
 }
 
 bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noexcept {
@@ -173,7 +194,7 @@ bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noex
 
 bool write_write_time(const char* path, std::uint64_t time) noexcept {
   const std::array<timespec, 2> times = times_for(time);
-  return utimensat(AT_FDCWD, native_path(path).c_str(), times.data(), 0) == 0;
+  return may_change_facts() && utimensat(AT_FDCWD, native_path(path).c_str(), times.data(), 0) == 0;
 }
 
 bool write_write_time_shared(const char* path, std::uint64_t time) noexcept {

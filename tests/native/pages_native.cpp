@@ -27,6 +27,15 @@ namespace {
 std::mutex book_mutex;  // The lists of what was asked for.
 std::map<void*, std::uint64_t> committed;
 
+}  // namespace
+
+std::size_t count_regions_taken() {
+  const std::lock_guard guard(book_mutex);
+  return committed.size();
+}
+
+namespace {
+
 bool fail_with(int code) {
   errno = code;
   return false;

@@ -35,6 +35,9 @@ struct NativePages {
 /// The machine that the port functions answer for. Change it while one thread runs.
 NativePages& native_pages();
 
+/// How many regions of pages are committed or reserved now.
+[[nodiscard]] std::size_t count_regions_taken();
+
 /// Resets the machine at both ends of a test.
 class PagesScript {
  public:

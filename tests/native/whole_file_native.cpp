@@ -7,6 +7,7 @@
 
 #include "files/io_port.h"
 #include "files/whole_file_port.h"
+#include "tests/native/fake_access.h"
 #include "tests/native/fake_disk.h"
 #include "tests/native/posix_facts.h"
 #include "tests/native/transfer_script.h"
@@ -27,7 +28,7 @@ bool read_open_facts(void* file, FileFacts& facts) noexcept {
 bool write_open_facts(void* file, const FileFacts& facts) noexcept {
   struct stat status;
   const int descriptor = descriptor_of(file);
-  if (::fstat(descriptor, &status) != 0) {
+  if (fake_access().refuses_facts || ::fstat(descriptor, &status) != 0) {
     return false;
   }
   const std::array<timespec, 2> times = times_for(facts.write_time);

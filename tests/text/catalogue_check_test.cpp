@@ -34,6 +34,13 @@ TEST(CatalogueCheck, AcceptsACatalogueWithoutAHashTable) {
   EXPECT_TRUE(is_sound_catalogue(builder.bytes()));
 }
 
+TEST(CatalogueCheck, AcceptsAHeaderWithoutMessages) {
+  CatalogueBuilder builder;
+  builder.messages.resize(1);
+  builder.slots = {1, 0, 0};
+  EXPECT_TRUE(is_sound_catalogue(builder.bytes()));
+}
+
 TEST(CatalogueCheck, RefusesEveryTruncation) {
   const std::string whole = CatalogueBuilder().bytes();
   for (std::size_t length = 0; length < whole.size(); ++length) {

@@ -85,10 +85,13 @@ TEST(DateScan, ReadsDirectiveByDirective) {
       {"one digit of a day", "31", "%1d", "2001-2-3 4:5:6", "1"},
       {"nine digits of a day", "0000031", "%9d", "2001-2-31 4:5:6", ""},
       {"at most three digits of the year's day", "3651", "%j", "2001-2-3 4:5:6", "1"},
+      {"day 0 of the year is not stored", "0", "%j", "2001-2-3 4:5:6", ""},
       {"hour by k", "0", "%k", "2001-2-3 0:5:6", ""},
       {"hour by I", "11", "%I", "2001-2-3 11:5:6", ""},
       {"hour by l", "0", "%l", "2001-2-3 0:5:6", ""},
       {"hour 23 in G", "23", "%G", "2001-2-3 23:5:6", ""},
+      {"hour 0 in G", "0", "%G", "2001-2-3 0:5:6", ""},
+      {"minute 0", "00", "%M", "2001-2-3 4:0:6", ""},
       {"minute", "59", "%M", "2001-2-3 4:59:6", ""},
       {"second", "00", "%S", "2001-2-3 4:5:0", ""},
       {"second skipped at a blank", " x", "%S", "2001-2-3 4:5:6", " x"},
@@ -98,9 +101,12 @@ TEST(DateScan, ReadsDirectiveByDirective) {
       {"year behind blanks", "  2024", "%Y", "2024-2-3 4:5:6", ""},
       {"short year of the current century", "24", "%Y", "2024-2-3 4:5:6", ""},
       {"year of three digits", "007", "%3y", "7-2-3 4:5:6", ""},
+      {"at most four digits of Y", "20241", "%Y", "2024-2-3 4:5:6", "1"},
+      {"year 0 of the current century", "00", "%y", "2000-2-3 4:5:6", ""},
       {"at most two digits of y", "2024", "%y", "2020-2-3 4:5:6", "24"},
       {"year of nine digits", "123456789", "%9Y", "123456789-2-3 4:5:6", ""},
       {"zone", "7x", "%Z", "2001-2-3 4:5:6", "x"},
+      {"one digit of a zone, 0 too", "07", "%Z", "2001-2-3 4:5:6", "7"},
       {"letters behind y", "7", "%z%{%d", "2001-2-7 4:5:6", ""},
       {"a blank in the pattern may stand for none", "7", " %d", "2001-2-7 4:5:6", ""},
       {"a number before a blank ends the pattern", "5 7", "%d%m", "2001-2-5 4:5:6", " 7"},
@@ -179,8 +185,13 @@ TEST(DateScan, TurnsHoursByHalfOfDay) {
 TEST(DateScan, AddsToTheExtra) {
   EXPECT_EQ(scan("24", "%G").extra, 124);
   EXPECT_EQ(scan("07", "%o").extra, 107);
+  EXPECT_TRUE(scan("0", "%o").matched);
+}
+
+TEST(DateScan, DoesWithoutAnExtra) {
   ScannedDate fields;
   EXPECT_NE(scan_date("24", "%G", current_year, fields, nullptr), nullptr);
+  EXPECT_NE(scan_date("07", "%o", current_year, fields, nullptr), nullptr);
 }
 
 TEST(DateScan, FindsEveryName) {
@@ -206,6 +217,18 @@ TEST(DateScan, LeavesTheExtraToTheOutermostPattern) {
   EXPECT_EQ(scan("24:00", "%G:%M").extra, 124);
   EXPECT_EQ(scan("05 05", "%o %O").extra, 110);
   EXPECT_EQ(scan("23", "%G").extra, 100);
+}
+
+TEST(DateScan, AddsShortYearsToTheCurrentCentury) {
+  ScannedDate fields;
+  EXPECT_NE(scan_date(
+                "99", "%y", [] { return 2000; }, fields, nullptr),
+            nullptr);
+  EXPECT_EQ(fields.year, 2099);
+  EXPECT_NE(scan_date(
+                "00", "%y", [] { return 1999; }, fields, nullptr),
+            nullptr);
+  EXPECT_EQ(fields.year, 1900);
 }
 
 TEST(DateScan, AsksForTheCurrentYearOnlyWhereItMatters) {

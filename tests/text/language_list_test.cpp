@@ -83,6 +83,8 @@ TEST(LanguageList, ReadsEveryFormOfALine) {
       {"no number is id 0", "English::en_GB\n", {"en_GB", "(end)"}, {""}},
       {"a number with a tail", "1abc:English:en_GB\n", {"en_GB", "(end)"}, {"-", "en_GB"}},
       {"blanks and a plus before the number", " \t+1:E:en\n", {"en", "(end)"}, {"-", "en"}},
+      {"an empty first line", "\n1:E:en\n", {"en", "(end)"}, {"-", "en"}},
+      {"a carriage return before the number", "\r1:E:en\n", {"en", "(end)"}, {"-", "en"}},
       {"an empty display name", "1::en_GB\n", {"en_GB", "(end)"}, {"-", "en_GB"}},
       {"an empty code", "1:English:\n", {"", "(end)"}, {"-", ""}},
       {"id 0 without a code", "0:System:\n", {"", "(end)"}, {"-"}},

@@ -68,6 +68,29 @@ TEST(Md5, DoesNotDependOnHowTheMessageIsCut) {
   }
 }
 
+// The digest of all digests, as another implementation gives it.
+TEST(Md5, PadsMessagesOfEveryLength) {
+  std::string digests;
+  for (std::size_t length = 0; length < 200; ++length) {
+    digests += md5(std::string(length, 'a'), 1000);
+  }
+  EXPECT_EQ(md5(digests, digests.size()), "49f6cc3eb4491fe05535571716f39a67");
+}
+
+// As if 2^32 + 2^32 bits less one block had gone before.
+TEST(Md5, CarriesTheLengthIntoItsHighWord) {
+  md5_state_s state;
+  ov_md5_init(&state);
+  state.count[0] = 0xFFFFFE00;
+  state.count[1] = 1;
+  const unsigned char data[72] = {};
+
+  ov_md5_append(&state, data, 72);
+
+  EXPECT_EQ(state.count[0], 64U);
+  EXPECT_EQ(state.count[1], 2U);
+}
+
 TEST(Md5, IgnoresLengthsBelowOne) {
   md5_state_s state;
   ov_md5_init(&state);

@@ -51,6 +51,15 @@ TEST(Sha1, DoesNotDependOnHowTheMessageIsCut) {
   }
 }
 
+// The digest of all digests, as another implementation gives it.
+TEST(Sha1, PadsMessagesOfEveryLength) {
+  std::string digests;
+  for (std::size_t length = 0; length < 200; ++length) {
+    digests += sha1(std::string(length, 'a'), 1000);
+  }
+  EXPECT_EQ(sha1(digests, digests.size()), "cb062fe66512892ec8c722ee74ff9ac151cc4b61");
+}
+
 TEST(Sha1, RefusesInputAfterTheResult) {
   SHA1Context context;
   ov_SHA1Reset(&context);
@@ -64,6 +73,17 @@ TEST(Sha1, RefusesInputAfterTheResult) {
 
   EXPECT_EQ(context.Corrupted, 1);
   EXPECT_EQ(ov_SHA1Result(&context), 0);
+}
+
+TEST(Sha1, LeavesNothingInTheBlockBehindTheResult) {
+  SHA1Context context;
+  ov_SHA1Reset(&context);
+  add(context, "abc");
+  EXPECT_EQ(context.Message_Block_Index, 3);
+
+  EXPECT_EQ(ov_SHA1Result(&context), 1);
+
+  EXPECT_EQ(context.Message_Block_Index, 0);
 }
 
 TEST(Sha1, MarksALengthThatWrapsCorrupted) {
