@@ -1,5 +1,6 @@
 #include "tests/host/child_process.h"
 
+#include <cstdio>
 #include <filesystem>
 
 #include "tests/support/kit_path.h"
@@ -31,6 +32,8 @@ ChildProcess::ChildProcess(const std::string& command_line, const std::string& o
                      &startup, &process) != 0) {
     CloseHandle(process.hThread);
     process_ = process.hProcess;
+  } else {
+    std::fprintf(stderr, "error %lu: cannot start %s\n", GetLastError(), command_line.c_str());
   }
   if (file != INVALID_HANDLE_VALUE) {
     CloseHandle(file);
