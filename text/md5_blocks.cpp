@@ -13,28 +13,27 @@
 namespace orsin {
 namespace {
 
-struct PlainSteps {
+class PlainSteps {
+ public:
   using Word = std::uint32_t;
 
-  template <int shift>
-  static Word f(Word a, Word b, Word c, Word d, Word x, Word t) {
-    return b + std::rotl((a + x + t) + (((c ^ d) & b) ^ d), shift);
+  template <Md5Round round, int shift>
+  static Word step(Word a, Word b, Word c, Word d, Word x, Word t) {
+    return b + std::rotl(mixed<round>(a + x + t, b, c, d), shift);
   }
 
-  // A sum of two disjoint parts: (~d & c) does not wait for b.
-  template <int shift>
-  static Word g(Word a, Word b, Word c, Word d, Word x, Word t) {
-    return b + std::rotl((a + x + t + (~d & c)) + (d & b), shift);
-  }
-
-  template <int shift>
-  static Word h(Word a, Word b, Word c, Word d, Word x, Word t) {
-    return b + std::rotl((a + x + t) + ((c ^ d) ^ b), shift);
-  }
-
-  template <int shift>
-  static Word i(Word a, Word b, Word c, Word d, Word x, Word t) {
-    return b + std::rotl((a + x + t) + (c ^ (b | ~d)), shift);
+ private:
+  template <Md5Round round>
+  static Word mixed(Word early, Word b, Word c, Word d) {
+    if constexpr (round == Md5Round::kF) {
+      return early + (((c ^ d) & b) ^ d);
+    } else if constexpr (round == Md5Round::kG) {
+      return (early + (~d & c)) + (d & b);  // Two disjoint parts: the first does not wait for b.
+    } else if constexpr (round == Md5Round::kH) {
+      return early + ((c ^ d) ^ b);
+    } else {
+      return early + (c ^ (b | ~d));
+    }
   }
 };
 

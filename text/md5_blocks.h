@@ -11,6 +11,9 @@ namespace orsin {
 
 constexpr std::size_t kMd5BlockBytes = 64;
 
+/// Named after the functions of three words that they mix in.
+enum class Md5Round { kF, kG, kH, kI };
+
 // The processor fetches ahead by itself, but stops at the end of each page; a chain of steps that waits
 // for memory there loses a fourteenth of its time.
 inline void md5_fetch_ahead(const unsigned char* data, std::size_t blocks_left) {

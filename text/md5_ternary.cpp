@@ -24,46 +24,24 @@ constexpr int truth_table(Function function) {
   return table;
 }
 
-constexpr int kF = truth_table([](int b, int c, int d) { return (b & c) | (~b & d); });
-constexpr int kG = truth_table([](int b, int c, int d) { return (d & b) | (~d & c); });
-constexpr int kH = truth_table([](int b, int c, int d) { return b ^ c ^ d; });
-constexpr int kI = truth_table([](int b, int c, int d) { return c ^ (b | ~d); });
+constexpr int kTables[] = {
+    truth_table([](int b, int c, int d) { return (b & c) | (~b & d); }),
+    truth_table([](int b, int c, int d) { return (d & b) | (~d & c); }),
+    truth_table([](int b, int c, int d) { return b ^ c ^ d; }),
+    truth_table([](int b, int c, int d) { return c ^ (b | ~d); }),
+};
 
 // The words stand in the lowest lanes.
 struct TernarySteps {
   using Word = __m128i;
 
-  template <int function, int shift>
+  template <Md5Round round, int shift>
   ORSIN_TARGET_TERNARY static ORSIN_ALWAYS_INLINE Word step(Word a, Word b, Word c, Word d, Word x,
                                                             std::uint32_t t) {
-    const Word choice = _mm_ternarylogic_epi32(d, c, b, function);
+    const Word choice = _mm_ternarylogic_epi32(d, c, b, kTables[static_cast<int>(round)]);
     Word early = _mm_add_epi32(_mm_add_epi32(x, _mm_set1_epi32(static_cast<int>(t))), a);
     ORSIN_KEEP_VECTOR(early);
     return _mm_add_epi32(_mm_rol_epi32(_mm_add_epi32(early, choice), shift), b);
-  }
-
-  template <int shift>
-  ORSIN_TARGET_TERNARY static ORSIN_ALWAYS_INLINE Word f(Word a, Word b, Word c, Word d, Word x,
-                                                         std::uint32_t t) {
-    return step<kF, shift>(a, b, c, d, x, t);
-  }
-
-  template <int shift>
-  ORSIN_TARGET_TERNARY static ORSIN_ALWAYS_INLINE Word g(Word a, Word b, Word c, Word d, Word x,
-                                                         std::uint32_t t) {
-    return step<kG, shift>(a, b, c, d, x, t);
-  }
-
-  template <int shift>
-  ORSIN_TARGET_TERNARY static ORSIN_ALWAYS_INLINE Word h(Word a, Word b, Word c, Word d, Word x,
-                                                         std::uint32_t t) {
-    return step<kH, shift>(a, b, c, d, x, t);
-  }
-
-  template <int shift>
-  ORSIN_TARGET_TERNARY static ORSIN_ALWAYS_INLINE Word i(Word a, Word b, Word c, Word d, Word x,
-                                                         std::uint32_t t) {
-    return step<kI, shift>(a, b, c, d, x, t);
   }
 };
 
