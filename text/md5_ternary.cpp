@@ -24,6 +24,7 @@ constexpr int truth_table(Function function) {
   return table;
 }
 
+// In the order of Md5Round.
 constexpr int kTables[] = {
     truth_table([](int b, int c, int d) { return (b & c) | (~b & d); }),
     truth_table([](int b, int c, int d) { return (d & b) | (~d & c); }),
