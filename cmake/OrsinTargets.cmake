@@ -61,7 +61,8 @@ endif()
 # a fault would be another fault.
 function(orsin_faults_on_purpose)
   if(ORSIN_CHECKED)
-    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -fno-sanitize=undefined)
+    set_source_files_properties(${ARGN} PROPERTIES
+      COMPILE_OPTIONS -fno-sanitize=undefined SKIP_PRECOMPILE_HEADERS ON)
   endif()
 endfunction()
 
@@ -144,10 +145,7 @@ function(orsin_tests name)
   add_executable(${name}_tests ${sources})
   target_compile_definitions(${name}_tests PRIVATE ORSIN_STATIC)
   target_link_libraries(${name}_tests PRIVATE orsin_test_support orsin_objects GTest::gtest_main)
-  if(NOT MSVC)
-    # What tests claim is compiled in half the time so; the library under them is as it is delivered.
-    target_compile_options(${name}_tests PRIVATE -O0)
-  endif()
+  orsin_compile_fast(${name}_tests)
   if(NOT WIN32)
     target_link_libraries(${name}_tests PRIVATE orsin_native)
   endif()
@@ -157,6 +155,13 @@ function(orsin_tests name)
   orsin_discover(${name}_tests ${name})
 endfunction()
 
+# What tests claim is compiled in half the time so; the library under them is as it is delivered. The
+# header that every test includes is read once for all of them.
+function(orsin_compile_fast target)
+  target_link_libraries(${target} PRIVATE orsin_test_options)
+  target_precompile_headers(${target} REUSE_FROM orsin_test_headers)
+endfunction()
+
 # Registers every test of an executable with CTest under "<label>." and keeps it out of bin/. Natively the
 # executable is one test, as a sanitizer takes longer to start than most tests take; where lines are
 # counted, too: each process adds to the counts of every object.
@@ -164,7 +169,7 @@ function(orsin_discover target label)
   set_target_properties(${target} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
   if(ORSIN_COVERAGE OR NOT WIN32)
-    add_test(NAME ${label}.${target} COMMAND ${target})
+    add_test(NAME ${label}.${target} COMMAND ${target} ${ORSIN_TEST_FILTER})
     set_tests_properties(${label}.${target} PROPERTIES TIMEOUT 1800 LABELS ${label})
     return()
   endif()

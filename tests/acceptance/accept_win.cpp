@@ -1,23 +1,28 @@
 // Runs an acceptance kit on a machine without any toolchain: accept [bench]
 //
-// Takes the tests of tests.txt one by one, each in a process and a temporary folder of its own, writes
-// a line for each, and acceptance-report.txt beside itself. Whatever a test started is ended with it,
-// by its job object. Exit code: 0 when nothing failed, 1 when something did, 2 when it could not run.
+// Runs each test of tests.txt in a process and a temporary folder of its own, two programs' tests side by
+// side, writes a line for each, and acceptance-report.txt beside itself. Whatever a test started is ended
+// with it, by its job object. Exit code: 0 when nothing failed, 1 when something did, 2 when it could not
+// run.
 #include "base/win/windows.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <mutex>
 #include <numeric>
 #include <random>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <thread>
+#include <utility>
 #include <vector>
 
+#include "tests/acceptance/run_in_job_win.h"
 #include "tests/acceptance/test_list.h"
 
 namespace orsin::acceptance {
@@ -32,17 +37,6 @@ struct Result {
   std::string detail;  // The reason of a skipped test, the output of a failed one.
 };
 
-struct Ended {
-  int exit_code = -1;
-  std::string output;
-  unsigned long long milliseconds = 0;
-};
-
-std::string read(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 fs::path program_folder() {
   std::wstring path(MAX_PATH, L'\0');
   path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
@@ -53,77 +47,10 @@ std::wstring widen(std::string_view ascii) {
   return {ascii.begin(), ascii.end()};
 }
 
-// A job that ends everything in it when its last handle is closed, however this process ends.
-HANDLE create_job() {
-  const HANDLE job = CreateJobObjectW(nullptr, nullptr);
-  JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
-  limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-  SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof(limits));
-  return job;
-}
-
-// Waits for a process; one that is not done in time, or could not be put into its job, is ended.
-int wait_for(const PROCESS_INFORMATION& process, HANDLE job, int seconds_max, std::string& remark) {
-  if (AssignProcessToJobObject(job, process.hProcess) == 0) {
-    TerminateProcess(process.hProcess, 1);
-    remark = "could not be put into a job\n";
-    return -1;
-  }
-  ResumeThread(process.hThread);
-  if (WaitForSingleObject(process.hProcess, static_cast<DWORD>(seconds_max) * 1000) !=
-      WAIT_OBJECT_0) {
-    remark = "was not done after " + std::to_string(seconds_max) + " seconds\n";
-    return -1;
-  }
-  DWORD code = 1;
-  GetExitCodeProcess(process.hProcess, &code);
-  return static_cast<int>(code);
-}
-
-// Runs a command line in a folder; both its outputs go through a file there.
-Ended run(const std::wstring& command_line, const fs::path& folder, int seconds_max) {
-  Ended ended;
-  const fs::path output = folder / L"output.txt";
-  SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = CreateFileW(output.c_str(), FILE_APPEND_DATA,
-                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                   &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  startup.hStdError = startup.hStdOutput;
-  const HANDLE job = create_job();
-  const ULONGLONG begin = GetTickCount64();
-  std::wstring line = command_line;
-  PROCESS_INFORMATION process = {};
-  std::string remark;
-  if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
-                     folder.c_str(), &startup, &process) != 0) {
-    ended.exit_code = wait_for(process, job, seconds_max, remark);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-  } else {
-    remark = "did not start: system error " + std::to_string(GetLastError()) + "\n";
-  }
-  TerminateJobObject(job, 1);
-  CloseHandle(job);
-  CloseHandle(startup.hStdOutput);
-  ended.milliseconds = GetTickCount64() - begin;
-  ended.output = read(output) + remark;
-  if (ended.exit_code != 0) {
-    ended.output += "exit code " + std::to_string(ended.exit_code) + "\n";
-  }
-  return ended;
-}
-
-// A new folder that TEMP and TMP name while it lives.
+// A new folder that is gone with it.
 class TemporaryFolder {
  public:
-  explicit TemporaryFolder(const fs::path& path) : path_(path) {
-    fs::create_directories(path_);
-    SetEnvironmentVariableW(L"TEMP", path_.c_str());
-    SetEnvironmentVariableW(L"TMP", path_.c_str());
-  }
+  explicit TemporaryFolder(const fs::path& path) : path_(path) { fs::create_directories(path_); }
   ~TemporaryFolder() {
     std::error_code ignored;  // A file that a virus scanner still holds must not fail the test.
     fs::remove_all(path_, ignored);
@@ -144,10 +71,10 @@ Result run_test(const ListedTest& test, const fs::path& kit, const fs::path& tem
     result.detail = "needs what the environment variable " + test.needs + " names";
     return result;
   }
-  const TemporaryFolder folder(temporary / L"test");
+  const TemporaryFolder folder(temporary);
   const std::wstring line = L"\"" + (kit / L"tests" / widen(test.program)).wstring() +
                             L"\" \"--gtest_filter=" + widen(test.filter) + L"\"";
-  const Ended ended = run(line, folder.path(), test.seconds_max);
+  const Ended ended = run_in_job(line, folder.path(), test.seconds_max);
   result.ending = ending(ended.exit_code, ended.output);
   result.milliseconds = ended.milliseconds;
   if (result.ending != Ending::kPassed) {
@@ -164,6 +91,51 @@ std::string line_of(const Result& result) {
   std::string line = std::string(word(result.ending)) + " " + result.test.name + " (" +
                      std::to_string(result.milliseconds) + " ms)";
   return result.ending == Ending::kSkipped ? line + ": " + result.detail : line;
+}
+
+// The tests of one program, which may expect that no other of them runs meanwhile.
+struct ProgramTests {
+  std::string program;
+  std::vector<const ListedTest*> tests;
+};
+
+std::vector<ProgramTests> by_program(const std::vector<ListedTest>& tests) {
+  std::vector<ProgramTests> programs;
+  for (const ListedTest& test : tests) {
+    const auto same = [&](const ProgramTests& other) { return other.program == test.program; };
+    auto found = std::find_if(programs.begin(), programs.end(), same);
+    if (found == programs.end()) {
+      found = programs.insert(found, {test.program, {}});
+    }
+    found->tests.push_back(&test);
+  }
+  return programs;
+}
+
+// The results in the order of their names. Two programs at a time: most of a test is waiting.
+std::vector<Result> run_all(const std::vector<ListedTest>& tests, const fs::path& kit,
+                            const fs::path& temporary) {
+  const std::vector<ProgramTests> programs = by_program(tests);
+  std::vector<Result> results;
+  std::mutex writing;
+  std::atomic<std::size_t> next = 0;
+  const auto work = [&](const fs::path& folder) {
+    for (std::size_t i = next++; i < programs.size(); i = next++) {
+      for (const ListedTest* const test : programs[i].tests) {
+        Result result = run_test(*test, kit, folder);
+        const std::lock_guard lock(writing);
+        std::printf("%s\n", line_of(result).c_str());
+        std::fflush(stdout);
+        results.push_back(std::move(result));
+      }
+    }
+  };
+  std::thread second(work, temporary / L"test2");
+  work(temporary / L"test1");
+  second.join();
+  std::sort(results.begin(), results.end(),
+            [](const Result& a, const Result& b) { return a.test.name < b.test.name; });
+  return results;
 }
 
 std::string registry_text(HKEY root, const char* key, const char* value) {
@@ -277,10 +249,10 @@ std::string run_benchmark(const fs::path& program, const fs::path& temporary) {
     prepare_list_bench(folder.path());
   }
   const Ended ended =
-      run(L"\"" + program.wstring() +
-              L"\" --benchmark_repetitions=3 --benchmark_display_aggregates_only=true "
-              L"--benchmark_enable_random_interleaving=true",
-          folder.path(), kSecondsMax);
+      run_in_job(L"\"" + program.wstring() +
+                     L"\" --benchmark_repetitions=3 --benchmark_display_aggregates_only=true "
+                     L"--benchmark_enable_random_interleaving=true",
+                 folder.path(), kSecondsMax);
   const std::string numbers = medians(ended.output);
   return ended.exit_code == 0 && !numbers.empty() ? numbers : "FAILED\n" + ended.output;
 }
@@ -331,7 +303,7 @@ int fail(const char* reason) {
 int accept(bool with_benchmarks) {
   const fs::path kit = program_folder();
   std::string bad;
-  const std::vector<ListedTest> tests = parse_list(read(kit / L"tests.txt"), bad);
+  const std::vector<ListedTest> tests = parse_list(read_file(kit / L"tests.txt"), bad);
   if (!bad.empty() || tests.empty()) {
     return fail("tests.txt is missing or damaged");
   }
@@ -344,17 +316,13 @@ int accept(bool with_benchmarks) {
 
   std::printf("%zu tests; leave this machine alone until the last line says how many passed\n\n",
               tests.size());
-  std::vector<Result> results;
-  for (const ListedTest& test : tests) {
-    results.push_back(run_test(test, kit, temporary.path()));
-    std::printf("%s\n", line_of(results.back()).c_str());
-    std::fflush(stdout);
-  }
+  const std::vector<Result> results = run_all(tests, kit, temporary.path());
 
-  std::string report = read(kit / L"version.txt") + describe_machine() + summary(results) + "\n";
+  std::string report =
+      read_file(kit / L"version.txt") + describe_machine() + summary(results) + "\n";
   add_section(report, "Failed", results, Ending::kFailed);
   add_section(report, "Skipped", results, Ending::kSkipped);
-  report += "\n== Not in this kit\n" + read(kit / L"not-here.txt");
+  report += "\n== Not in this kit\n" + read_file(kit / L"not-here.txt");
   if (with_benchmarks) {
     report += "\n== Benchmarks\n" + bench(kit, temporary.path());
   }

@@ -24,14 +24,11 @@ namespace {
 
 constexpr int kCallers = 4;
 
-struct Block {
-  std::uintptr_t address;  // 0: free; 1: was used.
-  void* callers[kCallers];
-};
-
-// Open addressing, in a place of its own: it must not allocate.
+// Open addressing, in a place of its own: it must not allocate. The addresses, which every release looks
+// through, lie close together: each page of them that a run touches costs it a page fault.
 constexpr std::size_t kPlaces = std::size_t{1} << 16;
-constinit std::array<Block, kPlaces> blocks = {};
+constinit std::array<std::uintptr_t, kPlaces> addresses = {};  // 0: free; 1: was used.
+constinit std::array<std::array<void*, kCallers>, kPlaces> callers_of = {};
 constinit long live = 0;
 
 std::size_t place_of(std::uintptr_t address) {
@@ -49,13 +46,12 @@ bool is_in_library() {
 void remember(void* pointer) {
   const auto address = reinterpret_cast<std::uintptr_t>(pointer);
   std::size_t place = place_of(address);
-  while (blocks[place].address > 1) {
+  while (addresses[place] > 1) {
     place = (place + 1) % kPlaces;
   }
-  Block& block = blocks[place];
-  block.address = address;
+  addresses[place] = address;
   auto* const* frame = static_cast<void* const*>(__builtin_frame_address(0));
-  for (void*& caller : block.callers) {
+  for (void*& caller : callers_of[place]) {
     frame = static_cast<void* const*>(frame[0]);
     if (frame == nullptr) {
       caller = nullptr;
@@ -68,10 +64,10 @@ void remember(void* pointer) {
 
 void forget(const void* pointer) {
   const auto address = reinterpret_cast<std::uintptr_t>(pointer);
-  for (std::size_t place = place_of(address); blocks[place].address != 0;
+  for (std::size_t place = place_of(address); addresses[place] != 0;
        place = (place + 1) % kPlaces) {
-    if (blocks[place].address == address) {
-      blocks[place].address = 1;
+    if (addresses[place] == address) {
+      addresses[place] = 1;
       --live;
       return;
     }
@@ -112,10 +108,10 @@ long library_blocks() {
 
 void print_library_blocks() {
   int printed = 0;
-  for (const Block& block : blocks) {
-    if (block.address > 1 && printed++ < 8) {
-      std::fprintf(stderr, "  block %p from\n", reinterpret_cast<void*>(block.address));
-      for (void* caller : block.callers) {
+  for (std::size_t place = 0; place < kPlaces; ++place) {
+    if (addresses[place] > 1 && printed++ < 8) {
+      std::fprintf(stderr, "  block %p from\n", reinterpret_cast<void*>(addresses[place]));
+      for (void* caller : callers_of[place]) {
         char text[512] = "?";
         __sanitizer_symbolize_pc(caller, "%f %s:%l", text, sizeof(text));
         std::fprintf(stderr, "      %s\n", text);
