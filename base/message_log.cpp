@@ -85,8 +85,12 @@ int write_to_standard_error(int level, const char* format, std::va_list argument
 
 // With the mutex held. Without an error the shared buffer keeps what it holds.
 const char* share_error_text(unsigned code) {
-  const SystemErrorText text(code);
-  return code == 0 ? "No Error" : std::strcpy(log_state.error_text, text.c_str());
+  if (code == 0) {
+    return "No Error";
+  }
+  std::snprintf(log_state.error_text, sizeof(log_state.error_text), "%s",
+                SystemErrorText(code).c_str());
+  return log_state.error_text;
 }
 
 void write_os_error(const char* text, unsigned code) {

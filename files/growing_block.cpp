@@ -12,7 +12,7 @@ namespace {
 
 std::uint64_t bytes_behind(std::uint64_t size) {
   const std::uint64_t step = std::max(kGrowthBytes, std::bit_floor(size) / 4);
-  return rounded_up(size, step);
+  return rounded_up(std::max(size, std::uint64_t{1}), step);
 }
 
 }  // namespace

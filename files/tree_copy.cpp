@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <string_view>
 
 #include "base/given_text.h"
 #include "base/path_buffer.h"
@@ -255,7 +256,7 @@ int copy_tree(Copier& copier, const char* source, const char* destination, bool 
 // is one to the file system.
 bool destination_in_directory(PathBuffer& path, const char* directory, const char* source) {
   const char* separator = std::strrchr(source, '\\');
-  const bool has_separator = directory[std::strlen(directory) - 1] == '\\';
+  const bool has_separator = std::string_view(directory).ends_with('\\');
   return path.append(directory) && (has_separator || path.append("\\")) &&
          path.append(separator != nullptr ? separator : source);
 }

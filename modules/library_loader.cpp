@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <new>
 #include <string>
@@ -107,13 +108,13 @@ void* load_locked(Loader& state, const char* name, int flags) ORSIN_REQUIRES(sta
   char path[kPathBytes];
   const bool is_file = file_find(name, path) != 0;
   if (!is_file) {
-    std::strcpy(path, name);
+    std::snprintf(path, sizeof(path), "%s", name);
   }
 
   // While another directory is searched the current one is not: such a path would lead nowhere.
   const bool uses_own_directory = (flags & kUseOwnDirectory) != 0;
   if (uses_own_directory && is_file && !port::absolute_path(path, path, sizeof(path))) {
-    std::strcpy(path, name);
+    std::snprintf(path, sizeof(path), "%s", name);
   }
 
   const OwnDirectory own_directory(path, uses_own_directory);
@@ -129,7 +130,7 @@ void* load_locked(Loader& state, const char* name, int flags) ORSIN_REQUIRES(sta
   }
   port::silence_thread_notices(module);
   lib_entry entry = {};
-  std::strcpy(entry.name, name);
+  std::snprintf(entry.name, sizeof(entry.name), "%s", name);
   entry.module = module;
   entry.reference_count = 1;
   if (!state.libraries.append(entry)) {
