@@ -39,7 +39,9 @@ struct TernarySteps {
   template <Md5Round round, int shift>
   ORSIN_TARGET_TERNARY static ORSIN_ALWAYS_INLINE Word step(Word a, Word b, Word c, Word d, Word x,
                                                             std::uint32_t t) {
-    const Word choice = _mm_ternarylogic_epi32(d, c, b, kTables[static_cast<int>(round)]);
+    constexpr int table =
+        kTables[static_cast<int>(round)];  // A constant without optimisation, too.
+    const Word choice = _mm_ternarylogic_epi32(d, c, b, table);
     Word early = _mm_add_epi32(_mm_add_epi32(x, _mm_set1_epi32(static_cast<int>(t))), a);
     ORSIN_KEEP_VECTOR(early);
     return _mm_add_epi32(_mm_rol_epi32(_mm_add_epi32(early, choice), shift), b);
