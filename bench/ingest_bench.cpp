@@ -10,7 +10,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -173,23 +175,33 @@ bool xcopy(const fs::path& from, const std::vector<fs::path>& to, bool /*verify*
   return std::system(command.c_str()) == 0;
 }
 
+std::uint64_t bytes_below(const fs::path& folder) {
+  std::uint64_t bytes = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    bytes += entry.is_regular_file() ? entry.file_size() : 0;
+  }
+  return bytes;
+}
+
 // Arguments: a card of small files, destinations, verified.
 void run(benchmark::State& state,
          bool (*copy)(const fs::path&, const std::vector<fs::path>&, bool)) {
   const fs::path from = card(state.range(0) != 0);
-  std::uint64_t bytes = 0;
-  for (const auto& entry : fs::recursive_directory_iterator(from)) {
-    bytes += entry.is_regular_file() ? entry.file_size() : 0;
-  }
+  const std::uint64_t bytes = bytes_below(from);
+  const auto holds_all = [&](const fs::path& folder) { return bytes_below(folder) >= bytes; };
   for (auto _ : state) {
     state.PauseTiming();
     const std::vector<fs::path> to = fresh_destinations(state.range(1));
     const bool is_ready = take_pages(bytes * to.size());
     state.ResumeTiming();
-    if (!is_ready || !copy(from, to, state.range(2) != 0)) {
+    const bool is_copied = is_ready && copy(from, to, state.range(2) != 0);
+    state.PauseTiming();
+    // xcopy says 0 whatever became of it.
+    if (!is_copied || !std::all_of(to.begin(), to.end(), holds_all)) {
       state.SkipWithError("not everything was copied");
       return;
     }
+    state.ResumeTiming();
   }
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
 }
