@@ -121,9 +121,8 @@ Result copy_opened(const SecureCopy& copy, fReadBuffer& reader, const BorrowedWr
   return copy_all(copy, reader, writer);
 }
 
-Result run_copy(const SecureCopy& copy, fReadBuffer* borrowed_reader,
+Result run_copy(const SecureCopy& copy, const BorrowedReader& reader,
                 fWriteBuffer* borrowed_writer) {
-  const BorrowedReader reader = reader_for_copy(borrowed_reader);
   const BorrowedWriter writer = writer_for_copy(borrowed_writer);
   if (reader.get() == nullptr || writer.get() == nullptr ||
       !open_source(*reader.get(), copy.source)) {
@@ -191,7 +190,8 @@ int file_copy_secure(const char* src, const char* dst, bool /*overwrite*/,
     return result;
   }
   const SecureCopy copy{src, dst, bytes, md5, (flags & kWithMd5) != 0};
-  result = run_copy(copy, reader, writer);
+  const BorrowedReader used = reader_for_copy(reader);
+  result = run_copy(copy, used, writer);
   if (result != kDone) {
     return result;
   }
@@ -202,7 +202,8 @@ int file_copy_secure(const char* src, const char* dst, bool /*overwrite*/,
     return kDone;
   }
   md5_state_s found;
-  const int verified = file_read_secure(dst, found, nullptr, &md5);
+  // A reader made here reads the copy, too: memory that was just used needs no new pages.
+  const int verified = file_read_secure(dst, found, used.is_own() ? used.get() : nullptr, &md5);
   if (verified != kDone) {
     std::snprintf(error_text, kTextBytes, "File Copy: hash values of '%s' and '%s' do not match\n",
                   src, dst);
