@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/file_cache.h"
 #include "examples/host/console.h"
 #include "examples/host/ingest/copy_run.h"
 #include "examples/host/ingest/hashes.h"
@@ -84,23 +85,6 @@ std::vector<fs::path> fresh_destinations(std::int64_t count) {
     fs::create_directories(result.back());
   }
   return result;
-}
-
-// Fills as much of the system's file cache as the copies will, and empties it again. A virtual machine
-// may have given free memory back to its host and wait for each page that it takes anew: whoever ran
-// first would pay for that, and the next would find the pages there.
-bool take_pages(std::uint64_t bytes) {
-  const fs::path path = scratch() / "pages";
-  const std::vector<char> piece(kPiece);
-  std::FILE* const file = _wfopen(path.c_str(), L"wb");
-  if (file == nullptr) {
-    return false;
-  }
-  bool is_written = true;
-  for (std::uint64_t done = 0; is_written && done < bytes; done += kPiece) {
-    is_written = std::fwrite(piece.data(), kPiece, 1, file) == 1;
-  }
-  return std::fclose(file) == 0 && fs::remove(path) && is_written;
 }
 
 bool ingest(const fs::path& from, const std::vector<fs::path>& to, bool verify) {
@@ -192,7 +176,7 @@ void run(benchmark::State& state,
   for (auto _ : state) {
     state.PauseTiming();
     const std::vector<fs::path> to = fresh_destinations(state.range(1));
-    const bool is_ready = take_pages(bytes * to.size());
+    const bool is_ready = take_pages(scratch() / "pages", bytes * to.size());
     state.ResumeTiming();
     const bool is_copied = is_ready && copy(from, to, state.range(2) != 0);
     state.PauseTiming();

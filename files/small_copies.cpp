@@ -1,6 +1,8 @@
 // The small files of a directory, several at a time; see small_copies.h.
 #include "files/small_copies.h"
 
+#include <algorithm>
+
 #include "base/path_buffer.h"
 
 namespace orsin {
@@ -34,28 +36,36 @@ void SmallCopies::copy(const char* source, const char* destination, const char* 
   names_ = names;
   count_ = count;
   next_ = 0;
-  if (count > 1 && has_line()) {
-    line_.add();
+  const int wanted = std::min(helpers_max_, count - 1);
+  int helping = 0;
+  while (helping < wanted && helpers_[helping].begin(*this)) {
+    ++helping;
+  }
+  if (helping < wanted) {
+    helpers_max_ = helping;  // Where a thread was refused, the next would be.
   }
   work(own_);
-  line_.wait_until_done();
+  for (int i = 0; i < helping; ++i) {
+    helpers_[i].wait();
+  }
 }
 
 SmallCopies::Outcome SmallCopies::copy_one(const char* source, const char* destination) {
   return copy_ascii(own_, source, destination);
 }
 
-// Where no thread can be had, one does all.
-bool SmallCopies::has_line() {
-  if (!line_.is_running() && may_start_line_) {
-    may_start_line_ = line_.start("Copy");
+bool SmallCopies::Helper::begin(SmallCopies& copies) {
+  copies_ = &copies;
+  if (!line_.is_running() && !line_.start("Copy")) {
+    return false;
   }
-  return line_.is_running();
+  line_.add();
+  return true;
 }
 
-void SmallCopies::help(void* copies, std::uint64_t /*number*/) {
-  auto& self = *static_cast<SmallCopies*>(copies);
-  self.work(self.helper_);
+void SmallCopies::Helper::help(void* helper, std::uint64_t /*number*/) {
+  auto& self = *static_cast<Helper*>(helper);
+  self.copies_->work(self.copier_);
 }
 
 void SmallCopies::work(SmallCopy& copier) {

@@ -24,14 +24,14 @@ class SmallCopies {
     unsigned long long bytes;
   };
 
-  SmallCopies() : line_(this, help, 1) {}
+  SmallCopies() = default;
   SmallCopies(const SmallCopies&) = delete;
   SmallCopies& operator=(const SmallCopies&) = delete;
 
   /// Copies files of one directory into another, as SmallCopy does each, and returns when all are
   /// dealt with. A path that is too long is kNotDone.
   ///
-  /// @param count  At most kMost; fewer than two need no second thread.
+  /// @param count  At most kMost; one needs no second thread.
   void copy(const char* source, const char* destination, const char* const* names, int count);
 
   /// Of the file with this number in the last call to copy().
@@ -41,10 +41,27 @@ class SmallCopies {
   [[nodiscard]] Outcome copy_one(const char* source, const char* destination);
 
  private:
-  static void help(void* copies, std::uint64_t number);
+  // A thread beside the caller's, started for the first files that it can take. With three, one thread
+  // or the other has work for the processor while the others wait for the system.
+  class Helper {
+   public:
+    Helper() : line_(this, help, 1) {}
+
+    /// False when no thread can be had.
+    [[nodiscard]] bool begin(SmallCopies& copies);
+    void wait() { line_.wait_until_done(); }
+
+   private:
+    static void help(void* helper, std::uint64_t number);
+
+    SmallCopies* copies_ = nullptr;
+    SmallCopy copier_;
+    JobLine line_;  // Ends before what it works with.
+  };
+  static constexpr int kHelpers = 3;
+
   void work(SmallCopy& copier);
   [[nodiscard]] Outcome copy_named(SmallCopy& copier, const char* name) const;
-  [[nodiscard]] bool has_line();
 
   // Of one call to copy(): constant while the threads work, but for the next number to take.
   const char* source_ = nullptr;
@@ -55,9 +72,8 @@ class SmallCopies {
   Outcome outcomes_[kMost] = {};  // Each written by the thread that took its number.
 
   SmallCopy own_;
-  SmallCopy helper_;
-  JobLine line_;  // Ends before what it works with.
-  bool may_start_line_ = true;
+  Helper helpers_[kHelpers];
+  int helpers_max_ = kHelpers;
 };
 
 }  // namespace orsin
