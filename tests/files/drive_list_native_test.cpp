@@ -9,7 +9,7 @@
 
 #include "files/directory_list.h"
 #include "orsincore/files.h"
-#include "tests/native/fake_drives.h"
+#include "tests/platform/fake_drives.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

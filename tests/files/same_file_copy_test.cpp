@@ -1,9 +1,7 @@
-// A destination that is the source under another name, or that others hold: nothing is lost.
-//
-// The system decides what is the same file, so these run where its sharing rules do.
+// A destination that is the source under another name: nothing is lost. What names the same file is for the
+// system to say.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,17 +25,6 @@ using test::CopyCall;
 using test::Lines;
 using test::random_content;
 using test::TemporaryDirectory;
-
-struct CloseFile {
-  void operator()(void* handle) const { CloseHandle(handle); }
-};
-using UniqueFile = std::unique_ptr<void, CloseFile>;
-
-UniqueFile hold(const std::string& path, DWORD access, DWORD share) {
-  const HANDLE handle = CreateFileW(WidePath(path.c_str()), access, share, nullptr, OPEN_EXISTING,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-  return UniqueFile(handle != INVALID_HANDLE_VALUE ? handle : nullptr);
-}
 
 bool is_there(const std::string& path) {
   return file_exists(path.c_str()) != 0;
@@ -146,82 +133,6 @@ TEST_F(SameFileCopy, RefusesTheSourceAmongSeveralDestinations) {
 
   EXPECT_TRUE(read_source() == content_);
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
-}
-
-TEST_F(SameFileCopy, LeavesAReadOnlyDestinationAsItWas) {
-  directory_.write("copy.bin", "old");
-  const std::string destination = below(directory_, "copy.bin");
-  ASSERT_TRUE(port::write_attributes(destination.c_str(), port::kReadOnly));
-
-  EXPECT_EQ(copy(source(), {destination}), -2);
-  EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to create '" + destination + "'");
-  EXPECT_EQ(copy_secure(source(), destination), -2);
-  unsigned long long bytes = 0;
-  EXPECT_EQ(ov_filecopy(source().c_str(), destination.c_str(), false, bytes), -2);
-
-  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
-  EXPECT_TRUE(port::write_attributes(destination.c_str(), FILE_ATTRIBUTE_NORMAL));
-}
-
-TEST_F(SameFileCopy, LeavesADestinationThatSomebodyHolds) {
-  directory_.write("copy.bin", "old");
-  const std::string destination = below(directory_, "copy.bin");
-  const UniqueFile holder = hold(destination, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
-  ASSERT_TRUE(holder);
-
-  EXPECT_EQ(copy(source(), {destination}), -2);
-
-  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
-}
-
-TEST_F(SameFileCopy, NeedsASourceThatNobodyWrites) {
-  const UniqueFile writer = hold(source(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
-  ASSERT_TRUE(writer);
-
-  EXPECT_EQ(copy(source(), {below(directory_, "copy.bin")}), -1);
-
-  EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to open '" + source() + "'");
-  EXPECT_FALSE(is_there(below(directory_, "copy.bin")));
-}
-
-TEST_F(SameFileCopy, LetsOthersReadButNotChangeTheSourceMeanwhile) {
-  int looks = 0;
-  CopyCall call{.source = source(),
-                .destinations = {below(directory_, "copy.bin")},
-                .on_block = [this, &looks](bool /*is_end*/) {
-                  ++looks;
-                  EXPECT_TRUE(hold(source(), GENERIC_READ, FILE_SHARE_READ));
-                  EXPECT_FALSE(hold(source(), GENERIC_WRITE, FILE_SHARE_READ));
-                  EXPECT_EQ(file_delete(source().c_str()), -1);
-                }};
-
-  EXPECT_EQ(call.run(), 0);
-
-  EXPECT_GE(looks, 2);
-  EXPECT_TRUE(TemporaryDirectory::read(directory_.path("copy.bin")) == content_);
-}
-
-TEST_F(SameFileCopy, CopiesTheTimeOfASourceThatOthersRead) {
-  ASSERT_TRUE(file_set_modified_ts(source().c_str(), 1706704496));
-  const UniqueFile other = hold(source(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
-  ASSERT_TRUE(other);
-  const std::string destination = below(directory_, "copy.bin");
-
-  EXPECT_EQ(copy(source(), {destination}), 0);
-
-  EXPECT_EQ(file_get_modified_ts(destination.c_str()), 1706704496U);
-  EXPECT_EQ(log_.lines(), Lines{});
-}
-
-TEST_F(SameFileCopy, KeepsAskingForTheSourceAloneAfterASecureCopy) {
-  const UniqueFile other = hold(source(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
-  ASSERT_TRUE(other);
-
-  EXPECT_EQ(copy_secure(source(), below(directory_, "copy.bin")), 0);
-
-  EXPECT_EQ(log_.lines(),
-            Lines{"WARN : File Copy: failed to retrieve the file times '" + source() + "'"});
-  EXPECT_TRUE(TemporaryDirectory::read(directory_.path("copy.bin")) == content_);
 }
 
 TEST_F(SameFileCopy, KeepsNarrowCallsInTreeCopiesSoThatForeignNamesLoseTheirTimes) {

@@ -37,17 +37,6 @@ TEST_F(SystemTransfers, AnUnsharedFileIsNobodyElses) {
                                 text_of(ERROR_SHARING_VIOLATION) + ")"});
 }
 
-TEST_F(SystemTransfers, ASharedFileIsReadByOthersButNotWritten) {
-  const std::string name = write("in", "x");
-  const OpenFile first(io_open64(name.c_str(), 0, false, true, true));
-
-  const OpenFile reader(io_open64(name.c_str(), 0, false, true, true));
-  const OpenFile writer(io_open64(name.c_str(), 1, false, true, true));
-
-  EXPECT_TRUE(reader.is_open());
-  EXPECT_FALSE(writer.is_open());
-}
-
 TEST_F(SystemTransfers, NamesBeyondAsciiReachTheSystem) {
   const std::string name = path("\xC3\xA4\xE2\x82\xAC.mov");
   {

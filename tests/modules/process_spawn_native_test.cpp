@@ -7,7 +7,7 @@
 #include <string>
 
 #include "orsincore/startup.h"
-#include "tests/native/fake_programs.h"
+#include "tests/platform/fake_programs.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

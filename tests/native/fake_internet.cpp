@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "base/log_port.h"
-#include "tests/native/url_split.h"
+#include "tests/platform/url_split.h"
 
 namespace orsin::test {
 namespace {

@@ -1,6 +1,7 @@
 // The file system and environment ports over POSIX, for builds without Windows.
 //
-// Backslashes become slashes, so tests use the same paths everywhere. Sharing is not enforced.
+// Backslashes become slashes, so tests use the same paths everywhere. Sharing is enforced, and the mark
+// of a read-only file, which POSIX lets the superuser pass over.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -26,7 +27,9 @@
 #include "tests/native/fake_access.h"
 #include "tests/native/fake_enumeration.h"
 #include "tests/native/fake_paths.h"
+#include "tests/native/open_files.h"
 #include "tests/native/posix_facts.h"
+#include "tests/platform/file_rules.h"
 
 namespace orsin::test {
 
@@ -183,9 +186,31 @@ bool write_attributes(const char* path, std::uint32_t attributes) noexcept {
   return may_change_facts() && chmod(native.c_str(), mode_for(status, attributes)) == 0;
 }
 
-bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noexcept {
+namespace {
+
+// What a file that is opened for a moment says of itself.
+bool open_for_a_moment(const char* path, const OpenMode& mode, FileFacts& facts) {
+  struct stat status;
+  if (stat(native_path(path).c_str(), &status) != 0) {
+    return false;
+  }
+  facts = facts_of(status);
+  if ((facts.attributes & kDirectory) != 0 || (mode.write && (facts.attributes & kReadOnly) != 0)) {
+    errno = static_cast<int>(platform::kErrorAccessDenied);
+    return false;
+  }
+  if (!open_files().admit(status, mode)) {
+    errno = static_cast<int>(kErrorSharingViolation);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool read_write_time(const char* path, bool share, std::uint64_t& time) noexcept {
   FileFacts facts;
-  if (!read_facts(path, facts)) {
+  if (!open_for_a_moment(path, {.read = true, .share_read = share}, facts)) {
     return false;
   }
   time = facts.write_time;
@@ -193,12 +218,13 @@ bool read_write_time(const char* path, bool /*share*/, std::uint64_t& time) noex
 }
 
 bool write_write_time(const char* path, std::uint64_t time) noexcept {
-  const std::array<timespec, 2> times = times_for(time);
-  return may_change_facts() && utimensat(AT_FDCWD, native_path(path).c_str(), times.data(), 0) == 0;
+  FileFacts facts;
+  return open_for_a_moment(path, {.write = true}, facts) && write_write_time_shared(path, time);
 }
 
 bool write_write_time_shared(const char* path, std::uint64_t time) noexcept {
-  return write_write_time(path, time);
+  const std::array<timespec, 2> times = times_for(time);
+  return may_change_facts() && utimensat(AT_FDCWD, native_path(path).c_str(), times.data(), 0) == 0;
 }
 
 bool make_file(const char* path) noexcept {
@@ -215,9 +241,24 @@ bool make_directory(const char* path) noexcept {
   return mkdir(native_path(path).c_str(), 0777) == 0;
 }
 
+namespace {
+
+// Whether somebody has it open.
+bool is_held(const std::string& native) {
+  struct stat status;
+  return stat(native.c_str(), &status) == 0 && open_files().contains(status);
+}
+
+bool is_marked_read_only(const std::string& native) {
+  FileFacts facts;
+  return read_native_facts(native, facts) && (facts.attributes & kReadOnly) != 0;
+}
+
+}  // namespace
+
 bool remove_file(const char* path) noexcept {
   const std::string native = native_path(path);
-  if (is_directory_link(native)) {
+  if (is_directory_link(native) || is_marked_read_only(native) || is_held(native)) {
     errno = EACCES;
     return false;
   }
@@ -238,7 +279,7 @@ bool rename_path(const char* from, const char* to) noexcept {
     return false;
   }
   const std::string native_from = native_path(from);
-  if (native_from == test::fake_access().held) {
+  if (native_from == test::fake_access().held || is_held(native_from)) {
     errno = EACCES;
     return false;
   }

@@ -13,7 +13,9 @@
 #include "files/io_port.h"
 #include "orsincore/io.h"
 #include "orsincore/text.h"
+#include "tests/native/open_files.h"
 #include "tests/native/transfer_script.h"
+#include "tests/platform/file_rules.h"
 
 namespace orsin {
 
@@ -76,15 +78,39 @@ std::uint32_t note_size(std::uint64_t size) {
 
 }  // namespace
 
+namespace {
+
+// POSIX opens directories, and lets the superuser write to what is marked read-only.
+bool is_open_to(const struct stat& status, const OpenMode& mode) {
+  return !S_ISDIR(status.st_mode) && (!mode.write || (status.st_mode & S_IWUSR) != 0);
+}
+
+// The descriptor; -1 with the system's error.
+int open_shared(const char* path, const OpenMode& mode) {
+  struct stat status;
+  if (::stat(path, &status) == 0 && !is_open_to(status, mode)) {
+    errno = static_cast<int>(platform::kErrorAccessDenied);
+    return -1;
+  }
+  const int access = mode.write ? (mode.read ? O_RDWR : O_WRONLY) : O_RDONLY;
+  const int descriptor = ::open(path, access | (mode.create ? O_CREAT : 0), 0666);
+  if (descriptor >= 0 && !open_files().add(descriptor, mode)) {
+    ::close(descriptor);
+    errno = static_cast<int>(kErrorSharingViolation);
+    return -1;
+  }
+  return descriptor;
+}
+
+}  // namespace
+
 void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {
   const OpenFate fate = note_open(mode);
   char path[1024];
   ov_utf16_to_utf8(name, path, sizeof(path));
   std::replace(path, path + std::strlen(path), '\\', '/');
   const bool was_there = mode.create && ::access(path, F_OK) == 0;
-  const int access = mode.write ? (mode.read ? O_RDWR : O_WRONLY) : O_RDONLY;
-  const int descriptor =
-      fate.is_refused ? -1 : ::open(path, access | (mode.create ? O_CREAT : 0), 0666);
+  const int descriptor = fate.is_refused ? -1 : open_shared(path, mode);
   if (descriptor >= 0 || fate.is_refused) {
     const std::uint32_t found = was_there ? kErrorAlreadyExists : 0;
     errno = static_cast<int>(fate.error != 0 ? fate.error : found);
@@ -98,6 +124,7 @@ void* open_file(const unsigned short* name, const OpenMode& mode) noexcept {
 
 void close_file(void* file) noexcept {
   const int last_error = errno;
+  open_files().remove(descriptor_of(file));
   ::close(descriptor_of(file));
   errno = last_error;
 }

@@ -68,7 +68,4 @@ void* file_of(int descriptor);
 /// Whether the handle was opened past the system's cache.
 bool is_unbuffered(void* file);
 
-/// What transfers past the cache are made of: as on drives of today, and a page.
-constexpr std::uint64_t kSectorBytes = 4096;
-
 }  // namespace orsin::test

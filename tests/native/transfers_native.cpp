@@ -13,6 +13,7 @@
 #include "files/io_port.h"
 #include "tests/native/fake_disk.h"
 #include "tests/native/transfer_script.h"
+#include "tests/platform/file_rules.h"
 
 namespace orsin::test {
 
@@ -27,8 +28,6 @@ FakeDisk& fake_disk() {
 }
 
 namespace {
-
-constexpr std::uint32_t kErrorAborted = 995;
 
 // Read without the script's mutex: whoever looks at the status may be overtaken while doing so.
 struct Record {
@@ -124,14 +123,10 @@ TransferFate next_fate_locked() {
   return fate;
 }
 
-bool is_aligned(const PendingTransfer& transfer) {
-  return transfer.offset % kSectorBytes == 0 && transfer.size % kSectorBytes == 0 &&
-         reinterpret_cast<std::uintptr_t>(transfer.buffer) % kSectorBytes == 0;
-}
-
 port::TransferStart start(PendingTransfer transfer) {
   TransferScript& script = transfer_script();
-  if (is_unbuffered(transfer.file) && !is_aligned(transfer)) {
+  if (is_unbuffered(transfer.file) &&
+      !platform::is_whole_sectors(transfer.buffer, transfer.offset, transfer.size)) {
     end_transfer(*transfer.record, {port::kErrorInvalidParameter, 0});
     errno = static_cast<int>(port::kErrorInvalidParameter);
     return {false, 0, port::kErrorInvalidParameter};
@@ -291,7 +286,7 @@ void cancel_transfers(void* file) noexcept {
   const std::lock_guard guard(transfer_script().mutex);
   const auto is_of_file = [file](const PendingTransfer& pending) { return pending.file == file; };
   while (const auto transfer = take_pending_locked(is_of_file)) {
-    end_pending_locked(*transfer, {kErrorAborted, 0});
+    end_pending_locked(*transfer, {platform::kErrorAborted, 0});
   }
 }
 

@@ -47,10 +47,9 @@ OpenedFile::~OpenedFile() {
   }
 }
 
-bool may_open(const Node& node, bool reads, bool writes, bool shares_read, bool shares_write) {
+bool may_open(const Node& node, const port::OpenMode& mode) {
   return std::all_of(node.opened_by.begin(), node.opened_by.end(), [&](const OpenedFile* other) {
-    const bool is_allowed = (!reads || other->mode.share_read) && !writes;
-    return is_allowed && (!other->mode.read || shares_read) && (!other->mode.write || shares_write);
+    return platform::may_share(other->mode, mode);
   });
 }
 
@@ -127,7 +126,7 @@ std::uint32_t Disk::open(std::string_view path, const port::OpenMode& mode,
   if (node->is_directory || (mode.write && (node->attributes & port::kReadOnly) != 0)) {
     return kErrorAccessDenied;
   }
-  if (!may_open(*node, mode.read, mode.write, mode.share_read, false)) {
+  if (!may_open(*node, mode)) {
     return port::kErrorSharingViolation;
   }
   file = std::make_shared<OpenedFile>();

@@ -14,15 +14,17 @@
 #include <vector>
 
 #include "files/io_port.h"
+#include "tests/platform/file_rules.h"
 #include "tests/simulation/content.h"
 #include "tests/simulation/handles.h"
 
 namespace orsin::simulation {
 
-constexpr std::uint32_t kErrorFileNotFound = 2;
-constexpr std::uint32_t kErrorAccessDenied = 5;
+using platform::kErrorAccessDenied;
+using platform::kErrorDiskFull;
+using platform::kErrorFileNotFound;
+
 constexpr std::uint32_t kErrorNotEnoughMemory = 8;
-constexpr std::uint32_t kErrorDiskFull = 112;
 constexpr std::uint32_t kErrorDirectoryNotEmpty = 145;
 
 struct OpenedFile;
@@ -100,9 +102,8 @@ class Disk {
   std::shared_ptr<Node> roots_ = std::make_shared<Node>();  // By "C:".
 };
 
-/// Whether somebody with this access and this leave to share may come to those who have it open.
-[[nodiscard]] bool may_open(const Node& node, bool reads, bool writes, bool shares_read,
-                            bool shares_write);
+/// Whether somebody may come to those who have it open.
+[[nodiscard]] bool may_open(const Node& node, const port::OpenMode& mode);
 
 /// The machine's clock in the file system's units.
 [[nodiscard]] std::uint64_t file_time_now();

@@ -55,12 +55,12 @@ bool answer_in_errno(Call& call, std::uint32_t error) {
 }
 
 // Of a file that is opened for a moment only.
-bool may_open_now(Call& call, const Node& node, bool writes, bool shares) {
-  const bool is_marked = writes && (node.attributes & kReadOnly) != 0;
+bool may_open_now(Call& call, const Node& node, const OpenMode& mode) {
+  const bool is_marked = mode.write && (node.attributes & kReadOnly) != 0;
   if (node.is_directory || is_marked) {
     return call.fail(kErrorAccessDenied);
   }
-  return may_open(node, !writes, writes, shares, false) || call.fail(kErrorSharingViolation);
+  return may_open(node, mode) || call.fail(kErrorSharingViolation);
 }
 
 }  // namespace
@@ -107,7 +107,7 @@ bool read_write_time(const char* path, bool share, std::uint64_t& time) noexcept
     return false;
   }
   const auto node = find(call, path);
-  if (!node || !may_open_now(call, *node, false, share)) {
+  if (!node || !may_open_now(call, *node, {.read = true, .share_read = share})) {
     return false;
   }
   time = node->write_time;
@@ -120,7 +120,7 @@ bool write_write_time(const char* path, std::uint64_t time) noexcept {
     return false;
   }
   const auto node = find(call, path);
-  if (!node || !may_open_now(call, *node, true, false)) {
+  if (!node || !may_open_now(call, *node, {.write = true})) {
     return false;
   }
   node->write_time = time;

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "tests/native/url_split.h"
+#include "tests/platform/url_split.h"
 #include "tests/simulation/machine.h"
 
 namespace orsin::port {

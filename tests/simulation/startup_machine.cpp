@@ -18,7 +18,7 @@ bool common_application_data(char* path, std::size_t size) noexcept {
 bool is_file_written(const char* path) noexcept {
   Call call("is file written");
   const auto node = machine().disk.find(path);
-  return node != nullptr && !may_open(*node, true, false, true, false);
+  return node != nullptr && !may_open(*node, {.read = true, .share_read = true});
 }
 
 bool copy_file(const char* from, const char* to) noexcept {

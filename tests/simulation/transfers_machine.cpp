@@ -20,13 +20,11 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorAborted = 995;
 constexpr std::uint32_t kErrorInvalidHandle = 6;
 constexpr std::uint32_t kErrorChecksum = 23;
 constexpr std::uint32_t kErrorNetworkNameGone = 64;
 constexpr std::uint32_t kErrorDevice = 1117;
 constexpr std::uint32_t kErrorNoSystemResources = 1450;
-constexpr std::uint64_t kSectorBytes = 4096;
 
 struct Event : Object {
   bool is_signalled = false;
@@ -85,7 +83,7 @@ std::pair<std::uint32_t, std::uint32_t> carry_out(const Transfer& transfer) {
   }
   std::uint32_t size = machine().shortened(transfer.size);
   if (size < transfer.size && transfer.file->mode.unbuffered) {
-    size -= size % kSectorBytes;
+    size -= size % platform::kSectorBytes;
   }
   if (!transfer.is_read) {
     const std::uint32_t error = Disk::write(node, transfer.offset, transfer.buffer, size);
@@ -150,11 +148,6 @@ void end_transfer(const std::shared_ptr<Transfer>& transfer) {
   }
 }
 
-bool is_aligned(const Transfer& transfer) {
-  return transfer.offset % kSectorBytes == 0 && transfer.size % kSectorBytes == 0 &&
-         reinterpret_cast<std::uintptr_t>(transfer.buffer) % kSectorBytes == 0;
-}
-
 TransferStart fail_at_start(Call& call, TransferRecord& record, std::uint32_t error) {
   write_status(record, {error, 0});
   call.set_last_error(error);
@@ -183,7 +176,8 @@ TransferStart start(Call& call, const std::shared_ptr<Transfer>& transfer) {
   }
   ORSIN_EXPECT(transfer->is_read ? transfer->file->mode.read : transfer->file->mode.write,
                "a transfer on a file that was not opened for it");
-  if (transfer->file->mode.unbuffered && !is_aligned(*transfer)) {
+  if (transfer->file->mode.unbuffered &&
+      !platform::is_whole_sectors(transfer->buffer, transfer->offset, transfer->size)) {
     return fail_at_start(call, record, kErrorInvalidParameter);
   }
   const bool pends = it.chance.one_in(it.transfers.pend_one_in);
@@ -226,7 +220,7 @@ template <typename Condition>
 void cancel_if(Condition is_meant) {
   for (const auto& transfer : in_flight) {
     if (is_meant(*transfer)) {
-      transfer->error = machine().chance.one_in(2) ? kErrorAborted : transfer->error;
+      transfer->error = machine().chance.one_in(2) ? platform::kErrorAborted : transfer->error;
       machine().schedule.at(soon(), [transfer] { end_transfer(transfer); });
     }
   }

@@ -7,7 +7,7 @@
 
 #include "base/log_port.h"
 #include "orsincore/startup.h"
-#include "tests/native/fake_instance.h"
+#include "tests/platform/fake_instance.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "orsincore/threads.h"
-#include "tests/native/fake_modules.h"
+#include "tests/platform/fake_modules.h"
 #include "tests/support/log_capture.h"
 #include "threads/fault_place.h"
 

@@ -1,5 +1,5 @@
 // The spawner's port without programs.
-#include "tests/native/fake_programs.h"
+#include "tests/platform/fake_programs.h"
 
 #include <cerrno>
 #include <new>

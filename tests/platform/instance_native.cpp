@@ -1,6 +1,6 @@
 // Answers the single instance's port in native builds.
 #include "base/log_port.h"
-#include "tests/native/fake_instance.h"
+#include "tests/platform/fake_instance.h"
 
 namespace orsin {
 namespace test {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "files/drive_list.h"
-#include "tests/native/fake_drives.h"
+#include "tests/platform/fake_drives.h"
 
 namespace orsin::test {
 

@@ -1,4 +1,4 @@
-#include "tests/native/url_split.h"
+#include "tests/platform/url_split.h"
 
 #include <algorithm>
 #include <string>

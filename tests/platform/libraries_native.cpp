@@ -5,7 +5,7 @@
 
 #include "modules/library_port.h"
 #include "startup/startup_port.h"
-#include "tests/native/fake_libraries.h"
+#include "tests/platform/fake_libraries.h"
 
 namespace orsin::test {
 

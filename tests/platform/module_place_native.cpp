@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <iterator>
 
-#include "tests/native/fake_modules.h"
+#include "tests/platform/fake_modules.h"
 #include "threads/module_place_port.h"
 
 namespace orsin {
