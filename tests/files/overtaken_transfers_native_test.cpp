@@ -2,16 +2,24 @@
 // streams have looked at the results.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <deque>
 #include <string>
 #include <thread>
 
 #include "orsincore/io.h"
+#include "tests/files/backslash_path.h"
+#include "tests/files/copy_calls.h"
 #include "tests/files/io_fixture.h"
+#include "tests/native/fake_disk.h"
 #include "tests/native/fake_transfers.h"
+#include "threads/thread_table.h"
 
 namespace orsin {
 namespace {
 
+using test::below;
+using test::CopyCall;
 using test::Lines;
 using test::OpenFile;
 
@@ -27,8 +35,14 @@ class OvertakenTransfers : public test::IoTest {
 
   void overtake() {
     for (int i = 0; i < kSlots; ++i) {
-      ASSERT_TRUE(io_read_async64(other_.get(), foreign_, 0, sizeof(foreign_), nullptr));
+      start_foreign();
     }
+  }
+
+  // Into memory of its own: nobody waits for it.
+  void start_foreign() {
+    auto& bytes = foreign_.emplace_back();
+    ASSERT_TRUE(io_read_async64(other_.get(), bytes.data(), 0, bytes.size(), nullptr));
   }
 
   // A read on a thread of its own, under way when this returns; what it says goes to `succeeded`.
@@ -44,7 +58,7 @@ class OvertakenTransfers : public test::IoTest {
   }
 
   OpenFile other_;
-  char foreign_[16] = {};
+  std::deque<std::array<char, 16>> foreign_;
   test::FakeTransfers transfers_;
 };
 
@@ -216,16 +230,79 @@ TEST_F(OvertakenTransfers, AWaitEndsThoughTheSlotServesATransferThatDoesNotEnd) 
     std::thread releasing([&] { transfers_.release_oldest(); });
     transfers_.every({});
     for (int i = 0; i < kSlots - 1; ++i) {
-      ASSERT_TRUE(io_read_async64(other_.get(), foreign_, 0, sizeof(foreign_), nullptr));
+      start_foreign();
     }
     transfers_.next({.pends = true});
-    ASSERT_TRUE(io_read_async64(other_.get(), foreign_, 0, sizeof(foreign_), nullptr));
+    start_foreign();
 
     reading.join();
     releasing.join();
     transfers_.release_all();
 
     ASSERT_TRUE(succeeded) << round;
+  }
+}
+
+// A disk so slow that no transfer ends before somebody waits for it, and at each block of a copy so many
+// others that all slots are taken over.
+class OvertakenCopies : public OvertakenTransfers {
+ protected:
+  OvertakenCopies() {
+    start_thread_table();
+    write("source", source_);
+    transfers_.every({.pends = true});
+  }
+  ~OvertakenCopies() override { stop_thread_table(); }
+
+  [[nodiscard]] int copy(const std::vector<std::string>& names,
+                         const std::vector<fWriteBuffer*>& writers = {}) {
+    CopyCall call{.source = below(directory_, "source"), .destinations = {}, .writers = writers};
+    for (const std::string& name : names) {
+      call.destinations.push_back(below(directory_, name.c_str()));
+    }
+    call.on_block = [this](bool /*is_end*/) { overtake(); };
+    return call.run();
+  }
+
+  // Where a disk takes so many bytes and no more, a copy fails, or all of it is there.
+  void fill_up_after(std::uint64_t bytes, const std::vector<std::string>& names,
+                     const std::vector<fWriteBuffer*>& writers = {}) {
+    SCOPED_TRACE(bytes);
+    test::fake_disk() = {};
+    test::fake_disk().writable_bytes = bytes;
+    const bool fits = bytes >= names.size() * source_.size();
+
+    EXPECT_EQ(copy(names, writers), fits ? 0 : -8);
+
+    std::size_t whole = 0;
+    for (const std::string& name : names) {
+      whole += content(name.c_str()) == source_ ? 1U : 0U;
+      EXPECT_EQ(file_delete(below(directory_, name.c_str()).c_str()), 0);
+    }
+    EXPECT_EQ(whole == names.size(), fits);
+  }
+
+  const std::string source_ = test::random_content(6U << 20);  // Worth threads.
+  test::FakeDiskScope disk_;
+};
+
+TEST_F(OvertakenCopies, AreWholeOrFailWhereverTheDiskIsFull) {
+  for (std::uint64_t mebibytes = 0; mebibytes <= 6; ++mebibytes) {
+    fill_up_after(mebibytes << 20, {"copy"});
+  }
+}
+
+TEST_F(OvertakenCopies, ToThreeDestinationsAreWholeOrFailWhereverTheDiskIsFull) {
+  for (const std::uint64_t mebibytes : {1U, 5U, 12U, 17U, 18U}) {
+    fill_up_after(mebibytes << 20, {"a", "b", "c"});
+  }
+}
+
+TEST_F(OvertakenCopies, ThroughTheCallersWriterAreWholeOrFailWhereverTheDiskIsFull) {
+  for (const std::uint64_t mebibytes : {0U, 3U, 5U, 6U}) {
+    fWriteBuffer writer(io_invalid_handle(), true);
+    ASSERT_TRUE(writer.set_buffer(1 << 20, true));
+    fill_up_after(mebibytes << 20, {"copy"}, {&writer});
   }
 }
 
