@@ -78,6 +78,9 @@ bool FakeInternet::query_status(void* request, char* text, std::uint32_t size) {
 bool FakeInternet::read(void* request, void* buffer, std::uint32_t size, std::uint32_t& bytes) {
   record("read " + name_of(request) + ' ' + std::to_string(size));
   bytes = 0;
+  if (!is_open(request)) {
+    return false;
+  }
   if (chunks.empty()) {
     if (!refuses("read", request, true)) {
       return true;
@@ -95,6 +98,10 @@ bool FakeInternet::read(void* request, void* buffer, std::uint32_t size, std::ui
 bool FakeInternet::write(void* request, const void* data, std::uint32_t size,
                          std::uint32_t& bytes) {
   record("write " + name_of(request) + ' ' + std::to_string(size));
+  bytes = 0;
+  if (!is_open(request)) {
+    return false;
+  }
   Write answer = {true, size};
   if (!writes.empty()) {
     answer = writes.front();
@@ -122,9 +129,16 @@ void FakeInternet::close_children(void* handle) {
   }
 }
 
-bool FakeInternet::refuses(const std::string& call, void* handle, bool needs_handle) {
-  if (needs_handle && open_handles.count(handle) == 0) {
+bool FakeInternet::is_open(void* handle) const {
+  if (open_handles.count(handle) == 0) {
     port::set_last_system_error(kInvalidHandle);
+    return false;
+  }
+  return true;
+}
+
+bool FakeInternet::refuses(const std::string& call, void* handle, bool needs_handle) {
+  if (needs_handle && !is_open(handle)) {
     return true;
   }
   const auto refusal = refusals.find(call);

@@ -54,6 +54,7 @@ struct FakeInternet {
   void close(void* handle);
 
  private:
+  [[nodiscard]] bool is_open(void* handle) const;
   [[nodiscard]] bool refuses(const std::string& call, void* handle, bool needs_handle);
   [[nodiscard]] std::string name_of(void* handle) const;
   void* add_handle(const std::string& kind, void* parent);
