@@ -29,6 +29,7 @@ TEST(SearchList, NamesSettingsAndTheModulesDirectory) {
   std::snprintf(paths.module, sizeof(paths.module), "C:\\App\\bin64\\app.exe");
   std::snprintf(paths.data, sizeof(paths.data), "D:\\Data\\");
   std::snprintf(paths.default_settings, sizeof(paths.default_settings), "C:\\App\\Settings");
+  std::snprintf(paths.search_list, sizeof(paths.search_list), "what was there before");
 
   write_search_list(paths, paths.search_list, sizeof(paths.search_list));
 

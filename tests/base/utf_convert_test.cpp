@@ -264,6 +264,11 @@ TEST(Latin1, ConvertsBothWays) {
   EXPECT_STREQ(ov_utf8_to_byte(back, sizeof(back), bytes), "a\xE9\xFF");
 }
 
+TEST(Latin1, TakesTheByteBehindC2AsItIs) {
+  char bytes[16];
+  EXPECT_STREQ(ov_utf8_to_byte(bytes, sizeof(bytes), "\xC2\xA9\xC2\x80z"), "\xA9\x80z");
+}
+
 TEST(Latin1, KeepsTheWrapOfBytesBehindC3) {
   char bytes[16];
   ov_utf8_to_byte(bytes, sizeof(bytes),

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/threads/gate.h"
@@ -88,13 +89,18 @@ TEST_F(JobLines, DoWhatWasAddedBeforeTheyStop) {
 
 TEST_F(JobLines, StartAgainAfterTheyStopped) {
   JobLine line(&owner_, note, Owner::kCapacity);
-  for (std::uint64_t round = 0; round < 3; ++round) {
+  Numbers expected;
+  for (std::uint64_t round = 0; round < 10; ++round) {
     ASSERT_TRUE(line.start("Line"));
+    for (int i = 0; i < 1000; ++i) {
+      std::this_thread::yield();  // Mostly the thread comes first, and must wait for its job.
+    }
     add_value(line, owner_, round);
     line.stop();
+    expected.push_back(round);
   }
 
-  EXPECT_EQ(owner_.done, (Numbers{0, 1, 2}));
+  EXPECT_EQ(owner_.done, expected);
 }
 
 TEST_F(JobLines, RunOnAThreadOfTheGivenName) {
