@@ -13,6 +13,7 @@
 
 #include "orsincore/files.h"
 #include "orsincore/io.h"
+#include "orsincore/text.h"
 
 namespace orsin::test {
 
@@ -55,6 +56,20 @@ struct CopyCall {
         this, true);
   }
 };
+
+inline int copy_file(const std::string& source, std::vector<std::string> destinations,
+                     bool overwrite = true) {
+  CopyCall call{.source = source, .destinations = std::move(destinations), .overwrite = overwrite};
+  return call.run();
+}
+
+/// Verified; how much came is nobody's business.
+inline int copy_secure(const std::string& source, const std::string& destination) {
+  unsigned long long bytes = 0;
+  md5_state_s md5;
+  return file_copy_secure(source.c_str(), destination.c_str(), true, bytes, md5, 3, nullptr,
+                          nullptr);
+}
 
 /// A writer that has something done once its file is complete and closed.
 class ClosingWriter : public fWriteBuffer {

@@ -19,6 +19,8 @@ namespace orsin {
 namespace {
 
 using test::below;
+using test::copy_file;
+using test::copy_secure;
 using test::CopyCall;
 using test::Lines;
 using test::OpenFile;
@@ -39,16 +41,6 @@ class HeldFiles : public testing::Test {
 
   std::string source() const { return below(directory_, "source.bin"); }
   std::string destination() const { return below(directory_, "copy.bin"); }
-
-  int copy(const std::string& from, std::vector<std::string> to, bool overwrite = true) {
-    CopyCall call{.source = from, .destinations = std::move(to), .overwrite = overwrite};
-    return call.run();
-  }
-  int copy_secure(const std::string& from, const std::string& to) {
-    unsigned long long bytes = 0;
-    md5_state_s md5;
-    return file_copy_secure(from.c_str(), to.c_str(), true, bytes, md5, 3, nullptr, nullptr);
-  }
 
   const std::string content_ = random_content(300000);
   TemporaryDirectory directory_;
@@ -103,7 +95,7 @@ TEST_F(HeldFiles, AreNotWrittenOverWhereTheyAreMarkedReadOnly) {
   directory_.write("copy.bin", "old");
   ASSERT_TRUE(port::write_attributes(destination().c_str(), port::kReadOnly));
 
-  EXPECT_EQ(copy(source(), {destination()}), -2);
+  EXPECT_EQ(copy_file(source(), {destination()}), -2);
   EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to create '" + destination() + "'");
   EXPECT_EQ(copy_secure(source(), destination()), -2);
   unsigned long long bytes = 0;
@@ -118,7 +110,7 @@ TEST_F(HeldFiles, AreNotWrittenOver) {
   const OpenFile holder = hold(destination(), kReading);
   ASSERT_TRUE(holder.is_open());
 
-  EXPECT_EQ(copy(source(), {destination()}), -2);
+  EXPECT_EQ(copy_file(source(), {destination()}), -2);
 
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
 }
@@ -127,7 +119,7 @@ TEST_F(HeldFiles, AreNotCopiedWhileSomebodyWritesThem) {
   const OpenFile writer = hold(source(), kWriting);
   ASSERT_TRUE(writer.is_open());
 
-  EXPECT_EQ(copy(source(), {destination()}), -1);
+  EXPECT_EQ(copy_file(source(), {destination()}), -1);
 
   EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to open '" + source() + "'");
   EXPECT_EQ(file_exists(destination().c_str()), 0);
@@ -155,7 +147,7 @@ TEST_F(HeldFiles, AreCopiedWithTheirTimeWhileOthersRead) {
   const OpenFile other = hold(source(), kReading);
   ASSERT_TRUE(other.is_open());
 
-  EXPECT_EQ(copy(source(), {destination()}), 0);
+  EXPECT_EQ(copy_file(source(), {destination()}), 0);
 
   EXPECT_EQ(file_get_modified_ts(destination().c_str()), 1706704496U);
   EXPECT_EQ(log_.lines(), Lines{});

@@ -22,7 +22,8 @@ namespace orsin {
 namespace {
 
 using test::below;
-using test::CopyCall;
+using test::copy_file;
+using test::copy_secure;
 using test::Lines;
 using test::OpenFile;
 using test::TemporaryDirectory;
@@ -58,17 +59,6 @@ class LongPath : public testing::Test {
     return name;
   }
 
-  int copy(const std::string& source, const std::string& destination, bool overwrite = true) {
-    CopyCall call{.source = source, .destinations = {destination}, .overwrite = overwrite};
-    return call.run();
-  }
-  int copy_secure(const std::string& source, const std::string& destination) {
-    unsigned long long bytes = 0;
-    md5_state_s md5;
-    return file_copy_secure(source.c_str(), destination.c_str(), true, bytes, md5, 3, nullptr,
-                            nullptr);
-  }
-
   // The system's own words for a name that is too long.
   static std::string too_long_text() {
     port::set_last_system_error(port::kErrorNameTooLong);
@@ -96,9 +86,9 @@ TEST_F(LongPath, Of259BytesIsCopiedFromAndTo) {
   write(longest_, "content");
   const std::string copy_path = below(directory_, "copy.bin");
 
-  EXPECT_EQ(copy(longest_, copy_path), 0);
+  EXPECT_EQ(copy_file(longest_, {copy_path}), 0);
   EXPECT_EQ(file_delete(longest_.c_str()), 0);
-  EXPECT_EQ(copy(copy_path, longest_), 0);
+  EXPECT_EQ(copy_file(copy_path, {longest_}), 0);
   EXPECT_EQ(copy_secure(copy_path, longest_), 0);
 
   EXPECT_EQ(read(longest_), "content");
@@ -108,7 +98,7 @@ TEST_F(LongPath, Of259BytesIsCopiedFromAndTo) {
 TEST_F(LongPath, Of260BytesIsNoSource) {
   write(longest_, "another file");
 
-  EXPECT_EQ(copy(too_long_, below(directory_, "copy.bin")), -1);
+  EXPECT_EQ(copy_file(too_long_, {below(directory_, "copy.bin")}), -1);
   EXPECT_EQ(log_.lines(),
             (Lines{open_refusal(), "ERROR: File Copy: failed to open '" + too_long_ + "'"}));
   EXPECT_EQ(copy_secure(too_long_, below(directory_, "copy.bin")), -2);
@@ -125,7 +115,7 @@ TEST_F(LongPath, Of260BytesIsNoDestination) {
 
   for (const bool overwrite : {false, true}) {
     SCOPED_TRACE(overwrite);
-    EXPECT_EQ(copy(source, too_long_, overwrite), -2);
+    EXPECT_EQ(copy_file(source, {too_long_}, overwrite), -2);
     EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to create '" + too_long_ + "'");
   }
   EXPECT_EQ(copy_secure(source, too_long_), -2);

@@ -21,7 +21,8 @@ namespace {
 
 using test::backslashed;
 using test::below;
-using test::CopyCall;
+using test::copy_file;
+using test::copy_secure;
 using test::Lines;
 using test::random_content;
 using test::TemporaryDirectory;
@@ -37,16 +38,6 @@ class SameFileCopy : public testing::Test {
   std::string source() const { return below(directory_, "media\\Long source name.bin"); }
   std::string read_source() const {
     return TemporaryDirectory::read(directory_.path("media/Long source name.bin"));
-  }
-
-  int copy(const std::string& from, std::vector<std::string> to, bool overwrite = true) {
-    CopyCall call{.source = from, .destinations = std::move(to), .overwrite = overwrite};
-    return call.run();
-  }
-  int copy_secure(const std::string& from, const std::string& to) {
-    unsigned long long bytes = 0;
-    md5_state_s md5;
-    return file_copy_secure(from.c_str(), to.c_str(), true, bytes, md5, 3, nullptr, nullptr);
   }
 
   // Other spellings of the source's path that the system takes for the same file.
@@ -83,9 +74,9 @@ TEST_F(SameFileCopy, IsRefusedUnderAnySpellingOfTheName) {
     SCOPED_TRACE(other);
     ASSERT_TRUE(is_there(other));
 
-    EXPECT_EQ(copy(source(), {other}), -2);
+    EXPECT_EQ(copy_file(source(), {other}), -2);
     EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to create '" + other + "'");
-    EXPECT_EQ(copy(source(), {other}, false), -7);
+    EXPECT_EQ(copy_file(source(), {other}, false), -7);
     EXPECT_EQ(copy_secure(source(), other), -2);
     EXPECT_EQ(get_error_file_copy_secure(-2, false),
               "File Copy: failed to open '" + source() + "'\n");
@@ -119,7 +110,7 @@ TEST_F(SameFileCopy, RefusesTheSameDestinationTwice) {
   const std::string destination = below(directory_, "copy.bin");
   const std::string again = below(directory_, "COPY.BIN");
 
-  EXPECT_EQ(copy(source(), {destination, again}), -2);
+  EXPECT_EQ(copy_file(source(), {destination, again}), -2);
 
   EXPECT_EQ(log_.last_line(), "ERROR: File Copy: failed to create '" + again + "'");
   EXPECT_TRUE(read_source() == content_);
@@ -129,7 +120,7 @@ TEST_F(SameFileCopy, RefusesTheSourceAmongSeveralDestinations) {
   const std::string first = below(directory_, "copy.bin");
   directory_.write("copy.bin", "old");
 
-  EXPECT_EQ(copy(source(), {first, below(directory_, "MEDIA\\LONG SOURCE NAME.BIN")}), -2);
+  EXPECT_EQ(copy_file(source(), {first, below(directory_, "MEDIA\\LONG SOURCE NAME.BIN")}), -2);
 
   EXPECT_TRUE(read_source() == content_);
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");

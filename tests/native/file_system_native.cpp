@@ -195,7 +195,8 @@ bool open_for_a_moment(const char* path, const OpenMode& mode, FileFacts& facts)
     return false;
   }
   facts = facts_of(status);
-  if ((facts.attributes & kDirectory) != 0 || (mode.write && (facts.attributes & kReadOnly) != 0)) {
+  if (platform::is_closed_to(mode, (facts.attributes & kDirectory) != 0,
+                             (facts.attributes & kReadOnly) != 0)) {
     errno = static_cast<int>(platform::kErrorAccessDenied);
     return false;
   }

@@ -80,15 +80,12 @@ std::uint32_t note_size(std::uint64_t size) {
 
 namespace {
 
-// POSIX opens directories, and lets the superuser write to what is marked read-only.
-bool is_open_to(const struct stat& status, const OpenMode& mode) {
-  return !S_ISDIR(status.st_mode) && (!mode.write || (status.st_mode & S_IWUSR) != 0);
-}
-
-// The descriptor; -1 with the system's error.
+// The descriptor; -1 with the system's error. POSIX opens directories, and lets the superuser write to what
+// is marked read-only.
 int open_shared(const char* path, const OpenMode& mode) {
   struct stat status;
-  if (::stat(path, &status) == 0 && !is_open_to(status, mode)) {
+  if (::stat(path, &status) == 0 &&
+      platform::is_closed_to(mode, S_ISDIR(status.st_mode), (status.st_mode & S_IWUSR) == 0)) {
     errno = static_cast<int>(platform::kErrorAccessDenied);
     return -1;
   }

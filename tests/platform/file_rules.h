@@ -23,6 +23,11 @@ inline bool is_whole_sectors(const void* buffer, std::uint64_t offset, std::uint
          reinterpret_cast<std::uintptr_t>(buffer) % kSectorBytes == 0;
 }
 
+/// Whether nobody may open it so, open elsewhere or not: directories never, what is marked not for writing.
+inline bool is_closed_to(const port::OpenMode& mode, bool is_directory, bool is_read_only) {
+  return is_directory || (mode.write && is_read_only);
+}
+
 /// Whether a file that one has open may be opened by another. Each must leave to the other what that
 /// does; writing is left to nobody.
 inline bool may_share(const port::OpenMode& one, const port::OpenMode& another) {

@@ -123,7 +123,7 @@ std::uint32_t Disk::open(std::string_view path, const port::OpenMode& mode,
   if (error != 0) {
     return error;
   }
-  if (node->is_directory || (mode.write && (node->attributes & port::kReadOnly) != 0)) {
+  if (platform::is_closed_to(mode, node->is_directory, (node->attributes & port::kReadOnly) != 0)) {
     return kErrorAccessDenied;
   }
   if (!may_open(*node, mode)) {

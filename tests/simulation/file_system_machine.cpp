@@ -56,8 +56,7 @@ bool answer_in_errno(Call& call, std::uint32_t error) {
 
 // Of a file that is opened for a moment only.
 bool may_open_now(Call& call, const Node& node, const OpenMode& mode) {
-  const bool is_marked = mode.write && (node.attributes & kReadOnly) != 0;
-  if (node.is_directory || is_marked) {
+  if (platform::is_closed_to(mode, node.is_directory, (node.attributes & kReadOnly) != 0)) {
     return call.fail(kErrorAccessDenied);
   }
   return may_open(node, mode) || call.fail(kErrorSharingViolation);

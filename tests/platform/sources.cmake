@@ -1,0 +1,11 @@
+# What stands in for the platform in every native program, the machine that replays included.
+set(ORSIN_PLATFORM
+  "${CMAKE_CURRENT_LIST_DIR}/date_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/drives_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/fault_guard_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/instance_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/libraries_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/module_place_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/narrow_paths_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/programs_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/url_split.cpp")
