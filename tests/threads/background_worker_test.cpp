@@ -115,6 +115,17 @@ TEST_F(BackgroundWorker, RunsAnObjectAsOftenAsItWasStarted) {
   EXPECT_EQ(counter.runs(), 2);
 }
 
+TEST_F(BackgroundWorker, AnObjectWithoutWorkOfItsOwnDoesNothing) {
+  Counter counter;
+  OV_Thread plain;
+
+  plain.Start();
+  counter.Start();
+  OV_Thread::Flush();
+
+  EXPECT_EQ(counter.runs(), 1);
+}
+
 TEST_F(BackgroundWorker, DropsThe65thCommandWhileTheWorkerIsBusy) {
   Blocker blocker;
   Counter counter;

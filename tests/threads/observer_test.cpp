@@ -110,9 +110,13 @@ TEST_F(Delivery, ACopyOfANotificationKeepsTypeAndSender) {
   observable_.update_observers(notification);
 
   const Notification copy(notification);
+  Notification assigned(7);
+  assigned = notification;
 
   EXPECT_EQ(copy.type(), kChanged);
   EXPECT_EQ(copy.sender(), &observable_);
+  EXPECT_EQ(assigned.type(), kChanged);
+  EXPECT_EQ(assigned.sender(), &observable_);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -206,6 +206,16 @@ TEST_F(RefusingPlatform, ReportsARefusedIdealProcessor) {
   EXPECT_EQ(log.lines(), Lines{"ERROR: Thread ideal processor failed : 'error 22'"});
 }
 
+TEST_F(RefusingPlatform, AsksForTheIdealProcessorThatWasPlanned) {
+  fake_processors().cores = {{0x1, 0}, {0x6, 0}};
+  query_processors(false);
+
+  EXPECT_TRUE(mp_set_thread_affinity(1));
+
+  EXPECT_EQ(fake_processors().bound_group, 0);
+  EXPECT_EQ(fake_processors().bound_number, 1);
+}
+
 TEST_F(RefusingPlatform, ReportsARefusedGroupAffinity) {
   for (const bool strict : {false, true}) {
     SCOPED_TRACE(strict);
