@@ -100,6 +100,21 @@ TEST(FileFind, WalksTheSearchListInOrder) {
   EXPECT_EQ(file_find("b.cfg", nullptr), 1);
 }
 
+TEST(FileFind, PassesOverADirectoryWhoseFileWouldHaveTooLongAPath) {
+  const test::TemporaryDirectory directory;
+  directory.write("second/a.cfg", "2");
+  const test::ProgramPaths paths;
+  char out[kPathBytes] = {};
+
+  for (const std::size_t length : {255U, 256U, 259U}) {
+    SCOPED_TRACE(length);
+    const std::string deep = "C:\\" + std::string(length - 3, 'd');
+    paths.set_search_list(deep + ";" + below(directory, "second"));
+    EXPECT_EQ(file_find("a.cfg", out), 1);
+    EXPECT_EQ(out, below(directory, "second\\a.cfg"));
+  }
+}
+
 TEST(FileFind, FindsNothingWithAnEmptyList) {
   const test::ProgramPaths paths;
   char out[kPathBytes];

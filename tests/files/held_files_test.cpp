@@ -78,6 +78,34 @@ TEST_F(HeldFiles, AreNeitherDeletedNorMoved) {
   EXPECT_TRUE(TemporaryDirectory::read(directory_.path("source.bin")) == content_);
 }
 
+TEST_F(HeldFiles, KeepTheDirectoryThatTheyAreIn) {
+  directory_.write("tree/held.bin", "held");
+  const OpenFile holder = hold(below(directory_, "tree\\held.bin"), kReading);
+  ASSERT_TRUE(holder.is_open());
+
+  EXPECT_EQ(file_delete_directory(below(directory_, "tree").c_str(), true), -1);
+
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("tree/held.bin")), "held");
+}
+
+TEST_F(HeldFiles, KeepTheirPlaceAmongTheGenerations) {
+  directory_.write("app.log", "now");
+  directory_.write("app.1.log", "one");
+  const OpenFile holder = hold(below(directory_, "app.1.log"), kReading);
+  ASSERT_TRUE(holder.is_open());
+
+  EXPECT_EQ(file_backup(below(directory_, "app.log").c_str(), 1), 1);
+
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("app.log")), "now");
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("app.1.log")), "one");
+  const Lines lines = log_.lines();
+  ASSERT_EQ(lines.size(), 4U);
+  EXPECT_EQ(lines[0].rfind("ERROR: F-BK: Failed to remove...(", 0), 0U);
+  EXPECT_EQ(lines[1], "     : File: '" + below(directory_, "app.1.log") + "'");
+  EXPECT_EQ(lines[2].rfind("ERROR: F-BK: Failed to rename...(", 0), 0U);
+  EXPECT_EQ(lines[3], "     : File: '" + below(directory_, "app.log") + "'");
+}
+
 TEST_F(HeldFiles, KeepTheirTime) {
   ASSERT_TRUE(file_set_modified_ts(source().c_str(), 1706704496));
   const OpenFile reader = hold(source(), kReading);

@@ -84,6 +84,29 @@ TEST_F(ListMemory, LeavesOutALongNameThatCannotBeStored) {
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
+TEST_F(ListMemory, IsSortedByTimeWithoutRoomToMergeIn) {
+  for (unsigned long long time = 40; time > 0; --time) {
+    ASSERT_TRUE(add_file(*list_, "file", time));
+  }
+  const AllocationRefusal refusal(1);
+
+  flist_sort(list_.get(), 2);
+
+  for (unsigned long long i = 0; i < 40; ++i) {
+    EXPECT_EQ(list_->entries[i].write_time, i + 1);
+  }
+}
+
+TEST_F(ListMemory, LeavesOutALongDirectoryNameThatCannotBeStored) {
+  const std::string name(200, 'n');
+  const AllocationRefusal refusal(201);
+
+  EXPECT_FALSE(add_directory(*list_, name.c_str(), "", 0));
+
+  EXPECT_EQ(list_->entry_count, 0);
+  EXPECT_EQ(list_->dir_count, 0);
+}
+
 TEST_F(ListMemory, GivesNoListWithoutARecord) {
   const AllocationRefusal refusal(sizeof(dir_list));
 

@@ -253,6 +253,29 @@ TEST_F(LongPath, LeavesAFileWhoseBackupHasNoRoomForItsNumber) {
   EXPECT_EQ(log_.last_line(), "     : File: '" + path + "'");
 }
 
+TEST_F(LongPath, OfADirectoryInATreeEndsTheCopy) {
+  const std::string name(100, 'd');
+  directory_.write("tree/" + name + "/f", "content");
+  unsigned long long bytes = 0;
+
+  EXPECT_EQ(ov_filecopy(below(directory_, "tree").c_str(), below(directory_, names_).c_str(), true,
+                        bytes),
+            -1);
+
+  EXPECT_EQ(log_.last_line(), "ERROR: FileCopy: The path of '" + name + "' in '" +
+                                  below(directory_, "tree") + "', or of its copy, is too long");
+}
+
+TEST_F(LongPath, OfAFileInTheDirectoryItGoesToIsNotMade) {
+  const std::string name(100, 'f');
+  directory_.write(name, "content");
+  unsigned long long bytes = 0;
+
+  EXPECT_EQ(
+      ov_filecopy(below(directory_, name).c_str(), below(directory_, names_).c_str(), false, bytes),
+      -2);
+}
+
 TEST_F(LongPath, OfATreeEndsTheCopy) {
   directory_.write("tree/" + std::string(100, 'f'), "content");
   unsigned long long bytes = 0;

@@ -167,6 +167,15 @@ TEST_F(VolumeAnswers, GiveExtentsEvenWhereTheClusterIsUnknown) {
   EXPECT_EQ(cluster, 0U);
 }
 
+TEST_F(VolumeAnswers, GiveTheVolumePath) {
+  drive('C') = {};
+  char out[16] = {};
+
+  EXPECT_TRUE(ov_get_volumepath("C:\\media\\take.mov", out, sizeof(out)));
+
+  EXPECT_STREQ(out, "C:\\");
+}
+
 TEST_F(VolumeAnswers, SayWhyThereIsNoVolumePath) {
   char out[261] = "untouched";
 

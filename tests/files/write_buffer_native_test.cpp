@@ -8,6 +8,7 @@
 #include "orsincore/files.h"
 #include "orsincore/io.h"
 #include "tests/files/io_fixture.h"
+#include "tests/memory/allocation_refusal.h"
 #include "tests/native/fake_transfers.h"
 #include "tests/native/pages_native.h"
 
@@ -21,6 +22,7 @@ using test::StartedTransfer;
 using Started = std::vector<StartedTransfer>;
 
 constexpr int kBuffer = 8192;
+constexpr int kMebibyte = 0x100000;
 constexpr std::uint32_t kUnit = 4096;
 constexpr std::uint32_t kDiskFull = 112;
 
@@ -180,6 +182,17 @@ TEST_F(ScriptedWriter, EveryFailedWriteCounts) {
 }
 
 // Some file systems say only by a short count that the disk was full half-way.
+TEST_F(ScriptedWriter, AWriteThatCannotBeWaitedForCounts) {
+  transfers_.next({.pends = true});
+  add_full();
+  transfers_.fail_waits(1, 6);
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+  EXPECT_EQ(log_.lines(), Lines{"ERROR: IO completion error(1) - 6"});
+}
+
 TEST_F(ScriptedWriter, EveryWriteThatEndsShortCounts) {
   for (const bool double_buffer : {true, false}) {
     SCOPED_TRACE(double_buffer);
@@ -431,6 +444,23 @@ TEST_F(ScriptedWriter, SaysHowMuchMemoryABufferLacked) {
   }
   EXPECT_EQ(lines, (Lines{"WARN : WRITE BUFFER: Allocation failed (size = 147456)",
                           "WARN : WRITE BUFFER: Allocation failed (size = 73728)"}));
+}
+
+TEST_F(ScriptedWriter, MemoryThatCannotGrowTakesWhatItHasRoomFor) {
+  const std::string bytes(kMebibyte, 'm');
+  fWriteBuffer collecting(io_invalid_handle(), false);
+  fMemBuffer memory;
+  ASSERT_TRUE(collecting.set_buffer(kBuffer, false));
+  ASSERT_TRUE(memory.set_buffer(kBuffer, false));
+  const test::AllocationRefusal refusal(kBuffer);
+
+  EXPECT_EQ(collecting.write_file(bytes.data(), 1, bytes.size()), kBuffer + 0U);
+  EXPECT_EQ(memory.write_file(bytes.data(), 1, bytes.size()), kBuffer + 0U);
+  EXPECT_FALSE(collecting.ensure_minimum_buffer_size(kMebibyte));
+  EXPECT_FALSE(memory.ensure_minimum_buffer_size(kMebibyte));
+
+  EXPECT_EQ(collecting.get_buffer_used(), kBuffer + 0U);
+  EXPECT_EQ(memory.get_buffer_used(), kBuffer + 0U);
 }
 
 TEST_F(ScriptedWriter, AHandlesBuffersAreTwoOfAMebibyteAndWhatAlignmentTakes) {

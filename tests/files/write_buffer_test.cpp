@@ -1,12 +1,14 @@
 // The buffered writer on real files and in memory.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "orsincore/io.h"
 #include "orsincore/memory.h"
+#include "tests/files/copy_calls.h"
 #include "tests/files/io_fixture.h"
 
 namespace orsin {
@@ -88,6 +90,23 @@ TEST_F(WriteBuffer, TakesMoreThanManyBuffersInOneCall) {
 
   EXPECT_EQ(content("out"), bytes);
   EXPECT_EQ(writer_.error(), 0);
+}
+
+// Long runs into large buffers go past the processor's caches, whatever their beginning and their length.
+TEST_F(WriteBuffer, HoldsLongRunsInLargeBuffersToTheByte) {
+  constexpr int kLarge = 4 << 20;
+  const std::string bytes = test::random_content(2 * kLarge + 12345);
+  fWriteBuffer writer(io_invalid_handle(), false);
+  ASSERT_TRUE(writer.set_buffer(kLarge, true));
+  ASSERT_TRUE(writer.open_file(path("out").c_str(), 0, false));
+
+  for (std::size_t at = 0, run = 65535; at < bytes.size(); at += run, run += 65537) {
+    run = std::min(run, bytes.size() - at);
+    ASSERT_EQ(writer.write_file(bytes.data() + at, 1, run), run);
+  }
+  writer.close_file(true);
+
+  EXPECT_TRUE(content("out") == bytes);
 }
 
 TEST_F(WriteBuffer, ClosingLeavesTheBytesThatWereWrittenAndNoMore) {
