@@ -118,9 +118,7 @@ Space HeapBlocks::find_space(std::uint64_t needed, bool may_compact) {
     }
 
     if (may_compact && found.best.start != nullptr) {
-      if (const auto space = compact(found.best.start, needed, found.victim); space) {
-        return *space;
-      }
+      return compact(found.best.start, needed);
     }
     if (found.victim == nullptr) {
       return {SpaceResult::kFragmented, nullptr};
@@ -158,36 +156,25 @@ HeapBlocks::Survey HeapBlocks::survey(std::uint64_t needed) {
   return found;
 }
 
-// Slides used blocks down over the gap in front of them until the gap is large enough. Nothing: the
-// end came first, and discarding may still help.
-std::optional<Space> HeapBlocks::compact(mheap_mblk* start, std::uint64_t needed,
-                                         mheap_mblk*& victim) {
-  for (mheap_mblk* block = start; block != heap_.end_block;) {
-    mheap_mblk* next = next_block(block);
-    if (block->state == kBlockUsed) {
-      block = next;
-      continue;
-    }
+// Slides used blocks down over the gap in front of them until the gap is large enough. A survey has found the
+// gap at the beginning of a run that gives room.
+Space HeapBlocks::compact(mheap_mblk* gap, std::uint64_t needed) {
+  while (gap->size < needed) {
+    mheap_mblk* next = next_block(gap);
     if (next == heap_.end_block || next->state == kBlockFree || is_locked(*next)) {
-      return Space{SpaceResult::kFragmented, nullptr};
+      return {SpaceResult::kFragmented, nullptr};
     }
-    if (victim == next) {
-      victim = block;
-    }
-    index_taken(block);
-    block = slide_down(block, next);
-    const mheap_mblk* behind = next_block(block);
-    const bool is_sound = join_free(block);
-    index_freed(block, behind);
+    index_taken(gap);
+    gap = slide_down(gap, next);
+    const mheap_mblk* behind = next_block(gap);
+    const bool is_sound = join_free(gap);
+    index_freed(gap, behind);
     if (!is_sound) {
-      return Space{SpaceResult::kCorrupted, nullptr};
-    }
-    if (block->size >= needed) {
-      index_taken(block);
-      return Space{SpaceResult::kFound, block};
+      return {SpaceResult::kCorrupted, nullptr};
     }
   }
-  return std::nullopt;
+  index_taken(gap);
+  return {SpaceResult::kFound, gap};
 }
 
 // Moves a block down by the size of the gap in front of it; the gap comes out behind it.

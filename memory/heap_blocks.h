@@ -139,8 +139,7 @@ class HeapBlocks {
   [[nodiscard]] std::optional<Space> find_in_index(std::uint64_t needed);
   void fetch_early(std::uint32_t run, std::uint64_t needed) const;
   [[nodiscard]] Survey survey(std::uint64_t needed);
-  [[nodiscard]] std::optional<Space> compact(mheap_mblk* start, std::uint64_t needed,
-                                             mheap_mblk*& victim);
+  [[nodiscard]] Space compact(mheap_mblk* gap, std::uint64_t needed);
   void add_last_block(mheap_mblk* block, std::uint64_t room);
   mheap_mblk* slide_down(mheap_mblk* gap, mheap_mblk* block);
   [[nodiscard]] bool join_free(mheap_mblk* block);

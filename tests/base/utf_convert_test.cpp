@@ -241,6 +241,25 @@ TEST(Utf32, ConvertsBothWays) {
   EXPECT_EQ(std::memcmp(back, text, sizeof(text)), 0);
 }
 
+TEST(Utf32, WritesNoPartOfACharacterThatDoesNotFit) {
+  const unsigned int text[] = {'a', 0x20AC, 'b', 0};
+  const std::string whole =
+      "a\xE2\x82\xAC"
+      "b";
+  for (std::size_t room = 1; room <= whole.size() + 2; ++room) {
+    SCOPED_TRACE(room);
+    const std::size_t fitting = room < 4 ? 1 : room < 6 ? room : 6;
+    std::string out(room + 1, '#');
+
+    ov_utf32_to_utf8(text, out.data(), room);
+
+    std::string expected = (whole + std::string(1, '\0')).substr(0, fitting);
+    expected.resize(room + 1, '#');
+    expected[room - 1] = '\0';
+    EXPECT_EQ(out, expected);
+  }
+}
+
 TEST(Utf32, StopsAtAValueThatCannotBeEncoded) {
   const unsigned int text[] = {'a', 0x200000, 'b', 0};
   char bytes[8] = "zzzzzzz";

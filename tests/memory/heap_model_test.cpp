@@ -20,7 +20,7 @@ namespace {
 
 using test::HeapModel;
 
-// 16 shapes of heap with and without their index: 1,152,000 in all.
+// 18 shapes of heap with and without their index: 1,296,000 in all.
 constexpr int kOperationsEach = 36000;
 
 enum class Search { kIndexed, kWalking };
@@ -39,6 +39,7 @@ constexpr Shape kShapes[] = {
     {"Small512", 512, 100000, 9000, 32, 1},    {"Large512", 512, 500000, 6000, 800, 97},
     {"Small4096", 4096, 600000, 40000, 32, 1}, {"Large4096", 4096, 2500000, 30000, 600, 97},
     {"Small8192", 8192, 600000, 60000, 40, 1}, {"Large8192", 8192, 3200000, 40000, 400, 97},
+    {"Small48", 48, 20000, 3000, 48, 1},
 };
 
 unsigned chosen_seed() {

@@ -41,6 +41,12 @@ TEST(CatalogueCheck, AcceptsAHeaderWithoutMessages) {
   EXPECT_TRUE(is_sound_catalogue(builder.bytes()));
 }
 
+TEST(CatalogueCheck, AcceptsAHeaderWithoutAPluralRule) {
+  CatalogueBuilder builder;
+  builder.messages[0].second = "charset=UTF-8\n";
+  EXPECT_TRUE(is_sound_catalogue(builder.bytes()));
+}
+
 TEST(CatalogueCheck, RefusesEveryTruncation) {
   const std::string whole = CatalogueBuilder().bytes();
   for (std::size_t length = 0; length < whole.size(); ++length) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 
 #include "orsincore/threads.h"
 
@@ -9,11 +10,12 @@ namespace {
 
 TEST(FaultException, CarriesCodeAndPointersThroughCopies) {
   auto* pointers = reinterpret_cast<_EXCEPTION_POINTERS*>(std::uintptr_t{64});
-  const SE_Exception original(7, pointers);
+  auto original = std::make_unique<SE_Exception>(7, pointers);
   SE_Exception assigned(1, nullptr);
 
-  const SE_Exception copy(original);
-  assigned = original;
+  const SE_Exception copy(*original);
+  assigned = *original;
+  original.reset();
 
   EXPECT_EQ(copy.getSeNumber(), 7U);
   EXPECT_EQ(copy.getSePointers(), pointers);
