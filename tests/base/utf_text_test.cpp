@@ -172,6 +172,14 @@ TEST(Utf8Insert, InsertsAsManyWholeCharactersAsFit) {
                "b");
 }
 
+TEST(Utf8Insert, InsertsWhatFitsToTheLastByte) {
+  char text[8] = "ab";
+  EXPECT_EQ(ov_utf8_insert(text, sizeof(text), 1, "x\xE2\x82\xACyz"), 5U);
+  EXPECT_STREQ(text,
+               "ax\xE2\x82\xAC"
+               "yb");
+}
+
 TEST(Utf8Insert, InsertsNothingWhenNoCharacterFits) {
   char text[4] = "a";
   EXPECT_EQ(ov_utf8_insert(text, sizeof(text), 0, "\xE2\x82\xAC"), 0U);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/log_port.h"
+#include "files/directory_identity.h"
 #include "files/file_system_port.h"
 #include "files/io_port.h"
 #include "orsincore/files.h"
@@ -274,6 +275,10 @@ TEST_F(LongPath, OfAFileInTheDirectoryItGoesToIsNotMade) {
   EXPECT_EQ(
       ov_filecopy(below(directory_, name).c_str(), below(directory_, names_).c_str(), false, bytes),
       -2);
+}
+
+TEST_F(LongPath, IsNoLink) {
+  EXPECT_FALSE(is_directory_link(too_long_.c_str()));
 }
 
 TEST_F(LongPath, OfATreeEndsTheCopy) {

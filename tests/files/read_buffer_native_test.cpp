@@ -147,6 +147,22 @@ TEST_F(ScriptedReader, RoundsTheLastReadUpButNotWhatItGives) {
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
+TEST_F(ScriptedReader, KeepsWhatItHasReadAheadAtTheEndOfABlock) {
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 3, 4 * kBlock));
+  ASSERT_EQ(next_letter(reader), 'A');
+  const Started before = transfers_.started();
+
+  reader.set_position(kBlock);
+
+  EXPECT_EQ(transfers_.started(), before);
+  EXPECT_EQ(rest_of(reader), "BCD");
+  EXPECT_EQ(transfers_.started(), (Started{{true, 0, kBlock},
+                                           {true, kBlock, kBlock},
+                                           {true, 2 * kBlock, kBlock},
+                                           {true, 3 * kBlock, kBlock}}));
+}
+
 TEST_F(ScriptedReader, PreloadsTheFirstBuffer) {
   transfers_.every({.pends = true});
   for (const int buffers : {1, 3}) {

@@ -504,6 +504,18 @@ TEST_F(ReadBuffer, RawReadsTakeWhatTheBlockHasAndTheRestFromTheFile) {
   EXPECT_EQ(reader.read_byte(), 0);  // The reading itself has not moved.
 }
 
+TEST_F(ReadBuffer, ARawReadTakesTheOneByteThatTheBlockHas) {
+  fReadBuffer reader;
+  reader.cfg_buffers(1, 8192, 8192);
+  ASSERT_TRUE(reader.open_file(counted_file(100000).c_str(), true, false, false));
+  ASSERT_EQ(reader.getNextBlock(), 8192U);
+  std::string bytes(10000, 'x');
+
+  EXPECT_EQ(reader.read_raw_bytes(bytes.data(), 8191, 4097, bytes.size()), 1U + 4096U);
+
+  EXPECT_EQ(bytes.substr(0, 4097), counted(100000).substr(8191, 4097));
+}
+
 TEST_F(ReadBuffer, ARawReadOverTheLastPartOfAFileStopsAtTheUnalignedEnd) {
   fReadBuffer reader;
   reader.cfg_buffers(1, 16384, 16384);

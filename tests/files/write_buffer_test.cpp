@@ -257,6 +257,21 @@ TEST_F(WriteBuffer, ADirectWriteFollowsTheHeaderThatWasCollected) {
   }
 }
 
+TEST_F(WriteBuffer, ADirectWriteFollowsTheUnitOfASingleByte) {
+  const std::string frame(8192, 'f');
+  ASSERT_TRUE(writer_.set_buffer(kBuffer, true));
+  ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
+  add(writer_, "h");
+
+  EXPECT_EQ(writer_.add_write_buffer(frame.data(), frame.size()), frame.size());
+
+  const unsigned long long unit = writer_.get_file_position() - frame.size();
+  ASSERT_GE(unit, 512U);
+  writer_.close_file(true);
+  EXPECT_EQ(content("out")[0], 'h');
+  EXPECT_EQ(content("out").substr(unit), frame);
+}
+
 TEST_F(WriteBuffer, WithoutAFileADirectWriteIsNothing) {
   EXPECT_EQ(writer_.add_write_buffer("x", 1), 0U);
   EXPECT_EQ(log_.lines(), Lines{});

@@ -197,6 +197,25 @@ TEST(HeapAllocation, ShowsWhatIsLockedWhenNothingCanGo) {
   EXPECT_EQ(lines[2], "     :   Total :        2 of 2");
 }
 
+TEST(HeapAllocation, ShowsNothingOfWhatNoHeapOfItsSizeCouldHold) {
+  const Heap heap = make_heap(80 + 2048, 16, MHEAP_DISCARD);
+  void* locked = nullptr;
+  void* wanted = nullptr;
+  mheap_alloc_lock(heap.get(), 1, &locked);
+  const struct {
+    std::uint64_t size;
+    bool is_shown;
+  } cases[] = {{2048 - 80, true}, {2048 - 80 + 1, false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.size);
+    const LogCapture log(3);
+
+    EXPECT_EQ(mheap_alloc_lock(heap.get(), c.size, &wanted), -1);
+
+    EXPECT_EQ(log.lines()[0] == "DEBUG: HEAP 'Tested' - TOTALLY LOCKED !!:", c.is_shown);
+  }
+}
+
 TEST(HeapAllocation, GivesUpAfterTenWaits) {
   const LogCapture log;
   const Heap heap = make_heap(1024, 16, MHEAP_DISCARD);

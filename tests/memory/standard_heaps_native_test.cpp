@@ -101,6 +101,16 @@ TEST_F(StandardHeaps, KeepTheirTotalAfterTheirEnd) {
   EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 0u);
 }
 
+TEST_F(StandardHeaps, AreEmptyAfterTheirEndToWhoeverStillKnowsThem) {
+  mem_alloc_pools();
+  _mheap* const frame = mem_getheap(MEM_HEAP_FRAME);
+
+  mem_free_pools();
+
+  EXPECT_EQ(mheap_totalsize(frame), 0u);
+  EXPECT_EQ(mheap_heapbase(frame), nullptr);
+}
+
 TEST_F(StandardHeaps, GiveEverythingBack) {
   const LogCapture log(3);
   mem_alloc_pools();
