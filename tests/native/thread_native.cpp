@@ -1,6 +1,7 @@
 // The thread and processor ports over the standard library. Faults stay the system's business here.
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
@@ -128,7 +129,7 @@ ThreadWait wait_for_thread(void* handle, std::uint32_t timeout_ms) noexcept {
   if (test::fake_processors().refuse_waits) {
     return ThreadWait::kFailed;
   }
-  if (const auto on_wait = std::exchange(test::fake_processors().on_wait, nullptr)) {
+  if (const auto on_wait = std::atomic_ref(test::fake_processors().on_wait).exchange(nullptr)) {
     on_wait();
   }
   const std::shared_ptr<NativeThread> thread = thread_of(handle);
