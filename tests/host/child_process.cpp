@@ -55,6 +55,10 @@ int ChildProcess::wait() {
   return static_cast<int>(code);
 }
 
+bool ChildProcess::has_ended() const {
+  return process_ == nullptr || WaitForSingleObject(process_, 0) == WAIT_OBJECT_0;
+}
+
 void ChildProcess::kill(unsigned exit_code) {
   TerminateProcess(process_, exit_code);
 }

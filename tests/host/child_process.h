@@ -25,6 +25,8 @@ class ChildProcess {
   /// The exit code; -2 when it did not start or was still running at the deadline.
   int wait();
 
+  [[nodiscard]] bool has_ended() const;
+
   /// Ends it from outside, as a task manager does, with this exit code.
   void kill(unsigned exit_code);
 

@@ -24,7 +24,7 @@ class SecondInstance : public test::HostTest {
   // Starts another instance and presses OK in its message box; what the box said.
   std::string start_second(const std::string& command_line) {
     ChildProcess second(command_line);
-    const std::string text = answer_box();
+    const std::string text = answer_box(second);
     EXPECT_EQ(second.wait(), kRefused);
     return text;
   }
@@ -37,9 +37,9 @@ class SecondInstance : public test::HostTest {
   }
 
  private:
-  [[nodiscard]] std::string answer_box() const {
+  [[nodiscard]] std::string answer_box(const ChildProcess& second) const {
     constexpr int kTextControl = 0xFFFF;
-    for (DWORD waited = 0; waited < test::kDeadlineMs; waited += 10) {
+    for (DWORD waited = 0; waited < test::kDeadlineMs && !second.has_ended(); waited += 10) {
       HWND box = FindWindowW(L"#32770", test::to_path(name()).c_str());
       HWND label = box != nullptr ? GetDlgItem(box, kTextControl) : nullptr;
       char text[100] = {};
