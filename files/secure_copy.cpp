@@ -9,9 +9,11 @@
 #include "base/given_text.h"
 #include "base/path_buffer.h"
 #include "files/block_hasher.h"
+#include "files/copy_check.h"
 #include "files/copy_streams.h"
 #include "files/copy_writer.h"
 #include "files/directory_creation.h"
+#include "files/hash_marks.h"
 #include "files/source_blocks.h"
 #include "orsincore/files.h"
 #include "orsincore/log.h"
@@ -42,6 +44,7 @@ struct SecureCopy {
   const char* destination;
   unsigned long long& bytes;
   md5_state_s& md5;
+  HashMarks* marks;  // Null when the copy is not compared in parts.
   bool with_md5;
 };
 
@@ -94,7 +97,7 @@ Result copy_all(const SecureCopy& copy, fReadBuffer& reader, const BorrowedWrite
     blocks.add_worker(*own, "Copy", kWriteBytesMax);
   }
   if (copy.with_md5) {
-    hasher.emplace(copy.md5);
+    hasher.emplace(copy.md5, copy.marks);
     blocks.add_worker(*hasher, "MD5", kCopyBlockBytes);
   }
   const Result result = copy_blocks(copy, blocks, writer);
@@ -153,22 +156,62 @@ void log_as_format(const char* text) {
   msgerror("%s", line);
 }
 
-Result read_opened(const char* path, md5_state_s& md5, fReadBuffer& reader,
-                   const md5_state_s* expected) {
-  if (reader.getNextBlock() == 0 && reader.get_file_size() > 0) {
-    std::snprintf(error_text, kTextBytes, "File Copy: unable to read '%s'\n", path);
-    return kNotRead;
-  }
-  BlockHasher hasher(md5);
-  SourceBlocks blocks(reader);
-  blocks.add_worker(hasher, "MD5", kCopyBlockBytes);
+// Hands all blocks of an opened file to those that work on them.
+void hand_over_all(SourceBlocks& blocks) {
   while (!blocks.current().is_end()) {
     blocks.hand_over();
     blocks.advance();
   }
   blocks.finish();
+}
+
+Result hash_opened(fReadBuffer& reader, md5_state_s& md5, const md5_state_s* expected) {
+  BlockHasher hasher(md5);
+  SourceBlocks blocks(reader);
+  blocks.add_worker(hasher, "MD5", kCopyBlockBytes);
+  hand_over_all(blocks);
   hasher.finish();
   return expected != nullptr && digests_differ(md5, *expected) ? kMismatch : kDone;
+}
+
+Result check_opened(fReadBuffer& reader, const HashMarks& marks) {
+  CopyCheck check(marks);
+  SourceBlocks blocks(reader);
+  check.add_to(blocks);
+  hand_over_all(blocks);
+  return check.is_same() ? kDone : kMismatch;
+}
+
+// Opens a file to be read whole, and closes it.
+//
+// @param read  Takes the reader, which stands at the first block.
+template <typename Read>
+Result read_file(const char* path, fReadBuffer* borrowed, Read read) {
+  path = given(path);
+  const BorrowedReader reader = reader_for_copy(borrowed);
+  if (reader.get() == nullptr || !open_source(*reader.get(), path)) {
+    return not_opened(path);
+  }
+  Result result = kNotRead;
+  if (reader->getNextBlock() == 0 && reader->get_file_size() > 0) {
+    std::snprintf(error_text, kTextBytes, "File Copy: unable to read '%s'\n", path);
+  } else {
+    result = read(*reader.get());
+  }
+  reader->close_file();
+  return result;
+}
+
+// Reads the copy back, in parts at once where its source was marked. The reader may be null.
+Result verify(const SecureCopy& copy, fReadBuffer* reader) {
+  if (copy.marks != nullptr && copy.marks->is_complete()) {
+    return read_file(copy.destination, reader,
+                     [&copy](fReadBuffer& opened) { return check_opened(opened, *copy.marks); });
+  }
+  return read_file(copy.destination, reader, [&copy](fReadBuffer& opened) {
+    md5_state_s found;
+    return hash_opened(opened, found, &copy.md5);
+  });
 }
 
 }  // namespace
@@ -189,7 +232,10 @@ int file_copy_secure(const char* src, const char* dst, bool /*overwrite*/,
   if (result != kDone) {
     return result;
   }
-  const SecureCopy copy{src, dst, bytes, md5, (flags & kWithMd5) != 0};
+  const bool with_md5 = (flags & kWithMd5) != 0;
+  const bool with_verify = (flags & kWithVerify) != 0;
+  HashMarks marks;
+  const SecureCopy copy{src, dst, bytes, md5, with_md5 && with_verify ? &marks : nullptr, with_md5};
   const BorrowedReader used = reader_for_copy(reader);
   result = run_copy(copy, used, writer);
   if (result != kDone) {
@@ -198,29 +244,23 @@ int file_copy_secure(const char* src, const char* dst, bool /*overwrite*/,
   // Kept on purpose: the source is shared with nobody while it is asked for its times. One that
   // somebody still reads or writes leaves the copy its own time, with a warning. Required.
   copy_file_facts(src, dst, false, true);
-  if ((flags & kWithVerify) == 0) {
+  if (!with_verify) {
     return kDone;
   }
-  md5_state_s found;
   // A reader made here reads the copy, too: memory that was just used needs no new pages.
-  const int verified = file_read_secure(dst, found, used.is_own() ? used.get() : nullptr, &md5);
-  if (verified != kDone) {
+  result = verify(copy, used.is_own() ? used.get() : nullptr);
+  if (result != kDone) {
     std::snprintf(error_text, kTextBytes, "File Copy: hash values of '%s' and '%s' do not match\n",
                   src, dst);
   }
-  return verified;
+  return result;
 }
 
 int file_read_secure(const char* path, md5_state_s& md5, fReadBuffer* reader,
                      md5_state_s* expected) {
-  path = given(path);
-  const BorrowedReader source = reader_for_copy(reader);
-  if (source.get() == nullptr || !open_source(*source.get(), path)) {
-    return not_opened(path);
-  }
-  const Result result = read_opened(path, md5, *source.get(), expected);
-  source->close_file();
-  return result;
+  return read_file(path, reader, [&md5, expected](fReadBuffer& opened) {
+    return hash_opened(opened, md5, expected);
+  });
 }
 
 const char* get_error_file_copy_secure(int code, bool log) {

@@ -304,7 +304,8 @@ ORSIN_API int file_copy(const char* src, const char** dsts, bool overwrite,
                         void* user, bool verbose);
 
 /// Copies a file, hashing it as it passes (bit 0 of `flags`) and reading the copy back to compare
-/// hashes (bit 1). An existing destination is always replaced.
+/// hashes (bit 1). An existing destination is always replaced. With both bits the copy is hashed by
+/// several threads at once, from the states that MD5 (RFC 1321) had on its way through the source.
 ///
 /// When all is copied, the source is opened for its times and shared with nobody for that moment:
 /// another copy of the same source that starts right then is refused, and one that still reads keeps

@@ -5,11 +5,15 @@
 #include <filesystem>
 #include <string>
 
+#include "files/growing_block.h"
+#include "files/hash_marks.h"
 #include "orsincore/files.h"
 #include "orsincore/text.h"
+#include "tests/files/altering_writer.h"
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
+#include "tests/memory/allocation_refusal.h"
 #include "tests/native/fake_disk.h"
 #include "tests/native/fake_transfers.h"
 #include "tests/native/pages_native.h"
@@ -300,6 +304,28 @@ TEST_F(CopyFailures, NeverDisplaceWhatFollowsAShortBlock) {
 
   EXPECT_EQ(bytes_, content_.size());
   EXPECT_TRUE(TemporaryDirectory::read(directory_.path("copy.bin")) == content_);
+}
+
+TEST_F(CopyFailures, AreComparedFromEndToEndWithoutMemoryForMarks) {
+  test::AlteringWriter writer([&] { test::flip_bit(directory_.path("copy.bin"), 50 * kMebibyte); });
+  const test::AllocationRefusal refusal(kGrowthBytes);
+
+  EXPECT_EQ(copy_secure(), 0);
+  EXPECT_EQ(file_copy_secure(source().c_str(), destination().c_str(), true, bytes_, md5_, 3,
+                             nullptr, &writer),
+            -7);
+}
+
+TEST(HashMarks, AreLostForGoodWithOneThatFoundNoMemory) {
+  HashMarks marks;
+  {
+    const test::AllocationRefusal refusal(1);
+    marks.add({});
+  }
+  marks.add({});
+  marks.end({}, 2 * HashMarks::kDistance);
+
+  EXPECT_FALSE(marks.is_complete());
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "orsincore/files.h"
 #include "orsincore/io.h"
 #include "orsincore/text.h"
+#include "tests/files/altering_writer.h"
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/failing_writer.h"
@@ -177,6 +179,46 @@ TEST_F(SecureCopy, Gives7WhenTheCopyReadsBackDifferently) {
   EXPECT_EQ(copy(source, destination, 2), -7);
 
   EXPECT_EQ(get_error_file_copy_secure(-7, false),
+            "File Copy: hash values of '" + source + "' and '" + destination + "' do not match\n");
+}
+
+TEST_F(SecureCopy, Gives7ForOneBitAnywhereInTheCopy) {
+  const std::string content = random_content(9000001);
+  directory_.write("source.bin", content);
+  for (const std::size_t at : {0U, 1048576U, 5000000U, 9000000U}) {
+    SCOPED_TRACE(at);
+    test::AlteringWriter writer([&] { test::flip_bit(directory_.path("copy.bin"), at); });
+
+    EXPECT_EQ(copy(below(directory_, "source.bin"), below(directory_, "copy.bin"), kMd5AndVerify,
+                   &writer),
+              -7);
+
+    EXPECT_TRUE(same_digest(md5_, digest_of(content)));
+  }
+}
+
+TEST_F(SecureCopy, Gives7ForACopyThatHasLostItsEnd) {
+  directory_.write("source.bin", random_content(9000001));
+  for (const std::size_t size : {0U, 1U, 1048576U, 8388608U, 9000000U}) {
+    SCOPED_TRACE(size);
+    test::AlteringWriter writer(
+        [&] { std::filesystem::resize_file(directory_.path("copy.bin"), size); });
+
+    EXPECT_EQ(copy(below(directory_, "source.bin"), below(directory_, "copy.bin"), kMd5AndVerify,
+                   &writer),
+              -7);
+  }
+}
+
+TEST_F(SecureCopy, Gives2WithItsOwnTextForACopyThatIsGone) {
+  directory_.write("source.bin", "content");
+  const std::string source = below(directory_, "source.bin");
+  const std::string destination = below(directory_, "copy.bin");
+  test::AlteringWriter writer([&] { std::filesystem::remove(directory_.path("copy.bin")); });
+
+  EXPECT_EQ(copy(source, destination, kMd5AndVerify, &writer), -2);
+
+  EXPECT_EQ(get_error_file_copy_secure(-2, false),
             "File Copy: hash values of '" + source + "' and '" + destination + "' do not match\n");
 }
 
