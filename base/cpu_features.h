@@ -17,36 +17,55 @@ struct CpuFeatures {
   bool avx512_vl = false;    // With AVX-512 F.
 };
 
+// What the processor says of itself: EAX, EBX, ECX, EDX of two leaves, and which registers the system
+// keeps for every thread, as bits of the extended control register.
+struct CpuAnswers {
+  std::uint32_t leaf1[4] = {};
+  std::uint32_t leaf7[4] = {};
+  std::uint64_t saved_registers = 0;
+
+  [[nodiscard]] bool uses_xsave() const { return (leaf1[2] >> 27 & 1) != 0; }
+};
+
+[[nodiscard]] inline CpuFeatures features_of(const CpuAnswers& cpu) {
+  constexpr std::uint64_t kAvxRegisters = 0x06;
+  constexpr std::uint64_t kAvx512Registers = 0xE6;  // Masks and the upper halves as well.
+  const auto saves = [&cpu](std::uint64_t registers) {
+    return cpu.uses_xsave() && (cpu.saved_registers & registers) == registers;
+  };
+  const bool ssse3 = (cpu.leaf1[2] >> 9 & 1) != 0;
+  const bool sse41 = (cpu.leaf1[2] >> 19 & 1) != 0;
+  const bool sha = (cpu.leaf7[1] >> 29 & 1) != 0;
+  const bool avx2 = (cpu.leaf7[1] >> 5 & 1) != 0;
+  const bool avx512f = (cpu.leaf7[1] >> 16 & 1) != 0;
+  const bool avx512bw = (cpu.leaf7[1] >> 30 & 1) != 0;
+  const bool avx512vl = (cpu.leaf7[1] >> 31 & 1) != 0;
+  const bool vbmi = (cpu.leaf7[2] >> 1 & 1) != 0;
+  CpuFeatures features;
+  features.sha = ssse3 && sse41 && sha;
+  features.avx2 = avx2 && saves(kAvxRegisters);
+  features.avx512_vbmi = avx512f && avx512bw && vbmi && saves(kAvx512Registers);
+  features.avx512_vl = avx512f && avx512vl && saves(kAvx512Registers);
+  return features;
+}
+
 // Only where the processor says that the system uses XSAVE.
-ORSIN_TARGET("xsave") inline bool system_saves(unsigned registers) {
-  return (_xgetbv(0) & registers) == registers;
+ORSIN_TARGET("xsave") inline std::uint64_t read_saved_registers() {
+  return _xgetbv(0);
 }
 
 [[nodiscard]] inline CpuFeatures detect_cpu_features() {
+  CpuAnswers cpu;
   std::uint32_t leaf0[4] = {};
-  std::uint32_t leaf1[4] = {};
-  std::uint32_t leaf7[4] = {};
   ORSIN_CPUID(0, 0, leaf0);
-  ORSIN_CPUID(1, 0, leaf1);
+  ORSIN_CPUID(1, 0, cpu.leaf1);
   if (leaf0[0] >= 7) {
-    ORSIN_CPUID(7, 0, leaf7);
+    ORSIN_CPUID(7, 0, cpu.leaf7);
   }
-  const bool ssse3 = (leaf1[2] >> 9 & 1) != 0;
-  const bool sse41 = (leaf1[2] >> 19 & 1) != 0;
-  CpuFeatures features;
-  features.sha = ssse3 && sse41 && (leaf7[1] >> 29 & 1) != 0;
-  constexpr unsigned kAvxRegisters = 0x06;     // Bits of the extended control register.
-  constexpr unsigned kAvx512Registers = 0xE6;  // Masks and the upper halves as well.
-  const bool osxsave = (leaf1[2] >> 27 & 1) != 0;
-  features.avx2 = osxsave && (leaf7[1] >> 5 & 1) != 0 && system_saves(kAvxRegisters);
-  const bool avx512f = (leaf7[1] >> 16 & 1) != 0;
-  const bool avx512bw = (leaf7[1] >> 30 & 1) != 0;
-  const bool vbmi = (leaf7[2] >> 1 & 1) != 0;
-  const bool avx512vl = (leaf7[1] >> 31 & 1) != 0;
-  const bool saves_avx512 = osxsave && avx512f && system_saves(kAvx512Registers);
-  features.avx512_vbmi = saves_avx512 && avx512bw && vbmi;
-  features.avx512_vl = saves_avx512 && avx512vl;
-  return features;
+  if (cpu.uses_xsave()) {
+    cpu.saved_registers = read_saved_registers();
+  }
+  return features_of(cpu);
 }
 
 }  // namespace orsin

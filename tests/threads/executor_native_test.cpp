@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <string_view>
 
+#include "base/processor_info.h"
+#include "orsincore/processors.h"
 #include "orsincore/threads.h"
 #include "tests/native/counted_primitives.h"
 #include "tests/native/fake_processors.h"
@@ -42,6 +44,20 @@ TEST(ExecutorOnTheStandIn, GivesAWorkerBetweenJobsThePartMinusOne) {
   stop_executor();
   stop_thread_table();
   fake_processors() = {};
+}
+
+TEST(ExecutorOnTheStandIn, HasAWorkerForEachCoreHoweverManyLogicalProcessorsThatIs) {
+  forget_processors();
+  fake_processors().cores = {{0x3, 0}, {0xC, 0}, {0x30, 0}};
+  static_cast<void>(query_processors(false));
+  ASSERT_EQ(mp_get_numcpu(1), 6);
+
+  EXPECT_EQ(start_executor(0), 3);
+
+  stop_executor();
+  stop_thread_table();
+  fake_processors() = {};
+  forget_processors();
 }
 
 TEST(ExecutorOnTheStandIn, RunsInlineWhenAThreadIsRefused) {
