@@ -9,6 +9,7 @@
 #include "orsincore/files.h"
 #include "tests/memory/allocation_refusal.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/temporary_directory.h"
 
 namespace orsin {
 namespace {
@@ -105,6 +106,22 @@ TEST_F(ListMemory, LeavesOutALongDirectoryNameThatCannotBeStored) {
 
   EXPECT_EQ(list_->entry_count, 0);
   EXPECT_EQ(list_->dir_count, 0);
+}
+
+// A tree copy goes by that: what is not listed would not be copied, and nobody would know.
+TEST_F(ListMemory, IsNotWholeWithoutAFileThatFoundNoRoom) {
+  const test::TemporaryDirectory directory;
+  for (int i = 0; i < 1030; ++i) {
+    directory.write(std::to_string(i), "");
+  }
+  ListingEnd end = ListingEnd::kWhole;
+  const AllocationRefusal refusal(1152 * sizeof(dir_list_entry));
+
+  const UniqueList list = list_directory(directory.path().c_str(), 0, end);
+
+  EXPECT_EQ(end, ListingEnd::kBrokenOff);
+  ASSERT_NE(list, nullptr);
+  EXPECT_EQ(list->file_count, 1024);
 }
 
 TEST_F(ListMemory, GivesNoListWithoutARecord) {
