@@ -1,4 +1,4 @@
-// A system that refuses threads, through the stand-in's knobs.
+// The background worker where threads are refused, and at moments that only the stand-in's knobs hit.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -7,6 +7,8 @@
 #include "orsincore/threads.h"
 #include "tests/native/fake_processors.h"
 #include "tests/support/log_capture.h"
+#include "tests/threads/gate.h"
+#include "threads/background_worker.h"
 #include "threads/thread_table.h"
 
 namespace orsin {
@@ -42,6 +44,35 @@ TEST(BackgroundWorkerOnTheStandIn, TriesAgainWithTheNextObjectWhenTheThreadIsRef
 
   EXPECT_TRUE(refused.is_up());
   OV_Thread::Destroy();
+  stop_thread_table();
+}
+
+class Held : public OV_Thread {
+ public:
+  void Run() override { released.wait(); }
+
+  test::Gate released;
+};
+
+Held* held = nullptr;
+
+// Two calls at once: the one that comes second has nothing to wait for, and must not take the first
+// one's worker away from under it, or give up what is queued.
+TEST(BackgroundWorkerOnTheStandIn, IsEndedByTheFirstCallOnly) {
+  Held first;
+  Flag queued;
+  held = &first;
+  first.Start();
+  queued.Start();
+  fake_processors().on_wait = [] {
+    stop_background_worker(0);
+    held->released.open();
+  };
+
+  stop_background_worker(60000);
+
+  EXPECT_TRUE(queued.is_up());
+  fake_processors() = {};
   stop_thread_table();
 }
 
