@@ -51,7 +51,7 @@ struct CpuAnswers {
 
 // Only where the processor says that the system uses XSAVE.
 ORSIN_TARGET("xsave") inline std::uint64_t read_saved_registers() {
-  return _xgetbv(0);
+  return static_cast<std::uint64_t>(_xgetbv(0));
 }
 
 [[nodiscard]] inline CpuFeatures detect_cpu_features() {

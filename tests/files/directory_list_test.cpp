@@ -204,7 +204,7 @@ TEST_F(DirectoryList, OfABareNameIsThatOfTheDataPath) {
   test::ProgramPaths::set_data(root());
   write("a.wav");
 
-  for (const char* bare : {"no such file", "\\no such file", "x\\no such file"}) {
+  for (const char* bare : {"no such file", "xy", "x:y", "\\no such file", "x\\no such file"}) {
     SCOPED_TRACE(bare);
     // A separator before the third byte names no parent.
     const UniqueList found = list(bare);

@@ -92,6 +92,24 @@ TEST(HashMarks, CountBytesThatCameTwiceOnce) {
   EXPECT_TRUE(all_match(marks, content));
 }
 
+// MD5 counts bits, in two words.
+TEST(HashMarks, MatchBehindHalfAGibibyte) {
+  const std::string block = random_content(kMebibyte);
+  const std::uint64_t blocks = 513;
+  HashMarks marks;
+  md5_state_s md5;
+  BlockHasher hasher(md5, &marks);
+  for (std::uint64_t i = 0; i < blocks; ++i) {
+    hasher.work({bytes_of(block), i * kMebibyte, kMebibyte, 0});
+  }
+  hasher.work({bytes_of(block), blocks * kMebibyte, 100, 0});
+  hasher.finish();
+
+  EXPECT_TRUE(marks.match(bytes_of(block), blocks * kMebibyte, 100));
+  EXPECT_TRUE(marks.match(bytes_of(block), (blocks - 1) * kMebibyte, kMebibyte));
+  EXPECT_FALSE(marks.match(bytes_of(block), blocks * kMebibyte, 99));
+}
+
 TEST(HashMarks, NoticeAByteThatDiffersAndNoneThatDoesNot) {
   const std::string content = random_content(2 * kMebibyte + 100);
   HashMarks marks;
