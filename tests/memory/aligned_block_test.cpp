@@ -58,6 +58,8 @@ TEST(AlignedBlock, TakesAnyAlignmentFromFourOn) {
     auto* block = static_cast<unsigned char*>(a_alloc(64, alignment));
 
     EXPECT_EQ(address_of(block) % static_cast<std::uint64_t>(alignment), 0u);
+    EXPECT_LE(AlignedHeader::read(block).distance,
+              kAlignedHeaderBytes + static_cast<std::uint64_t>(alignment));
     std::fill(block, block + 64, static_cast<unsigned char>(7));
 
     a_free(block);
@@ -127,6 +129,18 @@ TEST(AlignedReallocation, TakesTheContentsAlong) {
 
   EXPECT_EQ(std::vector<unsigned char>(grown, grown + 10), expected);
   EXPECT_EQ(AlignedHeader::read(grown).size, 20u);
+  a_free(grown);
+}
+
+TEST(AlignedReallocation, TakesASingleByteAlong) {
+  void* outer = nullptr;
+  unsigned char* data = nested_block(outer);
+  AlignedHeader{1, 48}.write(data);
+  data[0] = 0x5A;
+
+  auto* grown = static_cast<unsigned char*>(a_realloc(data, 20, 16));
+
+  EXPECT_EQ(grown[0], 0x5A);
   a_free(grown);
 }
 

@@ -1,4 +1,4 @@
-// Has the process heap refuse, and watches what is freed.
+// Has the process heap refuse, places its memory awkwardly, and watches what is freed.
 //
 // The test program is linked so that the library's calls of malloc(), calloc(), realloc() and
 // free() come through here. While a refusal lives, allocations of at least its size fail; while a
@@ -19,6 +19,20 @@ class AllocationRefusal {
 
 /// Blocks that were allocated through these doors and not freed through them.
 [[nodiscard]] long live_blocks();
+
+/// While one lives, calloc() gives memory that begins in the middle of a cache line, as the process
+/// heap is free to do, with a margin of known bytes before and behind it. Few blocks at a time; they
+/// may be freed later.
+class FencedMemory {
+ public:
+  FencedMemory();
+  ~FencedMemory();
+  FencedMemory(const FencedMemory&) = delete;
+  FencedMemory& operator=(const FencedMemory&) = delete;
+
+  /// Whether nobody has written into the margins of the blocks that live.
+  [[nodiscard]] bool is_intact() const;
+};
 
 class FreeWatch {
  public:

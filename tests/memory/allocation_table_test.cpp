@@ -110,6 +110,18 @@ TEST(AllocationTable, KeepsTheBytesOfAnAllocationThatItHasNoRoomToRemember) {
   EXPECT_EQ(table.peak_bytes(), 4096u);
 }
 
+TEST(AllocationTable, KnowsNothingAfterItHasBeenCleared) {
+  AllocationTable table;
+  table.remember({0x1000, 100, 0});
+
+  table.clear();
+
+  EXPECT_EQ(table.find(0x1000), nullptr);
+  EXPECT_EQ(table.count(), 0);
+  EXPECT_EQ(table.held_bytes(), 0u);
+  EXPECT_EQ(table.peak_bytes(), 0u);
+}
+
 TEST(AllocationTable, AgreesWithAPlainListOverRandomCalls) {
   const unsigned seed = std::random_device{}();
   SCOPED_TRACE(testing::Message() << "seed " << seed);

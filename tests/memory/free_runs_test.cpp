@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <numeric>
 #include <random>
+#include <vector>
 
 #include "tests/memory/allocation_refusal.h"
 
@@ -78,6 +80,36 @@ TEST_F(FreeRunsTest, UsesTheLeavesOfRunsThatHaveGone) {
   EXPECT_EQ(runs_.first_fit(1), (5000 - kAtATime) * 200);
 }
 
+TEST_F(FreeRunsTest, UsesEveryLeafAgainAfterAllHaveGone) {
+  constexpr std::uint32_t kRuns = 20;
+  for (std::uint32_t turn = 0; turn < 3; ++turn) {
+    const std::uint32_t offset = turn * 100000;
+    for (std::uint32_t run = 0; run < kRuns; ++run) {
+      runs_.insert(offset + run * 200, offset + run * 200 + 100);
+    }
+    EXPECT_EQ(runs_.leaves_touched(), kRuns);
+    for (std::uint32_t run = 0; run < kRuns; ++run) {
+      EXPECT_EQ(runs_.remove(offset + run * 200), offset + run * 200 + 100);
+    }
+  }
+
+  EXPECT_EQ(runs_.first_fit(1), kNone);
+}
+
+TEST_F(FreeRunsTest, KnowsARunOfOneGranuleByItsEnd) {
+  for (std::uint32_t begin = 100; begin < 400; ++begin) {
+    SCOPED_TRACE(begin);
+    runs_.insert(begin, begin + 1);
+
+    EXPECT_EQ(runs_.begin_of_run_to(begin + 1), begin);
+    EXPECT_EQ(runs_.begin_of_run_to(begin), kNone);
+    EXPECT_EQ(runs_.first_fit(1), begin);
+    EXPECT_EQ(runs_.first_fit(2), kNone);
+
+    EXPECT_EQ(runs_.remove(begin), begin + 1);
+  }
+}
+
 TEST_F(FreeRunsTest, FindsTheRunBeforeAGranuleOverAnyDistance) {
   for (const std::uint32_t end : {20u, 200u, 2000u, 20000u, 200000u, 1000000u}) {
     SCOPED_TRACE(end);
@@ -103,7 +135,9 @@ TEST(FreeRunsCreation, RefusesAHeapThatItCannotCount) {
   FreeRuns runs;
 
   EXPECT_FALSE(runs.create(std::uint64_t{1} << 32, 4));
+  EXPECT_FALSE(runs.exists());
 
+  EXPECT_FALSE(runs.create(kNone, 512));  // A granule of that number means none.
   EXPECT_FALSE(runs.exists());
 }
 
@@ -114,6 +148,58 @@ TEST(FreeRunsCreation, ServesTheSmallestHeap) {
   runs.insert(0, 1);
 
   EXPECT_EQ(runs.first_fit(1), 0u);
+  runs.destroy();
+}
+
+// One level more, one line more, one word more: each size has its own last granule.
+TEST(FreeRunsCreation, ServesBothEndsOfAnySize) {
+  const test::FencedMemory memory;
+  std::vector<std::uint64_t> sizes(9000);
+  std::iota(sizes.begin(), sizes.end(), std::uint64_t{4});
+  for (const std::uint64_t granules : {65535u, 65536u, 131071u, 131072u, 131073u, 1048576u}) {
+    sizes.push_back(granules);
+  }
+  for (const std::uint64_t granules : sizes) {
+    SCOPED_TRACE(granules);
+    const auto last = static_cast<std::uint32_t>(granules) - 1;
+    FreeRuns runs;
+    ASSERT_TRUE(runs.create(granules, 2));
+
+    runs.insert(last, last + 1);
+    runs.mark_unjoined(last);
+    ASSERT_EQ(runs.first_fit(1), last);
+    ASSERT_EQ(runs.first_unjoined(), last);
+    ASSERT_EQ(runs.begin_of_run_to(last + 1), last);
+    ASSERT_EQ(runs.end_of_run_at(0), kNone);
+    runs.insert(0, 1);
+    runs.mark_unjoined(0);
+    ASSERT_EQ(runs.first_fit(1), 0u);
+    ASSERT_EQ(runs.first_unjoined(), 0u);
+    ASSERT_EQ(runs.end_of_run_at(last), last + 1);
+    ASSERT_EQ(runs.remove(0), 1u);
+    ASSERT_EQ(runs.first_unjoined(), last);
+    ASSERT_EQ(runs.remove(last), last + 1);
+    ASSERT_EQ(runs.first_fit(1), kNone);
+    ASSERT_EQ(runs.first_unjoined(), kNone);
+
+    ASSERT_TRUE(memory.is_intact());
+    runs.destroy();
+  }
+}
+
+TEST(FreeRunsCreation, KnowsToTheGranuleWhereRunsBeginThatLieFarApart) {
+  FreeRuns runs;
+  ASSERT_TRUE(runs.create(1000000, 5000));
+
+  for (const std::uint32_t begin : {0u, 255u, 256u, 511u, 512u, 767u, 999999u}) {
+    SCOPED_TRACE(begin);
+    runs.insert(begin, begin + 1);
+
+    EXPECT_EQ(runs.first_fit(1), begin);
+    EXPECT_EQ(runs.end_of_run_at(begin), begin + 1);
+
+    runs.remove(begin);
+  }
   runs.destroy();
 }
 

@@ -111,6 +111,18 @@ TEST(HeapCreation, FailsWhereTheRegionIsSmallerThanAHeader) {
   EXPECT_EQ(mheap_initialize("None", 100, 0, MHEAP_DISCARD, 0), nullptr);
 }
 
+TEST(HeapCreation, TakesAnyAlignmentFromOneOn) {
+  for (const int alignment : {1, 2, 3}) {
+    SCOPED_TRACE(alignment);
+    const std::uint64_t header = heap_header_size(static_cast<std::uint64_t>(alignment));
+    const Heap heap = make_heap(header + 96, alignment);
+
+    ASSERT_NE(heap, nullptr);
+    EXPECT_EQ(heap->header_size, header);
+    EXPECT_EQ(heap->first_block->size, 96u);
+  }
+}
+
 TEST(HeapCreation, GivesItsRegionBack) {
   Heap heap = make_heap(4096);
   const void* region = heap->base;

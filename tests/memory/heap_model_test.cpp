@@ -3,6 +3,7 @@
 // Set ORSIN_HEAP_SEED to repeat a run.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "memory/heap_blocks.h"
+#include "memory/heap_record.h"
 #include "memory/movable_heap.h"
 #include "orsincore/memory.h"
 #include "tests/memory/heap_model.h"
@@ -67,6 +69,7 @@ class SideBySide {
     if (search == Search::kWalking) {
       movable_heap::drop_index(heap_);
     }
+    is_indexed_ = search == Search::kIndexed && std::has_single_bit(heap_->alignment);
   }
   ~SideBySide() { mheap_destroy(heap_); }
   SideBySide(const SideBySide&) = delete;
@@ -92,6 +95,8 @@ class SideBySide {
     if (heap_->mode == MHEAP_COMPACT) {
       EXPECT_GT(moves_, 20);
     }
+    // Nor would a run without its index, however often the heap has grown.
+    EXPECT_EQ(record_of(heap_).runs.exists(), is_indexed_);
   }
 
  private:
@@ -324,6 +329,7 @@ class SideBySide {
   _mheap* heap_;
   HeapModel model_;
   std::vector<Owner> owners_;
+  bool is_indexed_ = false;
   int allocations_ = 0;
   int discards_ = 0;  // And blocks that were freed.
   int moves_ = 0;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "memory/heap_blocks.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
 #include "tests/memory/heap_fixture.h"
@@ -10,6 +11,7 @@ namespace {
 
 using test::block_of;
 using test::formatted;
+using test::FourBlocks;
 using test::Heap;
 using test::Lines;
 using test::LogCapture;
@@ -93,6 +95,31 @@ TEST(HeapTrace, KeepsCountingALockedBlockTwice) {
   mheap_trace(heap.get(), nullptr);
 
   EXPECT_EQ(log.lines().back(), "     :     STATUS: 2 Kb Locked, 2 Kb Used, 0 Kb Free");
+}
+
+// A block of size 0 is damage: nobody knows where the next one begins.
+TEST(HeapDump, EndsBeforeADamagedBlock) {
+  const LogCapture log(3);
+  FourBlocks four;
+  next_block(four.heap->first_block)->size = 0;
+
+  mheap_dump(four.heap.get(), "Damaged");
+
+  EXPECT_EQ(log.lines(),
+            (Lines{"DEBUG: HEAP 'Tested' - Damaged:", "     :   Used       :        0 ( 1)",
+                   "     :   Total :        0 of 0"}));
+}
+
+TEST(HeapTrace, EndsBeforeADamagedBlock) {
+  const LogCapture log(3);
+  FourBlocks four;
+  next_block(four.heap->first_block)->size = 0;
+
+  mheap_trace(four.heap.get(), nullptr);
+
+  const Lines lines = log.lines();
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines.back(), "     :     STATUS: 0 Kb Locked, 0 Kb Used, 0 Kb Free");
 }
 
 // The dump ends when its first line is filtered; this goes on below whatever line came before.

@@ -26,6 +26,7 @@ TEST(HeapSizes, FollowTheMachine) {
       {"just small", 2095, 1047 - 288, 128, 128, 32},
       {"just large", 2096, 1048 - 576, 256, 256, 64},
       {"8 GiB: half of it", 8192, 4096 - 576, 256, 256, 64},
+      {"9 GiB: a quarter of what lies beyond 4", 9216, 4096 + 1280 - 576, 256, 256, 64},
       {"16 GiB: a quarter of what lies beyond 4", 16384, 4096 + 3072 - 576, 256, 256, 64},
       {"64 GiB", 65536, 4096 + 15360 - 576, 256, 256, 64},
   };

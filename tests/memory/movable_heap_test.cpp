@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "memory/heap_blocks.h"
+#include "memory/heap_record.h"
 #include "orsincore/memory.h"
 #include "tests/memory/heap_fixture.h"
 #include "tests/support/log_capture.h"
@@ -136,6 +138,18 @@ TEST(HeapAllocation, DiscardsAsManyAsItNeeds) {
   EXPECT_EQ(four.owners[1], nullptr);
   EXPECT_EQ(four.owners[2], nullptr);
   EXPECT_NE(four.owners[3], nullptr);
+}
+
+TEST(HeapAllocation, DiscardsEveryBlockForOneThatTakesThemAll) {
+  FourBlocks four;
+  void* owner = nullptr;
+
+  EXPECT_EQ(mheap_alloc_lock(four.heap.get(), 4 * 96 - 80, &owner), 1);
+
+  for (void* discarded_owner : four.owners) {
+    EXPECT_EQ(discarded_owner, nullptr);
+  }
+  EXPECT_EQ(owner, four.heap->base + 80);
 }
 
 TEST(HeapAllocation, MovesBlocksTogetherAndTellsTheirOwners) {
@@ -377,7 +391,7 @@ TEST(HeapFree, RefusesABlockOfAnotherHandle) {
 TEST(HeapFree, RunsTheDiscardCallback) {
   FourBlocks four;
   void* data = four.owners[2];
-  mheap_set_discard_callback(four.heap.get(), data, note_discard);
+  EXPECT_EQ(mheap_set_discard_callback(four.heap.get(), data, note_discard), 1);
   discarded.clear();
 
   mheap_free(four.heap.get(), &four.owners[2]);
@@ -430,6 +444,29 @@ TEST(HeapFree, KeepsCompletingAPendingFreeWhateverOtherExLocksAreLeft) {
   EXPECT_EQ(mheap_unlock_ex(heap.get(), data), 0);
 }
 
+// A run that another joins is forgotten before the longer one takes its place: what the index touches
+// follows the number of runs at a time, which is one or two here.
+TEST(HeapFree, LeavesNothingOfAJoinedRunInTheIndex) {
+  constexpr std::size_t kBlocks = 400;
+  const Heap heap = make_heap(80 + kBlocks * 96);
+  std::vector<void*> owners(kBlocks);
+  for (void*& owner : owners) {
+    ASSERT_EQ(mheap_alloc_lock(heap.get(), 1, &owner), 1);
+    mheap_unlock(heap.get(), &owner);
+  }
+  const FreeRuns& runs = record_of(heap.get()).runs;
+  const std::uint32_t touched = runs.leaves_touched();
+
+  for (std::size_t pair = 0; pair < kBlocks; pair += 2) {
+    ASSERT_EQ(mheap_free(heap.get(), &owners[pair]), 1);
+    ASSERT_EQ(mheap_free(heap.get(), &owners[pair + 1]), 1);
+    ASSERT_EQ(mheap_alloc_lock(heap.get(), 2 * 96 - 80, &owners[pair]), 1);
+  }
+
+  EXPECT_EQ(runs.first_fit(1), FreeRuns::kNone);
+  EXPECT_LE(runs.leaves_touched(), std::max(touched, 2u));
+}
+
 // --- Ex locks ---
 
 TEST(HeapExLock, FindsTheBlockFromAnyAddressInIt) {
@@ -449,6 +486,20 @@ TEST(HeapExLock, FindsTheBlockFromAnyAddressInIt) {
   EXPECT_EQ(block_of(heap, large)->lockex_count, 3u);
 }
 
+TEST(HeapExLock, TakesAHeaderForPartOfTheBlockBehindIt) {
+  const Heap heap = make_heap(100000);
+  void* owners[2] = {};
+  for (void*& owner : owners) {
+    mheap_alloc_lock(heap.get(), 20000, &owner);
+  }
+  auto* const second_header = static_cast<std::uint8_t*>(owners[1]) - 80;
+
+  EXPECT_EQ(mheap_lock_ex(heap.get(), heap->base + 1), owners[0]);
+  EXPECT_EQ(mheap_lock_ex(heap.get(), heap->base + 20), owners[0]);
+  EXPECT_EQ(mheap_lock_ex(heap.get(), second_header - 1), owners[0]);
+  EXPECT_EQ(mheap_lock_ex(heap.get(), second_header), owners[1]);
+}
+
 TEST(HeapExLock, RejectsAddressesOutside) {
   const Heap heap = make_heap(4096);
 
@@ -458,6 +509,13 @@ TEST(HeapExLock, RejectsAddressesOutside) {
   EXPECT_EQ(mheap_lock_ex(heap.get(), &discarded), nullptr);
   EXPECT_EQ(mheap_unlock_ex(nullptr, heap->base), 0);
   EXPECT_EQ(mheap_unlock_ex(heap.get(), &discarded), 0);
+}
+
+TEST(HeapExLock, RejectsTheEndCloseBehindAUsedBlock) {
+  FourBlocks four;
+
+  EXPECT_EQ(mheap_lock_ex(four.heap.get(), four.heap->end_block), nullptr);
+  EXPECT_EQ(mheap_lock_ex(four.heap.get(), four.heap->base + 4 * 96 - 1), four.owners[3]);
 }
 
 TEST(HeapExLock, KeepsLockingFreeBlocksToo) {

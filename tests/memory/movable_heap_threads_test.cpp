@@ -163,6 +163,7 @@ class FullHeap {
     EXPECT_EQ(mheap_unlock(heap_, &all_), 0);
     EXPECT_EQ(mheap_free(heap_, &all_), 1);
   }
+  void give_back() { movable_heap::give_back_region(heap_); }
   /// As another owner would free it who had unlocked it long ago: without a signal.
   void free_in_silence() {
     const HeapLock lock(heap_);
@@ -262,6 +263,16 @@ TEST(MovableHeapWaiters, KeepTryingWithoutEndInACompactingHeap) {
 
   EXPECT_EQ(full.result(), 1);
   EXPECT_EQ(full.count(kWaiting), 0);
+}
+
+TEST(MovableHeapWaiters, GiveUpWhenTheHeapHasComeToItsEnd) {
+  FullHeap full(MHEAP_COMPACT, 3);
+  full.start_allocating();
+  full.wait_for(kTotallyLocked, 1);
+
+  full.give_back();
+
+  EXPECT_EQ(full.result(), -1);
 }
 
 }  // namespace

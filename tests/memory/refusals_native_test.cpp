@@ -3,7 +3,10 @@
 
 #include "memory/memory_lifecycle.h"
 #include "memory/os_allocation.h"
+#include "orsincore/log.h"
 #include "orsincore/memory.h"
+#include "tests/memory/allocation_refusal.h"
+#include "tests/native/counted_primitives.h"
 #include "tests/native/pages_native.h"
 #include "tests/native/process_heap_native.h"
 #include "tests/support/log_capture.h"
@@ -33,6 +36,17 @@ TEST(HeapCreation, PinsItsRegionWhenAskedTo) {
   EXPECT_EQ(machine->pinned.at(reinterpret_cast<std::uintptr_t>(heap->base)), 65536u);
   mheap_destroy(heap);
   EXPECT_TRUE(machine->pinned.empty());
+}
+
+// Where there is no memory, the result would be the same as after a growth.
+TEST(HeapResize, ToItsOwnSizeNeedsNoPages) {
+  const PagesScript machine;
+  _mheap* heap = mheap_initialize("Tested", 65536, 16, MHEAP_DISCARD, 0);
+  machine->largest_commit_bytes = 0;
+
+  EXPECT_EQ(mheap_resize(heap, 65536, 0), ~std::uint64_t{0});
+
+  mheap_destroy(heap);
 }
 
 TEST(OsAllocation, LeavesNothingBehindWhenPagesCannotBePinned) {
@@ -88,11 +102,13 @@ TEST(PageLock, ReportsWhatTheSystemRefuses) {
   char page[1] = {};
 
   EXPECT_EQ(mem_lock(page, 1), -1);
-  EXPECT_EQ(mem_unlock(page, 1), -1);
-  EXPECT_EQ(mem_unlock(page, 1), -1);
-
-  // The repeats of a line are folded.
   EXPECT_EQ(log.lines(), Lines{"WARN : MEMORY: OS lock error - error 1"});
+
+  // Another line between them: the repeats of a line are folded.
+  msgwarn("Unlocking");
+  EXPECT_EQ(mem_unlock(page, 1), -1);
+  EXPECT_EQ(log.lines(), (Lines{"WARN : MEMORY: OS lock error - error 1", "WARN : Unlocking",
+                                "WARN : MEMORY: OS lock error - error 1"}));
 }
 
 TEST(MemoryInformation, WalksTheAddressSpaceForTheLargestFreeRegion) {
@@ -159,6 +175,53 @@ TEST(ProcessHeap, KeepsTheLineOfAHeapWithoutAFreeBlock) {
   EXPECT_EQ(a_heapcompact(), 0u);
 
   EXPECT_EQ(log.lines(), Lines{"WARN : MEMORY: System heap: No Error"});
+}
+
+TEST(ProcessHeap, TakesAFailureWithoutAReasonForSuccess) {
+  const LogCapture log;
+  test::native_process_heap() = {.compact_error = 12029};  // The system has no text for it.
+
+  EXPECT_EQ(a_heapcompact(), 1u);
+
+  EXPECT_EQ(log.lines(), Lines{});
+  test::native_process_heap() = {};
+}
+
+// From start-up on there is a mutex to take.
+TEST(MemoryLifecycle, GuardsTheTableOfAllocationsWithAMutex) {
+  mem_info_str info = {};
+  start_memory(info);
+  const int before = test::primitive_calls().locks;
+
+  void* pages = os_alloc(1, 0);
+
+  EXPECT_EQ(test::primitive_calls().locks, before + 1);
+  os_free(pages);
+  stop_memory();
+}
+
+TEST(MemoryLifecycle, GivesBackEverySmallBlock) {
+  const long before = test::live_blocks();
+  mem_info_str info = {};
+  start_memory(info);
+  ASSERT_NE(sb_alloc(32), nullptr);
+
+  stop_memory();
+
+  EXPECT_EQ(test::live_blocks(), before);
+}
+
+TEST(MemoryLifecycle, ReportsAtClosedownWhichPagesAreLeft) {
+  const LogCapture log(3);
+  mem_info_str info = {};
+  start_memory(info);
+  void* const pages = os_alloc(4096, 0);
+
+  stop_memory();
+
+  EXPECT_EQ(log.lines(), Lines{"DEBUG: MEMORY: Closedown: 1 OS allocations left: 4096"});
+  EXPECT_FALSE(os_allocation::is_live(pages));
+  EXPECT_TRUE(port::release_pages(pages));
 }
 
 TEST(MemoryLifecycle, ReportsADamagedHeapAtClosedown) {

@@ -135,6 +135,17 @@ TEST_F(SmallBlocks, NeverOverlapAndKeepWhatIsWritten) {
   }
 }
 
+TEST_F(SmallBlocks, OfEverySizeGoBackToTheHeapAtClosedown) {
+  const long before = test::live_blocks();
+  for (const std::size_t size : {32u, 64u, 128u}) {
+    ASSERT_NE(sb_alloc(size), nullptr);
+  }
+
+  small_blocks::stop();
+
+  EXPECT_EQ(test::live_blocks(), before);
+}
+
 TEST_F(SmallBlocks, StartAgainAfterClosedown) {
   sb_alloc(16);
   small_blocks::stop();
@@ -202,6 +213,25 @@ TEST_F(Pool, GivesUpBelow32769Bytes) {
 
   EXPECT_EQ(log.lines(), (Lines{"ERROR: The heap's own words",
                                 "     : Failed to extend the 'tested pool' memory pool!"}));
+}
+
+// With its link an element of 32761 bytes is the smallest chunk that is worth a try.
+TEST_F(Pool, MakesDoWithAChunkOfOneElementOf32769Bytes) {
+  const LogCapture log;
+  SmallBlockPool smallest(32761, 2, "two elements a chunk");
+  SmallBlockPool too_small(32760, 2, "two elements a chunk");
+  {
+    const test::AllocationRefusal refusal(2 * 32768);
+
+    void* first = smallest.take();
+    void* second = smallest.take();
+
+    EXPECT_NE(first, nullptr);
+    EXPECT_NE(second, nullptr);
+    EXPECT_NE(second, first);
+    EXPECT_EQ(too_small.take(), nullptr);
+  }
+  smallest.release_chunks();
 }
 
 TEST_F(Pool, RecoversWhenMemoryIsThereAgain) {

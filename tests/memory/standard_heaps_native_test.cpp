@@ -16,6 +16,7 @@
 #include "memory/standard_heaps.h"
 #include "orsincore/memory.h"
 #include "orsincore/primitives.h"
+#include "tests/native/counted_primitives.h"
 #include "tests/native/pages_native.h"
 #include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
@@ -78,6 +79,7 @@ TEST_F(StandardHeaps, AreMadeToMeasure) {
   EXPECT_STREQ(mem_getheap(MEM_HEAP_IMAGE)->name, "Image");
   EXPECT_EQ(mem_getheap(MEM_HEAP_IMAGE)->alignment, static_cast<unsigned>(mem_pagesize()));
   EXPECT_EQ(mem_getheap(MEM_HEAP_IMAGE)->mode, 1u);
+  EXPECT_TRUE(machine_->pinned.empty());  // Other programs need memory, too.
 }
 
 TEST_F(StandardHeaps, AreMadeOnce) {
@@ -109,6 +111,24 @@ TEST_F(StandardHeaps, AreEmptyAfterTheirEndToWhoeverStillKnowsThem) {
 
   EXPECT_EQ(mheap_totalsize(frame), 0u);
   EXPECT_EQ(mheap_heapbase(frame), nullptr);
+}
+
+template <typename Work>
+int count_locks(Work work) {
+  const int before = test::primitive_calls().locks;
+  work();
+  return test::primitive_calls().locks - before;
+}
+
+// Whoever is at work in a heap, or waits in it, holds that mutex.
+TEST_F(StandardHeaps, GiveTheirRegionsBackUnderTheirMutexes) {
+  constexpr int kHeaps = 4;
+  mem_alloc_pools();
+  void* pages = os_alloc(4096, 0);
+
+  const int locks_for_pages = count_locks([&] { os_free(pages); });
+
+  EXPECT_EQ(count_locks(mem_free_pools), kHeaps * (locks_for_pages + 1));
 }
 
 TEST_F(StandardHeaps, GiveEverythingBack) {
@@ -252,6 +272,17 @@ TEST_F(StandardHeaps, ReduceTheFrameHeapUntilItCanBeHad) {
                    "WARN : MEMORY: OS allocation failed, Requested: 512000.000 - error 12",
                    "WARN : ** MEMORY ALLOCATION FAILED:",
                    "     : ** REDUCED Frame heap size from 1000Mb to 250Mb"}));
+}
+
+TEST_F(StandardHeaps, AreNoneWhereNotEvenTheLeastFrameHeapCanBeHad) {
+  const LogCapture log(0);
+  configure("frame_heap_size=1024");
+  machine_->largest_commit_bytes = 200 * kMib;
+
+  EXPECT_EQ(mem_alloc_pools(), 0u);
+
+  EXPECT_EQ(machine_->commits.back(), 256 * kMib);
+  EXPECT_EQ(log.lines(), Lines{"ERROR: FATAL: Can't create frame heap"});
 }
 
 TEST_F(StandardHeaps, EndInAReducedFrameHeapWhereTheSizeWraps) {
@@ -414,6 +445,7 @@ TEST_F(HeapBuffers, FallBackToTheOtherHeapAndThenToTheSystem) {
   mem_alloc_locked_buffer(&second, 300000, MEM_HEAP_ANY);
 
   EXPECT_TRUE(os_allocation::is_live(second));
+  EXPECT_TRUE(machine_->pinned.empty());
   EXPECT_EQ(mem_lock_buffer(&second), 0);
   EXPECT_EQ(mem_keep_buffer(&second), 0);
   EXPECT_EQ(mem_unlock_buffer(&second), 0);
@@ -610,6 +642,41 @@ TEST_F(HeapBuffers, AreServedBesideAHeapThatFailedValidation) {
 
   EXPECT_TRUE(is_through);
   EXPECT_EQ(freed.get(), 1);
+}
+
+TEST_F(HeapBuffers, AreFoundInAHeapThatHasGrownOnce) {
+  void* buffer = nullptr;
+  ASSERT_NE(mem_alloc_locked_buffer(&buffer, 1000, MEM_HEAP_IMAGE), nullptr);
+  const void* before = buffer;
+
+  EXPECT_EQ(mheap_resize(mem_getheap(MEM_HEAP_IMAGE), 40 * kMib, 0), 40 * kMib);
+
+  EXPECT_NE(buffer, before);
+  EXPECT_EQ(mem_lock_buffer(&buffer), 2);
+}
+
+// Holding the heap's mutex, this thread is quicker than one that has its new region already.
+TEST_F(HeapBuffers, StayWhereTheQuickerOfTwoGrowthsHasBroughtThem) {
+  _mheap* heap = mem_getheap(MEM_HEAP_IMAGE);
+  for (const std::uint64_t mib : {40u, 48u}) {
+    SCOPED_TRACE(mib);
+    mp_get_mutex(heap->mutex);
+    const std::size_t regions = test::count_regions_taken();
+    std::future<std::uint64_t> slower =
+        std::async(std::launch::async, [&] { return mheap_resize(heap, mib * kMib, 0); });
+    while (test::count_regions_taken() == regions) {
+      ASSERT_NE(slower.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+      std::this_thread::yield();
+    }
+
+    EXPECT_EQ(mheap_resize(heap, mib * kMib, 0), mib * kMib);
+    const void* base = heap->base;
+    mp_release_mutex(heap->mutex);
+
+    EXPECT_EQ(slower.get(), ~std::uint64_t{0});
+    EXPECT_EQ(heap->base, base);
+    EXPECT_EQ(test::count_regions_taken(), regions);
+  }
 }
 
 // A larger region takes the place of the old one while the heap's owner is looked for.

@@ -1,14 +1,19 @@
 // Clearing, checking, damage and growth: what concerns all blocks of a heap at once.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstring>
+#include <future>
 #include <thread>
 
 #include "memory/heap_blocks.h"
+#include "memory/movable_heap.h"
 #include "orsincore/memory.h"
 #include "orsincore/threads.h"
+#include "tests/memory/allocation_refusal.h"
 #include "tests/memory/heap_fixture.h"
+#include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -46,6 +51,29 @@ TEST(HeapClearing, OfAHeapWithoutBlocksFails) {
   EXPECT_EQ(mheap_validate(&heap), -1);
 }
 
+// The run of one unit that a small growth leaves behind is part of a larger one now.
+TEST(HeapClearing, LeavesNothingInTheIndexThatHasBeenJoined) {
+  for (const bool has_run_in_front : {false, true}) {
+    SCOPED_TRACE(has_run_in_front);
+    const Heap heap = make_heap(512 + 4096, 512);
+    void* owners[2] = {};
+    for (void*& owner : owners) {
+      ASSERT_EQ(mheap_alloc_lock(heap.get(), 2048 - 512, &owner), 1);
+      mheap_unlock(heap.get(), &owner);
+    }
+    if (has_run_in_front) {
+      mheap_free(heap.get(), &owners[0]);
+    }
+    mheap_resize(heap.get(), heap->total_size + 512 + 512, 0);
+    ASSERT_EQ(next_block(next_block(heap->first_block))->size, 512u);
+
+    EXPECT_EQ(mheap_clearall(heap.get()), 0);
+
+    EXPECT_EQ(heap->first_block->size, 4096u + 512);
+    EXPECT_TRUE(movable_heap::blocks_of(heap.get()).index_agrees());
+  }
+}
+
 TEST(HeapValidation, JoinsFreeBlocks) {
   FourBlocks four;
   mheap_free(four.heap.get(), &four.owners[0]);
@@ -65,6 +93,14 @@ int can_take_on_another_thread(__mutex_str* mutex) {
     }
   }).join();
   return taken;
+}
+
+TEST(HeapValidation, OfASoundHeapLeavesItToOthers) {
+  FourBlocks four;
+
+  EXPECT_EQ(mheap_validate(four.heap.get()), 0);
+
+  EXPECT_EQ(can_take_on_another_thread(four.heap->mutex), 1);
 }
 
 TEST(HeapValidation, KeepsTheMutexOfADamagedHeap) {
@@ -92,6 +128,71 @@ TEST(HeapValidation, NamesABlockThatIsEmptyAfterJoining) {
 
   EXPECT_EQ(log.lines(), Lines{"ERROR: HEAP CORRUPTED: Illegal (0 size) block detected..."});
   mp_release_mutex(four.heap->mutex);
+}
+
+// Its end must not wait for the thread that found the damage.
+TEST(HeapRegion, OfADamagedHeapIsGivenBackWhileItsMutexIsHeld) {
+  FourBlocks four;
+  next_block(four.heap->first_block)->size = 0;
+  test::Latch damaged(1);
+  test::Latch given_back(1);
+  std::thread finder([&] {
+    EXPECT_EQ(mheap_validate(four.heap.get()), -1);
+    damaged.count_down();
+    given_back.wait();
+    mp_release_mutex(four.heap->mutex);
+  });
+  damaged.wait();
+
+  std::future<void> end =
+      std::async(std::launch::async, [&] { movable_heap::give_back_region(four.heap.get()); });
+  const bool is_through = end.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+  given_back.count_down();
+  finder.join();
+  end.get();
+
+  EXPECT_TRUE(is_through);
+  EXPECT_EQ(four.heap->base, nullptr);
+}
+
+TEST(HeapRegion, ThatWasGivenBackLeavesAHeapInWhichNothingFitsAndNothingIsFound) {
+  const LogCapture log(3);
+  FourBlocks four;
+  _mheap* heap = four.heap.get();
+  const std::uint8_t* base = heap->base;
+  void* owner = nullptr;
+  std::uint64_t free = 1;
+  std::uint64_t freeable = 1;
+  ASSERT_TRUE(movable_heap::region_holds(heap, base));
+
+  movable_heap::give_back_region(heap);
+
+  EXPECT_EQ(can_take_on_another_thread(heap->mutex), 1);
+  EXPECT_FALSE(movable_heap::region_holds(heap, base));
+  EXPECT_EQ(mheap_alloc_lock(heap, 1, &owner), -1);
+  EXPECT_EQ(mheap_lock(heap, &four.owners[0]), -1);
+  EXPECT_EQ(mheap_free(heap, &four.owners[0]), -1);
+  EXPECT_EQ(mheap_lock_ex(heap, base + 100), nullptr);
+  EXPECT_FALSE(mheap_is_valid(heap, &four.owners[0]));
+  EXPECT_EQ(mheap_queryspace(heap, free, freeable), 0u);
+  EXPECT_EQ(freeable, 0u);
+  EXPECT_EQ(mheap_clearall(heap), -1);
+  EXPECT_EQ(mheap_validate(heap), -1);
+  const std::size_t lines = log.lines().size();
+  mheap_dump(heap, "Given back");
+  EXPECT_EQ(log.lines().size(), lines + 2);
+  EXPECT_EQ(log.lines().back(), "     :   Total :        0 of 0");
+}
+
+TEST(HeapRegion, GoesWithItsIndex) {
+  FourBlocks four;
+  void* pages = os_alloc(1, 0);  // The table of what the system gave stays as it is.
+  const long before = test::live_blocks();
+
+  movable_heap::give_back_region(four.heap.get());
+
+  EXPECT_EQ(test::live_blocks(), before - 1);
+  os_free(pages);
 }
 
 volatile std::sig_atomic_t last_signal = 0;
@@ -151,6 +252,93 @@ TEST_F(HeapDamage, IsReportedByBothSearchesBeforeEachWait) {
   EXPECT_EQ(signals, 20);
 }
 
+// What a write beyond a block's end leaves behind: zeros where the next header was.
+void overrun(mheap_mblk* header) {
+  *header = {};
+}
+
+// One attempt, without the waits of mheap_alloc_lock().
+bool allocate_once(_mheap* heap, std::uint64_t size, void** handle) {
+  const HeapLock lock(heap);
+  return movable_heap::allocate_once_locked(*heap, heap_block_size(*heap, size), handle);
+}
+
+TEST_F(HeapDamage, OfAUsedBlockEndsASearchThatFindsNoRoom) {
+  for (const bool is_indexed : {true, false}) {
+    SCOPED_TRACE(is_indexed);
+    const LogCapture log;
+    FourBlocks four;
+    if (!is_indexed) {
+      movable_heap::drop_index(four.heap.get());
+    }
+    next_block(four.heap->first_block)->size = 0;
+    signals = 0;
+    void* owner = nullptr;
+
+    EXPECT_FALSE(allocate_once(four.heap.get(), 1, &owner));
+
+    EXPECT_EQ(signals, 1);
+    EXPECT_EQ(log.lines(), Lines{kLine});
+    EXPECT_NE(four.owners[0], nullptr);  // Nothing is discarded in a damaged heap.
+    EXPECT_EQ(owner, nullptr);
+  }
+}
+
+// As a walk from the first block on would.
+TEST_F(HeapDamage, IsNoticedByASearchThatFindsRoomBehindIt) {
+  for (const bool is_indexed : {true, false}) {
+    SCOPED_TRACE(is_indexed);
+    const LogCapture log;
+    const Heap heap = make_heap(4096);
+    if (!is_indexed) {
+      movable_heap::drop_index(heap.get());
+    }
+    void* owners[3] = {};
+    for (void*& owner : owners) {
+      mheap_alloc_lock(heap.get(), 1, &owner);
+      mheap_unlock(heap.get(), &owner);
+    }
+    mheap_free(heap.get(), &owners[1]);
+    overrun(next_block(heap->first_block));
+    mheap_free(heap.get(), &owners[0]);
+    signals = 0;
+    void* owner = nullptr;
+
+    EXPECT_FALSE(allocate_once(heap.get(), 1000, &owner));
+
+    EXPECT_EQ(signals, 1);
+    EXPECT_EQ(owner, nullptr);
+  }
+}
+
+TEST_F(HeapDamage, HidesTheBlocksBehindIt) {
+  const Heap heap = make_heap(100000);
+  void* owners[3] = {};
+  for (void*& owner : owners) {
+    mheap_alloc_lock(heap.get(), 20000, &owner);
+  }
+  next_block(heap->first_block)->size = 0;
+  std::uint64_t free = 1;
+  std::uint64_t freeable = 1;
+
+  EXPECT_EQ(mheap_lock_ex(heap.get(), static_cast<char*>(owners[2]) + 10000), nullptr);
+  EXPECT_EQ(mheap_lock_ex(heap.get(), static_cast<char*>(owners[0]) + 10000), owners[0]);
+  EXPECT_EQ(mheap_queryspace(heap.get(), free, freeable), 100000u);
+  EXPECT_EQ(free, 0u);
+}
+
+TEST_F(HeapDamage, ThatJoiningBringsToLightRaisesSignal11WhenAllIsCleared) {
+  const LogCapture log;
+  FourBlocks four;
+  next_block(four.heap->first_block)->size = ~std::uint64_t{0} - 95;  // The sum wraps to 0.
+
+  EXPECT_EQ(mheap_clearall(four.heap.get()), 0);
+
+  EXPECT_EQ(signals, 1);
+  EXPECT_EQ(last_signal, SIGSEGV);
+  EXPECT_EQ(log.lines(), Lines{"ERROR: HEAP CORRUPTED: Illegal (0 size) block detected..."});
+}
+
 TEST_F(HeapDamage, RaisesSignal11WhenAllIsCleared) {
   const LogCapture log;
   FourBlocks four;
@@ -160,11 +348,6 @@ TEST_F(HeapDamage, RaisesSignal11WhenAllIsCleared) {
 
   EXPECT_EQ(last_signal, SIGSEGV);
   EXPECT_EQ(log.lines(), Lines{"ERROR: HEAP CORRUPTED: Illegal (0 size) block detected..."});
-}
-
-// What a write beyond a block's end leaves behind: zeros where the next header was.
-void overrun(mheap_mblk* header) {
-  *header = {};
 }
 
 TEST_F(HeapDamage, OfAFreeBlockIsNoticedWhenTheOneBeforeItIsFreed) {
@@ -277,6 +460,27 @@ TEST(HeapResize, KeepsGivingUpAHeaderOfTheNewSpace) {
   EXPECT_EQ(added->state, kBlockFree);
   EXPECT_EQ(added->size, 960u - 464 - 80);
   EXPECT_EQ(next_block(added), four.heap->end_block);
+}
+
+TEST(HeapResize, MakesABlockOfWhatIsLeftWhereAHeadersFieldsFitIntoIt) {
+  struct Case {
+    std::uint64_t grown;
+    std::uint64_t added;
+  };
+  constexpr Case kCases[] = {{16, 0}, {80, 0}, {80 + 48, 0}, {80 + 64, 64}, {80 + 80, 80}};
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.grown);
+    FourBlocks four;
+    std::uint64_t free = 1;
+    std::uint64_t freeable = 1;
+
+    EXPECT_EQ(mheap_resize(four.heap.get(), 464 + c.grown, 0), 464 + c.grown);
+
+    EXPECT_EQ(mheap_queryspace(four.heap.get(), free, freeable), 464 + c.grown);
+    EXPECT_EQ(free, c.added);
+    EXPECT_EQ(reinterpret_cast<std::uint8_t*>(four.heap->end_block),
+              four.heap->base + 4 * 96 + c.added);
+  }
 }
 
 TEST(HeapResize, KeepsTheDataAddressOfABlockWhoseFreeIsPending) {
