@@ -18,6 +18,7 @@
 #include "modules/error_boxes.h"
 #include "modules/library_port.h"
 #include "orsincore/startup.h"
+#include "tests/memory/allocation_refusal.h"
 #include "tests/native/fake_clock.h"
 #include "tests/native/fake_processors.h"
 #include "tests/platform/fake_libraries.h"
@@ -229,6 +230,18 @@ TEST_F(LibraryLoader, AddsToTheHostsErrorModeAndGivesItBack) {
   EXPECT_EQ(fake_libraries().error_mode, kNoFaultBox);
 }
 
+TEST_F(LibraryLoader, SilencesErrorBoxesBeforeAnyLoadToo) {
+  constexpr unsigned kNoFaultBox = 2;
+  fake_libraries().error_mode = kNoFaultBox;
+
+  silence_error_boxes();
+  EXPECT_EQ(fake_libraries().error_mode,
+            kNoFaultBox | port::kNoCriticalErrorBox | port::kNoOpenFileBox);
+
+  restore_error_boxes();
+  EXPECT_EQ(fake_libraries().error_mode, kNoFaultBox);
+}
+
 TEST_F(LibraryLoader, UndoesAChangeOfTheFloatingPointMode) {
   const LogCapture log(3);
   const std::uint32_t mode = fake_processors().fpu_control;
@@ -347,6 +360,19 @@ TEST_F(LibraryLoader, HoldsMoreLibrariesThanItsFirstRoom) {
   EXPECT_EQ(ov_open_library("299.dll", 0), &modules[299]);
 }
 
+TEST_F(LibraryLoader, UnloadsALibraryThatFindsNoRoomInTheTable) {
+  stop_library_loader();
+  fake_libraries().loadable["codec.dll"] = &modules[0];
+  {
+    const test::AllocationRefusal refusal(sizeof(lib_entry));
+    start_library_loader();
+    EXPECT_EQ(ov_open_library("codec.dll", 0), nullptr);
+  }
+  EXPECT_EQ(calls_so_far(), (Lines{"load codec.dll", "silence threads", "unload", "error mode"}));
+
+  EXPECT_EQ(ov_open_library("codec.dll", 0), &modules[0]);
+}
+
 TEST_F(LibraryLoader, KeepsLibrariesLoadedThatWereOpenedTwiceWhenItStops) {
   for (int i = 0; i < 3; ++i) {
     const std::string name = std::to_string(i) + ".dll";
@@ -380,6 +406,25 @@ TEST_F(LibraryLoader, ALibraryMayCloseOthersWhenTheLoaderStops) {
   stop_library_loader();
 
   EXPECT_EQ(unloaded, (std::vector<void*>{&modules[3], &modules[0], &modules[2], &modules[1]}));
+}
+
+TEST_F(LibraryLoader, UnloadsEachLibraryOnceThoughOneClosesAnotherWhenTheLoaderStops) {
+  for (int i = 0; i < 3; ++i) {
+    const std::string name = std::to_string(i) + ".dll";
+    fake_libraries().loadable[name] = &modules[i];
+    ov_open_library(name.c_str(), 0);
+  }
+  std::vector<void*> unloaded;
+  fake_libraries().on_unload = [&](void* module) {
+    unloaded.push_back(module);
+    if (module == &modules[2]) {
+      ov_close_library(&modules[0], false);
+    }
+  };
+
+  stop_library_loader();
+
+  EXPECT_EQ(unloaded, (std::vector<void*>{&modules[2], &modules[0], &modules[1]}));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -423,6 +468,21 @@ TEST_F(RunDll, CallsTheEntryAndUnloadsTheLibrary) {
   EXPECT_EQ(seen_argc, 1);
   EXPECT_EQ(seen_argv, argv);
   EXPECT_EQ(calls_so_far(), (Lines{"load tool.dll", "silence threads", "error mode", "unload"}));
+}
+
+TEST_F(RunDll, ResolvesNothingWithoutALibraryOrAName) {
+  EXPECT_EQ(ov_resolve_symbol(&modules[0], "good"), reinterpret_cast<void*>(good_entry));
+  EXPECT_EQ(ov_resolve_symbol(nullptr, "good"), nullptr);
+  EXPECT_EQ(ov_resolve_symbol(&modules[0], nullptr), nullptr);
+}
+
+TEST_F(RunDll, SearchesAsTheHostDoes) {
+  fake_libraries().loadable["C:\\tools\\tool.dll"] = &modules[0];
+
+  EXPECT_EQ(ov_rundll("C:\\tools\\tool", "good", 0, nullptr), 42);
+
+  EXPECT_EQ(calls_so_far(),
+            (Lines{"load C:\\tools\\tool.dll", "silence threads", "error mode", "unload"}));
 }
 
 TEST_F(RunDll, KeepsTheEntryOfTheLatestCall) {

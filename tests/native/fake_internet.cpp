@@ -10,6 +10,14 @@ namespace orsin::test {
 namespace {
 
 constexpr unsigned kInvalidHandle = 6;
+constexpr unsigned kInsufficientBuffer = 122;
+constexpr unsigned kIncorrectHandleType = 12018;
+constexpr unsigned kIncorrectHandleState = 12019;
+
+bool fails(unsigned error) {
+  port::set_last_system_error(error);
+  return false;
+}
 
 std::string hexadecimal(std::uint32_t value) {
   char text[16];
@@ -26,50 +34,65 @@ FakeInternet& fake_internet() {
 
 void* FakeInternet::open(std::string_view agent) {
   record("open " + std::string(agent));
-  return refuses("open", nullptr, false) ? nullptr : add_handle("session", nullptr);
+  return refuses("open") ? nullptr : add_handle("session", nullptr);
 }
 
 bool FakeInternet::set_option(void* handle, std::uint32_t option, std::uint32_t value) {
   const std::string call = "option " + std::to_string(option);
   record("option " + name_of(handle) + ' ' + std::to_string(option) + ' ' + std::to_string(value));
   // Without a handle the real library sets a default of the process and reports success.
-  return !refuses(call, handle, false);
+  return !refuses(call);
 }
 
 void* FakeInternet::open_url(void* session, std::string_view url, std::uint32_t flags) {
   record("open_url " + name_of(session) + ' ' + std::string(url) + ' ' + hexadecimal(flags));
-  return refuses("open_url", session, true) ? nullptr : add_handle("request", session);
+  if (!is("session", session) || refuses("open_url")) {
+    return nullptr;
+  }
+  void* request = add_handle("request", session);
+  sent_.insert(request);
+  return request;
 }
 
 bool FakeInternet::split_url(std::string_view url, port::UrlParts& parts) {
   record("split " + std::string(url));
-  return !refuses("split", nullptr, false) && test::split_url(url, parts);
+  return !refuses("split") && test::split_url(url, parts);
 }
 
 void* FakeInternet::connect(void* session, std::string_view host, std::uint16_t port,
                             std::uint32_t flags) {
   record("connect " + name_of(session) + ' ' + std::string(host) + ' ' + std::to_string(port) +
          ' ' + hexadecimal(flags));
-  return refuses("connect", session, true) ? nullptr : add_handle("connection", session);
+  return !is("session", session) || refuses("connect") ? nullptr
+                                                       : add_handle("connection", session);
 }
 
 void* FakeInternet::open_request(void* connection, std::string_view method, std::string_view path,
                                  std::uint32_t flags) {
   record("open_request " + name_of(connection) + ' ' + std::string(method) + ' ' +
          std::string(path) + ' ' + hexadecimal(flags));
-  return refuses("open_request", connection, true) ? nullptr : add_handle("request", connection);
+  return !is("connection", connection) || refuses("open_request")
+             ? nullptr
+             : add_handle("request", connection);
 }
 
 bool FakeInternet::send_request(void* request, std::string_view headers, std::string_view body) {
   record("send " + name_of(request) + " [" + std::string(headers) + "] [" + std::string(body) +
          ']');
-  return !refuses("send", request, true);
+  if (!is("request", request) || refuses("send")) {
+    return false;
+  }
+  sent_.insert(request);
+  return true;
 }
 
 bool FakeInternet::query_status(void* request, char* text, std::uint32_t size) {
   record("status " + name_of(request) + ' ' + std::to_string(size));
-  if (refuses("status", request, true) || status.size() >= size) {
+  if (!is_under_way(request) || refuses("status")) {
     return false;
+  }
+  if (status.size() >= size) {
+    return fails(kInsufficientBuffer);
   }
   std::memcpy(text, status.c_str(), status.size() + 1);
   return true;
@@ -78,11 +101,11 @@ bool FakeInternet::query_status(void* request, char* text, std::uint32_t size) {
 bool FakeInternet::read(void* request, void* buffer, std::uint32_t size, std::uint32_t& bytes) {
   record("read " + name_of(request) + ' ' + std::to_string(size));
   bytes = 0;
-  if (!is_open(request)) {
+  if (!is_under_way(request)) {
     return false;
   }
   if (chunks.empty()) {
-    if (!refuses("read", request, true)) {
+    if (!refuses("read")) {
       return true;
     }
     bytes = static_cast<std::uint32_t>(cut_chunk.copy(static_cast<char*>(buffer), size));
@@ -99,7 +122,7 @@ bool FakeInternet::write(void* request, const void* data, std::uint32_t size,
                          std::uint32_t& bytes) {
   record("write " + name_of(request) + ' ' + std::to_string(size));
   bytes = 0;
-  if (!is_open(request)) {
+  if (!is_under_way(request)) {
     return false;
   }
   Write answer = {true, size};
@@ -129,24 +152,21 @@ void FakeInternet::close_children(void* handle) {
   }
 }
 
-bool FakeInternet::is_open(void* handle) const {
-  if (open_handles.count(handle) == 0) {
-    port::set_last_system_error(kInvalidHandle);
-    return false;
+bool FakeInternet::is(std::string_view kind, void* handle) const {
+  const auto found = open_handles.find(handle);
+  if (found == open_handles.end()) {
+    return fails(kInvalidHandle);
   }
-  return true;
+  return found->second.compare(0, kind.size(), kind) == 0 || fails(kIncorrectHandleType);
 }
 
-bool FakeInternet::refuses(const std::string& call, void* handle, bool needs_handle) {
-  if (needs_handle && !is_open(handle)) {
-    return true;
-  }
+bool FakeInternet::is_under_way(void* request) const {
+  return is("request", request) && (sent_.count(request) > 0 || fails(kIncorrectHandleState));
+}
+
+bool FakeInternet::refuses(const std::string& call) {
   const auto refusal = refusals.find(call);
-  if (refusal == refusals.end()) {
-    return false;
-  }
-  port::set_last_system_error(refusal->second);
-  return true;
+  return refusal != refusals.end() && !fails(refusal->second);
 }
 
 std::string FakeInternet::name_of(void* handle) const {

@@ -13,6 +13,7 @@ struct FakeLocale {
   std::string domain;
   std::string name;
   int installed_count = 0;
+  bool maker_is_selected = false;            // Before any installing.
   bool refuses = false;                      // Installing fails.
   std::map<std::string, std::string> texts;  // By "context|msgid"; "msgid" without a context.
 };

@@ -14,7 +14,9 @@ FakeLocale& fake_locale() {
 
 namespace orsin::port {
 
-void select_locale_maker() noexcept {}
+void select_locale_maker() noexcept {
+  test::fake_locale().maker_is_selected = test::fake_locale().installed_count == 0;
+}
 
 bool install_locale(const char* path, const char* domain, const char* name,
                     LocaleParts& parts) noexcept {

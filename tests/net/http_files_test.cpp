@@ -86,9 +86,11 @@ TEST_F(Download, LogsTheStatusAndTheTextOfAnotherAnswer) {
   internet_->status = "404";
   internet_->chunks = {"no such page"};
   const std::string path = directory_.path("body");
+  port::set_last_system_error(kAccessDenied);  // Of an earlier call.
 
   EXPECT_FALSE(ov_http_socket::ReadFile("http://example.org/", path.c_str()));
 
+  EXPECT_EQ(port::last_system_error(), 0U);
   EXPECT_EQ(joined(log_), code_line(404, 0));
   EXPECT_FALSE(std::filesystem::exists(test::to_path(path)));
 }
@@ -192,6 +194,15 @@ TEST_F(Upload, WritesTheFileOnTheOpenRequest) {
   EXPECT_EQ(internet_->calls.at(6), "write request2 100000");
   EXPECT_EQ(joined(log_), "");
   EXPECT_TRUE(internet_->open_handles.empty());
+}
+
+TEST_F(Upload, WritesAFileOfOneByte) {
+  const std::string path = directory_.write("file", "a");
+
+  EXPECT_TRUE(ov_http_socket::WriteFile("http://example.org/", path.c_str()));
+
+  EXPECT_EQ(internet_->written, "a");
+  EXPECT_EQ(joined(log_), "");
 }
 
 TEST_F(Upload, OfAnEmptyOrMissingFileFailsInSilence) {

@@ -40,6 +40,12 @@ TEST_F(Payload, IsWrittenOnTheRequest) {
   EXPECT_EQ(client_.GetStatusCode(), 200);
 }
 
+TEST_F(Payload, MayBeOneByte) {
+  EXPECT_EQ(put("p"), 1);
+
+  EXPECT_EQ(internet_->written, "p");
+}
+
 TEST_F(Payload, FollowsAGetThroughTheUrlOpener) {
   unsigned char payload[] = {'a', 'b'};
 
@@ -62,6 +68,8 @@ TEST_F(Payload, IsNotWrittenWhenThereIsNone) {
 }
 
 TEST_F(Payload, FailsWithMinusOneWhenTheRequestFails) {
+  EXPECT_EQ(put("earlier"), 7);
+  EXPECT_EQ(client_.GetStatusCode(), 200);
   internet_->refusals["send"] = kAccessDenied;
 
   EXPECT_EQ(put("payload"), -1);

@@ -10,6 +10,7 @@
 #include "orsincore/network.h"
 #include "tests/native/fake_internet.h"
 #include "tests/net/http_client.h"
+#include "tests/net/new_refusal.h"
 
 namespace orsin {
 namespace {
@@ -251,7 +252,9 @@ TEST_F(HttpSocket, FailsWithMinusOneWithoutAUrl) {
   EXPECT_EQ(bytes, 42u);
   EXPECT_EQ(client.GetStatusCode(), 0);
   EXPECT_EQ(client.LastErrorString(), system_text(kNoUrl));
+  port::set_last_system_error(0);
   EXPECT_EQ(client.PutHttpData(nullptr, payload, 1, OV_HTTP_POST, nullptr, 0, nullptr), -1);
+  EXPECT_EQ(port::last_system_error(), kNoUrl);
   EXPECT_EQ(client.LastErrorString(), system_text(kNoUrl));
   EXPECT_FALSE(client.OpenUrl(nullptr));
   EXPECT_FALSE(client.PostUrl(nullptr, OV_HTTP_POST, nullptr, 0, nullptr));
@@ -453,6 +456,22 @@ TEST_F(HttpSocket, StoresTheErrorOfTheStepThatFailed) {
       open.push_back(name);
     }
     EXPECT_EQ(open, c.open_after);
+  }
+}
+
+// Host and path are copied before anything is asked of the system.
+TEST_F(HttpSocket, FailsARequestThatMemoryIsTooShortFor) {
+  constexpr unsigned kNotEnoughMemory = 8;
+  Client client;
+  for (const int granted : {0, 1}) {
+    SCOPED_TRACE(granted);
+    internet_->calls.clear();
+    const test::NewRefusal refusal(granted);
+
+    EXPECT_EQ(client.GetHttpData("http://example.org/", OV_HTTP_POST, "", 0, "", nullptr), nullptr);
+
+    EXPECT_EQ(port::last_system_error(), kNotEnoughMemory);
+    EXPECT_EQ(internet_->calls, Lines{"split http://example.org/"});
   }
 }
 

@@ -43,6 +43,26 @@ TEST(ResponseBody, HasRoomForTheNulBehindEveryFullChunk) {
   EXPECT_EQ(std::strlen(text.get()), 5 * chunk.size());
 }
 
+// Around the first place where more has to be committed: a read may fill the room in front of it.
+TEST(ResponseBody, HasRoomForAChunkAndItsNulBehindAnyLength) {
+  constexpr std::uint32_t kStepBytes = 64 << 10;
+  constexpr std::uint32_t kLast = kStepBytes - ResponseBody::kChunkBytes;
+  for (std::uint32_t length = kLast - 100; length <= kLast + 10; ++length) {
+    SCOPED_TRACE(length);
+    ResponseBody body(nullptr);
+    for (std::uint32_t left = length; left > 0;) {
+      const std::uint32_t bytes = std::min(left, ResponseBody::kChunkBytes);
+      ASSERT_TRUE(append(body, std::string(bytes, 'x')));
+      left -= bytes;
+    }
+
+    // A page that is not there would be an error.
+    std::memset(body.room(), 'y', ResponseBody::kChunkBytes + 1);
+    ASSERT_TRUE(body.add(ResponseBody::kChunkBytes));
+    EXPECT_EQ(body.size(), length + ResponseBody::kChunkBytes);
+  }
+}
+
 TEST(ResponseBody, LeavesRoomForAChunkWhenItIsHandedOver) {
   ResponseBody body(nullptr);
   ASSERT_TRUE(append(body, std::string(100, 'x')));

@@ -124,6 +124,7 @@ TEST(ShortMemory, FailsARequestWithTheSystemsCode) {
     EXPECT_EQ(socket.GetHttpData("http://example.org/", OV_HTTP_GET, nullptr, -1, nullptr, &bytes),
               nullptr);
 
+    EXPECT_EQ(port::last_system_error(), kNotEnoughMemory);
     EXPECT_EQ(bytes, 42u);
     char text[256];
     port::system_error_text(kNotEnoughMemory, text, sizeof(text));

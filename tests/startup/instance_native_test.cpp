@@ -99,6 +99,37 @@ TEST_F(Instance, RaisesTheFirstOnesWindow) {
   EXPECT_EQ(fake_instance().calls, (Lines{kMutexCall, "find TakeKORVANE", "restore", "raise"}));
 }
 
+TEST_F(Instance, TellsNothingWhereNothingIsPending) {
+  char line[sizeof(InstanceRecord::command_line)] = "kept";
+
+  EXPECT_EQ(ov_get_instance_update(line), 0);
+
+  EXPECT_STREQ(line, "kept");
+}
+
+TEST_F(Instance, KeepsALineThatFindsNoPlace) {
+  fake_instance().exists = true;
+  EXPECT_FALSE(become_single_instance("Take"));
+
+  EXPECT_EQ(ov_get_instance_update(nullptr), 0);
+
+  char line[sizeof(InstanceRecord::command_line)] = {};
+  EXPECT_EQ(ov_get_instance_update(line), 1);
+  EXPECT_STREQ(line, "-x take.mov");
+}
+
+TEST_F(Instance, TellsAsManyBytesAsTheRecordHoldsAndNoMore) {
+  constexpr std::size_t kBytes = sizeof(InstanceRecord::command_line);
+  const std::string longest(kBytes, 'y');
+  std::string line(kBytes + 20, 'x');
+  std::memcpy(fake_instance().record.command_line, longest.data(), kBytes);
+  fake_instance().record.pending = 1;
+
+  EXPECT_EQ(ov_get_instance_update(line.data()), 1);
+
+  EXPECT_EQ(line, longest + std::string(20, 'x'));
+}
+
 TEST_F(Instance, LeavesNothingOfALongerLineBefore) {
   fake_instance().exists = true;
   std::memset(fake_instance().record.command_line, 'y', sizeof(InstanceRecord::command_line));

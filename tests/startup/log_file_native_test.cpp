@@ -87,6 +87,19 @@ TEST_F(LogFile, RotatesTheOneBefore) {
   EXPECT_EQ(log_text(), "");
 }
 
+TEST_F(LogFile, KeepsTenGenerations) {
+  directory_.write("Settings/logs/Take.log", "0");
+  for (int i = 1; i <= 10; ++i) {
+    directory_.write("Settings/logs/Take." + std::to_string(i) + ".log", std::to_string(i));
+  }
+
+  open();
+
+  EXPECT_EQ(log_text("Take.1.log"), "0");
+  EXPECT_EQ(log_text("Take.10.log"), "9");
+  EXPECT_FALSE(std::filesystem::exists(directory_.path("Settings/logs/Take.11.log")));
+}
+
 TEST_F(LogFile, ContinuesTheOneBeforeAfterARestart) {
   directory_.write("Settings/logs/Take.log", "before\n");
   fake_startup().written_looks = 1000;  // It is not rotated, so nobody waits for it.
@@ -170,6 +183,8 @@ TEST_F(LogFile, LiesInTheCurrentDirectoryWhereItsOwnCannotBeMade) {
 }
 
 TEST_F(LogFile, NeedsAName) {
+  std::snprintf(program_paths().log_file, kPathBytes, "%s", "of an earlier start");
+
   set_paths_and_open_log(nullptr, nullptr, false);
 
   EXPECT_STREQ(file_get_logfile(), "");
@@ -185,6 +200,9 @@ TEST_F(LogFile, LiesInTheCommonFolderOfTheApplicationWithoutAVariable) {
   EXPECT_EQ(file_get_data(), below(directory_, "common\\Take"));
   EXPECT_EQ(file_get_code(), below(directory_, "App\\"));
   EXPECT_EQ(file_get_default_settings(), below(directory_, "App\\Settings"));
+  EXPECT_EQ(search_list(), below(directory_, "common\\Take\\Settings") + ";" +
+                               below(directory_, "App\\Settings") + ";" +
+                               below(directory_, "App\\bin64") + ";");
 }
 
 TEST_F(LogFile, LiesBesideTheCodeInAMarkedInstallation) {

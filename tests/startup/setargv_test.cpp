@@ -52,7 +52,8 @@ TEST(Setargv, GivesNothingWithoutMemory) {
   char program[] = "prog";
   char line[] = "a b";
   int argc = -1;
-  char** argv = nullptr;
+  char* before[] = {program, nullptr};
+  char** argv = before;
   {
     const test::AllocationRefusal refusal(1);
     setargv(program, line, &argc, &argv);

@@ -24,6 +24,7 @@ TEST(StartupLetters, ReadAProcessorCountHereOrNext) {
   EXPECT_EQ(read({"-P", "4"}).processor_count, 4);
   EXPECT_EQ(read({"-p0x10"}).processor_count, 16);
   EXPECT_EQ(read({"-P0"}).processor_count, 0);
+  EXPECT_EQ(read({"-P9"}).processor_count, 9);
   EXPECT_EQ(read({"-P"}).processor_count, 0);
   EXPECT_EQ(read({"-Px", "4"}).processor_count, 0);
 }
@@ -38,6 +39,8 @@ TEST(StartupLetters, TakeNoNumberFromBehindTheLastArgument) {
   const StartupOptions options = read({"-P", nullptr, "-d"});
   EXPECT_EQ(options.processor_count, 0);
   EXPECT_EQ(options.debug_count, 0);
+  const char* const more[] = {"prog", "-P", "8"};
+  EXPECT_EQ(read_startup_letters(2, more).processor_count, 0);
 }
 
 TEST(StartupLetters, AreNoneWithoutArguments) {

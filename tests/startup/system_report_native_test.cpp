@@ -11,6 +11,7 @@
 #include "base/program_paths.h"
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
+#include "orsincore/text.h"
 #include "tests/native/fake_clock.h"
 #include "tests/native/fake_processors.h"
 #include "tests/native/fake_scheduling.h"
@@ -159,6 +160,21 @@ TEST_F(SystemReport, BeginsWithTheProgramItsBuildAndTheStart) {
   EXPECT_EQ(lines[2].find("     : Log started(3): "), 0U) << lines[2];
 }
 
+TEST_F(SystemReport, TellsDateAndTimeOfTheStart) {
+  const std::string head = "     : Log started(2): ";
+  const auto before = static_cast<long long>(date());
+
+  write_banner("Take", 2, {});
+
+  const auto after = static_cast<long long>(date());
+  const std::string line = report().back();
+  ASSERT_EQ(line.find(head), 0U) << line;
+  date told(2000, 1, 1, 0, 0, 0);
+  ASSERT_NE(told.scan(line.c_str() + head.size(), "%m/%d/%Y %H:%M:%S", nullptr), nullptr) << line;
+  EXPECT_GE(static_cast<long long>(told), before) << line;
+  EXPECT_LE(static_cast<long long>(told), after) << line;
+}
+
 TEST_F(SystemReport, SaysThatALogIsContinued) {
   write_banner(nullptr, 2, {true, 183});
 
@@ -185,6 +201,8 @@ TEST(ComputerName, IsCutQuestionMarksWhereItIsNotTold) {
   fake_startup().computer = "";
   EXPECT_FALSE(ov_computername(name, sizeof(name)));
   EXPECT_STREQ(name, "???");
+  EXPECT_FALSE(ov_computername(cut, 1));
+  EXPECT_STREQ(cut, "");
   EXPECT_FALSE(ov_computername(name, 0));
   EXPECT_FALSE(ov_computername(nullptr, sizeof(name)));
   fake_startup() = {};

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
@@ -10,6 +11,8 @@
 #include "orsincore/text.h"
 #include "tests/text/naive_base64.h"
 #include "text/base64_blocks.h"
+#include "threads/executor.h"
+#include "threads/thread_table.h"
 
 namespace orsin {
 namespace {
@@ -171,12 +174,48 @@ TEST(Base64, DecodesLargeTextsToAnyAddress) {
   }
 }
 
+// As many blocks as are worth streaming, but just too few bytes to align the target first.
+TEST(Base64, StoresWhereTheTargetIsNotAligned) {
+  constexpr std::size_t kBlocks = (4U << 20) / kBase64BlockBytes;
+  constexpr std::size_t kBytes = kBlocks * kBase64BlockBytes;
+  const std::string text = random_text(kBlocks * kBase64BlockCharacters, 7);
+  std::vector<unsigned char> fast(kBytes + 64, 'x');
+  std::vector<unsigned char> plain(kBytes + 64, 'x');
+
+  ASSERT_EQ(decode_base64_span(text.data(), text.size(), fast.data() + 1, kBytes), kBytes);
+  ASSERT_EQ(decode_base64_span_plain(text.data(), text.size(), plain.data() + 1, kBytes), kBytes);
+
+  EXPECT_TRUE(fast == plain);
+}
+
+TEST(Base64, MindsTheShorterOfTextAndRoom) {
+  constexpr std::size_t kLarge = 8U << 20;
+  constexpr std::size_t kShort = 8;
+  const std::string text = random_text(kLarge, 8);
+  const std::string untouched(200, 'x');
+  std::vector<unsigned char> target(kLarge);
+  for (std::size_t offset = 0; offset < kBase64StreamAlignment; ++offset) {
+    SCOPED_TRACE(offset);
+    std::fill_n(target.begin(), 400, static_cast<unsigned char>('x'));
+    unsigned char* const small = target.data() + offset;
+
+    ASSERT_EQ(decode_base64_span(text.data(), kLarge, small, kShort), kShort);
+    ASSERT_EQ(std::memcmp(small + kShort, untouched.data(), untouched.size()), 0);
+
+    ASSERT_EQ(decode_base64_span(text.data(), kShort, small, kLarge - offset), kShort / 4 * 3);
+    ASSERT_EQ(std::memcmp(small + kShort, untouched.data(), untouched.size()), 0);
+  }
+}
+
 TEST(Base64, TellsTheLengthOfTheSourceWhateverTheRoom) {
   char bytes[4];
   EXPECT_EQ(ov_base64_decode_mt("TWE=", 4, bytes, 4), 2U);
   EXPECT_EQ(ov_base64_decode_mt("TWFuTWFu", 8, bytes, 4), 6U);
   EXPECT_EQ(base64_decoded_size("TQ==", 4), 1U);
   EXPECT_EQ(base64_decoded_size("T", 1), 0U);
+  const char padding[] = "====";
+  EXPECT_EQ(base64_decoded_size(padding + 2, 2), 0U);  // Whatever stands in front of it.
+  EXPECT_EQ(base64_decoded_size(padding + 2, 0), 0U);
 }
 
 TEST(Base64, JoinsItsSpansForAnyNumberOfWorkers) {
@@ -189,13 +228,47 @@ TEST(Base64, JoinsItsSpansForAnyNumberOfWorkers) {
     const std::string expected = naive_decode(text, 1000);
     for (const std::size_t parts : {1U, 2U, 3U, 7U, 128U}) {
       std::string joined(expected.size(), '\0');
+      Base64Span before = {};
       for (std::size_t part = 0; part < parts; ++part) {
         const Base64Span span = base64_span(part, parts, text.size(), joined.size());
+        ASSERT_EQ(span.source_begin, before.source_end) << part << " of " << parts;
+        ASSERT_EQ(span.target_begin, before.target_end) << part << " of " << parts;
+        before = span;
         decode_base64_span(text.data() + span.source_begin, span.source_end - span.source_begin,
                            reinterpret_cast<unsigned char*>(joined.data()) + span.target_begin,
                            span.target_end - span.target_begin);
       }
+      ASSERT_EQ(before.source_end, text.size());
+      ASSERT_EQ(before.target_end, joined.size());
       ASSERT_EQ(joined, expected) << length << " in " << parts;
+    }
+  }
+}
+
+class Base64Workers : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(start_executor(3), 3); }
+  void TearDown() override {
+    stop_executor();
+    stop_thread_table();
+  }
+};
+
+TEST_F(Base64Workers, FillTheTargetAndLeaveWhatIsBehindIt) {
+  for (const std::string& text : {random_text(1000, 9), random_text(1000, 9) + "TQ=="}) {
+    const std::string decoded = naive_decode(text, 1000);
+    // None, within the first part and the second, all but one byte, all, and more.
+    for (const std::size_t room : {std::size_t{0}, std::size_t{100}, std::size_t{400},
+                                   decoded.size() - 1, decoded.size(), decoded.size() + 300}) {
+      SCOPED_TRACE(testing::Message() << text.size() << " into " << room);
+      std::string target(decoded.size() + 400, 'x');
+      std::string expected = target;
+      const std::size_t fitting = std::min(room, decoded.size());
+      expected.replace(0, fitting, decoded, 0, fitting);
+
+      EXPECT_EQ(ov_base64_decode_mt(text.data(), text.size(), target.data(), room), decoded.size());
+
+      EXPECT_EQ(target, expected);
     }
   }
 }

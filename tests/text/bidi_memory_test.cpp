@@ -75,6 +75,24 @@ TEST(BidiMemory, LosesItsArraysWhenALongerTextFindsNone) {
   EXPECT_TRUE(bidi.HasRightToLeft());
 }
 
+// What the analysis itself asks for is small; the arrays are there already.
+TEST(BidiMemory, AnswersAsForPlainTextWhereTheAnalysisFindsNone) {
+  OvBidiImpl bidi;
+  bidi.SetText(kMixed);
+  ASSERT_TRUE(bidi.HasRightToLeft());
+  bidi.SetText("שלום abc");
+  {
+    const test::AllocationRefusal refusal(1);
+    EXPECT_FALSE(bidi.HasRightToLeft());
+  }
+
+  EXPECT_STREQ(bidi.GetVisualText(), "שלום abc");
+  EXPECT_EQ(bidi.LogicalToVisual(99), 99);
+  EXPECT_EQ(bidi.VisualToLogical(99), 99);
+  bidi.SetText(kMixed);
+  EXPECT_TRUE(bidi.HasRightToLeft());
+}
+
 TEST(BidiMemory, IsNotNeededForPlainText) {
   OvBidiImpl bidi;
   const test::AllocationRefusal refusal(1);

@@ -72,6 +72,30 @@ TEST(Bidi, ReordersEachLineOnItsOwn) {
 
   EXPECT_STREQ(bidi->GetVisualText(), "גבא\nabc הד");
   EXPECT_STREQ(visual("אבג\nabc דה", true).c_str(), "גבא\nהד abc");
+  EXPECT_EQ(visual("abc\nאבג"), "abc\nגבא");
+}
+
+TEST(Bidi, MapsEveryCaretOfALineInBothDirections) {
+  const struct {
+    const char* text;
+    bool is_rtl;
+    std::vector<int> visual;
+    std::vector<int> logical;
+  } cases[] = {
+      {"abc אבג", false, {0, 1, 2, 3, 4, 6, 5, 4}, {0, 1, 2, 3, 4, 6, 5, 4}},
+      {"אב a", true, {4, 3, 2, 1, 1}, {3, 3, 2, 1, 0}},
+      {"א1", false, {2, 1, 1}, {1, 2, 0}},
+      {"\nא", true, {1, 0, 1}, {0, 2, 1}},
+      {"א\nבג\nד", true, {1, 0, 1, 3, 2, 4, 5}, {1, 0, 4, 3, 2, 6, 5}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    const Bidi bidi = make(c.text, c.is_rtl);
+    for (std::size_t i = 0; i < c.visual.size(); ++i) {
+      EXPECT_EQ(bidi->LogicalToVisual(static_cast<int>(i)), c.visual[i]) << i;
+      EXPECT_EQ(bidi->VisualToLogical(static_cast<int>(i)), c.logical[i]) << i;
+    }
+  }
 }
 
 TEST(Bidi, KeepsLineFeedsInTheirPlaces) {
@@ -97,6 +121,21 @@ TEST(Bidi, HasNoRunsInANegativeSelection) {
   EXPECT_EQ(runs_of(*bidi, 0, -3), Runs{});
 }
 
+TEST(Bidi, ForgetsASelectionForOneWithoutRuns) {
+  const Bidi bidi = make("abc אבג");
+  const std::pair<int, int> kNone[] = {{5, 5}, {-1, 3}, {0, -3}};
+  for (const auto& none : kNone) {
+    SCOPED_TRACE(none.first);
+    int start = 0;
+    int end = 0;
+    bidi->SetSelection(0, 7);
+
+    bidi->SetSelection(none.first, none.second);
+
+    EXPECT_FALSE(bidi->NextSelectionRun(&start, &end));
+  }
+}
+
 TEST(Bidi, HasSeveralRunsWhereDirectionsMix) {
   const Bidi bidi = make("abc אבג def");
 
@@ -110,6 +149,8 @@ TEST(Bidi, EndsWithTheLastRun) {
   EXPECT_EQ(runs_of(*bidi, 4, 7), (Runs{{4, 7}}));
   int start = 0;
   int end = 0;
+  EXPECT_FALSE(bidi->NextSelectionRun(&start, &end));
+  bidi->SetText("abc");
   EXPECT_FALSE(bidi->NextSelectionRun(&start, &end));
 }
 
@@ -131,6 +172,7 @@ TEST(Bidi, SelectsNothingBehindTheText) {
 TEST(Bidi, GivesTheSelectionBackWhereNothingIsReordered) {
   EXPECT_EQ(runs_of(*make("abc"), 1, 1000), (Runs{{1, 1000}}));
   EXPECT_EQ(runs_of(*make("abc"), 3, 1), (Runs{{3, 1}}));
+  EXPECT_EQ(runs_of(*make("abc"), 3, 0), (Runs{{3, 0}}));
   EXPECT_EQ(runs_of(*make(""), 1, 2), (Runs{{1, 2}}));
   EXPECT_EQ(runs_of(*make(nullptr), 1, 2), (Runs{{1, 2}}));
 }
@@ -189,6 +231,17 @@ TEST(Bidi, CountsInCharactersOfAnyLength) {
   const Bidi bidi = make("é😀");
   EXPECT_EQ(bidi->LogicalToVisual(99), 2);
   EXPECT_FALSE(bidi->HasRightToLeft());
+  EXPECT_EQ(make("é")->LogicalToVisual(99), 1);
+  EXPECT_EQ(make("déjà vu, ça va")->LogicalToVisual(99), 14);
+}
+
+TEST(Bidi, DrawsLettersOfFourBytes) {
+  EXPECT_EQ(visual("𐤀𐤁𐤂"), "𐤂𐤁𐤀");
+  std::string many;
+  for (int i = 0; i < 200; ++i) {  // As many as there is room for.
+    many += "𐤀";
+  }
+  EXPECT_EQ(visual(many.c_str()), many);
 }
 
 TEST(Bidi, PutsLatinOnTheRightOfARightToLeftParagraph) {
@@ -314,6 +367,7 @@ TEST(Bidi, SkipsTheAnalysisOnlyWhereItWouldFindNothing) {
 }
 
 TEST(Bidi, FindsRightToLeftLettersAnywhere) {
+  EXPECT_TRUE(make("\u05BE")->HasRightToLeft());  // The first that there is.
   for (std::size_t before = 0; before < 40; ++before) {
     for (std::size_t after = 0; after < 20; ++after) {
       const std::string text = std::string(before, 'x') + "א" + std::string(after, 'y');

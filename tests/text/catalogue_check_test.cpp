@@ -26,6 +26,8 @@ TEST(CatalogueCheck, AcceptsBothByteOrders) {
   EXPECT_TRUE(is_sound_catalogue(builder.bytes()));
   builder.is_big_endian = true;
   EXPECT_TRUE(is_sound_catalogue(builder.bytes()));
+  builder.messages[0].second += std::string(0x12345, '#');  // So the offsets have three bytes.
+  EXPECT_TRUE(is_sound_catalogue(builder.bytes()));
 }
 
 TEST(CatalogueCheck, AcceptsACatalogueWithoutAHashTable) {
@@ -85,6 +87,26 @@ TEST(CatalogueCheck, RefusesWhatLeadsOutsideTheFile) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     EXPECT_FALSE(is_sound_catalogue(CatalogueBuilder::with_word(whole, c.offset, c.value)));
+  }
+}
+
+// Where a hash table names messages it would be refused for that.
+TEST(CatalogueCheck, RefusesNoMessagesWithoutAHashTableToo) {
+  CatalogueBuilder builder;
+  builder.slots.clear();
+  EXPECT_FALSE(is_sound_catalogue(CatalogueBuilder::with_word(builder.bytes(), kCount, 0)));
+}
+
+TEST(CatalogueCheck, ReadsAPluralRuleThatEndsWithTheHeader) {
+  struct Case {
+    std::size_t length;
+    bool is_sound;
+  };
+  for (const Case& c : {Case{0, true}, Case{512, true}, Case{513, false}}) {
+    SCOPED_TRACE(c.length);
+    CatalogueBuilder builder;
+    builder.messages[0].second = "charset=UTF-8\nplural=" + std::string(c.length, '(');
+    EXPECT_EQ(is_sound_catalogue(builder.bytes()), c.is_sound);
   }
 }
 

@@ -200,7 +200,12 @@ TEST(Date, LeavesADateThatCannotMove) {
 
 TEST(Date, ComparesDayAndTime) {
   EXPECT_TRUE(day_of(2024, 3, 5) == day_of(2024, 3, 5));
-  EXPECT_TRUE(day_of(2024, 3, 5) != date(2024, 3, 5, 8, 7, 10));
+  const date others[] = {date(2024, 3, 6, 8, 7, 9), date(2024, 3, 5, 9, 7, 9),
+                         date(2024, 3, 5, 8, 6, 9), date(2024, 3, 5, 8, 7, 10)};
+  for (const date& other : others) {
+    SCOPED_TRACE(numeric(other));
+    EXPECT_TRUE(day_of(2024, 3, 5) != other);
+  }
 }
 
 TEST(Date, KeepsTheLeapDayOutOfDifferences) {
@@ -255,6 +260,7 @@ TEST(Date, ComparesDayNumbersForItsHeirs) {
 
 TEST(Date, LeavesMonthsThatDoNotExistOutOfDifferences) {
   EXPECT_EQ(date(2024, 0, 9, 0, 0, 0) - date(2024, 13, 4, 0, 0, 0), 5);
+  EXPECT_EQ(date(2024, 0, 9, 0, 0, 0) - date(2024, 1, 4, 0, 0, 0), 5);
 }
 
 TEST(Date, KeepsTheDayNumberOfAMismatch) {
@@ -275,8 +281,10 @@ TEST(Date, TurnsPosixTimeIntoLocalTimeAndBack) {
 TEST(Date, IsNowWhenMadeFromNothing) {
   const date now;
   const date same("");
+  const date later;
   EXPECT_GE(now.year(), 2024);
-  EXPECT_LE(same.dow() - now.dow(), 1);
+  EXPECT_GE(same.dow(), now.dow());
+  EXPECT_LE(same.dow(), later.dow());
 }
 
 }  // namespace

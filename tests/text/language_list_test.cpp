@@ -87,6 +87,7 @@ TEST(LanguageList, ReadsEveryFormOfALine) {
       {"a carriage return before the number", "\r1:E:en\n", {"en", "(end)"}, {"-", "en"}},
       {"an empty display name", "1::en_GB\n", {"en_GB", "(end)"}, {"-", "en_GB"}},
       {"an empty code", "1:English:\n", {"", "(end)"}, {"-", ""}},
+      {"a fourth field behind an empty code", "1:English::UK\n", {"", "(end)"}, {"-", ""}},
       {"id 0 without a code", "0:System:\n", {"", "(end)"}, {"-"}},
       {"a modifier", "1:S:sr_RS@latin\n", {"sr_RS@latin", "(end)"}, {"-", "sr_RS@latin"}},
       {"a comment sign later in the line", "1:#:en\n #:a:b\n", {"en", "b", "(end)"}, {"", "en"}},

@@ -23,6 +23,7 @@ TEST_F(LocaleRequests, CarryTheDirectoryAndTheDomain) {
   EXPECT_EQ(test::fake_locale().installed_count, 1);
   EXPECT_EQ(test::fake_locale().path, data_path() + "\\locale");
   EXPECT_EQ(test::fake_locale().domain, "korvane");
+  EXPECT_TRUE(test::fake_locale().maker_is_selected);
 }
 
 TEST_F(LocaleRequests, AreInUtf8) {
@@ -45,6 +46,7 @@ TEST_F(LocaleRequests, AreForTheUsersOwnLocaleWithoutAConfiguredLanguage) {
       {"an entry for id 0", "0:System Default:x\n2:Deutsch:de_DE\n"},
       {"no code for id 0", "0:System Default:\n2:Deutsch:de_DE\n"},
       {"no id 0", "2:Deutsch:de_DE\n"},
+      {"an entry for id 1", "0:System Default:x\n1:English:fr_FR\n"},
       {"no table", "# nothing\n"},
       {"negative ids alone", "-1:Deutsch:de_DE\n"},
   };
@@ -81,6 +83,16 @@ TEST_F(LocaleRequests, FindTextsByContext) {
   EXPECT_STREQ(ov_pgettext("menu", "Open"), "Otworz...");
   EXPECT_STREQ(ov_pgettext("state", "Open"), "Open");
   EXPECT_STREQ(ov_pgettext("Close"), "Close");
+}
+
+TEST_F(LocaleRequests, FindNoTextsAfterTheStop) {
+  write_languages("");
+  start_localisation();
+  test::fake_locale().texts = {{"Open", "Otworz"}};
+
+  stop_localisation();
+
+  EXPECT_STREQ(ov_pgettext("Open"), "Open");
 }
 
 }  // namespace

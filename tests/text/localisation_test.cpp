@@ -125,6 +125,15 @@ TEST_F(Localisation, WarnsOnceOfIdsThatItRefuses) {
   EXPECT_EQ(languages()->table().size(), 3u);
 }
 
+TEST_F(Localisation, WarnsOfASingleIdToo) {
+  const LogCapture log;
+  write_languages("1:a:en_GB\n1000001:b:fr_FR\n");
+
+  start_localisation();
+
+  EXPECT_EQ(log.lines(), Lines{"WARN : LOCALE: 1 languages with ids above 1000000 were left out"});
+}
+
 TEST_F(Localisation, AppliesTheConfiguredLanguage) {
   write_languages("0:System Default:x\n");
   struct Case {

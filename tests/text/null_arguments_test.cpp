@@ -33,6 +33,15 @@ TEST(NullText, IsNoDate) {
   EXPECT_TRUE(day == date(2024, 3, 5, 8, 7, 9));
 }
 
+TEST(NullText, MakesTheDateOfToday) {
+  const date before;
+  const date made(static_cast<const char*>(nullptr));
+  const date after;
+
+  EXPECT_GE(made.dow(), before.dow());
+  EXPECT_LE(made.dow(), after.dow());
+}
+
 TEST(NullData, AddsNothingToAnMd5) {
   md5_state_s state;
   unsigned char digest[16];
