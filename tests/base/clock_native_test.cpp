@@ -69,5 +69,14 @@ TEST_F(FailingClock, NeverWarnsWhenItsInitialisationFailed) {
   }
 }
 
+TEST_F(FailingClock, TakesOneCountASecond) {
+  fake_clock() = {.frequency = 1, .stands_still = true, .still_count = 5};
+  start_clock();
+  fake_clock().still_count = 12;
+
+  EXPECT_EQ(mp_getclockfrequency(), 1.0);
+  EXPECT_EQ(mp_getclock(), 7.0);
+}
+
 }  // namespace
 }  // namespace orsin

@@ -62,6 +62,16 @@ TEST_F(FpuMode, KeepsAnnouncingAChangeThatItDoesNotMake) {
   EXPECT_EQ(fake_processors().fpu_control, 0x1001FU);
 }
 
+TEST_F(FpuMode, AnnouncesNoChangeOfTheFullPrecision) {
+  fake_processors().fpu_control = 0x1F;
+  const LogCapture log;
+  msginfo("head");
+
+  fpu_setup(true);
+
+  EXPECT_EQ(log.lines(), (Lines{"INFO : head", "     : FPU : Precision 64 bits"}));
+}
+
 TEST_F(FpuMode, IsRecordedOnce) {
   fpu_setup(false);
   fake_processors().fpu_control ^= 0x100;

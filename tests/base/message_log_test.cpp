@@ -208,6 +208,32 @@ TEST_F(MessageLog, ReachesStandardErrorWhenSilencedByANegativeLevel) {
   EXPECT_EQ(log.lines(), (Lines{"INFO : head"}));
 }
 
+TEST_F(MessageLog, EndsEachLineOnStandardErrorOnce) {
+  const LogCapture log;
+  msg_setlevel(-1);
+  testing::internal::CaptureStderr();
+
+  msg(0, "\n");
+  msg(0, "%s", "");
+  msg(0, "x");
+
+  std::string written = testing::internal::GetCapturedStderr();
+  std::erase(written, '\r');
+  EXPECT_EQ(written,
+            "##:##:##.## ERROR: \n"
+            "##:##:##.## ERROR: \n"
+            "##:##:##.## ERROR: x\n");
+}
+
+TEST_F(MessageLog, TakesErrorsOnlyAtTheLowestLevel) {
+  const LogCapture log(0);
+
+  EXPECT_EQ(msg(0, "error"), 1);
+  EXPECT_EQ(msg(1, "warning"), 0);
+
+  EXPECT_EQ(log.lines(), Lines{"ERROR: error"});
+}
+
 TEST_F(MessageLog, KeepsItsBufferWholeWhenALongMessageMeetsANegativeLevel) {
   const LogCapture log;
   msg_setlevel(-1);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -99,6 +100,34 @@ TEST(NewFile, HasANameOfItsOwnForEachOne) {
 
   EXPECT_EQ(TemporaryDirectory::read(directory.path("first")), "1");
   EXPECT_EQ(TemporaryDirectory::read(directory.path("second")), "2");
+}
+
+// It looks at no more than a thousand numbers, and every file that has one is somebody's.
+TEST(NewFile, OverwritesNoFileWhereEveryNumberIsTaken) {
+  const TemporaryDirectory directory;
+  unsigned number = 0;
+  {
+    const NewFile file(directory.path("take").c_str(), "wb");
+    const std::filesystem::directory_iterator entries(test::to_path(directory.path()));
+    number =
+        static_cast<unsigned>(std::stoul(test::to_utf8(entries->path().filename()).substr(1, 6)));
+  }
+  for (unsigned i = 1; i <= 1000; ++i) {
+    char name[16];
+    std::snprintf(name, sizeof(name), "~%06u.new", (number + i) % 1000000);
+    directory.write(name, "another's");
+  }
+
+  {
+    NewFile file(directory.path("take").c_str(), "wb");
+    EXPECT_EQ(file.stream(), nullptr);
+    EXPECT_FALSE(file.commit());
+  }
+
+  EXPECT_EQ(count_files(directory), 1000U);
+  for (const auto& entry : std::filesystem::directory_iterator(test::to_path(directory.path()))) {
+    EXPECT_EQ(entry.file_size(), 9U) << entry.path();
+  }
 }
 
 }  // namespace

@@ -27,6 +27,16 @@ TEST(NullText, WritesNoLine) {
   EXPECT_EQ(log.lines(), Lines{});
 }
 
+TEST(NullText, DoesNotWriteTheLineBeforeItAgain) {
+  const test::LogCapture log(4);
+  const char* const none = nullptr;
+  msginfo("said");
+
+  msgerror(none);
+
+  EXPECT_EQ(log.lines(), Lines{"INFO : said"});
+}
+
 TEST(NullText, LeavesTheReasonOfAnErrorLine) {
   const test::LogCapture log(4);
 

@@ -78,6 +78,7 @@ TEST_F(ProcessorQuery, CountsCoresAndTheirLogicalProcessors) {
   EXPECT_EQ(mp_get_numcpu(0), 8);
   EXPECT_EQ(mp_get_numcpu(1), 16);
   EXPECT_EQ(mp_cpu_id(-1), -1);
+  EXPECT_EQ(mp_cpu_id(0), 0);
   EXPECT_EQ(mp_cpu_id(7), 7);
   EXPECT_EQ(mp_cpu_id(8), -1);
 }
@@ -175,6 +176,14 @@ TEST_F(ProcessorQuery, TakesTheNameFromTheBrandWithoutItsLeadingBlanks) {
   set_brand("  Quick(R) Processor 9000 @ 3.00GHz             ");
 
   EXPECT_STREQ(query().name, "Quick(R) Processor 9000 @ 3.00GHz             ");
+}
+
+TEST_F(ProcessorQuery, AsksForNoBrandThatTheProcessorDoesNotHave) {
+  set_identity(kIntel, {});
+  set_brand("Quick(R) Processor 9000 @ 3.00GHz               ");
+  fake_processors().leaves[0x80000000] = {0x80000003, 0, 0, 0};
+
+  EXPECT_STREQ(query().name, "???");
 }
 
 TEST_F(ProcessorQuery, MakesANameForAnEmptyBrand) {

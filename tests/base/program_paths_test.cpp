@@ -76,6 +76,19 @@ TEST(ModuleName, IsCopiedAsFarAsItFits) {
   program_paths() = {};
 }
 
+TEST(ModuleName, IsWrittenNowhereWithoutABufferOrRoom) {
+  std::snprintf(program_paths().module, kPathBytes, "C:\\App\\app.exe");
+  char name[kPathBytes] = "zz";
+
+  EXPECT_TRUE(ov_modulename(nullptr, sizeof(name)));
+  EXPECT_TRUE(ov_modulename(name, -1));
+  EXPECT_TRUE(ov_modulename(name, 0));
+  EXPECT_STREQ(name, "zz");
+  EXPECT_TRUE(ov_modulename(name, 1));
+  EXPECT_STREQ(name, "");
+  program_paths() = {};
+}
+
 TEST(ModuleName, IsUnknownBeforeStartUp) {
   char name[kPathBytes] = "x";
 

@@ -285,7 +285,7 @@ TEST(Latin1, ConvertsBothWays) {
 
 TEST(Latin1, TakesTheByteBehindC2AsItIs) {
   char bytes[16];
-  EXPECT_STREQ(ov_utf8_to_byte(bytes, sizeof(bytes), "\xC2\xA9\xC2\x80z"), "\xA9\x80z");
+  EXPECT_STREQ(ov_utf8_to_byte(bytes, sizeof(bytes), "\xC2\xA9x\xC2\x80yz"), "\xA9x\x80yz");
 }
 
 TEST(Latin1, KeepsTheWrapOfBytesBehindC3) {
@@ -300,7 +300,27 @@ TEST(Latin1, KeepsTheWrapOfBytesBehindC3) {
 TEST(Latin1, UsesAllButTwoBytesOfItsBuffer) {
   char bytes[5];
   EXPECT_STREQ(ov_utf8_to_byte(bytes, sizeof(bytes), "abcdef"), "abc");
+  EXPECT_STREQ(ov_utf8_to_byte(bytes, 3, "abcdef"), "a");
   EXPECT_STREQ(ov_utf8_to_byte(bytes, 2, "abcdef"), "");
+}
+
+TEST(Latin1, WritesOnlyTheEndWhereThereIsRoomForNoMore) {
+  const struct {
+    const char* what;
+    const char* (*convert)(char*, std::size_t, const char*);
+  } cases[] = {{"to bytes", ov_utf8_to_byte},
+               {"from bytes", ov_byte_to_utf8},
+               {"XML", validate_ascii_xml_text}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    char text[] = "zz";
+
+    EXPECT_EQ(c.convert(text, 0, "ab"), text);
+    EXPECT_STREQ(text, "zz");
+    EXPECT_EQ(c.convert(text, 1, "ab"), text);
+    EXPECT_STREQ(text, "");
+    EXPECT_EQ(text[1], 'z');
+  }
 }
 
 TEST(Latin1, StopsBeforeACharacterThatDoesNotFit) {

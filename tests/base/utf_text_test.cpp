@@ -180,6 +180,52 @@ TEST(Utf8Insert, InsertsWhatFitsToTheLastByte) {
                "yb");
 }
 
+TEST(Utf8Insert, CountsCharactersNotBytesToItsPlace) {
+  char text[16] =
+      "\xC3\xA9"
+      "bc";
+
+  EXPECT_EQ(ov_utf8_insert(text, sizeof(text), 1, "yz"), 2U);
+
+  EXPECT_STREQ(text,
+               "\xC3\xA9"
+               "yzbc");
+}
+
+TEST(Utf8Insert, InsertsASingleByteWhereThereIsRoomForNoMore) {
+  char text[4] = "ab";
+
+  EXPECT_EQ(ov_utf8_insert(text, sizeof(text), 1, "x"), 1U);
+
+  EXPECT_STREQ(text, "axb");
+}
+
+TEST(Utf8Insert, LeavesATextAloneThatIsLongerThanItsBufferIsSaidToBe) {
+  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{3}, std::size_t{6}}) {
+    SCOPED_TRACE(size);
+    char text[16] = "abcdef";
+
+    EXPECT_EQ(ov_utf8_insert(text, size, 1, "x"), 0U);
+    EXPECT_EQ(ov_utf8_insert_char(text, size, 1, 'x'), 0);
+
+    EXPECT_STREQ(text, "abcdef");
+  }
+}
+
+// What stands behind the buffer differs from byte to byte, so that a move too far shows.
+TEST(Utf8Insert, TouchesNothingBehindItsBuffer) {
+  char character[] = "abcd\0\0\0guarded";
+  char text[] = "abcd\0\0\0guarded";
+
+  EXPECT_EQ(ov_utf8_insert_char(character, 7, 2, 0xE9), 2);
+  EXPECT_EQ(ov_utf8_insert(text, 7, 2, "xy"), 2U);
+
+  EXPECT_EQ(std::string(character, sizeof(character)), std::string("ab\xC3\xA9"
+                                                                   "cd\0guarded",
+                                                                   sizeof(character)));
+  EXPECT_EQ(std::string(text, sizeof(text)), std::string("abxycd\0guarded", sizeof(text)));
+}
+
 TEST(Utf8Insert, InsertsNothingWhenNoCharacterFits) {
   char text[4] = "a";
   EXPECT_EQ(ov_utf8_insert(text, sizeof(text), 0, "\xE2\x82\xAC"), 0U);
@@ -198,6 +244,15 @@ TEST(Utf8Erase, RemovesCharacters) {
   EXPECT_EQ(ov_utf8_erase(text, 0, 0), 0U);
   char empty[] = "";
   EXPECT_EQ(ov_utf8_erase(empty, 0, 1), 0U);
+}
+
+TEST(Utf8Erase, TouchesNothingBehindTheText) {
+  char text[] = "abcd\0guarded";
+
+  EXPECT_EQ(ov_utf8_erase(text, 3, 1), 1U);
+
+  EXPECT_STREQ(text, "abc");
+  EXPECT_STREQ(text + 5, "guarded");
 }
 
 TEST(Utf8Validity, KeepsThreeByteSurrogatesValid) {
@@ -247,6 +302,24 @@ TEST(Utf16Text, RoundsBytePositionsDown) {
   EXPECT_EQ(position, 6U);
 }
 
+TEST(Utf16Text, StepsOverEveryCharacterAndStaysAtTheEnd) {
+  const unsigned short text[] = {1, 0xD87D, 0xDE00, 0};
+  std::size_t position = 0;
+
+  EXPECT_EQ(ov_utf16_get_code_point(text, &position), 1);
+  EXPECT_EQ(position, 1U);
+  EXPECT_EQ(ov_utf16_get_code_point(text, &position), 0x1F600);
+  EXPECT_EQ(position, 3U);
+  EXPECT_EQ(ov_utf16_get_code_point(text, &position), 0);
+  EXPECT_EQ(position, 3U);
+
+  const char* bytes = reinterpret_cast<const char*>(text);
+  EXPECT_EQ(ov_utf16_get_code_point(bytes, &(position = 0)), 1);
+  EXPECT_EQ(position, 2U);
+  EXPECT_EQ(ov_utf16_get_code_point(bytes, &(position = 6)), 0);
+  EXPECT_EQ(position, 6U);
+}
+
 TEST(Utf16Text, ReadsThePairOfZeroAsTheEnd) {
   const unsigned short text[] = {0xD800, 0xDC00, 'a', 0};
   std::size_t position = 0;
@@ -258,9 +331,11 @@ TEST(Utf16Encoding, WritesUnitsOrBytes) {
   unsigned short units[2] = {};
   EXPECT_EQ(ov_utf16_encode(0x1F600, units, 2), 2);
   EXPECT_EQ(units[0], 0xD87D);
+  EXPECT_EQ(units[1], 0xDE00);
   EXPECT_EQ(ov_utf16_encode(0x1F600, units, 1), 0);
-  char bytes[4];
+  char bytes[4] = {};
   EXPECT_EQ(ov_utf16_encode(0x1F600, bytes, 4), 4);
+  EXPECT_EQ(std::memcmp(bytes, units, sizeof(units)), 0);
   EXPECT_EQ(ov_utf16_encode(0x1F600, bytes, 3), 0);
   EXPECT_EQ(ov_utf16_encode('a', bytes, 3), 2);
   EXPECT_EQ(ov_utf16_get_num_for_code_point(0xFFFF), 1);

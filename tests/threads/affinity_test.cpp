@@ -30,10 +30,12 @@ TEST(AffinityPlan, RefusesAnIndexOutsideTheTable) {
 TEST(AffinityPlan, PrefersTheLowestProcessorOfTheCoreInASingleGroup) {
   const ProcessorTable table = table_of({{0x3, 0}, {0xC, 0}, {0x8000000000000000, 0}}, 1, false);
 
+  const auto first = plan_affinity(table, 0);
   const auto second = plan_affinity(table, 1);
   const auto last = plan_affinity(table, 2);
 
-  ASSERT_TRUE(second && last);
+  ASSERT_TRUE(first && second && last);
+  EXPECT_EQ(first->number, 0);
   EXPECT_EQ(second->kind, AffinityPlan::Kind::kIdealProcessor);
   EXPECT_EQ(second->group, 0);
   EXPECT_EQ(second->number, 2);
@@ -41,14 +43,14 @@ TEST(AffinityPlan, PrefersTheLowestProcessorOfTheCoreInASingleGroup) {
 }
 
 TEST(AffinityPlan, ConfinesToTheWholeGroupWhenThereAreSeveral) {
-  const ProcessorTable table = table_of({{0x3, 0}, {0x1, 1}, {0xC, 0}, {0x6, 1}}, 2, false);
+  const ProcessorTable table = table_of({{0x3, 0}, {0x10, 1}, {0xC, 0}, {0x6, 1}}, 2, false);
 
   const auto plan = plan_affinity(table, 1);
 
   ASSERT_TRUE(plan);
   EXPECT_EQ(plan->kind, AffinityPlan::Kind::kGroupMask);
   EXPECT_EQ(plan->group, 1);
-  EXPECT_EQ(plan->mask, 0x7U);
+  EXPECT_EQ(plan->mask, 0x16U);
 }
 
 TEST(AffinityPlan, BindsToExactlyTheCoreWhenStrict) {

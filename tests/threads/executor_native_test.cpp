@@ -60,6 +60,19 @@ TEST(ExecutorOnTheStandIn, HasAWorkerForEachCoreHoweverManyLogicalProcessorsThat
   forget_processors();
 }
 
+TEST(ExecutorOnTheStandIn, RunsInlineOnAMachineWithASingleCore) {
+  forget_processors();
+  fake_processors().cores = {{0x3, 0}};
+  static_cast<void>(query_processors(false));
+
+  EXPECT_EQ(start_executor(0), 1);
+
+  stop_executor();
+  stop_thread_table();
+  fake_processors() = {};
+  forget_processors();
+}
+
 TEST(ExecutorOnTheStandIn, RunsInlineWhenAThreadIsRefused) {
   const LogCapture log;
   fake_processors().refuse_threads = true;

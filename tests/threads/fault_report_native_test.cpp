@@ -1,6 +1,8 @@
 // What a thread that ends in a processor fault leaves: its place, the block, and no process.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
 #include "tests/platform/fake_modules.h"
@@ -12,8 +14,9 @@ namespace {
 constexpr unsigned int kLongMs = 60000;
 constexpr std::uint32_t kAccessViolation = 0xC0000005;
 
-// The log is standard error, from the level on that has places.
+// The log is standard error, from the level on that has places; fully buffered, as a host may have it.
 void end_in(EscapedFault fault) {
+  std::setvbuf(stderr, nullptr, _IOFBF, 65536);
   msg_open(nullptr);
   msg_setlevel(2);
   test::fake_modules() = {{0x180000000, {"orsincore.dll", 0x80000}}};

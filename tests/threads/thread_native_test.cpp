@@ -5,7 +5,9 @@
 #include <string>
 #include <thread>
 
+#include "base/fpu_mode.h"
 #include "base/processor_info.h"
+#include "orsincore/processors.h"
 #include "orsincore/startup.h"
 #include "orsincore/threads.h"
 #include "tests/native/fake_processors.h"
@@ -51,6 +53,22 @@ TEST_F(RefusingPlatform, KeepsTheRecordOfAThreadThatCouldNotBeCreatedInUse) {
       "Next", [](void*) {}, nullptr);
   EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
   EXPECT_EQ(thread_record_count(), 2);
+}
+
+// A thread begins with what its system gives it, which need not be the library's floating-point mode.
+TEST_F(RefusingPlatform, StartsEveryThreadInTheModeThatWasRecorded) {
+  constexpr std::uint32_t kRounding = 0x300;
+  forget_fpu_mode();
+  fpu_setup(false);
+  const std::uint32_t recorded = fake_processors().fpu_control;
+  fake_processors().fpu_control ^= kRounding;
+
+  const unsigned int thread = mp_start_thread(
+      "Rounding", [](void*) {}, nullptr);
+
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+  EXPECT_EQ(fake_processors().fpu_control, recorded);
+  forget_fpu_mode();
 }
 
 // Whoever joins a thread then frees what it works with.

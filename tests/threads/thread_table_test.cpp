@@ -74,6 +74,16 @@ TEST_F(ThreadTable, CallsAForeignThreadUnknown) {
   EXPECT_STREQ(mp_get_thread_name(), "Unknown");
 }
 
+TEST_F(ThreadTable, CallsAForeignThreadUnknownBesideNamedOnes) {
+  HeldThread held;
+  const unsigned int thread = mp_start_thread("Named", HeldThread::run, &held);
+
+  EXPECT_STREQ(mp_get_thread_name(), "Unknown");
+
+  held.release();
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+}
+
 TEST_F(ThreadTable, RunsAThreadWithoutAnEntryToItsEnd) {
   const unsigned int thread = mp_start_thread("Empty", nullptr, nullptr);
 
