@@ -85,6 +85,7 @@ TEST_F(CopyFailures, IsAFailureWhereALongerFileCannotBeCut) {
 
   EXPECT_EQ(copy.run(), -8);
   EXPECT_EQ(copy_secure(0), -4);
+  EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), false, bytes_), -3);
 
   EXPECT_EQ(log_.lines().back(), "ERROR: Writebuffer set FileSize : 'error 1224'");
 }
@@ -155,6 +156,7 @@ TEST_F(CopyFailures, EndATreeCopyOnAFullDisk) {
 
   EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), false, bytes_), -3);
 
+  EXPECT_LT(bytes_, 24 * kMebibyte);  // As above: nobody reads on for nothing.
   EXPECT_TRUE(read_source() == content_);
 }
 
@@ -188,6 +190,19 @@ TEST_F(CopyFailures, Give3ForAFileThatCannotBeReadBack) {
 
   EXPECT_EQ(get_error_file_copy_secure(-3, false),
             "File Copy: unable to read '" + source() + "'\n");
+}
+
+TEST_F(CopyFailures, DoNotTakeAByteThatCannotBeReadForAnEmptyFile) {
+  directory_.write("source.bin", "c");
+  directory_.write("copy.bin", "old");
+  fake_disk().readable_bytes = 0;
+
+  EXPECT_EQ(call().run(), -3);
+  EXPECT_EQ(copy_secure(), -3);
+  EXPECT_EQ(file_read_secure(source().c_str(), md5_, nullptr, nullptr), -3);
+  EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), false, bytes_), -3);
+
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "old");
 }
 
 TEST_F(CopyFailures, Give3ForATreeCopyThatCannotBeRead) {

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "base/path_buffer.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
+#include "tests/files/current_directory.h"
 #include "tests/files/program_paths_standin.h"
 #include "tests/support/log_capture.h"
 
@@ -140,6 +142,21 @@ TEST(EnsureDirectory, RefusesWhatDoesNotFit) {
   EXPECT_NE(file_ensure_directory(base.c_str(), std::string(259 - base.size(), 'x').c_str(), out),
             nullptr);
   EXPECT_EQ(std::strlen(out), 259U);
+}
+
+TEST(EnsureDirectory, MakesNoDrive) {
+  const test::TemporaryDirectory directory;
+  const test::CurrentDirectory current(directory);
+  const test::LogCapture log;
+  char out[kPathBytes];
+
+  for (const char* drive : {"Y:", "Y:\\"}) {
+    SCOPED_TRACE(drive);
+    EXPECT_STREQ(file_ensure_directory(drive, "a.cfg", out), "Y:\\a.cfg");
+  }
+
+  EXPECT_EQ(log.lines(), test::Lines{});
+  EXPECT_TRUE(std::filesystem::is_empty(test::to_path(directory.path())));
 }
 
 TEST(EnsureDirectory, SaysWhyADirectoryCannotBeMade) {

@@ -2,13 +2,16 @@
 // them, and a link to a directory above itself ends. The native file system makes links for anybody.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "files/directory_identity.h"
 #include "files/directory_list.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
+#include "tests/files/current_directory.h"
 #include "tests/files/io_start.h"
 #include "tests/native/fake_paths.h"
 #include "tests/support/log_capture.h"
@@ -68,6 +71,45 @@ TEST_F(DirectoryLinks, AreRemovedWhenTheyAreWhatIsDeleted) {
   }
 }
 
+TEST_F(DirectoryLinks, AreKnownByWhatTheSystemSaysOfThem) {
+  struct Case {
+    const char* what;
+    std::optional<std::uint32_t> tag;
+    bool is_link;
+  };
+  const Case cases[] = {
+      {"symbolic link", 0xA000000C, true},
+      {"junction", 0xA0000003, true},
+      {"kept in a cloud", 0x9000001A, false},
+      {"deduplicated", 0x80000013, false},
+      {"no tag", 0, true},
+      {"not told", std::nullopt, true},
+  };
+  directory_.write("target/inside", "x");
+  link("link", "target");
+  const std::optional<std::uint32_t> before = test::link_tag();
+
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    test::link_tag() = c.tag;
+    EXPECT_EQ(is_directory_link(below(directory_, "link").c_str()), c.is_link);
+    EXPECT_EQ(is_directory_link(below(directory_, "link\\/\\").c_str()), c.is_link);
+    EXPECT_FALSE(is_directory_link(below(directory_, "target").c_str()));
+    EXPECT_FALSE(is_directory_link(below(directory_, "target\\inside").c_str()));
+  }
+
+  test::link_tag() = before;
+}
+
+TEST_F(DirectoryLinks, OfOneLetterAreLinksWithASeparatorBehindThem) {
+  const test::CurrentDirectory current(directory_);
+  directory_.write("target/inside", "x");
+  link("l", "target");
+
+  EXPECT_TRUE(is_directory_link("l"));
+  EXPECT_TRUE(is_directory_link("l\\"));
+}
+
 TEST_F(DirectoryLinks, AreFollowedByACopy) {
   directory_.write("elsewhere/one.wav", "one");
   directory_.write("tree/two.wav", "two");
@@ -98,6 +140,16 @@ TEST_F(DirectoryLinks, ToADirectoryAboveThemAreNotCopied) {
               std::string::npos)
         << log_.text();
   }
+}
+
+TEST_F(DirectoryLinks, ToTheRootLeadBack) {
+  directory_.write("tree/one.wav", "one");
+  link("tree/everything", "/");
+
+  EXPECT_TRUE(leads_back(below(directory_, "tree\\everything").c_str()));
+  EXPECT_EQ(copy("tree", "copy"), 1);
+
+  EXPECT_FALSE(is_there("copy/everything"));
 }
 
 TEST_F(DirectoryLinks, AreFollowedByASearch) {
@@ -145,6 +197,31 @@ TEST_F(DirectoryLinks, AreNotGuessedWhereDirectoriesHaveNoIndex) {
 
   test::directories_have_indices() = true;
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy/one.wav")), "one");
+}
+
+// Then the spelling decides.
+TEST_F(DirectoryLinks, AreNotNeededToKnowThatATreeWouldBeCopiedBelowItself) {
+  struct Case {
+    const char* path;
+    const char* directory;
+    bool lies_in;
+  };
+  const Case cases[] = {
+      {"tree", "tree", true},           {"TREE", "tree", true},
+      {"tree", "tree\\", true},         {"tree\\copy", "tree\\", true},
+      {"tree/deep/copy", "Tree", true}, {"tree\\", "tree", true},
+      {"tre\\copy", "tree\\", false},   {"treetop", "tree", false},
+      {"tree", "tree\\copy", false},    {"copy", "tree", false},
+  };
+  test::directories_have_indices() = false;
+
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.path) + " in " + c.directory);
+    EXPECT_EQ(lies_in(below(directory_, c.path).c_str(), below(directory_, c.directory).c_str()),
+              c.lies_in);
+  }
+
+  test::directories_have_indices() = true;
 }
 
 TEST_F(DirectoryLinks, OfADriveAreKnownByItsRoot) {

@@ -10,6 +10,7 @@
 #include "files/file_system_port.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
+#include "tests/files/current_directory.h"
 #include "tests/files/program_paths_standin.h"
 #include "tests/support/log_capture.h"
 
@@ -42,6 +43,15 @@ Names entries_of(const UniqueList& list) {
 Names sorted(Names names) {
   std::sort(names.begin(), names.end());
   return names;
+}
+
+// The root of no volume.
+std::string missing_drive() {
+  std::string drive = "Y:";
+  while (drive[0] > 'D' && file_is_directory((drive + "\\").c_str()) != 0) {
+    --drive[0];
+  }
+  return drive;
 }
 
 class DirectoryList : public testing::Test {
@@ -213,6 +223,42 @@ TEST_F(DirectoryList, OfABareNameIsThatOfTheDataPath) {
   }
 }
 
+// Nothing else is shown in place of a drive that is not there.
+TEST_F(DirectoryList, OfAMissingDriveIsEmpty) {
+  const std::string drive = missing_drive();
+
+  for (const std::string& path : {drive, drive + "\\"}) {
+    SCOPED_TRACE(path);
+    const UniqueList found = list(path);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->path, drive);
+    EXPECT_EQ(found->entry_count, 0);
+    EXPECT_EQ(log_.last_line(), "WARN : ERROR: Can't open directory: '" + drive + "'");
+  }
+}
+
+TEST_F(DirectoryList, OfADirectoryWithANameOfOneLetterDropsItsSeparator) {
+  const test::CurrentDirectory current(directory_);
+  write("s/a.wav");
+
+  const UniqueList found = list("s\\");
+
+  ASSERT_TRUE(found);
+  EXPECT_STREQ(found->path, "s");
+  EXPECT_EQ(files_of(found), Names{"a.wav"});
+}
+
+TEST_F(DirectoryList, OfAMissingFileIsThatOfAParentOfTwoLetters) {
+  const test::CurrentDirectory current(directory_);
+  write("up/a.wav");
+
+  const UniqueList found = list("up\\no such file");
+
+  ASSERT_TRUE(found);
+  EXPECT_STREQ(found->path, "up");
+  EXPECT_EQ(files_of(found), Names{"a.wav"});
+}
+
 TEST_F(DirectoryList, TriesOnlyTheNextParent) {
   write("a.wav");
   const std::string missing = below(directory_, "missing");
@@ -333,6 +379,24 @@ TEST_F(DirectoryList, SortsDirectoriesByTimeAndThenWithoutNumbers) {
   EXPECT_STREQ(entries[1].name, "B9");
   EXPECT_STREQ(entries[2].name, "a");
   EXPECT_STREQ(entries[3].name, "f");
+}
+
+TEST_F(DirectoryList, SortsTwoOfAKindByTime) {
+  for (const bool is_directory : {false, true}) {
+    SCOPED_TRACE(is_directory);
+    char young[] = "a";
+    char old[] = "b";
+    dir_list_entry entries[] = {{young, 7, 1, is_directory}, {old, 5, 1, is_directory}};
+    dir_list made = {};
+    made.entries = entries;
+    made.entry_count = 2;
+    (is_directory ? made.dir_count : made.file_count) = 2;
+
+    flist_sort(&made, 2);
+
+    EXPECT_STREQ(entries[0].name, "b");
+    EXPECT_STREQ(entries[1].name, "a");
+  }
 }
 
 TEST_F(DirectoryList, KeepsOneFileBesideOneDirectoryAsFound) {

@@ -9,6 +9,7 @@
 #include "files/file_system_port.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
+#include "tests/files/current_directory.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -91,11 +92,28 @@ TEST_F(FindFiles, DropsOneTrailingSeparator) {
   }
 }
 
+TEST_F(FindFiles, DropsTheSeparatorOfADirectoryWithANameOfOneLetter) {
+  const test::CurrentDirectory current(directory_);
+  directory_.write("s/a.wav", "x");
+
+  const UniqueList list(flist_findfiles("s\\", "*.wav", false, 0));
+
+  ASSERT_TRUE(list);
+  EXPECT_STREQ(list->path, "s");
+  EXPECT_STREQ(list->files[0], "s\\a.wav");
+}
+
 TEST_F(FindFiles, GivesNullWithoutAMatch) {
   directory_.write("a.wav", "x");
 
   EXPECT_EQ(flist_findfiles(root().c_str(), "*.mov", true, 0), nullptr);
   EXPECT_EQ(flist_findfiles(root().c_str(), "", true, 0), nullptr);
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(FindFiles, LooksIntoTheRootOfTheCurrentDrive) {
+  EXPECT_EQ(find("\\", "orsin: no such file"), Names{});
+
   EXPECT_EQ(log_.lines(), Lines{});
 }
 

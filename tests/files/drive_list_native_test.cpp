@@ -109,12 +109,59 @@ TEST_F(DriveList, CutsALabelThatIsTooLong) {
   EXPECT_EQ(drives_of(drives)[0].second, "C:\\ (" + std::string(254, 'x'));
 }
 
+TEST_F(DriveList, ShowsTheLongestNameThatFitsWhole) {
+  const std::string name(253, 'x');  // 259 units with what stands around it.
+  add('C', DriveKind::kFixed, name.c_str());
+  add('D', DriveKind::kFixed, "y");
+
+  const UniqueList drives = list();
+
+  EXPECT_EQ(drives_of(drives),
+            (NamesAndLabels{{"C:\\", "C:\\ (" + name + ")"}, {"D:\\", "D:\\ (y)"}}));
+}
+
 TEST_F(DriveList, AsksAgainWhenTheRootsNeedMoreRoom) {
   add('C', DriveKind::kFixed, "System");
   test::fake_drives().padding_units = 400;
 
   EXPECT_EQ(drives_of(list()), (NamesAndLabels{{"C:\\", "C:\\ (System)"}}));
   EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(DriveList, IsBuiltFromTheMaskWhenTheRootsChangeBetweenTheQuestions) {
+  struct Case {
+    const char* what;
+    void (*change)();
+  };
+  const Case cases[] = {
+      {"more of them", [] { test::fake_drives().padding_units += 100; }},
+      {"they fail", [] { test::fake_drives().roots_fail = true; }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    test::fake_drives() = {};
+    add('C', DriveKind::kFixed, "System");
+    test::fake_drives().padding_units = 400;
+    test::fake_drives().after_roots = c.change;
+
+    EXPECT_EQ(drives_of(list()), (NamesAndLabels{{"C:\\", "C:\\ (System)"}}));
+
+    EXPECT_NE(log_.last_line().find("Drive list 1"), std::string::npos);
+  }
+}
+
+TEST_F(DriveList, HasRoomForADriveOfEachLetter) {
+  for (char letter = 'A'; letter <= 'Z'; ++letter) {
+    add(letter, DriveKind::kMemory);
+  }
+  const NamesAndLabels from_roots = drives_of(list());
+  test::fake_drives().roots_fail = true;
+
+  const NamesAndLabels from_mask = drives_of(list());
+
+  ASSERT_EQ(from_roots.size(), 26U);
+  EXPECT_EQ(from_roots[25].first, "Z:\\");
+  EXPECT_EQ(from_mask, from_roots);
 }
 
 TEST_F(DriveList, IsBuiltFromTheMaskWhenTheRootsFail) {

@@ -25,6 +25,7 @@ class FailingWriter : public fWriteBuffer {
 
   [[nodiscard]] std::uint64_t bytes_taken() const { return taken_; }
   [[nodiscard]] int closings() const { return closings_; }
+  [[nodiscard]] bool was_forced() const { return was_forced_; }  // By each of them.
 
   bool open_file(const char* name, long long initial_size, bool unbuffered) override {
     return !refuses_to_open_ && fWriteBuffer::open_file(name, initial_size, unbuffered);
@@ -40,6 +41,7 @@ class FailingWriter : public fWriteBuffer {
 
   int close_file(bool force) override {
     ++closings_;
+    was_forced_ = was_forced_ && force;
     return fWriteBuffer::close_file(force);
   }
 
@@ -55,6 +57,7 @@ class FailingWriter : public fWriteBuffer {
   std::uint64_t error_after_ = kNever;
   std::uint64_t taken_ = 0;
   int closings_ = 0;
+  bool was_forced_ = true;
   bool fails_at_close_ = false;
   bool refuses_to_open_ = false;
 };

@@ -351,6 +351,7 @@ TEST_F(FileCopy, KeepsClosingTheWriterThatFailedOnceForEachDestination) {
 
   EXPECT_EQ(good.closings(), 0);
   EXPECT_EQ(bad.closings(), 3);
+  EXPECT_TRUE(bad.was_forced());
   EXPECT_EQ(after.closings(), 0);
 }
 
@@ -370,6 +371,7 @@ TEST_F(FileCopy, KeepsClosingTheWriterThatDidNotOpenOnceForEachEarlierOne) {
   EXPECT_EQ(first.closings(), 0);
   EXPECT_EQ(second.closings(), 0);
   EXPECT_EQ(bad.closings(), 2);
+  EXPECT_TRUE(bad.was_forced());
   EXPECT_EQ(file_exists(below(directory_, "1").c_str()), 1);
   EXPECT_EQ(log_.last_line(),
             "ERROR: File Copy: failed to create '" + below(directory_, "3") + "'");
@@ -398,6 +400,9 @@ TEST_F(FileCopy, UsesTheCallersReaderAndLeavesItUsable) {
         0);
     EXPECT_TRUE(TemporaryDirectory::read(directory_.path(name)) == random_content(100000));
   }
+
+  // Nothing is open any more.
+  EXPECT_EQ(file_delete(below(directory_, "source.bin").c_str()), 0);
 }
 
 TEST_F(FileCopy, TakesNamesOutsideAscii) {

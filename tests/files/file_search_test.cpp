@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -100,6 +101,21 @@ TEST(FileFind, WalksTheSearchListInOrder) {
   EXPECT_EQ(file_find("b.cfg", nullptr), 1);
 }
 
+TEST(FileFind, WritesNothingBehindThePath) {
+  const test::TemporaryDirectory directory;
+  directory.write("a.cfg", "x");
+  const test::ProgramPaths paths;
+  paths.set_search_list(backslashed(directory) + ";");
+  const std::string path = below(directory, "a.cfg");
+
+  for (const std::string& name : {path, std::string("a.cfg")}) {
+    SCOPED_TRACE(name);
+    std::string out(kPathBytes, 'x');
+    EXPECT_EQ(file_find(name.c_str(), out.data()), 1);
+    EXPECT_EQ(out.substr(0, path.size() + 2), path + '\0' + 'x');
+  }
+}
+
 TEST(FileFind, PassesOverADirectoryWhoseFileWouldHaveTooLongAPath) {
   const test::TemporaryDirectory directory;
   directory.write("second/a.cfg", "2");
@@ -173,6 +189,9 @@ TEST(FileSearch, FindsNothingInNothing) {
 
   EXPECT_EQ(file_search(below(directory, "tree").c_str(), "b.txt", out, sizeof(out)), 0);
   EXPECT_EQ(file_search(below(directory, "missing").c_str(), "a.txt", out, sizeof(out)), 0);
+
+  // What stands in a buffer without a size is not an answer.
+  std::snprintf(out, sizeof(out), "%s", below(directory, "tree\\a.txt").c_str());
   EXPECT_EQ(file_search(below(directory, "tree").c_str(), "a.txt", out, 0), 0);
 }
 

@@ -60,6 +60,16 @@ TEST_F(FileStream, HoldsTheWholeFile) {
   EXPECT_EQ(ov_eof(stream.get()), 0);
 }
 
+TEST_F(FileStream, HoldsAFileOfOneByte) {
+  const Stream stream = open("1");
+
+  ASSERT_NE(stream, nullptr);
+  ASSERT_EQ(stream->size, 1U);
+  EXPECT_EQ(read(stream.get(), 1, 1, 1), "1");
+  EXPECT_EQ(ov_tell(stream.get()), 1);
+  EXPECT_EQ(ov_eof(stream.get()), 0);
+}
+
 TEST_F(FileStream, LetsGoOfTheFileAtOnce) {
   const std::string path = directory_.write("free.txt", "text");
 

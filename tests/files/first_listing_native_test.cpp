@@ -70,6 +70,28 @@ TEST_F(FirstListing, LoadsTheNamesOfNetworkDrivesOnce) {
   EXPECT_EXIT(say_and_exit(loads_of_listings()), testing::ExitedWithCode(0), "loads: 1\n");
 }
 
+TEST_F(FirstListing, LoadsTheNamesOfNetworkDrivesWhateverItLists) {
+  struct Case {
+    const char* what;
+    dir_list* (*list)(const char* path);
+  };
+  const Case cases[] = {
+      {"a directory", [](const char* path) { return flist_new(path, 0); }},
+      {"files", [](const char* path) { return flist_findfiles(path, "*", false, 0); }},
+      {"drives", [](const char*) { return flist_mountp(false); }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EXIT(
+        {
+          const test::TemporaryDirectory directory;
+          const UniqueList one(c.list(test::below(directory, "").c_str()));
+          say_and_exit("loads: " + std::to_string(test::fake_drives().remote_name_loads));
+        },
+        testing::ExitedWithCode(0), "loads: 1\n");
+  }
+}
+
 TEST_F(FirstListing, LeavesTheNamesOfNetworkDrivesOutWhereTheEnvironmentSaysSo) {
   const test::EnvironmentVariable variable("OV_NO_UNC", "1");
 

@@ -35,7 +35,9 @@ TEST_F(ListMemory, LeavesOutAFileWhoseEntryFindsNoRoom) {
   }
   {
     const AllocationRefusal refusal(1152 * sizeof(dir_list_entry));
-    EXPECT_FALSE(add_file(*list_, "too many", 0));
+    const long before = test::live_blocks();
+    EXPECT_FALSE(add_file(*list_, std::string(200, 'n').c_str(), 0));  // Outside the names' pool.
+    EXPECT_EQ(test::live_blocks(), before);
   }
 
   EXPECT_EQ(log_.lines(), Lines{"ERROR: ALLOC ENSURE: Not enough memory.."});
@@ -124,12 +126,25 @@ TEST_F(ListMemory, IsNotWholeWithoutAFileThatFoundNoRoom) {
   EXPECT_EQ(list->file_count, 1024);
 }
 
+TEST_F(ListMemory, IsGivenBackByTheFlush) {
+  ASSERT_TRUE(add_file(*list_, "short", 0));
+  list_.reset();
+  const long before = test::live_blocks();
+
+  flist_flushcache();
+
+  EXPECT_LT(test::live_blocks(), before);
+}
+
 TEST_F(ListMemory, GivesNoListWithoutARecord) {
   const AllocationRefusal refusal(sizeof(dir_list));
 
   EXPECT_EQ(flist_new("C:\\", 0), nullptr);
   EXPECT_EQ(flist_findfiles("C:\\", "*", false, 0), nullptr);
   EXPECT_EQ(flist_mountp(false), nullptr);
+  ListingEnd end = ListingEnd::kWhole;
+  EXPECT_EQ(list_directory("C:\\", 0, end), nullptr);
+  EXPECT_EQ(end, ListingEnd::kNotOpened);
 }
 
 }  // namespace

@@ -68,6 +68,11 @@ class LongPath : public testing::Test {
   std::string open_refusal() const {
     return "ERROR: IO open failed '" + too_long_ + "' (" + too_long_text() + ")";
   }
+  // A file or a directory of the tree that has no place at the destination.
+  std::string too_long_line(const std::string& name) const {
+    return "ERROR: FileCopy: The path of '" + name + "' in '" + below(directory_, "tree") +
+           "', or of its copy, is too long";
+  }
   // After a head line, without which there is no continuation.
   static Lines create_refusal(const std::string& name) {
     return {"INFO : Creating:", "ERROR: IO Create File : '" + too_long_text() + "'",
@@ -243,6 +248,17 @@ TEST_F(LongPath, MovesTo259Bytes) {
   EXPECT_EQ(read(longest_), "other");
 }
 
+// Cut, the directory would be another one, and made.
+TEST_F(LongPath, MovesNothingIntoADirectoryOf260Bytes) {
+  directory_.write("other.bin", "other");
+  const std::string there = path_of(260) + "\\there.bin";
+
+  EXPECT_EQ(file_move(below(directory_, "other.bin").c_str(), there.c_str(), false), -4);
+
+  EXPECT_EQ(file_is_directory(longest_.c_str()), 0);
+  EXPECT_EQ(TemporaryDirectory::read(directory_.path("other.bin")), "other");
+}
+
 TEST_F(LongPath, LeavesAFileWhoseBackupHasNoRoomForItsNumber) {
   std::string path = longest_;
   path.back() = '.';  // All its numbered names are cut to its own.
@@ -263,8 +279,7 @@ TEST_F(LongPath, OfADirectoryInATreeEndsTheCopy) {
                         bytes),
             -1);
 
-  EXPECT_EQ(log_.last_line(), "ERROR: FileCopy: The path of '" + name + "' in '" +
-                                  below(directory_, "tree") + "', or of its copy, is too long");
+  EXPECT_EQ(log_.last_line(), too_long_line(name));
 }
 
 TEST_F(LongPath, OfAFileInTheDirectoryItGoesToIsNotMade) {
@@ -282,12 +297,15 @@ TEST_F(LongPath, IsNoLink) {
 }
 
 TEST_F(LongPath, OfATreeEndsTheCopy) {
-  directory_.write("tree/" + std::string(100, 'f'), "content");
+  const std::string name(100, 'f');
+  directory_.write("tree/" + name, "content");
   unsigned long long bytes = 0;
 
   EXPECT_EQ(ov_filecopy(below(directory_, "tree").c_str(), below(directory_, names_).c_str(), true,
                         bytes),
             -1);
+
+  EXPECT_EQ(log_.last_line(), too_long_line(name));
 }
 
 }  // namespace

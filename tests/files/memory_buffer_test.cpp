@@ -39,6 +39,32 @@ TEST(MemoryBuffer, CutsAWriteShortWhenItsMemoryIsTheCallers) {
   EXPECT_TRUE(buffer.ensure_minimum_buffer_size(10));
 }
 
+TEST(MemoryBuffer, StartsEmptyInTheCallersMemory) {
+  char memory[10] = {};
+  fMemBuffer buffer;
+  buffer.write_file("old", 1, 3);
+
+  buffer.set_memory_buffer(memory, sizeof(memory));
+
+  EXPECT_EQ(buffer.get_buffer_used(), 0U);
+  EXPECT_FALSE(buffer.set_file_position(1));
+  EXPECT_EQ(buffer.write_file("new", 1, 3), 3U);
+  EXPECT_EQ(text_of(buffer), "new");
+}
+
+TEST(MemoryBuffer, TakesNothingWhereTheCallerGivesNoBytes) {
+  for (const int size : {0, -1}) {
+    SCOPED_TRACE(size);
+    char memory = 'o';
+    fMemBuffer buffer;
+    buffer.set_memory_buffer(&memory, size);
+
+    EXPECT_EQ(buffer.write_file("x", 1, 1), 0U);
+
+    EXPECT_EQ(memory, 'o');
+  }
+}
+
 TEST(MemoryBuffer, IsPatchedInsideWhatWasWritten) {
   fMemBuffer buffer;
   buffer.write_file("0123456789", 1, 10);

@@ -170,6 +170,10 @@ TEST_F(NullPath, LeavesItsTextForTheFailedCopy) {
   const int code = file_copy_secure(file_.c_str(), nullptr, true, bytes, md5, 0, nullptr, nullptr);
 
   EXPECT_STREQ(get_error_file_copy_secure(code, false), "File Copy: pathname  is not allowed");
+
+  const int code_of_hash = file_read_secure(nullptr, md5, nullptr, nullptr);
+
+  EXPECT_STREQ(get_error_file_copy_secure(code_of_hash, false), "File Copy: failed to open ''\n");
 }
 
 TEST_F(NullPath, EnsuresTheDataPathItself) {

@@ -119,6 +119,47 @@ TEST_F(ScriptedReader, CopiesAnotherThatDoesNotReadAhead) {
   EXPECT_EQ(transfers_.started().size(), 1U);
 }
 
+TEST_F(ScriptedReader, ACopyAsksForWhatTheOriginalWouldAskFor) {
+  fReadBuffer other;
+  other.cfg_buffers(3, 2 * kBlock, 4 * kBlock);
+  fReadBuffer copy(other);
+  fReadBuffer assigned;
+  assigned = other;
+
+  for (fReadBuffer* each : {&copy, &assigned}) {
+    const std::size_t before = transfers_.started().size();
+    ASSERT_TRUE(each->open_file(lettered_file(20 * kBlock).c_str(), true, false, false));
+    EXPECT_EQ(each->getNextBlock(), 4 * kBlock);
+    const Started all = transfers_.started();
+    EXPECT_EQ(Started(all.begin() + static_cast<std::ptrdiff_t>(before), all.end()),
+              (Started{{true, 0, 4 * kBlock},
+                       {true, 4 * kBlock, 2 * kBlock},
+                       {true, 6 * kBlock, 2 * kBlock}}));
+  }
+}
+
+TEST_F(ScriptedReader, AnAssignmentEndsWhatWasBeingRead) {
+  transfers_.every({.pends = true});
+  for (const int count : {2, 8}) {
+    SCOPED_TRACE(count);
+    fReadBuffer other;
+    other.cfg_buffers(count, kBlock, kBlock);
+    fReadBuffer reader;
+    ASSERT_TRUE(open(reader, 4, 20 * kBlock));
+    ASSERT_EQ(next_letter(reader), 'A');
+
+    reader = other;
+
+    EXPECT_EQ(transfers_.pending_count(), 0);
+    EXPECT_EQ(next_letter(reader), '-');
+    const std::size_t before = transfers_.started().size();
+    ASSERT_TRUE(reader.open_file(lettered_file(20 * kBlock).c_str(), true, false, false));
+    ASSERT_EQ(next_letter(reader), 'A');
+    EXPECT_EQ(transfers_.started().size(), before + static_cast<std::size_t>(count));
+    EXPECT_EQ(rest_of(reader), "BCDEFGHIJKLMNOPQRST");
+  }
+}
+
 TEST_F(ScriptedReader, LeavesABlockAloneThatItCouldNotPreload) {
   std::mt19937 random(95);
   const std::string whole = test::random_bytes(random, 4 * kBlock);
@@ -389,6 +430,21 @@ TEST_F(ScriptedReader, ClosingWaitsForWhatIsInFlight) {
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
+TEST_F(ScriptedReader, LargerBuffersWaitForTheReadsOfTheSmallerOnes) {
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 3, 9 * kBlock));
+  ASSERT_EQ(next_letter(reader), 'A');
+  ASSERT_EQ(next_letter(reader), 'B');
+  ASSERT_GT(transfers_.pending_count(), 0);
+
+  reader.cfg_buffers(3, 2 * kBlock, 2 * kBlock);
+  EXPECT_TRUE(reader.ensure_buffers());
+
+  EXPECT_EQ(transfers_.pending_count(), 0);
+  EXPECT_EQ(rest_of(reader), "CEGI");
+}
+
 TEST_F(ScriptedReader, SaysWhichBufferCouldNotBeAllocated) {
   const test::PagesScript machine;
   machine->commits_granted = 2;
@@ -414,6 +470,46 @@ TEST_F(ScriptedReader, GoesOnWithTheBuffersThatCouldBeHad) {
 
   EXPECT_EQ(transfers_.started().size(), 2U);
   EXPECT_EQ(rest_of(reader), "BCDEFGH");
+}
+
+TEST_F(ScriptedReader, GoesOnWithTheOneBufferThatCouldBeHad) {
+  const test::PagesScript machine;
+  machine->commits_granted = 1;
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 4, 3 * kBlock));
+  ASSERT_FALSE(reader.ensure_buffers());
+  machine->commits_granted = machine->commits.size() + 8;
+
+  reader.cfg_buffers(4, kBlock, kBlock);  // Ignored: there is one.
+
+  EXPECT_EQ(next_letter(reader), 'A');
+  EXPECT_EQ(transfers_.started().size(), 1U);
+}
+
+TEST_F(ScriptedReader, TakesAnotherCountWhenItHasNoBuffer) {
+  const test::PagesScript machine;
+  machine->commits_granted = 0;
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 4, 2 * kBlock));
+  ASSERT_FALSE(reader.ensure_buffers());
+  machine->commits_granted = machine->commits.size() + 2;
+
+  reader.cfg_buffers(2, kBlock, kBlock);
+
+  EXPECT_EQ(rest_of(reader), "AB");
+}
+
+TEST_F(ScriptedReader, HasNothingOfABlockWhoseBufferIsGone) {
+  const test::PagesScript machine;
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 1, 4 * kBlock));
+  ASSERT_EQ(next_letter(reader), 'A');
+  reader.cfg_buffers(1, 2 * kBlock, 2 * kBlock);
+  machine->commits_granted = machine->commits.size();
+
+  EXPECT_EQ(reader.getNextBlock(), 0U);
+
+  EXPECT_EQ(reader.read_byte(), 255);
 }
 
 TEST_F(ScriptedReader, WithoutAnyBufferReadsNothingUntilConfiguredAgain) {
@@ -473,7 +569,8 @@ TEST_F(ScriptedRawReads, OfAnUnbufferedFileHavePiecesOfWholeSectors) {
 
   EXPECT_EQ(reader.read_raw_bytes(to, 0, 40 * kBlock, 40 * kBlock), 40 * kBlock);
 
-  EXPECT_GT(transfers_.started().size(), 2U);
+  ASSERT_EQ(transfers_.started().size(), 5U);
+  EXPECT_EQ(transfers_.started()[0], (StartedTransfer{true, 0, 65536}));
   EXPECT_TRUE(std::string(to, to + 40 * kBlock) == bytes);
   EXPECT_EQ(errors(), Lines{});
   os_free(to);
@@ -501,6 +598,23 @@ TEST_F(ScriptedRawReads, HaveTenPiecesInFlightAtMost) {
   EXPECT_EQ(transfers_.most_pending(), 10);
   EXPECT_EQ(transfers_.pending_count(), 0);
   EXPECT_EQ(bytes_.substr(0, 25 * kPiece), std::string(25 * kPiece, 'l'));
+}
+
+TEST_F(ScriptedRawReads, AreWholeWhenTheFirstTenPiecesEndAtOnce) {
+  fReadBuffer::set_xfer_breakvalue(kPiece);
+  for (int i = 0; i < 10; ++i) {
+    transfers_.next({});
+  }
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  const std::string name = write("long", std::string(13 * kPiece, 'l'));
+  ASSERT_TRUE(reader.open_file(name.c_str(), true, false, false));
+  bytes_.assign(14 * kPiece, 'x');
+
+  EXPECT_GE(reader.read_raw_bytes(bytes_.data(), 0, 13 * kPiece, bytes_.size()), 13 * kPiece);
+
+  EXPECT_EQ(transfers_.pending_count(), 0);
+  EXPECT_TRUE(bytes_.substr(0, 13 * kPiece) == std::string(13 * kPiece, 'l'));
 }
 
 TEST_F(ScriptedRawReads, TellHowFarTheyCameWhenAPieceCannotStart) {

@@ -456,6 +456,29 @@ TEST_F(ReadBuffer, GoesFromAFileToMemoryAndBack) {
   EXPECT_EQ(reader.skip_file(1, 20000), 20000U);
 }
 
+TEST_F(ReadBuffer, GoesFromALaterBlockOfAHandleToMemory) {
+  const OpenFile file(io_open64(counted_file(30000).c_str(), 0, false, true, false));
+  ASSERT_TRUE(file.is_open());
+  unsigned char memory[] = {77, 78, 79};
+  fReadBuffer reader(file.get());
+  reader.cfg_buffers(2, 8192, 8192);
+  ASSERT_EQ(reader.getNextBlock(), 8192U);
+  ASSERT_EQ(reader.getNextBlock(), 8192U);
+
+  reader.set_memory_buffer(memory, sizeof(memory));
+
+  EXPECT_EQ(reader.get_buffer(), memory);
+  EXPECT_EQ(reader.get_file_size(), 3U);
+  EXPECT_EQ(reader.read_byte(), 77);
+  reader.set_position(8194);
+  EXPECT_EQ(reader.read_byte(), 255);
+  reader.set_position(1);
+  EXPECT_EQ(reader.getNextBlock(), 0U);  // Nothing of the handle's file.
+  EXPECT_EQ(reader.read_byte(), 255);
+  reader.set_position(2);
+  EXPECT_EQ(reader.read_byte(), 79);
+}
+
 // ---- Raw reads
 
 TEST_F(ReadBuffer, RawReadsRefuseWhatIsNotAligned) {
@@ -487,6 +510,46 @@ TEST_F(ReadBuffer, KeepsCopyingOutOfTheBlockWithoutLookingAtTheCapacity) {
   EXPECT_EQ(reader.read_raw_bytes(bytes, 7, 100, 0), 100U);
 
   EXPECT_EQ(std::string(bytes, 100), counted(107).substr(7));
+}
+
+TEST_F(ReadBuffer, RawReadsOfAnyPlaceWithALaterBlockInHand) {
+  const std::string expected = counted(100000);
+  fReadBuffer reader;
+  reader.cfg_buffers(1, 8192, 8192);
+  ASSERT_TRUE(reader.open_file(counted_file(100000).c_str(), true, false, false));
+  ASSERT_EQ(reader.getNextBlock(), 8192U);
+  ASSERT_EQ(reader.getNextBlock(), 8192U);
+  struct Case {
+    const char* what;
+    unsigned long long offset;
+    unsigned long long size;
+    unsigned long long capacity;  // 0: the block must have it.
+  };
+  const Case cases[] = {
+      {"before the block", 4096, 4096, 4096},    {"up to the block", 0, 8192, 8192},
+      {"the block's first bytes", 8192, 100, 0}, {"inside the block", 9000, 100, 0},
+      {"all of the block", 8192, 8192, 0},       {"the block's last bytes", 16284, 100, 0},
+      {"behind the block", 16384, 4096, 4096},   {"far behind the block", 81920, 8192, 8192}};
+
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::string bytes(c.size, 'x');
+
+    EXPECT_EQ(reader.read_raw_bytes(bytes.data(), c.offset, c.size, c.capacity), c.size);
+
+    EXPECT_TRUE(bytes == expected.substr(c.offset, c.size));
+  }
+}
+
+TEST_F(ReadBuffer, ARawReadCopiesABlockOfOneByte) {
+  fReadBuffer reader;
+  ASSERT_TRUE(reader.open_file(write("one", "1").c_str(), true, false, false));
+  ASSERT_EQ(reader.getNextBlock(), 1U);
+  char byte = 'x';
+
+  EXPECT_EQ(reader.read_raw_bytes(&byte, 0, 1, 0), 1U);
+
+  EXPECT_EQ(byte, '1');
 }
 
 TEST_F(ReadBuffer, RawReadsTakeWhatTheBlockHasAndTheRestFromTheFile) {

@@ -275,6 +275,21 @@ TEST_F(SecureCopy, ReadsAFileAndComparesItsHash) {
   EXPECT_EQ(file_read_secure(path.c_str(), md5_, nullptr, &other), -7);
 }
 
+TEST_F(SecureCopy, LeavesNoFileOpenInTheCallersReader) {
+  directory_.write("source.bin", random_content(100000));
+  const std::string source = below(directory_, "source.bin");
+  const std::string destination = below(directory_, "copy.bin");
+  fReadBuffer reader(io_invalid_handle());
+  reader.cfg_buffers(2, 65536, 65536);
+
+  EXPECT_EQ(file_copy_secure(source.c_str(), destination.c_str(), false, bytes_, md5_,
+                             kMd5AndVerify, &reader, nullptr),
+            0);
+  EXPECT_EQ(file_delete(source.c_str()), 0);
+  EXPECT_EQ(file_read_secure(destination.c_str(), md5_, &reader, nullptr), 0);
+  EXPECT_EQ(file_delete(destination.c_str()), 0);
+}
+
 TEST_F(SecureCopy, HashesAnEmptyFile) {
   directory_.write("empty.bin", "");
   md5_state_s expected = digest_of("");

@@ -4,6 +4,7 @@
 
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
+#include "tests/files/current_directory.h"
 #include "tests/files/io_start.h"
 #include "tests/support/log_capture.h"
 
@@ -45,6 +46,20 @@ TEST_F(TreeCopy, PutsAFileIntoADirectory) {
   EXPECT_EQ(copy(below(directory_, "source.bin"), below(directory_, "into")), 0);
 
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("into/source.bin")), "content");
+}
+
+TEST_F(TreeCopy, PutsAFileOfTheCurrentDirectoryIntoAnother) {
+  const test::CurrentDirectory current(directory_);
+  directory_.write("source.bin", "content");
+  ASSERT_EQ(file_create_directory(below(directory_, "into").c_str(), false), 0);
+
+  for (const char* into : {"into", "into\\"}) {
+    SCOPED_TRACE(into);
+    EXPECT_EQ(copy("source.bin", into), 0);
+
+    EXPECT_EQ(TemporaryDirectory::read(directory_.path("into/source.bin")), "content");
+    EXPECT_EQ(file_delete("into\\source.bin"), 0);
+  }
 }
 
 TEST_F(TreeCopy, CopiesATreeAndCountsItsFiles) {

@@ -61,6 +61,25 @@ TEST_F(VolumeAnswers, AreRememberedForEachDriveLetterInEitherCase) {
   EXPECT_EQ(test::fake_volumes().devices_opened, 2);
 }
 
+TEST_F(VolumeAnswers, AreThoseOfTheTwentySixLettersOnly) {
+  for (const char letter : {'A', 'Z'}) {
+    drive(letter).sectors = {512, 4096};
+    const char lower = static_cast<char>(letter - 'A' + 'a');
+    EXPECT_EQ(drive_sector_size((std::string(1, letter) + ":\\take.mov").c_str()), 4096);
+    EXPECT_EQ(drive_sector_size((std::string(1, lower) + ":\\take.mov").c_str()), 4096);
+  }
+  const Lines asked = log_.lines();
+  EXPECT_EQ(test::fake_volumes().devices_opened, 2);
+
+  // The neighbours of the letters, and what has no colon in its place.
+  for (const char* path :
+       {"@:\\", "[:\\", "`:\\", "{:\\", "1:\\", "\x80:\\", "A", "A\\:", "", ":"}) {
+    SCOPED_TRACE(path);
+    EXPECT_EQ(drive_sector_size(path), 8192);
+  }
+  EXPECT_EQ(log_.lines(), asked);
+}
+
 TEST_F(VolumeAnswers, FallBackToTheFileSystemsSectorsWhenTheDeviceDoesNotOpen) {
   drive('D').has_device = false;
   drive('D').error = 5;
@@ -115,6 +134,32 @@ TEST_F(VolumeAnswers, TellExtentsAndClusterOfAFixedDisk) {
   EXPECT_TRUE(ov_get_volumeinfo("C:\\media\\take.mov", extents, cluster));
 
   EXPECT_EQ(extents, 3U);
+  EXPECT_EQ(cluster, 4096U);
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(VolumeAnswers, TellTheExtentsOfTheFirstAndTheLastDrive) {
+  for (const char letter : {'A', 'Z'}) {
+    drive(letter).extents = 2;
+    unsigned int extents = 0;
+    unsigned int cluster = 0;
+
+    EXPECT_TRUE(
+        ov_get_volumeinfo((std::string(1, letter) + ":\\take.mov").c_str(), extents, cluster));
+
+    EXPECT_EQ(extents, 2U);
+  }
+}
+
+TEST_F(VolumeAnswers, TellNoExtentsOfAVolumeWithoutALetter) {
+  drive('C').mount_point = "\\\\?\\Volume{76d1fd3a-0000-0000-0000-100000000000}\\";
+  drive('C').extents = 2;
+  unsigned int extents = 7;
+  unsigned int cluster = 7;
+
+  EXPECT_FALSE(ov_get_volumeinfo("C:\\take.mov", extents, cluster));
+
+  EXPECT_EQ(extents, 0U);
   EXPECT_EQ(cluster, 4096U);
   EXPECT_EQ(log_.lines(), Lines{});
 }
@@ -225,6 +270,13 @@ TEST_F(VolumeAnswers, WarnWhenThePathHasNoMountPoint) {
 
   EXPECT_EQ(is_remote_network_drive("Q:\\other.mov"), 0);
   EXPECT_EQ(log_.lines()[1], "WARN : Failed to find mount point for path 'Q:\\other.mov'");
+
+  unsigned int extents = 7;
+  unsigned int cluster = 7;
+  EXPECT_FALSE(ov_get_volumeinfo("Q:\\third.mov", extents, cluster));
+  ASSERT_EQ(log_.lines().size(), 3U);
+  EXPECT_EQ(log_.lines()[2], "WARN : Failed to find mount point for path 'Q:\\third.mov'");
+  EXPECT_EQ(extents, 7U);
 }
 
 TEST_F(VolumeAnswers, GiveTheFreeBytesOfTheVolume) {

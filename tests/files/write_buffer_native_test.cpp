@@ -125,6 +125,49 @@ TEST_F(ScriptedWriter, ClosesWithoutForceOnceOnlyOneWriteRuns) {
   EXPECT_EQ(content("out"), std::string(kBuffer, 'f') + "tail");
 }
 
+TEST_F(ScriptedWriter, ClosesWithoutForceWhenOnlyADirectWriteRuns) {
+  transfers_.every({.pends = true});
+  writer_.add_write_buffer(frame_.data(), frame_.size());
+
+  EXPECT_EQ(writer_.close_file(false), 1);
+
+  EXPECT_EQ(transfers_.pending_count(), 0);
+  EXPECT_FALSE(writer_.data_pending());
+  EXPECT_EQ(content("out"), frame_);
+}
+
+TEST_F(ScriptedWriter, WithoutForceNothingIsStartedForNoBytes) {
+  EXPECT_EQ(writer_.close_file(false), 1);
+
+  EXPECT_EQ(transfers_.started(), Started{});
+  EXPECT_EQ(content("out"), "");
+}
+
+TEST_F(ScriptedWriter, WithoutForceAFirstByteIsStarted) {
+  transfers_.every({.pends = true});
+  add("0");
+
+  EXPECT_EQ(writer_.close_file(false), 1);
+
+  EXPECT_EQ(transfers_.pending_count(), 1);
+}
+
+TEST_F(ScriptedWriter, WhatFollowsAFirstWriteThatRunsIsNotInIt) {
+  for (const bool double_buffer : {true, false}) {
+    SCOPED_TRACE(double_buffer);
+    open(double_buffer);
+    transfers_.next({.pends = true});
+    add("header");
+    EXPECT_EQ(writer_.close_file(false), 1);
+    EXPECT_EQ(transfers_.pending_count(), double_buffer ? 1 : 0);  // One buffer is needed again.
+
+    add("behind");
+    writer_.close_file(true);
+
+    EXPECT_EQ(content("out"), "header" + std::string(kUnit - 6, '\0') + "behind");
+  }
+}
+
 TEST_F(ScriptedWriter, WithoutForceAFirstWriteThatCannotStartIsZero) {
   add("0123");
   transfers_.next({.error = kDiskFull});
@@ -193,6 +236,27 @@ TEST_F(ScriptedWriter, AWriteThatCannotBeWaitedForCounts) {
   EXPECT_EQ(log_.lines(), Lines{"ERROR: IO completion error(1) - 6"});
 }
 
+// The slot of the one serves again while the other runs.
+TEST_F(ScriptedWriter, AWriteThatCannotBeWaitedForIsNotTheNextOnesResult) {
+  constexpr int kSlots = 96;
+  const OpenFile other(io_open64(write("other", frame_).c_str(), 0, false, true, false));
+  char bytes[100] = {};
+  transfers_.next({.pends = true, .bytes = 1});
+  add_full();
+  transfers_.fail_waits(1, 6);
+  writer_.flush_buffers();
+  ASSERT_EQ(writer_.error(), 1);
+
+  transfers_.next({.pends = true});
+  add_full();
+  for (int i = 0; i < kSlots - 1; ++i) {
+    ASSERT_TRUE(io_read64(other.get(), bytes, 0, sizeof(bytes)));
+  }
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+}
+
 TEST_F(ScriptedWriter, EveryWriteThatEndsShortCounts) {
   for (const bool double_buffer : {true, false}) {
     SCOPED_TRACE(double_buffer);
@@ -222,6 +286,8 @@ TEST_F(ScriptedWriter, ADirectWriteThatEndsShortCountsWhenItIsCollected) {
   writer_.flush_buffers();
 
   EXPECT_EQ(writer_.error(), 1);
+  writer_.close_file(true);
+  EXPECT_EQ(writer_.error(), 1);  // Counted once.
 }
 
 TEST_F(ScriptedWriter, AFlushThatFailsCounts) {
@@ -403,6 +469,35 @@ TEST_F(ScriptedWriter, BuffersOfAnotherAlignmentAreMadeAnew) {
   EXPECT_TRUE(content("unbuffered") == bytes);
 }
 
+TEST_F(ScriptedWriter, BuffersThatAreMadeAnewAreAsManyAsBefore) {
+  for (const bool double_buffer : {true, false}) {
+    SCOPED_TRACE(double_buffer);
+    writer_.close_file(true);
+    ASSERT_TRUE(writer_.set_buffer(10000, double_buffer));
+    ASSERT_TRUE(writer_.open_file(path("other").c_str(), 0, false));
+    transfers_.next({.pends = true});
+
+    add(std::string(3 * kUnit, 'o'));
+
+    EXPECT_EQ(transfers_.pending_count(), double_buffer ? 1 : 0);
+    EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(6 * kUnit - 1));
+    EXPECT_FALSE(writer_.is_file_position_inside_current_buffer(6 * kUnit));
+  }
+}
+
+TEST_F(ScriptedWriter, MemoryGivesWayToTwoBuffersOfAMebibyte) {
+  char memory[100];
+  writer_.close_file(true);
+  writer_.set_memory_buffer(memory, sizeof(memory));
+
+  ASSERT_TRUE(writer_.open_file(path("other").c_str(), 0, false));
+
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(kMebibyte - 1));
+  transfers_.next({.pends = true});
+  add(std::string(kMebibyte, 'm'));
+  EXPECT_EQ(transfers_.pending_count(), 1);
+}
+
 TEST_F(ScriptedWriter, AHandleOfItsOwnersIsNotOpenedAgain) {
   const OpenFile file(io_create64(path("theirs").c_str(), true, 0));
   fWriteBuffer writer(file.get(), true);
@@ -497,6 +592,19 @@ TEST_F(ScriptedWriter, ANumberThatIsPutWithoutABufferCountsAnError) {
   writer.put_int(7);
 
   EXPECT_GT(writer.error(), 0);
+}
+
+TEST_F(ScriptedWriter, ALargerBufferWaitsForTheWriteOfTheSmallerOne) {
+  transfers_.every({.pends = true});
+  add_full();
+  ASSERT_EQ(transfers_.pending_count(), 1);
+
+  EXPECT_TRUE(writer_.ensure_minimum_buffer_size(1 << 20));
+
+  EXPECT_EQ(transfers_.pending_count(), 0);
+  add("after");
+  writer_.close_file(true);
+  EXPECT_EQ(content("out"), std::string(kBuffer, 'f') + "after");
 }
 
 TEST_F(ScriptedWriter, ALargerBufferThatCannotBeHadLeavesTheSmallerOne) {

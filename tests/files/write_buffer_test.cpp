@@ -186,9 +186,71 @@ TEST_F(WriteBuffer, WritesToAHandleThatStaysItsOwners) {
   EXPECT_EQ(content("out"), "ab23456789");
 }
 
+// Whatever was written before, the first write is over: what comes later goes behind it.
+TEST_F(WriteBuffer, WithoutForceOnlyAFirstWriteGoesToTheStart) {
+  const std::string whole(kBuffer, 'w');
+  const std::string direct(kBuffer, 'd');
+  const std::string half(kBuffer / 2, 'h');
+  struct Case {
+    const char* what;
+    const std::string& bytes;
+    void (*write)(fWriteBuffer& writer, const std::string& bytes);
+  };
+  const Case cases[] = {
+      {"full buffer", whole, add},
+      {"direct", direct,
+       [](fWriteBuffer& writer, const std::string& bytes) {
+         ASSERT_EQ(writer.add_write_buffer(bytes.data(), bytes.size()), bytes.size());
+       }},
+      {"flush", half,
+       [](fWriteBuffer& writer, const std::string& bytes) {
+         add(writer, bytes);
+         writer.flush_buffers();
+       }},
+  };
+
+  for (const Case& first : cases) {
+    SCOPED_TRACE(first.what);
+    for (const Case& second : cases) {
+      SCOPED_TRACE(second.what);
+      fWriteBuffer writer(io_invalid_handle(), false);
+      open(writer);
+      first.write(writer, first.bytes);
+      second.write(writer, second.bytes);
+      writer.flush_buffers();
+      add(writer, "tail");
+
+      EXPECT_EQ(writer.close_file(false), 1);
+
+      EXPECT_FALSE(writer.data_pending());
+      writer.close_file(true);
+      EXPECT_EQ(content("out"), first.bytes + second.bytes + "tail");
+    }
+  }
+}
+
+TEST_F(WriteBuffer, WithoutForceAHeaderThatWasStartedIsTheFirstWrite) {
+  const std::string header(kBuffer / 2, 'h');
+  const std::string frame(kBuffer, 'd');
+  open(writer_);
+  add(writer_, header);
+  EXPECT_EQ(writer_.close_file(false), 1);
+  ASSERT_EQ(writer_.add_write_buffer(frame.data(), frame.size()), frame.size());
+  writer_.flush_buffers();
+  add(writer_, "tail");
+
+  EXPECT_EQ(writer_.close_file(false), 1);
+
+  EXPECT_FALSE(writer_.data_pending());
+  writer_.close_file(true);
+  EXPECT_EQ(content("out"), header + frame + "tail");
+}
+
 TEST_F(WriteBuffer, WithoutForceTheFirstWriteOnlyStarts) {
   open(writer_);
-  add(writer_, "0123456789");
+  add(writer_, "0");
+  EXPECT_TRUE(writer_.data_pending());
+  add(writer_, "123456789");
 
   EXPECT_EQ(writer_.close_file(false), 1);
 
@@ -255,6 +317,21 @@ TEST_F(WriteBuffer, ADirectWriteFollowsTheHeaderThatWasCollected) {
     writer.close_file(true);
     EXPECT_EQ(content("out"), std::string(4096, 'h') + frame);
   }
+}
+
+TEST_F(WriteBuffer, ADirectWriteFollowsTheHeaderOfASecondFileToo) {
+  const std::string header(4096, 'h');
+  const std::string frame(8192, 'f');
+  open(writer_, "first");
+  add(writer_, std::string(3 * kBuffer, '1'));
+  ASSERT_TRUE(writer_.open_file(path("second").c_str(), 0, false));
+  add(writer_, header);
+
+  EXPECT_EQ(writer_.add_write_buffer(frame.data(), frame.size()), frame.size());
+
+  writer_.close_file(true);
+  EXPECT_EQ(content("first"), std::string(3 * kBuffer, '1'));
+  EXPECT_EQ(content("second"), header + frame);
 }
 
 TEST_F(WriteBuffer, ADirectWriteFollowsTheUnitOfASingleByte) {
@@ -348,6 +425,19 @@ TEST_F(WriteBuffer, AStepOverWhatTheCallerHasPutIntoALaterBufferWritesThatToo) {
   writer_.close_file(true);
 
   EXPECT_EQ(content("out"), first + puts + "end");
+}
+
+TEST_F(WriteBuffer, EveryLaterStepAheadLeavesZeroesToo) {
+  open(writer_);
+  ASSERT_TRUE(writer_.set_file_position(5));
+  add(writer_, std::string(4 * kBuffer - 5, 'x'));  // Both buffers hold x.
+
+  add(writer_, "ab");
+  ASSERT_TRUE(writer_.set_file_position(4 * kBuffer + 5));
+  add(writer_, "c");
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out").substr(4 * kBuffer), std::string("ab\0\0\0c", 6));
 }
 
 TEST_F(WriteBuffer, AStepAheadInsideTheBufferReplacesWhatTheFileHeldThere) {
@@ -569,6 +659,49 @@ TEST_F(WriteBuffer, MemoryThatGrowsHoldsWhatWasSteppedOver) {
   add(writer_, "end");
 
   EXPECT_EQ(as_text(writer_), first + std::string(8, '\0') + "end");
+}
+
+TEST_F(WriteBuffer, AStepAheadInMemoryThatHasGrownLeavesZeroes) {
+  const std::string many(2 << 20, 'x');
+  for (int i = 0; i < 3; ++i) {  // The block to come may have held something before.
+    fWriteBuffer earlier(io_invalid_handle(), false);
+    add(earlier, many);
+  }
+  char memory[10] = {};
+  writer_.set_memory_buffer(memory, sizeof(memory));
+  ASSERT_TRUE(writer_.set_file_position(5));
+  add(writer_, "0123456789");
+
+  ASSERT_TRUE(writer_.set_file_position(100));
+  add(writer_, "end");
+
+  EXPECT_EQ(as_text(writer_), std::string(5, '\0') + "0123456789" + std::string(85, '\0') + "end");
+}
+
+TEST_F(WriteBuffer, TheCallersMemoryComesAfterWhatTheFileHadCollected) {
+  char memory[10] = {'o', 'l', 'd'};
+  open(writer_);
+  add(writer_, "0123456789");
+
+  writer_.set_memory_buffer(memory, 0);
+  EXPECT_FALSE(writer_.is_file_position_inside_current_buffer(writer_.get_file_position()));
+  writer_.set_memory_buffer(memory, -1);
+  EXPECT_FALSE(writer_.is_file_position_inside_current_buffer(writer_.get_file_position()));
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), "0123456789");
+  EXPECT_EQ(std::string(memory, 3), "old");
+}
+
+TEST_F(WriteBuffer, AStepAheadInTheCallersMemoryLeavesWhatIsThere) {
+  char memory[] = "0123456789";
+  ASSERT_TRUE(writer_.set_buffer(kBuffer, true));
+
+  writer_.set_memory_buffer(memory, 10);
+  ASSERT_TRUE(writer_.set_file_position(5));
+  add(writer_, "x");
+
+  EXPECT_STREQ(memory, "01234x6789");
 }
 
 TEST_F(WriteBuffer, CollectsInMemoryWithoutAFile) {

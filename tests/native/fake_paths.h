@@ -3,7 +3,9 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace orsin::test {
 
@@ -16,5 +18,8 @@ std::function<void()>& after_missing();
 
 /// Whether the file system tells its directories apart by an index; some know none.
 bool& directories_have_indices();
+
+/// What the system says links are: symbolic links to begin with, nothing where it does not tell.
+std::optional<std::uint32_t>& link_tag();
 
 }  // namespace orsin::test

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <string>
 
 #include "files/volume_port.h"
 
@@ -20,6 +21,7 @@ struct FakeVolume {
   std::uint32_t extents = 1;
   std::uint64_t free_bytes = 0;
   int error = 5;
+  std::string mount_point = {};  // Where it is not the drive's root.
 };
 
 struct FakeVolumes {

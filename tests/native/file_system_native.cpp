@@ -15,6 +15,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -41,6 +42,12 @@ FakeAccess& fake_access() {
 bool& directories_have_indices() {
   static bool have_indices = true;
   return have_indices;
+}
+
+std::optional<std::uint32_t>& link_tag() {
+  constexpr std::uint32_t kSymbolicLink = 0xA000000C;
+  static std::optional<std::uint32_t> tag = kSymbolicLink;
+  return tag;
 }
 
 std::function<void()>& after_missing() {
@@ -77,6 +84,11 @@ std::string native_path(const char* path) {
   return native;
 }
 
+bool has_separator_behind(const char* path) {
+  return path != nullptr && *path != '\0' &&
+         std::strchr("\\/", path[std::strlen(path) - 1]) != nullptr;
+}
+
 // As on Windows a link to a directory is a directory of its own, also when it leads nowhere; a link
 // to a file passes for the file.
 bool is_directory_link(const std::string& native) {
@@ -106,14 +118,21 @@ bool read_native_facts(const std::string& native, FileFacts& facts) {
 
 }  // namespace
 
+// With a separator behind it a link is its target to some systems.
 bool read_facts(const char* path, FileFacts& facts) noexcept {
-  return read_native_facts(native_path(path), facts);
+  struct stat status;
+  const std::string native = native_path(path);
+  if (has_separator_behind(path) && stat(native.c_str(), &status) == 0) {
+    facts = facts_of(status);
+    return true;
+  }
+  return read_native_facts(native, facts);
 }
 
 bool read_reparse_tag(const char* path, std::uint32_t& tag) noexcept {
-  constexpr std::uint32_t kSymbolicLink = 0xA000000C;
-  tag = is_directory_link(native_path(path)) ? kSymbolicLink : 0;
-  return true;
+  const std::optional<std::uint32_t>& told = test::link_tag();
+  tag = is_directory_link(native_path(path)) ? told.value_or(0) : 0;
+  return told.has_value();
 }
 
 bool read_identity(const char* path, DirectoryIdentity& identity) noexcept {
@@ -144,8 +163,15 @@ bool take_path(std::string native, char* path, std::size_t size) {
 
 bool full_path(const char* path, char* full, std::size_t size) noexcept {
   const std::filesystem::path native = native_path(path);
-  return !native.empty() &&
-         take_path(std::filesystem::absolute(native).lexically_normal().string(), full, size);
+  if (native.empty()) {
+    return false;
+  }
+  std::string absolute = std::filesystem::absolute(native).lexically_normal().string();
+  // As on Windows a separator behind it stays.
+  if (has_separator_behind(path) && !absolute.ends_with('/')) {
+    absolute += '/';
+  }
+  return take_path(absolute, full, size);
 }
 
 bool final_path(const char* path, char* real, std::size_t size) noexcept {
@@ -271,11 +297,15 @@ bool remove_directory(const char* path) noexcept {
   return (is_directory_link(native) ? unlink(native.c_str()) : rmdir(native.c_str())) == 0;
 }
 
-// As on Windows, nothing is replaced.
+// As on Windows, nothing is replaced, and what has the name already keeps it.
 bool rename_path(const char* from, const char* to) noexcept {
   struct stat status;
   const std::string native = native_path(to);
-  if (stat(native.c_str(), &status) == 0) {
+  const bool is_there = stat(native.c_str(), &status) == 0;
+  if (is_there && native == native_path(from)) {
+    return true;
+  }
+  if (is_there) {
     errno = EEXIST;
     return false;
   }
@@ -319,6 +349,11 @@ struct Enumeration {
 void* start_enumeration(const char* pattern, bool fast, FoundEntry& entry) noexcept {
   if (test::FakeEnumeration& fake = test::fake_enumeration(); fake.is_watched) {
     fake.forms += fast ? "fast " : "plain ";
+  }
+  // Two backslashes begin the name of another machine, which has no files itself.
+  if (pattern[0] == '\\' && pattern[1] == '\\' && std::strchr(pattern + 2, '\\') == nullptr) {
+    errno = kErrorPathNotFound;
+    return nullptr;
   }
   std::string path = pattern;  // Longer than a path.
   std::replace(path.begin(), path.end(), '\\', '/');

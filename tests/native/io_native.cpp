@@ -81,7 +81,7 @@ std::uint32_t note_size(std::uint64_t size) {
 namespace {
 
 // The descriptor; -1 with the system's error. POSIX opens directories, and lets the superuser write to what
-// is marked read-only.
+// is marked read-only. What was opened neither to be read nor to be written is neither.
 int open_shared(const char* path, const OpenMode& mode) {
   struct stat status;
   if (::stat(path, &status) == 0 &&
@@ -89,7 +89,8 @@ int open_shared(const char* path, const OpenMode& mode) {
     errno = static_cast<int>(platform::kErrorAccessDenied);
     return -1;
   }
-  const int access = mode.write ? (mode.read ? O_RDWR : O_WRONLY) : O_RDONLY;
+  const int read_access = mode.read ? O_RDONLY : O_PATH;
+  const int access = mode.write ? (mode.read ? O_RDWR : O_WRONLY) : read_access;
   const int descriptor = ::open(path, access | (mode.create ? O_CREAT : 0), 0666);
   if (descriptor >= 0 && !open_files().add(descriptor, mode)) {
     ::close(descriptor);

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 namespace orsin::test {
 
@@ -35,6 +36,11 @@ test::FakeVolume* volume_of_path(const char* path) {
     errno = kInvalidParameter;
     return nullptr;
   }
+  for (auto& [letter, volume] : test::fake_volumes().by_letter) {
+    if (!volume.mount_point.empty() && volume.mount_point == path) {
+      return &volume;
+    }
+  }
   if (path[0] == '\0' || path[1] != ':') {
     errno = kPathNotFound;
     return nullptr;
@@ -53,21 +59,26 @@ bool answer(const test::FakeVolume& volume, bool succeeds) {
 }  // namespace
 
 bool read_mount_point(const char* path, char* mount_point, std::size_t size) noexcept {
-  if (volume_of_path(path) == nullptr) {
+  const test::FakeVolume* volume = volume_of_path(path);
+  if (volume == nullptr) {
     return false;
   }
   if (mount_point == nullptr) {
     errno = kInvalidParameter;
     return false;
   }
-  std::snprintf(mount_point, size, "%c:\\", path[0]);
+  const std::string root{path[0], ':', '\\'};
+  std::snprintf(mount_point, size, "%s",
+                (volume->mount_point.empty() ? root : volume->mount_point).c_str());
   return true;
 }
 
 // Like the system, knows only roots.
 DriveKind read_path_kind(const char* path) noexcept {
   const test::FakeVolume* volume = volume_of_path(path);
-  return volume != nullptr && std::strcmp(path + 2, "\\") == 0 ? volume->kind : DriveKind::kMissing;
+  const bool is_root =
+      volume != nullptr && (volume->mount_point == path || std::strcmp(path + 2, "\\") == 0);
+  return is_root ? volume->kind : DriveKind::kMissing;
 }
 
 bool read_free_space(const char* path, std::uint64_t& bytes) noexcept {

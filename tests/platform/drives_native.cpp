@@ -1,6 +1,7 @@
 // A machine's drives as the tests want them, for builds without Windows.
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "files/drive_list.h"
 #include "tests/platform/fake_drives.h"
@@ -37,7 +38,9 @@ bool write_name(const std::string& text, unsigned short* name) {
 
 }  // namespace
 
-std::uint32_t read_drive_roots(unsigned short* roots, std::uint32_t units) noexcept {
+namespace {
+
+std::uint32_t answer_roots(unsigned short* roots, std::uint32_t units) {
   const test::FakeDrives& fake = test::fake_drives();
   if (fake.roots_fail) {
     return 0;
@@ -56,6 +59,16 @@ std::uint32_t read_drive_roots(unsigned short* roots, std::uint32_t units) noexc
   }
   roots[length] = 0;
   return needed;
+}
+
+}  // namespace
+
+std::uint32_t read_drive_roots(unsigned short* roots, std::uint32_t units) noexcept {
+  const std::uint32_t answer = answer_roots(roots, units);
+  if (auto& job = test::fake_drives().after_roots; job) {
+    std::exchange(job, nullptr)();
+  }
+  return answer;
 }
 
 std::uint32_t read_drive_mask() noexcept {

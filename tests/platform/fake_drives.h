@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ struct FakeDrives {
   bool roots_fail = false;
   std::size_t padding_units = 0;  // Makes the roots need more room than they fill.
   int remote_name_loads = 0;
+  std::function<void()> after_roots = {};  // Done once after the roots were asked for.
 };
 
 FakeDrives& fake_drives();
