@@ -13,7 +13,7 @@
 #include "base/log_port.h"
 #include "base/system_error_text.h"
 #include "orsincore/log.h"
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

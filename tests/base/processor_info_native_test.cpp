@@ -7,8 +7,8 @@
 #include "base/processor_table.h"
 #include "orsincore/startup.h"
 #include "orsincore/threads.h"
-#include "tests/memory/allocation_refusal.h"
 #include "tests/native/fake_processors.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -13,10 +13,10 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
-#include "tests/memory/allocation_refusal.h"
 #include "tests/native/fake_disk.h"
 #include "tests/native/fake_transfers.h"
 #include "tests/native/pages_native.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -7,7 +7,7 @@
 #include "files/directory_list.h"
 #include "files/name_cache.h"
 #include "orsincore/files.h"
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temporary_directory.h"
 

@@ -13,9 +13,9 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
-#include "tests/files/sized_new_refusal.h"
 #include "tests/platform/fake_drives.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/new_refusal.h"
 
 namespace orsin {
 namespace {
@@ -23,7 +23,7 @@ namespace {
 using test::below;
 using test::CopyCall;
 using test::Lines;
-using test::SizedNewRefusal;
+using test::NewRefusal;
 using test::TemporaryDirectory;
 
 // Refuses the larger of the two streams that a copy makes, and grants the other.
@@ -51,7 +51,7 @@ class ShortMemory : public testing::Test {
 TEST_F(ShortMemory, FailsACopyWithoutAReader) {
   CopyCall copy{.source = source(), .destinations = {destination()}};
   {
-    const SizedNewRefusal refusal(1);
+    const NewRefusal refusal;
     EXPECT_EQ(copy.run(), -1);
     EXPECT_EQ(file_copy_secure(source().c_str(), destination().c_str(), true, bytes_, md5_, 3,
                                nullptr, nullptr),
@@ -67,7 +67,7 @@ TEST_F(ShortMemory, FailsACopyWithoutAWriterAndLeavesNothingOpen) {
   fReadBuffer reader;
   CopyCall copy{.source = source(), .destinations = {destination()}, .reader = &reader};
   {
-    const SizedNewRefusal refusal(1);
+    const NewRefusal refusal;
     EXPECT_EQ(copy.run(), -2);
     EXPECT_EQ(file_copy_secure(source().c_str(), destination().c_str(), true, bytes_, md5_, 3,
                                &reader, nullptr),
@@ -82,7 +82,7 @@ TEST_F(ShortMemory, FailsACopyWithoutAWriterAndLeavesNothingOpen) {
 TEST_F(ShortMemory, FailsATreeCopyWithoutItsStreams) {
   for (const std::size_t refused : {std::size_t{1}, kLargerStream}) {
     SCOPED_TRACE(refused);
-    const SizedNewRefusal refusal(refused);
+    const auto refusal = NewRefusal::of_size(refused);
 
     EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), true, bytes_), -1);
 
@@ -92,7 +92,7 @@ TEST_F(ShortMemory, FailsATreeCopyWithoutItsStreams) {
 }
 
 TEST_F(ShortMemory, CopiesASmallFileWithoutABufferForTheWhole) {
-  const SizedNewRefusal refusal(0x100000);
+  const auto refusal = NewRefusal::of_size(0x100000);
 
   EXPECT_EQ(ov_filecopy(source().c_str(), destination().c_str(), true, bytes_), 0);
 
@@ -108,7 +108,7 @@ TEST_F(ShortMemory, SortsNamesWithoutRoomForTheirKeys) {
     ASSERT_TRUE(add_file(*list, ("take" + std::to_string(number)).c_str(), 0));
   }
   {
-    const SizedNewRefusal refusal(1);
+    const NewRefusal refusal;
     flist_sort(list.get(), 1);
   }
 
@@ -122,7 +122,7 @@ TEST_F(ShortMemory, ListsNoDrivesWithoutRoomForTheirRoots) {
   test::fake_drives().drives.push_back({'C', port::DriveKind::kFixed, "System"});
   test::fake_drives().padding_units = 400;
   {
-    const SizedNewRefusal refusal(1);
+    const NewRefusal refusal;
     EXPECT_EQ(flist_mountp(false), nullptr);
   }
   test::fake_drives() = {};

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "orsincore/memory.h"
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

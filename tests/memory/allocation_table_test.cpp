@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 
 namespace orsin {
 namespace {

@@ -6,8 +6,8 @@
 #include "memory/heap_blocks.h"
 #include "memory/os_allocation.h"
 #include "orsincore/memory.h"
-#include "tests/memory/allocation_refusal.h"
 #include "tests/memory/heap_fixture.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

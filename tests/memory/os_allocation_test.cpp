@@ -9,7 +9,7 @@
 #include "memory/pages_port.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 

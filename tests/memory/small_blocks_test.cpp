@@ -11,7 +11,7 @@
 #include "memory/small_block_pool.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -11,8 +11,8 @@
 #include "memory/movable_heap.h"
 #include "orsincore/memory.h"
 #include "orsincore/threads.h"
-#include "tests/memory/allocation_refusal.h"
 #include "tests/memory/heap_fixture.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/latch.h"
 #include "tests/support/log_capture.h"
 

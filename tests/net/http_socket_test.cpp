@@ -10,7 +10,7 @@
 #include "orsincore/network.h"
 #include "tests/native/fake_internet.h"
 #include "tests/net/http_client.h"
-#include "tests/net/new_refusal.h"
+#include "tests/support/new_refusal.h"
 
 namespace orsin {
 namespace {

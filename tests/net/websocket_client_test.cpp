@@ -9,8 +9,8 @@
 #include "orsincore/network.h"
 #include "tests/native/fake_websockets.h"
 #include "tests/net/frame_heap.h"
-#include "tests/net/new_refusal.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/new_refusal.h"
 
 namespace orsin {
 namespace {

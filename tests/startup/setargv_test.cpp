@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "orsincore/startup.h"
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 
 namespace orsin {
 namespace {

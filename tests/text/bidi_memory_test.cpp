@@ -1,10 +1,10 @@
 // Where OvBidi's memory comes from and goes to: the process heap, through the doors of
-// tests/memory/allocation_refusal.h.
+// tests/support/allocation_refusal.h.
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 #include "text/bidi.h"
 
 namespace orsin {
@@ -71,24 +71,6 @@ TEST(BidiMemory, LosesItsArraysWhenALongerTextFindsNone) {
     EXPECT_FALSE(bidi.HasRightToLeft());
   }
   EXPECT_EQ(bidi.capacity(), 0);
-  bidi.SetText(kMixed);
-  EXPECT_TRUE(bidi.HasRightToLeft());
-}
-
-// What the analysis itself asks for is small; the arrays are there already.
-TEST(BidiMemory, AnswersAsForPlainTextWhereTheAnalysisFindsNone) {
-  OvBidiImpl bidi;
-  bidi.SetText(kMixed);
-  ASSERT_TRUE(bidi.HasRightToLeft());
-  bidi.SetText("שלום abc");
-  {
-    const test::AllocationRefusal refusal(1);
-    EXPECT_FALSE(bidi.HasRightToLeft());
-  }
-
-  EXPECT_STREQ(bidi.GetVisualText(), "שלום abc");
-  EXPECT_EQ(bidi.LogicalToVisual(99), 99);
-  EXPECT_EQ(bidi.VisualToLogical(99), 99);
   bidi.SetText(kMixed);
   EXPECT_TRUE(bidi.HasRightToLeft());
 }

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "orsincore/threads.h"
-#include "tests/net/new_refusal.h"
+#include "tests/support/new_refusal.h"
 #include "tests/threads/gate.h"
 #include "threads/thread_table.h"
 

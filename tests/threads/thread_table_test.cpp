@@ -6,7 +6,7 @@
 #include <string>
 
 #include "orsincore/threads.h"
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 #include "tests/threads/gate.h"
 #include "tests/threads/held_thread.h"

@@ -1,4 +1,4 @@
-#include "tests/net/new_refusal.h"
+#include "tests/support/new_refusal.h"
 
 #include <cstddef>
 #include <limits>
@@ -8,9 +8,10 @@ namespace {
 
 constexpr int kNoLimit = std::numeric_limits<int>::max();
 thread_local int grants_left = kNoLimit;
+thread_local std::size_t refused_bytes_min = 0;
 
-bool is_granted() {
-  if (grants_left == kNoLimit) {
+bool is_granted(std::size_t bytes) {
+  if (grants_left == kNoLimit || bytes < refused_bytes_min) {
     return true;
   }
   return grants_left > 0 && grants_left-- > 0;
@@ -26,6 +27,12 @@ NewRefusal::NewRefusal(int granted) {
 
 NewRefusal::~NewRefusal() {
   grants_left = kNoLimit;
+  refused_bytes_min = 0;
+}
+
+NewRefusal NewRefusal::of_size(std::size_t bytes_min) {
+  refused_bytes_min = bytes_min;
+  return NewRefusal();
 }
 
 }  // namespace orsin::test
@@ -43,11 +50,11 @@ void* ORSIN_NOTHROW(__real_, w)(std::size_t size, const std::nothrow_t& tag) noe
 void* ORSIN_NOTHROW(__real_, a)(std::size_t size, const std::nothrow_t& tag) noexcept;
 
 void* ORSIN_NOTHROW(__wrap_, w)(std::size_t size, const std::nothrow_t& tag) noexcept {
-  return is_granted() ? ORSIN_NOTHROW(__real_, w)(size, tag) : nullptr;
+  return is_granted(size) ? ORSIN_NOTHROW(__real_, w)(size, tag) : nullptr;
 }
 
 void* ORSIN_NOTHROW(__wrap_, a)(std::size_t size, const std::nothrow_t& tag) noexcept {
-  return is_granted() ? ORSIN_NOTHROW(__real_, a)(size, tag) : nullptr;
+  return is_granted(size) ? ORSIN_NOTHROW(__real_, a)(size, tag) : nullptr;
 }
 
 }  // extern "C"

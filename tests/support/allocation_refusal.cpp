@@ -1,4 +1,4 @@
-#include "tests/memory/allocation_refusal.h"
+#include "tests/support/allocation_refusal.h"
 
 #include <algorithm>
 #include <array>
