@@ -63,6 +63,19 @@ TEST(LogPath, IsTheNameAloneWhereOnlyTheDirectoryFits) {
   EXPECT_STREQ(file, "Take.log");
 }
 
+TEST(LogPath, IsWholeUpToTheLastCharacterThatFits) {
+  char directory[kPathBytes];
+  char file[kPathBytes];
+  const std::string below = "\\Settings\\logs\\Take.log";
+  const std::string fits(kPathBytes - 1 - below.size(), 'x');
+
+  write_log_path(fits.c_str(), "Take", directory, file);
+  EXPECT_EQ(file, fits + below);
+
+  write_log_path((fits + "x").c_str(), "Take", directory, file);
+  EXPECT_STREQ(file, "Take.log");
+}
+
 TEST(ModuleName, IsCopiedAsFarAsItFits) {
   std::snprintf(program_paths().module, kPathBytes, "C:\\App\\app.exe");
   char whole[kPathBytes];

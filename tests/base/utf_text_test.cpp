@@ -252,6 +252,7 @@ TEST(Utf8Erase, TouchesNothingBehindTheText) {
   EXPECT_EQ(ov_utf8_erase(text, 3, 1), 1U);
 
   EXPECT_STREQ(text, "abc");
+  EXPECT_EQ(text[4], '\0');
   EXPECT_STREQ(text + 5, "guarded");
 }
 

@@ -90,6 +90,24 @@ TEST_F(CopyFailures, IsAFailureWhereALongerFileCannotBeCut) {
   EXPECT_EQ(log_.lines().back(), "ERROR: Writebuffer set FileSize : 'error 1224'");
 }
 
+// Nor can it be opened in another way, as somebody looks at it all the time.
+TEST_F(CopyFailures, IsAFailureWhereALongerFileIsLeftToNobody) {
+  constexpr std::uint32_t kSharingViolation = 32;
+  directory_.write("copy.bin", content_ + "the end of another take");
+  test::FakeTransfers transfers;
+  transfers.refuse_sizes(1, kUserMappedFile);
+  transfers.next_open({});  // The source, and what it is copied to.
+  transfers.next_open({});
+  for (int i = 0; i < 20; ++i) {
+    transfers.next_open({.is_refused = true, .error = kSharingViolation});
+  }
+  CopyCall copy = call();
+
+  EXPECT_EQ(copy.run(), -8);
+
+  EXPECT_EQ(log_.lines().back(), "ERROR: Writebuffer set FileSize : 'error 32'");
+}
+
 TEST_F(CopyFailures, Gives8WhenOnlyTheEndDoesNotFit) {
   fake_disk().writable_bytes = 48 * kMebibyte;  // Three buffers; the rest is written at closing.
   CopyCall copy = call();

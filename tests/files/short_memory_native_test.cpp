@@ -100,6 +100,15 @@ TEST_F(ShortMemory, CopiesASmallFileWithoutABufferForTheWhole) {
   EXPECT_EQ(bytes_, 7U);
 }
 
+TEST_F(ShortMemory, OpensNoStreamWithoutMemory) {
+  directory_.write("empty.txt", "");
+  for (const char* name : {"source.bin", "empty.txt"}) {
+    SCOPED_TRACE(name);
+    const NewRefusal refusal(0, 1);
+    EXPECT_EQ(ov_open(directory_.path(name).c_str(), "rb"), nullptr);
+  }
+}
+
 TEST_F(ShortMemory, SortsNamesWithoutRoomForTheirKeys) {
   const UniqueList list = make_list();
   prepare_listing();

@@ -756,6 +756,21 @@ TEST_F(WriteBuffer, TheCallersMemoryIsFilledFirst) {
   EXPECT_EQ(as_text(writer_), "0123456789abc");
 }
 
+TEST_F(WriteBuffer, TheCallersMemoryMovesWithAllThatItHolds) {
+  for (const std::string& held : {std::string("0123456789"), std::string("0")}) {
+    SCOPED_TRACE(held);
+    char memory[16];
+    writer_.set_memory_buffer(memory, sizeof(memory));
+    add(writer_, held);
+    ASSERT_TRUE(writer_.set_file_position(0));
+
+    EXPECT_TRUE(writer_.ensure_minimum_buffer_size(1 << 20));
+
+    EXPECT_EQ(writer_.get_file_position(), 0U);
+    EXPECT_EQ(as_text(writer_), held);
+  }
+}
+
 TEST_F(WriteBuffer, AskedForAMinimumMemoryGrows) {
   add(writer_, "0123");
 

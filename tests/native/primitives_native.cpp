@@ -3,6 +3,8 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -89,8 +91,12 @@ int mp_get_mutex(__mutex_str* mutex) {
   return 0;
 }
 
+// Under Windows, others may wait for ever after a release by who does not hold it. Here nobody goes on.
 int mp_release_mutex(__mutex_str* mutex) {
-  mutex->mutex.unlock();
+  if (pthread_mutex_unlock(mutex->mutex.native_handle()) != 0) {
+    std::fputs("A mutex was released by a thread that does not hold it\n", stderr);
+    std::abort();
+  }
   return 0;
 }
 

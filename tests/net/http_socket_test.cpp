@@ -259,6 +259,10 @@ TEST_F(HttpSocket, FailsWithMinusOneWithoutAUrl) {
   EXPECT_FALSE(client.OpenUrl(nullptr));
   EXPECT_FALSE(client.PostUrl(nullptr, OV_HTTP_POST, nullptr, 0, nullptr));
   EXPECT_EQ(internet_->calls, Lines{"close request2"});
+
+  Client posting;
+  EXPECT_FALSE(posting.PostUrl(nullptr, OV_HTTP_POST, nullptr, 0, nullptr));
+  EXPECT_EQ(posting.LastErrorString(), system_text(kNoUrl));
 }
 
 TEST_F(HttpSocket, HasNoTextForErrorsThatAreNotInTheSystemsTable) {

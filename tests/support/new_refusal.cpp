@@ -1,32 +1,34 @@
 #include "tests/support/new_refusal.h"
 
 #include <cstddef>
-#include <limits>
 #include <new>
 
 namespace {
 
-constexpr int kNoLimit = std::numeric_limits<int>::max();
-thread_local int grants_left = kNoLimit;
+thread_local int grants_left = 0;
+thread_local int refusals_left = 0;
 thread_local std::size_t refused_bytes_min = 0;
 
-bool is_granted(std::size_t bytes) {
-  if (grants_left == kNoLimit || bytes < refused_bytes_min) {
+bool grants(std::size_t bytes) {
+  if (refusals_left == 0 || bytes < refused_bytes_min) {
     return true;
   }
-  return grants_left > 0 && grants_left-- > 0;
+  const bool is_granted = grants_left > 0;
+  --(is_granted ? grants_left : refusals_left);
+  return is_granted;
 }
 
 }  // namespace
 
 namespace orsin::test {
 
-NewRefusal::NewRefusal(int granted) {
+NewRefusal::NewRefusal(int granted, int refused) {
   grants_left = granted;
+  refusals_left = refused;
 }
 
 NewRefusal::~NewRefusal() {
-  grants_left = kNoLimit;
+  refusals_left = 0;
   refused_bytes_min = 0;
 }
 
@@ -50,11 +52,11 @@ void* ORSIN_NOTHROW(__real_, w)(std::size_t size, const std::nothrow_t& tag) noe
 void* ORSIN_NOTHROW(__real_, a)(std::size_t size, const std::nothrow_t& tag) noexcept;
 
 void* ORSIN_NOTHROW(__wrap_, w)(std::size_t size, const std::nothrow_t& tag) noexcept {
-  return is_granted(size) ? ORSIN_NOTHROW(__real_, w)(size, tag) : nullptr;
+  return grants(size) ? ORSIN_NOTHROW(__real_, w)(size, tag) : nullptr;
 }
 
 void* ORSIN_NOTHROW(__wrap_, a)(std::size_t size, const std::nothrow_t& tag) noexcept {
-  return is_granted(size) ? ORSIN_NOTHROW(__real_, a)(size, tag) : nullptr;
+  return grants(size) ? ORSIN_NOTHROW(__real_, a)(size, tag) : nullptr;
 }
 
 }  // extern "C"

@@ -2,14 +2,17 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 
 namespace orsin::test {
 
 /// While one lives, such allocations of this thread are refused.
 class NewRefusal {
  public:
-  /// All but the first `granted` ones.
-  explicit NewRefusal(int granted = 0);
+  static constexpr int kAll = std::numeric_limits<int>::max();
+
+  /// As many as `refused`, or all, after the first `granted` ones.
+  explicit NewRefusal(int granted = 0, int refused = kAll);
   ~NewRefusal();
   NewRefusal(const NewRefusal&) = delete;
   NewRefusal& operator=(const NewRefusal&) = delete;

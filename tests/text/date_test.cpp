@@ -276,6 +276,7 @@ TEST(Date, TurnsPosixTimeIntoLocalTimeAndBack) {
   const date d(winter);
   EXPECT_EQ(static_cast<long long>(d), winter);
   EXPECT_EQ(d.year(), 2024);
+  EXPECT_EQ(d.year_day(), date(d.year(), d.month(), d.day(), 0, 0, 0).year_day());
 }
 
 TEST(Date, IsNowWhenMadeFromNothing) {

@@ -12,6 +12,7 @@
 
 #include "orsincore/threads.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/new_refusal.h"
 #include "tests/support/virtual_table.h"
 #include "tests/threads/gate.h"
 #include "threads/thread_table.h"
@@ -113,6 +114,32 @@ TEST_F(BackgroundWorker, RunsAnObjectAsOftenAsItWasStarted) {
   OV_Thread::Flush();
 
   EXPECT_EQ(counter.runs(), 2);
+}
+
+TEST_F(BackgroundWorker, WakesForEachObjectThatComesAlone) {
+  for (int i = 0; i < 50; ++i) {
+    Blocker alone;
+    alone.start_and_enter();
+    alone.release();
+    alone.wait_until_left();
+  }
+}
+
+TEST_F(BackgroundWorker, IsNotThereWithoutMemoryForAnyOfItsPieces) {
+  constexpr int kPieces = 4;  // Itself, its mutex, and what it and others wait on.
+  { const Counter first; }    // The mutex of all workers stays from now on.
+  OV_Thread::Destroy();
+  for (int granted = 0; granted < kPieces; ++granted) {
+    SCOPED_TRACE(granted);
+    std::unique_ptr<Counter> counter;
+    {
+      const test::NewRefusal refusal(granted, 1);
+      counter = std::make_unique<Counter>();
+    }
+    counter->Start();
+    OV_Thread::Flush();
+    EXPECT_EQ(counter->runs(), 0);
+  }
 }
 
 TEST_F(BackgroundWorker, AnObjectWithoutWorkOfItsOwnDoesNothing) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "orsincore/threads.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/new_refusal.h"
 #include "tests/threads/gate.h"
 #include "threads/thread_table.h"
@@ -184,6 +186,7 @@ TEST_F(Executor, RunsInlineWhenItStartsAgainWithOneProcessor) {
 
 TEST_F(Executor, RunsInlineWithoutMemoryForAnyOfItsPieces) {
   constexpr int kPiecesMin = 8;
+  const test::LogCapture log;
   start_thread_table();
   int granted = 0;
   while (true) {
@@ -206,6 +209,10 @@ TEST_F(Executor, RunsInlineWithoutMemoryForAnyOfItsPieces) {
     ++granted;
   }
   EXPECT_GE(granted, kPiecesMin);
+  const test::Lines lines = log.lines();
+  EXPECT_EQ(
+      std::count(lines.begin(), lines.end(), "ERROR: SMP: Can't allocate thread local storage.."),
+      1);
 }
 
 TEST_F(Executor, FreesTheRecordsOfItsWorkers) {
