@@ -283,6 +283,15 @@ TEST_F(FileCopy, Gives12ForAWriterListOfAnotherLength) {
   EXPECT_EQ(file_exists(below(directory_, "1").c_str()), 0);
 }
 
+TEST_F(FileCopy, HasAWriterOfItsOwnForOneDestinationWhereTheListIsEmpty) {
+  directory_.write("source.bin", "content");
+  fWriteBuffer* none[] = {nullptr};
+
+  EXPECT_EQ(copy_to_all(below(directory_, "source.bin"), {below(directory_, "copy.bin")}, none), 0);
+
+  EXPECT_EQ(test::TemporaryDirectory::read(directory_.path("copy.bin")), "content");
+}
+
 TEST_F(FileCopy, Gives13ForMoreThan16Destinations) {
   directory_.write("source.bin", "content");
   std::vector<std::string> destinations;

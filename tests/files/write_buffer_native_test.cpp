@@ -594,6 +594,19 @@ TEST_F(ScriptedWriter, ANumberThatIsPutWithoutABufferCountsAnError) {
   EXPECT_GT(writer.error(), 0);
 }
 
+TEST_F(ScriptedWriter, ANumberThatFindsNoMemoryCountsAnError) {
+  const std::string bytes(kBuffer, 'm');
+  fWriteBuffer collecting(io_invalid_handle(), false);
+  ASSERT_TRUE(collecting.set_buffer(kBuffer, false));
+  const test::AllocationRefusal refusal(kBuffer);
+  ASSERT_EQ(collecting.write_file(bytes.data(), 1, bytes.size()), bytes.size());
+  const int before = collecting.error();
+
+  collecting.put_int(7);
+
+  EXPECT_EQ(collecting.error(), before + 1);
+}
+
 TEST_F(ScriptedWriter, ALargerBufferWaitsForTheWriteOfTheSmallerOne) {
   transfers_.every({.pends = true});
   add_full();

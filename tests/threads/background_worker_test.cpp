@@ -376,10 +376,12 @@ TEST_F(BackgroundWorker, TakesObjectsFromManyThreads) {
 
 TEST_F(BackgroundWorker, StartsOnceWhateverThreadsComeFirst) {
   for (int round = 0; round < 50; ++round) {
+    constexpr int kThreads = 4;
     Gate gate;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     std::atomic<int> runs = 0;
-    for (int t = 0; t < 4; ++t) {
+    for (int t = 0; t < kThreads; ++t) {
       threads.emplace_back([&] {
         gate.wait();
         Counter counter;
@@ -393,7 +395,7 @@ TEST_F(BackgroundWorker, StartsOnceWhateverThreadsComeFirst) {
       thread.join();
     }
 
-    EXPECT_EQ(runs.load(), 4);
+    EXPECT_EQ(runs.load(), kThreads);
     EXPECT_EQ(thread_record_count(), 1);
     OV_Thread::Destroy();
   }
@@ -401,8 +403,10 @@ TEST_F(BackgroundWorker, StartsOnceWhateverThreadsComeFirst) {
 
 TEST_F(BackgroundWorker, CallsMayOverlapWithDestroy) {
   std::atomic<bool> is_over = false;
+  constexpr int kThreads = 3;
   std::vector<std::thread> threads;
-  for (int t = 0; t < 3; ++t) {
+  threads.reserve(kThreads);
+  for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&] {
       std::vector<std::unique_ptr<Counter>> counters;  // Outlive every worker.
       while (!is_over.load()) {
