@@ -450,13 +450,17 @@ TEST_F(MessageLog, GivesTheTextOfTheLastSystemError) {
 }
 
 TEST_F(MessageLog, WritesTheSystemErrorAtErrorLevel) {
-  const LogCapture log(0);
-  port::set_last_system_error(2);
-  const std::string reason = os_errormsg();
+  for (const unsigned code : {1U, 2U}) {
+    SCOPED_TRACE(code);
+    const LogCapture log(0);
+    port::set_last_system_error(code);
+    const std::string reason = os_errormsg();
 
-  msg_os_error("Title");
+    msg_os_error("Title");
 
-  EXPECT_EQ(log.lines(), (Lines{"ERROR: Title : '" + reason + "'"}));
+    EXPECT_NE(reason, "No Error");
+    EXPECT_EQ(log.lines(), (Lines{"ERROR: Title : '" + reason + "'"}));
+  }
 }
 
 TEST_F(MessageLog, KeepsTheThreadsLastErrorInTheLineOfAGivenCode) {

@@ -193,7 +193,7 @@ TEST_F(Executor, RunsInlineWithoutMemoryForAnyOfItsPieces) {
     SCOPED_TRACE(granted);
     int workers = 0;
     {
-      const test::NewRefusal refusal(granted);
+      const test::NewRefusal refusal(granted, 1);
       workers = start_executor(2);
     }
     if (workers == 2) {

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/new_refusal.h"
 #include "tests/threads/gate.h"
 #include "threads/thread_table.h"
 
@@ -115,6 +116,22 @@ TEST_F(JobLines, RunOnAThreadOfTheGivenName) {
   line.stop();
 
   EXPECT_EQ(name, "A line of jobs");
+}
+
+TEST_F(JobLines, DoNotStartWithoutMemoryForAnyOfTheirPieces) {
+  constexpr int kPieces = 2;
+  JobLine line(&owner_, note, Owner::kCapacity);
+  for (int granted = 0; granted < kPieces; ++granted) {
+    SCOPED_TRACE(granted);
+    const test::NewRefusal refusal(granted, 1);
+    EXPECT_FALSE(line.start("Line"));
+    EXPECT_FALSE(line.is_running());
+  }
+
+  ASSERT_TRUE(line.start("Line"));
+  add_value(line, owner_, 7);
+  line.stop();
+  EXPECT_EQ(owner_.done, Numbers{7});
 }
 
 TEST_F(JobLines, AreNotRunningBeforeTheirStart) {
