@@ -486,16 +486,24 @@ TEST_F(ScriptedWriter, BuffersThatAreMadeAnewAreAsManyAsBefore) {
 }
 
 TEST_F(ScriptedWriter, MemoryGivesWayToTwoBuffersOfAMebibyte) {
-  char memory[100];
-  writer_.close_file(true);
-  writer_.set_memory_buffer(memory, sizeof(memory));
+  alignas(kUnit) static char room[3 * kUnit];
+  const struct {
+    const char* what;
+    char* memory;
+    int size;
+  } cases[] = {{"no whole unit", room, 100}, {"whole units, but misplaced", room + 1, 2 * kUnit}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    writer_.close_file(true);
+    writer_.set_memory_buffer(c.memory, c.size);
 
-  ASSERT_TRUE(writer_.open_file(path("other").c_str(), 0, false));
+    ASSERT_TRUE(writer_.open_file(path("other").c_str(), 0, false));
 
-  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(kMebibyte - 1));
-  transfers_.next({.pends = true});
-  add(std::string(kMebibyte, 'm'));
-  EXPECT_EQ(transfers_.pending_count(), 1);
+    EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(kMebibyte - 1));
+    transfers_.next({.pends = true});
+    add(std::string(kMebibyte, 'm'));
+    EXPECT_EQ(transfers_.pending_count(), 1);
+  }
 }
 
 TEST_F(ScriptedWriter, AHandleOfItsOwnersIsNotOpenedAgain) {

@@ -485,6 +485,26 @@ TEST_F(WriteBuffer, KeepsRoundingAPositionOutsideTheBufferDown) {
   EXPECT_EQ(writer_.get_file_position(), 4096U);
 }
 
+TEST_F(WriteBuffer, AStepOutOfTheBufferWritesWhatWasCollected) {
+  const std::string begin(kBuffer + 100, 'b');
+  const std::string end(100, 'e');
+  open(writer_);
+  add(writer_, begin);
+
+  ASSERT_TRUE(writer_.set_file_position(8 * kBuffer));
+  add(writer_, end);
+  ASSERT_TRUE(writer_.set_file_position(4096));
+  add(writer_, std::string(4096, 'p'));
+  writer_.close_file(true);
+
+  const std::string found = content("out");
+  ASSERT_EQ(found.size(), 8U * kBuffer + end.size());
+  EXPECT_EQ(found.substr(0, 4096), begin.substr(0, 4096));
+  EXPECT_EQ(found.substr(4096, 4096), std::string(4096, 'p'));
+  EXPECT_EQ(found.substr(kBuffer, 100), begin.substr(kBuffer));
+  EXPECT_EQ(found.substr(8 * kBuffer), end);
+}
+
 TEST_F(WriteBuffer, APatchLeavesTheEndOfTheDataWhereItWas) {
   open(writer_);
   add(writer_, std::string(3 * kBuffer, 'x'));
