@@ -2,8 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <ratio>
+#include <string>
 
 #include "base/clock.h"
+#include "base/log_port.h"
+#include "orsincore/log.h"
 #include "orsincore/threads.h"
 #include "tests/native/fake_clock.h"
 #include "tests/support/log_capture.h"
@@ -76,6 +81,34 @@ TEST_F(FailingClock, TakesOneCountASecond) {
 
   EXPECT_EQ(mp_getclockfrequency(), 1.0);
   EXPECT_EQ(mp_getclock(), 7.0);
+}
+
+// The log reads the wall clock once; from then on the counter tells its time.
+TEST_F(FailingClock, MovesTheTimeOfTheLogByWhatItHasCounted) {
+  constexpr std::int64_t kSecond = std::nano::den;
+  constexpr int kDayHundredths = 24 * 3600 * 100;
+  const auto stamp = [this] {
+    const std::string text = log_.text();
+    const std::string line = text.substr(text.rfind('\n', text.size() - 2) + 1);
+    const auto number = [&line](std::size_t at) { return std::stoi(line.substr(at, 2)); };
+    return ((number(0) * 60 + number(3)) * 60 + number(6)) * 100 + number(9);
+  };
+  fake_clock().stands_still = true;
+  fake_clock().still_count = 1000 * kSecond;
+  start_clock();
+  fake_clock().still_count = 2000 * kSecond;
+  const double before = port::local_time_of_day();
+  msginfo("first");
+  const int first = stamp();
+  const double after = port::local_time_of_day();
+  fake_clock().still_count += 5 * kSecond + kSecond / 4;
+  msginfo("second");
+
+  if (after >= before) {  // Not at midnight.
+    EXPECT_GE(first, static_cast<int>(before) * 100);
+    EXPECT_LE(first, static_cast<int>(after) * 100 + 1);
+  }
+  EXPECT_EQ(stamp(), (first + 525) % kDayHundredths);
 }
 
 }  // namespace

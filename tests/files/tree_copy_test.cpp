@@ -6,6 +6,7 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/current_directory.h"
 #include "tests/files/io_start.h"
+#include "tests/files/program_paths_standin.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {
@@ -110,6 +111,23 @@ TEST_F(TreeCopy, MakesNothingOfATreeBelowItself) {
 
   EXPECT_EQ(file_is_directory((takes + "\\copy").c_str()), 0);
   EXPECT_EQ(file_is_directory((takes + "\\deep").c_str()), 0);
+}
+
+// Its directories would be made below the data path, but its files written to below the current one.
+TEST_F(TreeCopy, MakesNothingOfATreeThatHoldsTheCurrentDirectory) {
+  const test::CurrentDirectory current(directory_);
+  const TemporaryDirectory elsewhere;
+  const test::ProgramPaths paths;
+  paths.set_data(test::backslashed(elsewhere));
+  directory_.write("takes/one.wav", "one");
+
+  EXPECT_EQ(copy(below(directory_, "takes"), "takes\\copy"), -1);
+  EXPECT_EQ(copy(test::backslashed(directory_), "copy"), -1);
+
+  EXPECT_EQ(file_is_directory(below(directory_, "takes\\copy").c_str()), 0);
+  EXPECT_EQ(file_is_directory(below(directory_, "copy").c_str()), 0);
+  EXPECT_EQ(file_is_directory(below(elsewhere, "takes\\copy").c_str()), 0);
+  EXPECT_EQ(file_is_directory(below(elsewhere, "copy").c_str()), 0);
 }
 
 TEST_F(TreeCopy, SaysThatATreeWouldBeCopiedBelowItself) {

@@ -20,9 +20,16 @@
 
 struct __mutex_str {
   std::recursive_mutex mutex;
+  int holds = 0;  // Of the thread that holds it, and of those who wait with it.
 };
 
 namespace {
+
+// What the platform leaves undefined ends the program here.
+void refuse_misuse(const char* what) {
+  std::fputs(what, stderr);
+  std::abort();
+}
 
 // All who sleep, at whatever word, share a lock and a condition: slow, and plainly right.
 std::mutex sleepers_mutex;
@@ -77,31 +84,44 @@ __mutex_str* mp_new_mutex(int locked, unsigned int /*reserved*/) {
   auto* mutex = new (std::nothrow) __mutex_str;
   if (mutex != nullptr && locked != 0) {
     mutex->mutex.lock();
+    mutex->holds = 1;
   }
   return mutex;
 }
 
+// Under Windows, nobody knows what becomes of those who wait for it.
 void mp_delete_mutex(__mutex_str* mutex) {
+  if (mutex != nullptr && mutex->holds != 0) {
+    refuse_misuse("A mutex was deleted that somebody holds\n");
+  }
   delete mutex;
 }
 
 int mp_get_mutex(__mutex_str* mutex) {
   ++orsin::test::primitive_calls().locks;
   mutex->mutex.lock();
+  ++mutex->holds;
   return 0;
 }
 
-// Under Windows, others may wait for ever after a release by who does not hold it. Here nobody goes on.
+// Under Windows, others may wait for ever after a release by who does not hold it.
 int mp_release_mutex(__mutex_str* mutex) {
-  if (pthread_mutex_unlock(mutex->mutex.native_handle()) != 0) {
-    std::fputs("A mutex was released by a thread that does not hold it\n", stderr);
-    std::abort();
+  const bool is_held = mutex->mutex.try_lock() && mutex->holds > 0;
+  if (!is_held) {
+    refuse_misuse("A mutex was released by a thread that does not hold it\n");
   }
+  mutex->mutex.unlock();
+  --mutex->holds;
+  mutex->mutex.unlock();
   return 0;
 }
 
 int mp_test_mutex(__mutex_str* mutex) {
-  return mutex->mutex.try_lock() ? 1 : 0;
+  if (!mutex->mutex.try_lock()) {
+    return 0;
+  }
+  ++mutex->holds;
+  return 1;
 }
 
 __cond_str* mp_new_cond_block() {

@@ -53,6 +53,8 @@ TEST(ExecutorOnTheStandIn, HasAWorkerForEachCoreHoweverManyLogicalProcessorsThat
   ASSERT_EQ(mp_get_numcpu(1), 6);
 
   EXPECT_EQ(start_executor(0), 3);
+  stop_executor();
+  EXPECT_EQ(start_executor(1), 1);
 
   stop_executor();
   stop_thread_table();
