@@ -54,6 +54,36 @@ std::string rest_of(fReadBuffer& reader) {
   return letters;
 }
 
+// ---- A file that is closed
+
+TEST_F(ScriptedReader, HasNothingMoreOfAFileThatItClosed) {
+  fReadBuffer reader(io_invalid_handle());
+  ASSERT_TRUE(open(reader, 2, 4 * kBlock));
+  ASSERT_EQ(next_letter(reader), 'A');
+  reader.close_file();
+  const std::size_t started = transfers_.started().size();
+  unsigned char bytes[16];
+  unsigned long long available = 1;
+
+  EXPECT_EQ(reader.read_file(bytes, 1, sizeof(bytes)), 0U);
+  EXPECT_EQ(reader.get_bufptr(&available), nullptr);
+  EXPECT_EQ(next_letter(reader), '-');
+
+  EXPECT_EQ(transfers_.started().size(), started);
+}
+
+TEST_F(ScriptedReader, ClosesAFileOnceThoughAnotherHasItsHandleByThen) {
+  fReadBuffer reader(io_invalid_handle());
+  ASSERT_TRUE(open(reader, 2, kBlock));
+  reader.close_file();
+  fReadBuffer other(io_invalid_handle());
+  ASSERT_TRUE(open(other, 2, kBlock));
+
+  reader.close_file();
+
+  EXPECT_EQ(rest_of(other), "A");
+}
+
 // ---- What is asked for
 
 TEST_F(ScriptedReader, StartsAllBuffersAtOnceAndThenOneForEachBlock) {

@@ -485,6 +485,18 @@ TEST_F(WriteBuffer, KeepsRoundingAPositionOutsideTheBufferDown) {
   EXPECT_EQ(writer_.get_file_position(), 4096U);
 }
 
+TEST_F(WriteBuffer, BeginsAFileWithoutWhatWasCollectedBefore) {
+  ASSERT_TRUE(writer_.set_buffer(kBuffer, true));
+  add(writer_, "in memory");
+  ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
+
+  EXPECT_EQ(writer_.get_file_position(), 0U);
+  add(writer_, "data");
+  writer_.close_file(true);
+
+  EXPECT_EQ(content("out"), "data");
+}
+
 TEST_F(WriteBuffer, AStepOutOfTheBufferWritesWhatWasCollected) {
   const std::string begin(kBuffer + 100, 'b');
   const std::string end(100, 'e');
