@@ -53,6 +53,17 @@ TEST(ReaderConfiguration, IsGivenBackAsItWasSet) {
   rwBufferConfigure(0, false, false, false);
 }
 
+TEST(ReaderConfiguration, TakesASizeOfOneByte) {
+  int size = 0;
+  bool flag = false;
+
+  rwBufferConfigure(1, false, false, false);
+  rwBufferConfigGet(size, flag, flag, flag);
+
+  EXPECT_EQ(size, 1);
+  rwBufferConfigure(0, false, false, false);
+}
+
 TEST(ReaderConfiguration, SwitchesNothingOffAndHas8192BytesAtFirst) {
   int size = 0;
   bool writing = true;

@@ -35,13 +35,14 @@ class ScriptedTransfers : public test::IoTest {
     return io_read_async64(file_.get(), bytes_, 0, size, ticket);
   }
   bool write_async(unsigned long long size = 100, int* ticket = nullptr) {
-    return io_write_async64(file_.get(), bytes_, 0, size, ticket);
+    return io_write_async64(file_.get(), written_, 0, size, ticket);
   }
   int complete(int& ticket, bool wait = true) { return io_complete64(file_.get(), &ticket, wait); }
 
   OpenFile file_;
   test::FakeTransfers transfers_;  // From here on; pending ones end before their file closes.
   char bytes_[4096] = {};
+  char written_[4096] = {};
 };
 
 // ---- Starts that fail
@@ -174,7 +175,7 @@ TEST_F(ScriptedTransfers, APendingTransferIsNotDoneUntilItHasEnded) {
 
   EXPECT_EQ(complete(ticket, false), 0);
   EXPECT_EQ(complete(ticket, false), 0);
-  EXPECT_EQ(bytes_[0], '\0');
+  EXPECT_NE(bytes_[0], 't');
   EXPECT_TRUE(transfers_.release_oldest());
   EXPECT_EQ(complete(ticket, false), 1);
   EXPECT_EQ(bytes_[0], 't');
@@ -267,13 +268,13 @@ TEST_F(ScriptedTransfers, WaitingTransfersSayWhetherTheyWorked) {
   EXPECT_TRUE(io_read64(file_.get(), bytes_, 0, 100));
 
   transfers_.next({.pends = true});
-  EXPECT_TRUE(io_write64(file_.get(), bytes_, 0, 100));
+  EXPECT_TRUE(io_write64(file_.get(), written_, 0, 100));
   transfers_.next({.pends = true, .error = kDiskFull});
-  EXPECT_FALSE(io_write64(file_.get(), bytes_, 0, 100));
+  EXPECT_FALSE(io_write64(file_.get(), written_, 0, 100));
   transfers_.next({.error = kDiskFull});
-  EXPECT_FALSE(io_write64(file_.get(), bytes_, 0, 100));
+  EXPECT_FALSE(io_write64(file_.get(), written_, 0, 100));
   transfers_.next({.pends = true, .error = 996});
-  EXPECT_TRUE(io_write64(file_.get(), bytes_, 0, 100));
+  EXPECT_TRUE(io_write64(file_.get(), written_, 0, 100));
 }
 
 // ---- Slots
@@ -342,7 +343,7 @@ TEST_F(ScriptedTransfers, KeepsWaitingForEveryFileInAFlushAndForgetsTheTickets) 
   int first = 0;
   int second = 0;
   ASSERT_TRUE(read(100, &first));
-  ASSERT_TRUE(io_write_async64(other.get(), bytes_, 0, 100, &second));
+  ASSERT_TRUE(io_write_async64(other.get(), written_, 0, 100, &second));
 
   io_flush64(file_.get());
 
@@ -389,7 +390,7 @@ TEST_F(ScriptedTransfers, ClosingCancelsWhatRuns) {
   transfers_.every({.pends = true});
   int cancelled = 0;
   int spared = 0;
-  ASSERT_TRUE(io_write_async64(other.get(), bytes_, 0, 100, &cancelled));
+  ASSERT_TRUE(io_write_async64(other.get(), written_, 0, 100, &cancelled));
   ASSERT_TRUE(read(100, &spared));
 
   other.close();
@@ -406,7 +407,7 @@ TEST_F(ScriptedTransfers, ASlotOfAClosedFileServesTheNext) {
   OpenFile other(io_create64(path("other").c_str(), true, 0));
   transfers_.every({.pends = true});
   for (int i = 0; i < kSlots; ++i) {
-    ASSERT_TRUE(io_write_async64(other.get(), bytes_, 0, 100, nullptr));
+    ASSERT_TRUE(io_write_async64(other.get(), written_, 0, 100, nullptr));
   }
   other.close();
   transfers_.time_out_waits(1);

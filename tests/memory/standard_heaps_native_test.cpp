@@ -28,6 +28,7 @@ namespace {
 using test::Lines;
 using test::LogCapture;
 using test::PagesScript;
+using test::pinned_pages;
 
 // A machine of 1 GiB, an empty current directory, and no heaps at either end.
 class StandardHeaps : public testing::Test {
@@ -79,7 +80,7 @@ TEST_F(StandardHeaps, AreMadeToMeasure) {
   EXPECT_STREQ(mem_getheap(MEM_HEAP_IMAGE)->name, "Image");
   EXPECT_EQ(mem_getheap(MEM_HEAP_IMAGE)->alignment, static_cast<unsigned>(mem_pagesize()));
   EXPECT_EQ(mem_getheap(MEM_HEAP_IMAGE)->mode, 1u);
-  EXPECT_TRUE(machine_->pinned.empty());  // Other programs need memory, too.
+  EXPECT_TRUE(pinned_pages().empty());  // Other programs need memory, too.
 }
 
 TEST_F(StandardHeaps, AreMadeOnce) {
@@ -268,8 +269,8 @@ TEST_F(StandardHeaps, ReduceTheFrameHeapUntilItCanBeHad) {
 
   EXPECT_EQ(mem_heapsize(MEM_HEAP_FRAME), 250 * kMib);
   EXPECT_EQ(log.lines(),
-            (Lines{"WARN : MEMORY: OS allocation failed, Requested: 1024000.000 - error 12",
-                   "WARN : MEMORY: OS allocation failed, Requested: 512000.000 - error 12",
+            (Lines{"WARN : MEMORY: OS allocation failed, Requested: 1024000.000 - error 8",
+                   "WARN : MEMORY: OS allocation failed, Requested: 512000.000 - error 8",
                    "WARN : ** MEMORY ALLOCATION FAILED:",
                    "     : ** REDUCED Frame heap size from 1000Mb to 250Mb"}));
 }
@@ -445,7 +446,7 @@ TEST_F(HeapBuffers, FallBackToTheOtherHeapAndThenToTheSystem) {
   mem_alloc_locked_buffer(&second, 300000, MEM_HEAP_ANY);
 
   EXPECT_TRUE(os_allocation::is_live(second));
-  EXPECT_TRUE(machine_->pinned.empty());
+  EXPECT_TRUE(pinned_pages().empty());
   EXPECT_EQ(mem_lock_buffer(&second), 0);
   EXPECT_EQ(mem_keep_buffer(&second), 0);
   EXPECT_EQ(mem_unlock_buffer(&second), 0);
@@ -472,7 +473,7 @@ TEST_F(HeapBuffers, ReportWhenEvenTheSystemHasNone) {
   const Lines lines = log.lines();
   EXPECT_EQ(lines.back(), "WARN : MEMORY: Heap allocation failed.. (Requested: 1.500)");
   EXPECT_EQ(lines[lines.size() - 2],
-            "WARN : MEMORY: OS allocation failed, Requested: 1.500 - error 12");
+            "WARN : MEMORY: OS allocation failed, Requested: 1.500 - error 8");
 }
 
 TEST_F(HeapBuffers, OfAnUnknownHeapAreRefused) {

@@ -9,14 +9,26 @@
 namespace orsin::test {
 namespace {
 
-constexpr unsigned kInvalidHandle = 6;
-constexpr unsigned kInsufficientBuffer = 122;
-constexpr unsigned kIncorrectHandleType = 12018;
-constexpr unsigned kIncorrectHandleState = 12019;
+using platform::InternetKind;
+using platform::InternetState;
 
-bool fails(unsigned error) {
-  port::set_last_system_error(error);
-  return false;
+bool answer(std::uint32_t error) {
+  if (error != 0) {
+    port::set_last_system_error(error);
+  }
+  return error == 0;
+}
+
+std::string word_for(InternetKind kind) {
+  switch (kind) {
+    case InternetKind::kSession:
+      return "session";
+    case InternetKind::kConnection:
+      return "connection";
+    case InternetKind::kRequest:
+      break;
+  }
+  return "request";
 }
 
 std::string hexadecimal(std::uint32_t value) {
@@ -34,7 +46,7 @@ FakeInternet& fake_internet() {
 
 void* FakeInternet::open(std::string_view agent) {
   record("open " + std::string(agent));
-  return refuses("open") ? nullptr : add_handle("session", nullptr);
+  return refuses("open") ? nullptr : add_handle({InternetKind::kSession}, nullptr);
 }
 
 bool FakeInternet::set_option(void* handle, std::uint32_t option, std::uint32_t value) {
@@ -46,12 +58,9 @@ bool FakeInternet::set_option(void* handle, std::uint32_t option, std::uint32_t 
 
 void* FakeInternet::open_url(void* session, std::string_view url, std::uint32_t flags) {
   record("open_url " + name_of(session) + ' ' + std::string(url) + ' ' + hexadecimal(flags));
-  if (!is("session", session) || refuses("open_url")) {
-    return nullptr;
-  }
-  void* request = add_handle("request", session);
-  sent_.insert(request);
-  return request;
+  return !is(InternetKind::kSession, session) || refuses("open_url")
+             ? nullptr
+             : add_handle({InternetKind::kRequest, true}, session);
 }
 
 bool FakeInternet::split_url(std::string_view url, port::UrlParts& parts) {
@@ -63,36 +72,37 @@ void* FakeInternet::connect(void* session, std::string_view host, std::uint16_t 
                             std::uint32_t flags) {
   record("connect " + name_of(session) + ' ' + std::string(host) + ' ' + std::to_string(port) +
          ' ' + hexadecimal(flags));
-  return !is("session", session) || refuses("connect") ? nullptr
-                                                       : add_handle("connection", session);
+  return !is(InternetKind::kSession, session) || refuses("connect")
+             ? nullptr
+             : add_handle({InternetKind::kConnection}, session);
 }
 
 void* FakeInternet::open_request(void* connection, std::string_view method, std::string_view path,
                                  std::uint32_t flags) {
   record("open_request " + name_of(connection) + ' ' + std::string(method) + ' ' +
          std::string(path) + ' ' + hexadecimal(flags));
-  return !is("connection", connection) || refuses("open_request")
+  return !is(InternetKind::kConnection, connection) || refuses("open_request")
              ? nullptr
-             : add_handle("request", connection);
+             : add_handle({InternetKind::kRequest}, connection);
 }
 
 bool FakeInternet::send_request(void* request, std::string_view headers, std::string_view body) {
   record("send " + name_of(request) + " [" + std::string(headers) + "] [" + std::string(body) +
          ']');
-  if (!is("request", request) || refuses("send")) {
+  if (!is(InternetKind::kRequest, request) || refuses("send")) {
     return false;
   }
-  sent_.insert(request);
+  handles_.at(request).state.is_sent = true;
   return true;
 }
 
 bool FakeInternet::query_status(void* request, char* text, std::uint32_t size) {
   record("status " + name_of(request) + ' ' + std::to_string(size));
-  if (!is_under_way(request) || refuses("status")) {
+  if (!is_sent(request) || refuses("status")) {
     return false;
   }
   if (status.size() >= size) {
-    return fails(kInsufficientBuffer);
+    return answer(platform::kErrorInsufficientBuffer);
   }
   std::memcpy(text, status.c_str(), status.size() + 1);
   return true;
@@ -101,7 +111,7 @@ bool FakeInternet::query_status(void* request, char* text, std::uint32_t size) {
 bool FakeInternet::read(void* request, void* buffer, std::uint32_t size, std::uint32_t& bytes) {
   record("read " + name_of(request) + ' ' + std::to_string(size));
   bytes = 0;
-  if (!is_under_way(request)) {
+  if (!is_sent(request)) {
     return false;
   }
   if (chunks.empty()) {
@@ -122,7 +132,7 @@ bool FakeInternet::write(void* request, const void* data, std::uint32_t size,
                          std::uint32_t& bytes) {
   record("write " + name_of(request) + ' ' + std::to_string(size));
   bytes = 0;
-  if (!is_under_way(request)) {
+  if (!is_sent(request)) {
     return false;
   }
   Write answer = {true, size};
@@ -145,28 +155,28 @@ void FakeInternet::close(void* handle) {
 }
 
 void FakeInternet::close_children(void* handle) {
-  for (const auto& [child, parent] : parents_) {
-    if (parent == handle && open_handles.erase(child) > 0) {
+  for (const auto& [child, made] : handles_) {
+    if (made.parent == handle && open_handles.erase(child) > 0) {
       close_children(child);
     }
   }
 }
 
-bool FakeInternet::is(std::string_view kind, void* handle) const {
-  const auto found = open_handles.find(handle);
-  if (found == open_handles.end()) {
-    return fails(kInvalidHandle);
-  }
-  return found->second.compare(0, kind.size(), kind) == 0 || fails(kIncorrectHandleType);
+bool FakeInternet::is(InternetKind kind, void* handle) const {
+  return answer(open_handles.count(handle) == 0
+                    ? platform::kErrorInvalidHandle
+                    : platform::error_as(kind, handles_.at(handle).state));
 }
 
-bool FakeInternet::is_under_way(void* request) const {
-  return is("request", request) && (sent_.count(request) > 0 || fails(kIncorrectHandleState));
+bool FakeInternet::is_sent(void* request) const {
+  return answer(open_handles.count(request) == 0
+                    ? platform::kErrorInvalidHandle
+                    : platform::error_as_sent(handles_.at(request).state));
 }
 
 bool FakeInternet::refuses(const std::string& call) {
   const auto refusal = refusals.find(call);
-  return refusal != refusals.end() && !fails(refusal->second);
+  return refusal != refusals.end() && !answer(refusal->second);
 }
 
 std::string FakeInternet::name_of(void* handle) const {
@@ -174,11 +184,10 @@ std::string FakeInternet::name_of(void* handle) const {
   return found != open_handles.end() ? found->second : "none";
 }
 
-void* FakeInternet::add_handle(const std::string& kind, void* parent) {
-  ++handles_made_;
-  void* handle = reinterpret_cast<void*>(handles_made_);
-  parents_[handle] = parent;
-  open_handles[handle] = kind + std::to_string(handles_made_);
+void* FakeInternet::add_handle(const InternetState& state, void* parent) {
+  void* handle = reinterpret_cast<void*>(handles_.size() + 1);
+  handles_.emplace(handle, Handle{state, parent});
+  open_handles[handle] = word_for(state.kind) + std::to_string(handles_.size());
   return handle;
 }
 

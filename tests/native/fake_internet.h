@@ -6,21 +6,20 @@
 //   EXPECT_EQ(internet->calls, Lines{...});   // "connect session1 example.org 80 4000000"
 //
 // Calls are written as a name and their arguments, flags in hexadecimal; handles are named after
-// what they are and numbered in the order in which they were opened. As WinINet, it refuses closed
-// handles, those of another kind, and to read, ask or write on a request that was not sent. Native
-// builds have it below the HTTP client's port; under Windows it stands in for the functions of WinINet.
-// One thread.
+// what they are and numbered in the order in which they were opened. It refuses closed handles, and
+// what WinINet refuses of open ones. Native builds have it below the HTTP client's port; under Windows
+// it stands in for the functions of WinINet. One thread.
 #pragma once
 
 #include <cstdint>
 #include <deque>
 #include <map>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "net/internet_port.h"
+#include "tests/platform/internet_rules.h"
 
 namespace orsin::test {
 
@@ -57,17 +56,20 @@ struct FakeInternet {
   void close(void* handle);
 
  private:
-  [[nodiscard]] bool is(std::string_view kind, void* handle) const;
-  [[nodiscard]] bool is_under_way(void* request) const;
+  struct Handle {
+    platform::InternetState state;
+    void* parent;  // It goes when that is closed.
+  };
+
+  [[nodiscard]] bool is(platform::InternetKind kind, void* handle) const;
+  [[nodiscard]] bool is_sent(void* request) const;
   [[nodiscard]] bool refuses(const std::string& call);
   [[nodiscard]] std::string name_of(void* handle) const;
-  void* add_handle(const std::string& kind, void* parent);
+  void* add_handle(const platform::InternetState& state, void* parent);
   void close_children(void* handle);
   void record(const std::string& call);
 
-  std::uintptr_t handles_made_ = 0;
-  std::map<void*, void*> parents_;  // Of each handle made; it goes when its parent is closed.
-  std::set<void*> sent_;            // Requests: only they have an answer.
+  std::map<void*, Handle> handles_;  // All that were made.
 };
 
 /// The library of this process.

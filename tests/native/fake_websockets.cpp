@@ -6,11 +6,18 @@
 #include <cstring>
 
 #include "base/log_port.h"
+#include "tests/platform/system_errors.h"
 
 namespace orsin::test {
 namespace {
 
-constexpr std::uint32_t kConnectionLost = 12030;
+using platform::WebStep;
+
+// Lost on any real platform: no test can go on.
+void refuse_misuse(const char* what) {
+  std::fprintf(stderr, "%s\n", what);
+  std::abort();
+}
 
 // Units outside ASCII in brackets.
 std::string narrow(std::u16string_view text) {
@@ -43,86 +50,96 @@ bool FakeWebSockets::allows(const std::string& call) {
   return error == 0;
 }
 
-void* FakeWebSockets::add_handle(const std::string& kind) {
+void* FakeWebSockets::add_handle(const std::string& kind, WebStep step, const Link& parent) {
   void* handle = reinterpret_cast<void*>(++handles_made_);
   open_handles[handle] = kind + std::to_string(handles_made_);
+  links_[handle] = std::make_shared<platform::WebLink>(step, parent);
   return handle;
 }
 
-// A handle that is not open would be lost on any real platform: no test can go on.
-std::string FakeWebSockets::name_of(void* handle) {
-  const auto open = open_handles.find(handle);
-  if (open == open_handles.end()) {
-    std::fputs("a web handle is used that is not open\n", stderr);
-    std::abort();
+FakeWebSockets::Link FakeWebSockets::at(WebStep step, void* handle, const std::string& call,
+                                        const std::string& details) {
+  const auto found = links_.find(handle);
+  if (found == links_.end()) {
+    refuse_misuse("a web handle is used that is not open");
   }
-  return open->second;
+  if (found->second->step != step) {
+    refuse_misuse("a web handle is used before its time, or after it");
+  }
+  calls.push_back(call + " " + open_handles.at(handle) + details);
+  return found->second;
 }
 
-void FakeWebSockets::record(const std::string& call, void* handle, const std::string& details) {
-  calls.push_back(call + " " + name_of(handle) + details);
+bool FakeWebSockets::go_on(const std::string& call, const Link& request, WebStep to) {
+  const bool is_done = allows(call);
+  request->step = is_done ? to : request->step;
+  return is_done;
 }
 
 void* FakeWebSockets::open() {
   calls.emplace_back("open");
-  return allows("open") ? add_handle("session") : nullptr;
+  return allows("open") ? add_handle("session", WebStep::kSession, nullptr) : nullptr;
 }
 
 void* FakeWebSockets::connect(void* session, std::u16string_view host, std::uint16_t port) {
-  record("connect", session, " " + narrow(host) + " " + std::to_string(port));
-  return allows("connect") ? add_handle("connection") : nullptr;
+  const Link link =
+      at(WebStep::kSession, session, "connect", " " + narrow(host) + " " + std::to_string(port));
+  return allows("connect") ? add_handle("connection", WebStep::kConnection, link) : nullptr;
 }
 
 void* FakeWebSockets::open_request(void* connection, std::u16string_view path) {
-  record("open_request", connection, " " + narrow(path));
-  return allows("open_request") ? add_handle("request") : nullptr;
+  const Link link = at(WebStep::kConnection, connection, "open_request", " " + narrow(path));
+  return allows("open_request") ? add_handle("request", WebStep::kRequest, link) : nullptr;
 }
 
 bool FakeWebSockets::set_option(void* request) {
-  record("set_option", request);
-  return allows("set_option");
+  return go_on("set_option", at(WebStep::kRequest, request, "set_option"), WebStep::kAsking);
 }
 
 bool FakeWebSockets::send_request(void* request) {
-  record("send_request", request);
-  return allows("send_request");
+  return go_on("send_request", at(WebStep::kAsking, request, "send_request"), WebStep::kSent);
 }
 
 bool FakeWebSockets::receive_response(void* request) {
-  record("receive_response", request);
-  return allows("receive_response");
+  return go_on("receive_response", at(WebStep::kSent, request, "receive_response"),
+               WebStep::kAnswered);
 }
 
 void* FakeWebSockets::complete_upgrade(void* request) {
-  record("complete_upgrade", request);
-  return allows("complete_upgrade") ? add_handle("socket") : nullptr;
+  const Link link = at(WebStep::kAnswered, request, "complete_upgrade");
+  return allows("complete_upgrade") ? add_handle("socket", WebStep::kSocket, link->parent)
+                                    : nullptr;
 }
 
 bool FakeWebSockets::query_data(void* socket) {
-  record("query_data", socket);
+  static_cast<void>(at(WebStep::kSocket, socket, "query_data"));
   return allows("query_data");
 }
 
 std::uint32_t FakeWebSockets::send(void* socket, WebSocketContent content,
                                    std::string_view message) {
-  record(
-      "send", socket,
-      " " + std::to_string(static_cast<unsigned>(content)) + " " + std::to_string(message.size()));
+  static_cast<void>(at(
+      WebStep::kSocket, socket, "send",
+      " " + std::to_string(static_cast<unsigned>(content)) + " " + std::to_string(message.size())));
   sent = message;
   return refusal_of("send");
 }
 
 std::uint32_t FakeWebSockets::receive(void* socket, void* room, std::uint32_t size,
                                       std::uint32_t& received, WebSocketContent& content) {
-  record("receive", socket, " " + std::to_string(size));
+  const Link link = at(WebStep::kSocket, socket, "receive", " " + std::to_string(size));
   if (refusal_of("receive") != 0) {
     return refusal_of("receive");
   }
+  if (link->has_heard_farewell) {
+    return platform::kErrorInvalidOperation;
+  }
   if (parts.empty()) {
-    return kConnectionLost;
+    return platform::kErrorConnectionAborted;
   }
   Part& part = parts.front();
   content = part.content;
+  link->has_heard_farewell = content == WebSocketContent::kClose;
   received = static_cast<std::uint32_t>(std::min<std::size_t>(part.bytes.size(), size));
   if (received != 0) {
     std::memcpy(room, part.bytes.data(), received);
@@ -138,17 +155,26 @@ std::uint32_t FakeWebSockets::receive(void* socket, void* room, std::uint32_t si
 }
 
 std::uint32_t FakeWebSockets::close_socket(void* socket, std::uint16_t status) {
-  record("close_socket", socket, " " + std::to_string(status));
+  const Link link = at(WebStep::kSocket, socket, "close_socket", " " + std::to_string(status));
+  link->step = WebStep::kClosed;
   return refusal_of("close_socket");
 }
 
 std::uint32_t FakeWebSockets::query_close_status(void* socket, std::size_t room) {
-  record("query_close_status", socket, " " + std::to_string(room));
+  static_cast<void>(at(WebStep::kClosed, socket, "query_close_status", " " + std::to_string(room)));
   return refusal_of("query_close_status");
 }
 
 void FakeWebSockets::close(void* handle) {
-  record("close", handle);
+  const auto found = links_.find(handle);
+  if (found == links_.end()) {
+    refuse_misuse("a web handle is closed that is not open");
+  }
+  if (found->second->children > 0) {
+    refuse_misuse("a web handle is closed before those that were made on it");
+  }
+  calls.push_back("close " + open_handles.at(handle));
+  links_.erase(found);
   open_handles.erase(handle);
   port::set_last_system_error(0);  // Whoever wants to know an error asks before closing.
 }

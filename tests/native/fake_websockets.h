@@ -6,18 +6,20 @@
 //   EXPECT_EQ(web->calls, Lines{...});         // "connect session1 server 9000"
 //
 // Calls are written as a name and their arguments; handles are named after what they are and
-// numbered in the order in which they were opened. Native builds have it below the WebSocket
+// numbered in the order in which they were opened. Misuse ends the program. Native builds have it below the WebSocket
 // client's port; under Windows it stands in for the functions of WinHTTP. One thread.
 #pragma once
 
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "net/websocket_port.h"
+#include "tests/platform/web_link.h"
 
 namespace orsin::test {
 
@@ -55,11 +57,16 @@ struct FakeWebSockets {
  private:
   [[nodiscard]] unsigned refusal_of(const std::string& call) const;
   [[nodiscard]] bool allows(const std::string& call);
-  void* add_handle(const std::string& kind);
-  std::string name_of(void* handle);
-  void record(const std::string& call, void* handle, const std::string& details = {});
+  using Link = std::shared_ptr<platform::WebLink>;
+  void* add_handle(const std::string& kind, platform::WebStep step, const Link& parent);
+  bool go_on(const std::string& call, const Link& request, platform::WebStep to);
+
+  /// Writes the call down. What the handle stands for, which must be open and at this step.
+  Link at(platform::WebStep step, void* handle, const std::string& call,
+          const std::string& details = {});
 
   std::uintptr_t handles_made_ = 0;
+  std::map<void*, Link> links_;  // Of the open handles.
 };
 
 /// The library of this process.

@@ -31,6 +31,7 @@
 #include "tests/native/open_files.h"
 #include "tests/native/posix_facts.h"
 #include "tests/platform/file_rules.h"
+#include "tests/platform/system_errors.h"
 
 namespace orsin::test {
 

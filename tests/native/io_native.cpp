@@ -16,6 +16,7 @@
 #include "tests/native/open_files.h"
 #include "tests/native/transfer_script.h"
 #include "tests/platform/file_rules.h"
+#include "tests/platform/system_errors.h"
 
 namespace orsin {
 

@@ -1,6 +1,7 @@
 #include <string>
 
 #include "tests/native/fake_locale.h"
+#include "tests/platform/locale_parts.h"
 #include "text/locale_port.h"
 
 namespace orsin::test {
@@ -28,7 +29,7 @@ bool install_locale(const char* path, const char* domain, const char* name,
   locale.domain = domain;
   locale.name = name;
   ++locale.installed_count;
-  parts = test::parts_of(locale.name);
+  parts = platform::parts_of(locale.name);
   return true;
 }
 

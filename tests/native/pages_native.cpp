@@ -1,7 +1,5 @@
-// The memory ports over mmap(), with the refusals that a test asks for.
+// The memory ports over ranges of real pages, with the refusals that a test asks for.
 #include "tests/native/pages_native.h"
-
-#include <sys/mman.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -9,6 +7,8 @@
 
 #include "memory/process_heap_port.h"
 #include "tests/native/process_heap_native.h"
+#include "tests/platform/page_ranges.h"
+#include "tests/platform/system_errors.h"
 
 namespace orsin::test {
 
@@ -24,35 +24,35 @@ NativeProcessHeap& native_process_heap() {
 
 namespace {
 
-std::mutex book_mutex;  // The lists of what was asked for.
-std::map<void*, std::uint64_t> committed;
+std::mutex mutex;  // The ranges, and the lists of what was asked for.
+platform::PageRanges ranges;
 
 }  // namespace
 
 std::size_t count_regions_taken() {
-  const std::lock_guard guard(book_mutex);
-  return committed.size();
+  const std::lock_guard guard(mutex);
+  return ranges.count();
+}
+
+std::map<std::uint64_t, std::uint64_t> pinned_pages() {
+  const std::lock_guard guard(mutex);
+  return ranges.pinned();
 }
 
 namespace {
 
-bool fail_with(int code) {
-  errno = code;
-  return false;
-}
-
-std::uint64_t address_of(const void* pointer) {
-  return reinterpret_cast<std::uintptr_t>(pointer);
-}
-
-// Whether all of it lies in one reservation, as the platform asks for.
-bool is_reserved(void* address, std::uint64_t size) {
-  auto found = committed.upper_bound(address);
-  if (found == committed.begin()) {
-    return false;
+bool answer(std::uint32_t error) {
+  if (error != 0) {
+    errno = static_cast<int>(error);
   }
-  --found;
-  return address_of(address) + size <= address_of(found->first) + found->second;
+  return error == 0;
+}
+
+// Writes the size down.
+bool is_commit_refused_locked(std::uint64_t size) {
+  NativePages& machine = native_pages();
+  machine.commits.push_back(size);
+  return size > machine.largest_commit_bytes || machine.commits.size() > machine.commits_granted;
 }
 
 }  // namespace
@@ -61,86 +61,53 @@ bool is_reserved(void* address, std::uint64_t size) {
 namespace orsin::port {
 
 using namespace orsin::test;
+using namespace orsin::platform;
 
 void* commit_pages_top_down(std::uint64_t size) noexcept {
-  const std::lock_guard guard(book_mutex);
-  NativePages& machine = native_pages();
-  machine.commits.push_back(size);
-  if (size == 0 || size > machine.largest_commit_bytes ||
-      machine.commits.size() > machine.commits_granted) {
-    errno = size == 0 ? EINVAL : ENOMEM;
-    return nullptr;
-  }
-  void* pages = ::mmap(nullptr, size, PROT_READ | PROT_WRITE,
-                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  if (pages == MAP_FAILED) {
-    return nullptr;
-  }
-  committed[pages] = size;
+  const std::lock_guard guard(mutex);
+  void* pages = nullptr;
+  const bool is_refused = is_commit_refused_locked(size);
+  answer(is_refused ? kErrorNotEnoughMemory : ranges.take_committed(size, pages));
   return pages;
 }
 
 bool release_pages(void* address) noexcept {
-  const std::lock_guard guard(book_mutex);
-  const auto found = committed.find(address);
-  if (found == committed.end()) {
-    return fail_with(EINVAL);
-  }
-  ::munmap(address, found->second);
-  committed.erase(found);
-  return !native_pages().refuses_release || fail_with(EACCES);
+  const std::lock_guard guard(mutex);
+  return answer(ranges.release(address)) &&
+         answer(native_pages().refuses_release ? kErrorInvalidAddress : 0);
 }
 
 void* reserve_pages(std::uint64_t size) noexcept {
-  const std::lock_guard guard(book_mutex);
-  void* pages =
-      ::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  if (pages == MAP_FAILED) {
-    return nullptr;
+  const std::lock_guard guard(mutex);
+  void* pages = nullptr;
+  if (answer(ranges.take_reserved(size, pages))) {
+    native_pages().reservations.push_back(size);
   }
-  committed[pages] = size;
-  native_pages().reservations.push_back(size);
   return pages;
 }
 
 bool commit_pages(void* address, std::uint64_t size) noexcept {
-  const std::lock_guard guard(book_mutex);
-  NativePages& machine = native_pages();
-  machine.commits.push_back(size);
-  if (size > machine.largest_commit_bytes || machine.commits.size() > machine.commits_granted) {
-    return fail_with(ENOMEM);
-  }
-  if (size == 0 || !is_reserved(address, size)) {
-    return fail_with(EINVAL);
-  }
-  return ::mprotect(address, size, PROT_READ | PROT_WRITE) == 0;
+  const std::lock_guard guard(mutex);
+  return answer(is_commit_refused_locked(size) ? kErrorNotEnoughMemory
+                                               : ranges.commit(address, size));
 }
 
 void decommit_pages(void* address, std::uint64_t size) noexcept {
-  const std::lock_guard guard(book_mutex);
-  if (size == 0 || !is_reserved(address, size)) {
-    std::abort();  // The platform takes a size of 0 for the whole reservation.
+  const std::lock_guard guard(mutex);
+  if (ranges.decommit(address, size) != 0) {
+    std::abort();  // Nobody would hear of it.
   }
   native_pages().decommits.push_back(size);
-  ::madvise(address, size, MADV_DONTNEED);
-  ::mprotect(address, size, PROT_NONE);
 }
 
 bool pin_pages(void* address, std::uint64_t size) noexcept {
-  const std::lock_guard guard(book_mutex);
-  if (native_pages().refuses_pin) {
-    return fail_with(EPERM);
-  }
-  native_pages().pinned[address_of(address)] = size;
-  return true;
+  const std::lock_guard guard(mutex);
+  return answer(native_pages().refuses_pin ? kErrorWorkingSetQuota : ranges.pin(address, size));
 }
 
-bool unpin_pages(void* address, std::uint64_t /*size*/) noexcept {
-  const std::lock_guard guard(book_mutex);
-  if (native_pages().refuses_unpin) {
-    return fail_with(EPERM);
-  }
-  return native_pages().pinned.erase(address_of(address)) == 1 || fail_with(ENOMEM);
+bool unpin_pages(void* address, std::uint64_t size) noexcept {
+  const std::lock_guard guard(mutex);
+  return answer(native_pages().refuses_unpin ? kErrorNotLocked : ranges.unpin(address, size));
 }
 
 std::uint32_t page_size() noexcept {

@@ -26,10 +26,9 @@ struct NativePages {
   std::vector<port::Region> regions;  // In address order; what is not listed is unknown.
 
   // What was asked for so far.
-  std::vector<std::uint64_t> commits;             // Sizes, refused ones too.
-  std::vector<std::uint64_t> decommits;           // Sizes.
-  std::vector<std::uint64_t> reservations;        // Sizes.
-  std::map<std::uint64_t, std::uint64_t> pinned;  // Address and size of what is pinned now.
+  std::vector<std::uint64_t> commits;       // Sizes, refused ones too.
+  std::vector<std::uint64_t> decommits;     // Sizes.
+  std::vector<std::uint64_t> reservations;  // Sizes.
 };
 
 /// The machine that the port functions answer for. Change it while one thread runs.
@@ -37,6 +36,9 @@ NativePages& native_pages();
 
 /// How many regions of pages are committed or reserved now.
 [[nodiscard]] std::size_t count_regions_taken();
+
+/// Address and size of what is pinned now.
+[[nodiscard]] std::map<std::uint64_t, std::uint64_t> pinned_pages();
 
 /// Resets the machine at both ends of a test.
 class PagesScript {

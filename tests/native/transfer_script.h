@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/native/fake_transfers.h"
+#include "tests/platform/transfer_memory.h"
 
 namespace orsin::test {
 
@@ -25,6 +26,7 @@ struct PendingTransfer {
   port::TransferRecord* record;
   NativeEvent* event;
   TransferFate fate;
+  platform::TransferMemory memory = {};
 };
 
 struct TransferScript {

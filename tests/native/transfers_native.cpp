@@ -7,6 +7,8 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 
@@ -14,6 +16,7 @@
 #include "tests/native/fake_disk.h"
 #include "tests/native/transfer_script.h"
 #include "tests/platform/file_rules.h"
+#include "tests/platform/system_errors.h"
 
 namespace orsin::test {
 
@@ -66,6 +69,10 @@ bool disk_takes(std::uint64_t& left, std::uint32_t size) {
 }
 
 Outcome carry_out(const PendingTransfer& transfer) {
+  if (!transfer.memory.is_as_it_was()) {
+    std::fputs("Memory changed while it was being written\n", stderr);
+    std::abort();
+  }
   FakeDisk& disk = fake_disk();
   if (!disk_takes(transfer.is_read ? disk.readable_bytes : disk.writable_bytes, transfer.size)) {
     return {transfer.is_read ? disk.read_error : disk.write_error, 0};
@@ -139,6 +146,7 @@ port::TransferStart start(PendingTransfer transfer) {
       script.started.push_back({transfer.is_read, transfer.offset, transfer.size});
     }
     if (transfer.fate.pends) {
+      transfer.memory = {transfer.is_read, transfer.buffer, transfer.size};
       script.pending.push_back(transfer);
       transfer.event->is_signalled = transfer.fate.signals_early;
       script.most_pending = std::max(script.most_pending, script.pending.size());

@@ -2,10 +2,18 @@
 #include <cstdio>
 #include <ctime>
 
+#include "tests/platform/user_date.h"
 #include "text/calendar_time.h"
 #include "text/date_port.h"
 
-namespace orsin::port {
+namespace orsin {
+
+std::string& test::user_date() {
+  static std::string date;
+  return date;
+}
+
+namespace port {
 
 std::int64_t posix_now() noexcept {
   return std::time(nullptr);
@@ -24,6 +32,9 @@ std::int64_t from_local_standard_time(const LocalTime& time) noexcept {
 }
 
 bool format_user_date(const LocalTime& time, char* text, std::size_t size) noexcept {
+  if (const std::string& settled = test::user_date(); !settled.empty()) {
+    return std::snprintf(text, size, "%s", settled.c_str()) < static_cast<int>(size);
+  }
   std::snprintf(text, size, "%d/%d/%d", time.month, time.day, time.year);
   return time.year >= 1601 && time.year <= 30827;
 }
@@ -53,4 +64,5 @@ bool move_time(LocalTime& time, std::int64_t units) noexcept {
   return true;
 }
 
-}  // namespace orsin::port
+}  // namespace port
+}  // namespace orsin

@@ -8,12 +8,6 @@
 
 namespace orsin::platform {
 
-// The system's numbers that no port names.
-constexpr std::uint32_t kErrorFileNotFound = 2;
-constexpr std::uint32_t kErrorAccessDenied = 5;
-constexpr std::uint32_t kErrorDiskFull = 112;
-constexpr std::uint32_t kErrorAborted = 995;
-
 /// What transfers past the cache are made of: as on drives of today, and a page.
 constexpr std::uint64_t kSectorBytes = 4096;
 

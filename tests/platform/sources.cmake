@@ -7,5 +7,6 @@ set(ORSIN_PLATFORM
   "${CMAKE_CURRENT_LIST_DIR}/libraries_native.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/module_place_native.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/narrow_paths_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/page_ranges.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/programs_native.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/url_split.cpp")

@@ -15,17 +15,13 @@
 
 #include "files/io_port.h"
 #include "tests/platform/file_rules.h"
+#include "tests/platform/system_errors.h"
 #include "tests/simulation/content.h"
 #include "tests/simulation/handles.h"
 
 namespace orsin::simulation {
 
-using platform::kErrorAccessDenied;
-using platform::kErrorDiskFull;
-using platform::kErrorFileNotFound;
-
-constexpr std::uint32_t kErrorNotEnoughMemory = 8;
-constexpr std::uint32_t kErrorDirectoryNotEmpty = 145;
+using namespace platform;
 
 struct OpenedFile;
 

@@ -18,9 +18,6 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorNotReady = 21;
-constexpr std::uint32_t kErrorNetworkNameGone = 64;
-constexpr std::uint32_t kErrorDevice = 1117;
 constexpr std::uint32_t kSettable = 0x3127;
 
 std::string_view usable(const char* path) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "tests/platform/internet_rules.h"
 #include "tests/platform/url_split.h"
 #include "tests/simulation/machine.h"
 
@@ -16,22 +17,18 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorInvalidHandle = 6;
-constexpr std::uint32_t kErrorInsufficientBuffer = 122;
-constexpr std::uint32_t kErrorOutOfHandles = 12001;
-constexpr std::uint32_t kErrorIncorrectHandleState = 12019;
-constexpr std::uint32_t kErrorConnectionReset = 12031;
-constexpr std::uint32_t kErrorHeaderNotFound = 12150;
-
 struct InternetHandle : Object {
-  InternetHandle* parent = nullptr;
+  InternetHandle(const InternetState& state, InternetHandle* parent, Page* page)
+      : state(state), parent(parent), page(page) {}
+
+  InternetState state;
+  InternetHandle* parent;
   std::vector<void*> children;
-  Page* page = nullptr;  // A request's.
-  bool is_sent = false;
+  Page* page;  // A request's.
 };
 
 // Null for a handle that is null, with the error set.
-std::shared_ptr<InternetHandle> at(Call& call, void* handle) {
+std::shared_ptr<InternetHandle> opened(Call& call, void* handle) {
   if (handle == nullptr) {
     call.fail(kErrorInvalidHandle);
     return nullptr;
@@ -39,11 +36,20 @@ std::shared_ptr<InternetHandle> at(Call& call, void* handle) {
   return machine().handles.get<InternetHandle>(handle);
 }
 
-void* open_on(InternetHandle* parent, Page* page, bool is_sent) {
-  const auto opened = std::make_shared<InternetHandle>();
-  opened->parent = parent;
-  opened->page = page;
-  opened->is_sent = is_sent;
+// Null for one of another kind, too.
+std::shared_ptr<InternetHandle> opened_as(Call& call, InternetKind kind, void* handle) {
+  const auto found = opened(call, handle);
+  return found && call.answer(error_as(kind, found->state)) ? found : nullptr;
+}
+
+// And for a request that was not sent.
+std::shared_ptr<InternetHandle> sent_request(Call& call, void* handle) {
+  const auto found = opened(call, handle);
+  return found && call.answer(error_as_sent(found->state)) ? found : nullptr;
+}
+
+void* open_on(InternetHandle* parent, const InternetState& state, Page* page) {
+  const auto opened = std::make_shared<InternetHandle>(state, parent, page);
   void* handle = machine().handles.open(opened);
   if (parent != nullptr) {
     parent->children.push_back(handle);
@@ -113,23 +119,24 @@ void* internet_open(const char* /*agent*/) noexcept {
   Call call("open internet");
   return call.is_refused({kErrorNotEnoughMemory, kErrorOutOfHandles})
              ? nullptr
-             : open_on(nullptr, nullptr, false);
+             : open_on(nullptr, {InternetKind::kSession}, nullptr);
 }
 
 bool internet_set_option(void* handle, std::uint32_t /*option*/, std::uint32_t /*value*/) noexcept {
   Call call("set internet option");
-  return at(call, handle) != nullptr && !call.is_refused({kErrorInvalidOption});
+  return opened(call, handle) != nullptr && !call.is_refused({kErrorInvalidOption});
 }
 
 void* internet_open_url(void* session, const char* url, std::uint32_t /*flags*/) noexcept {
   Call call("open url");
   UrlParts parts;
-  const auto parent = at(call, session);
+  const auto parent = opened_as(call, InternetKind::kSession, session);
   if (!parent || !test::split_url(url, parts)) {
     return nullptr;
   }
   Page& page = page_at(parts.path);
-  return is_unreachable(call) ? nullptr : open_on(parent.get(), &page, true);
+  return is_unreachable(call) ? nullptr
+                              : open_on(parent.get(), {InternetKind::kRequest, true}, &page);
 }
 
 bool internet_split_url(const char* url, UrlParts& parts) noexcept {
@@ -140,36 +147,36 @@ bool internet_split_url(const char* url, UrlParts& parts) noexcept {
 void* internet_connect(void* session, const char* /*host*/, std::uint16_t /*port*/,
                        std::uint32_t /*flags*/) noexcept {
   Call call("connect");
-  const auto parent = at(call, session);
+  const auto parent = opened_as(call, InternetKind::kSession, session);
   return !parent || call.is_refused({kErrorNotEnoughMemory, kErrorOutOfHandles})
              ? nullptr
-             : open_on(parent.get(), nullptr, false);
+             : open_on(parent.get(), {InternetKind::kConnection}, nullptr);
 }
 
 void* internet_open_request(void* connection, const char* /*method*/, const char* path,
                             std::uint32_t /*flags*/) noexcept {
   Call call("open request");
-  const auto parent = at(call, connection);
+  const auto parent = opened_as(call, InternetKind::kConnection, connection);
   return !parent || call.is_refused({kErrorNotEnoughMemory, kErrorOutOfHandles})
              ? nullptr
-             : open_on(parent.get(), &page_at(path), false);
+             : open_on(parent.get(), {InternetKind::kRequest}, &page_at(path));
 }
 
 bool internet_send_request(void* request, std::string_view /*headers*/, const void* body,
                            std::uint32_t body_bytes) noexcept {
   Call call("send request", body_bytes);
-  const auto sent = at(call, request);
+  const auto sent = opened_as(call, InternetKind::kRequest, request);
   if (!sent || is_unreachable(call)) {
     return false;
   }
-  sent->is_sent = true;
+  sent->state.is_sent = true;
   sent->page->taken.append(static_cast<const char*>(body), body_bytes);
   return true;
 }
 
 bool internet_query_status(void* request, char* text, std::uint32_t size) noexcept {
   Call call("query status");
-  const auto sent = at(call, request);
+  const auto sent = sent_request(call, request);
   if (!sent || call.is_refused({kErrorHeaderNotFound})) {
     return false;
   }
@@ -180,11 +187,10 @@ bool internet_query_status(void* request, char* text, std::uint32_t size) noexce
 bool internet_read(void* request, void* buffer, std::uint32_t size, std::uint32_t& bytes) noexcept {
   Call call("read answer", size);
   bytes = 0;
-  const auto sent = at(call, request);
+  const auto sent = sent_request(call, request);
   if (!sent) {
     return false;
   }
-  ORSIN_EXPECT(sent->is_sent, "an answer is read before the request was sent");
   machine().take_time();
   if (call.is_refused({kErrorTimeout, kErrorConnectionAborted, kErrorConnectionReset})) {
     bytes = last_of(*sent->page, buffer, size);
@@ -200,7 +206,7 @@ bool internet_write(void* request, const void* data, std::uint32_t size,
                     std::uint32_t& bytes) noexcept {
   Call call("write on request", size);
   bytes = 0;
-  const auto sent = at(call, request);
+  const auto sent = sent_request(call, request);
   if (!sent) {
     return false;
   }

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "tests/native/fake_locale.h"
+#include "tests/platform/locale_parts.h"
 #include "tests/simulation/machine.h"
 #include "text/locale_port.h"
 
@@ -48,7 +48,7 @@ bool install_locale(const char* path, const char* domain, const char* name,
   if (call.is_refused({kErrorNotEnoughMemory})) {
     return false;
   }
-  parts = test::parts_of(name);
+  parts = parts_of(name);
   installed = std::make_unique<const Texts>(read_catalogue(
       std::string(path) + "\\" + shown_locale_name(parts) + "\\LC_MESSAGES\\" + domain + ".mo"));
   return true;

@@ -11,15 +11,6 @@
 
 namespace orsin::simulation {
 
-// How both libraries of the network say that it failed.
-constexpr std::uint32_t kErrorTimeout = 12002;
-constexpr std::uint32_t kErrorInvalidUrl = 12005;
-constexpr std::uint32_t kErrorNameNotResolved = 12007;
-constexpr std::uint32_t kErrorInvalidOption = 12009;
-constexpr std::uint32_t kErrorCannotConnect = 12029;
-constexpr std::uint32_t kErrorConnectionAborted = 12030;
-constexpr std::uint32_t kErrorInvalidServerResponse = 12152;
-
 /// What answers at a path. The latest request has it for itself.
 struct Page {
   int status = 200;

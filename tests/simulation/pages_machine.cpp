@@ -1,10 +1,7 @@
 // Pages of a simulated machine, and its process heap as the library asks about it.
-#include <sys/mman.h>
-
-#include <map>
-
 #include "memory/pages_port.h"
 #include "memory/process_heap_port.h"
+#include "tests/platform/page_ranges.h"
 #include "tests/simulation/machine.h"
 
 namespace orsin::port {
@@ -13,75 +10,56 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorCommitmentLimit = 1455;
-constexpr std::uint32_t kErrorInvalidAddress = 487;
-constexpr std::uint32_t kErrorWorkingSetQuota = 1453;
-constexpr std::uint32_t kErrorInvalidParameter = 87;
-
-std::map<void*, std::uint64_t> ranges;
-
-void* map_pages(Call& call, std::uint64_t size, int protection) {
-  if (size == 0) {
-    call.fail(kErrorInvalidParameter);
-    return nullptr;
-  }
-  void* pages =
-      ::mmap(nullptr, size, protection, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  if (pages == MAP_FAILED) {
-    call.fail(kErrorNotEnoughMemory);
-    return nullptr;
-  }
-  ranges[pages] = size;
-  ++machine().held.page_ranges;
-  return pages;
-}
+platform::PageRanges ranges;
 
 }  // namespace
 
 void* commit_pages_top_down(std::uint64_t size) noexcept {
   Call call("commit pages", size);
-  return call.is_refused({kErrorNotEnoughMemory, kErrorCommitmentLimit})
-             ? nullptr
-             : map_pages(call, size, PROT_READ | PROT_WRITE);
+  void* pages = nullptr;
+  if (!call.is_refused({kErrorNotEnoughMemory, kErrorCommitmentLimit})) {
+    call.answer(ranges.take_committed(size, pages));
+  }
+  machine().held.page_ranges = static_cast<int>(ranges.count());
+  return pages;
 }
 
 bool release_pages(void* address) noexcept {
   Call call("release pages");
-  const auto found = ranges.find(address);
-  if (found == ranges.end()) {
-    return call.fail(kErrorInvalidAddress);
-  }
-  ::munmap(address, found->second);
-  ranges.erase(found);
-  --machine().held.page_ranges;
-  return true;
+  const bool is_released = call.answer(ranges.release(address));
+  machine().held.page_ranges = static_cast<int>(ranges.count());
+  return is_released;
 }
 
 void* reserve_pages(std::uint64_t size) noexcept {
   Call call("reserve pages", size);
-  return call.is_refused({kErrorNotEnoughMemory}) ? nullptr : map_pages(call, size, PROT_NONE);
+  void* pages = nullptr;
+  if (!call.is_refused({kErrorNotEnoughMemory})) {
+    call.answer(ranges.take_reserved(size, pages));
+  }
+  machine().held.page_ranges = static_cast<int>(ranges.count());
+  return pages;
 }
 
 bool commit_pages(void* address, std::uint64_t size) noexcept {
   Call call("commit reserved pages", size);
   return !call.is_refused({kErrorNotEnoughMemory, kErrorCommitmentLimit}) &&
-         ::mprotect(address, size, PROT_READ | PROT_WRITE) == 0;
+         call.answer(ranges.commit(address, size));
 }
 
 void decommit_pages(void* address, std::uint64_t size) noexcept {
   Call call("decommit pages", size);
-  ::madvise(address, size, MADV_DONTNEED);
-  ::mprotect(address, size, PROT_NONE);
+  ORSIN_EXPECT(ranges.decommit(address, size) == 0, "pages are given back that are not taken");
 }
 
-bool pin_pages(void* /*address*/, std::uint64_t size) noexcept {
+bool pin_pages(void* address, std::uint64_t size) noexcept {
   Call call("pin pages", size);
-  return !call.is_refused({kErrorWorkingSetQuota});
+  return !call.is_refused({kErrorWorkingSetQuota}) && call.answer(ranges.pin(address, size));
 }
 
-bool unpin_pages(void* /*address*/, std::uint64_t size) noexcept {
+bool unpin_pages(void* address, std::uint64_t size) noexcept {
   Call call("unpin pages", size);
-  return true;
+  return call.answer(ranges.unpin(address, size));
 }
 
 std::uint32_t page_size() noexcept {

@@ -5,6 +5,9 @@
 #include <string>
 
 #include "files/io_port.h"
+#include "memory/pages_port.h"
+#include "net/internet_port.h"
+#include "net/websocket_port.h"
 #include "orsincore/primitives.h"
 #include "tests/simulation/run.h"
 
@@ -96,6 +99,68 @@ TEST(Simulation, FindsMemoryThatChangesWhileItIsWritten) {
   });
 
   EXPECT_EQ(failure, "memory changes that is being written");
+}
+
+TEST(Simulation, FindsPagesThatAreGivenBackAndWereNeverTaken) {
+  const std::string failure = failure_of([](Pass&) {
+    constexpr std::uint64_t kPage = 4096;
+    auto* pages = static_cast<char*>(port::reserve_pages(2 * kPage));
+    ORSIN_EXPECT(port::commit_pages(pages, 2 * kPage), "refused");
+    ORSIN_EXPECT(!port::commit_pages(pages + kPage, 2 * kPage), "committed beyond the range");
+    port::decommit_pages(pages, 2 * kPage);
+    port::decommit_pages(pages + kPage, 2 * kPage);
+  });
+
+  EXPECT_EQ(failure, "pages are given back that are not taken");
+}
+
+TEST(Simulation, RefusesToUnpinWhatIsNotPinned) {
+  const std::string failure = failure_of([](Pass&) {
+    char page[1];
+    ORSIN_EXPECT(port::pin_pages(page, 1) && port::unpin_pages(page, 1), "refused");
+    ORSIN_EXPECT(!port::unpin_pages(page, 1), "unpinned twice");
+  });
+
+  EXPECT_EQ(failure, "");
+}
+
+TEST(Simulation, RefusesToAskForWhatWasNotSent) {
+  const std::string failure = failure_of([](Pass&) {
+    void* session = port::internet_open("agent");
+    void* connection = port::internet_connect(session, "server", 80, 0);
+    void* request = port::internet_open_request(connection, "GET", "/", 0);
+    char text[16];
+    std::uint32_t bytes = 0;
+    ORSIN_EXPECT(port::internet_open_request(session, "GET", "/", 0) == nullptr, "on a session");
+    ORSIN_EXPECT(!port::internet_query_status(request, text, sizeof(text)), "a status");
+    ORSIN_EXPECT(!port::internet_read(request, text, sizeof(text), bytes), "an answer");
+    ORSIN_EXPECT(port::internet_send_request(request, "", nullptr, 0), "refused");
+    ORSIN_EXPECT(port::internet_query_status(request, text, sizeof(text)), "no status");
+    port::internet_close(session);
+  });
+
+  EXPECT_EQ(failure, "");
+}
+
+TEST(Simulation, FindsAWebHandleThatIsClosedBeforeThoseMadeOnIt) {
+  const std::string failure = failure_of([](Pass&) {
+    const auto session = port::open_web_session();
+    const auto connection = port::connect_web_server(session.get(), u"server", 80);
+    port::close_web_handle(session.get());
+  });
+
+  EXPECT_EQ(failure, "a web handle is closed before those that were made on it");
+}
+
+TEST(Simulation, FindsAWebHandleThatIsUsedBeforeItsTime) {
+  const std::string failure = failure_of([](Pass&) {
+    const auto session = port::open_web_session();
+    const auto connection = port::connect_web_server(session.get(), u"server", 80);
+    const auto request = port::open_web_request(connection.get(), u"/");
+    static_cast<void>(port::send_web_request(request.get()));
+  });
+
+  EXPECT_EQ(failure, "a web handle is used at step 2 and not 3");
 }
 
 TEST(Simulation, EndsTransfersWithTheThreadThatStartedThem) {

@@ -12,8 +12,6 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorNoSystemResources = 1450;
-
 struct Thread : Object {
   Task* task = nullptr;
 };

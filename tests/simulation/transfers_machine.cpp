@@ -3,8 +3,7 @@
 // A transfer completes at once, or later: after others that were started after it, with fewer bytes, with
 // an error. The system writes its status and signals its event one after the other, in either order, so
 // that a signal may come after the slot has its next transfer. With the thread that started it a transfer
-// ends, too, as the system cancels it. While it runs its memory is nobody's:
-// the memory of a read must not be looked at, that of a write must not change.
+// ends, too, as the system cancels it.
 #include <algorithm>
 #include <atomic>
 #include <cstring>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "files/io_port.h"
+#include "tests/platform/transfer_memory.h"
 #include "tests/simulation/machine.h"
 
 namespace orsin::port {
@@ -19,12 +19,6 @@ namespace orsin::port {
 using namespace orsin::simulation;
 
 namespace {
-
-constexpr std::uint32_t kErrorInvalidHandle = 6;
-constexpr std::uint32_t kErrorChecksum = 23;
-constexpr std::uint32_t kErrorNetworkNameGone = 64;
-constexpr std::uint32_t kErrorDevice = 1117;
-constexpr std::uint32_t kErrorNoSystemResources = 1450;
 
 struct Event : Object {
   bool is_signalled = false;
@@ -52,28 +46,10 @@ struct Transfer {
   const Task* starter;
   std::uint32_t error = 0;
   bool is_carried_out = false;
-  std::vector<unsigned char> sample = {};  // Of what is to be written, as it was at the start.
+  TransferMemory memory = {};  // Of one that pends.
 };
 
 std::vector<std::shared_ptr<Transfer>> in_flight;
-
-constexpr std::uint32_t kSampleBytes = 64;
-
-// From here and there, so that it costs nothing.
-void take_sample(const Transfer& transfer, std::vector<unsigned char>& sample) {
-  const std::uint32_t step = std::max(transfer.size / kSampleBytes, 1U);
-  for (std::uint32_t i = 0; i < transfer.size; i += step) {
-    sample.push_back(transfer.buffer[i]);
-  }
-}
-
-// Nobody has a use for what a read's memory holds before it ends.
-void spoil(const Transfer& transfer) {
-  const std::uint32_t step = std::max(transfer.size / kSampleBytes, 1U);
-  for (std::uint32_t i = 0; i < transfer.size; i += step) {
-    transfer.buffer[i] = static_cast<unsigned char>(machine().chance.next());
-  }
-}
 
 // What becomes of it: the error, and the bytes that were moved.
 std::pair<std::uint32_t, std::uint32_t> carry_out(const Transfer& transfer) {
@@ -126,11 +102,7 @@ void end_transfer(const std::shared_ptr<Transfer>& transfer) {
   if (std::exchange(transfer->is_carried_out, true)) {
     return;
   }
-  if (!transfer->is_read) {
-    std::vector<unsigned char> now;
-    take_sample(*transfer, now);
-    ORSIN_EXPECT(now == transfer->sample, "memory changes that is being written");
-  }
+  ORSIN_EXPECT(transfer->memory.is_as_it_was(), "memory changes that is being written");
   const auto outcome = carry_out(*transfer);
   const auto write = [transfer, outcome] {
     write_status(*transfer->record, outcome);
@@ -193,11 +165,7 @@ TransferStart start(Call& call, const std::shared_ptr<Transfer>& transfer) {
     signal(transfer->event.get());
     return {true, bytes, 0};
   }
-  if (transfer->is_read) {
-    spoil(*transfer);
-  } else {
-    take_sample(*transfer, transfer->sample);
-  }
+  transfer->memory = {transfer->is_read, transfer->buffer, transfer->size};
   status_of(record).is_running = 1;
   ++transfer->file->transfers_in_flight;
   in_flight.push_back(transfer);
@@ -220,7 +188,7 @@ template <typename Condition>
 void cancel_if(Condition is_meant) {
   for (const auto& transfer : in_flight) {
     if (is_meant(*transfer)) {
-      transfer->error = machine().chance.one_in(2) ? platform::kErrorAborted : transfer->error;
+      transfer->error = machine().chance.one_in(2) ? kErrorAborted : transfer->error;
       machine().schedule.at(soon(), [transfer] { end_transfer(transfer); });
     }
   }

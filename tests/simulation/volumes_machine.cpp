@@ -11,8 +11,6 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorNotReady = 21;
-
 struct Device : Object {};
 
 }  // namespace

@@ -1,12 +1,12 @@
 // The WebSocket library of a simulated machine, and its server, which sends what it has and then says
 // farewell.
 //
-// A connection that fails once fails for good. Whoever closes a handle before those that were made on it,
-// or takes a step before its time, fails the run.
+// A connection that fails once fails for good.
 #include <algorithm>
 #include <cstring>
 
 #include "net/websocket_port.h"
+#include "tests/platform/web_link.h"
 #include "tests/simulation/machine.h"
 
 namespace orsin::port {
@@ -15,33 +15,21 @@ using namespace orsin::simulation;
 
 namespace {
 
-constexpr std::uint32_t kErrorInvalidOperation = 4317;
+struct Link : Object, WebLink {
+  using WebLink::WebLink;
 
-enum class Step { kSession, kConnection, kRequest, kAsking, kSent, kAnswered, kSocket, kClosed };
-
-struct Link : Object {
-  Step step = Step::kSession;
-  std::shared_ptr<Link> parent;
-  int children = 0;
   std::uint32_t failure = 0;  // From then on.
-  bool has_heard_farewell = false;
 };
 
-std::shared_ptr<Link> at(const void* handle, Step step) {
+std::shared_ptr<Link> at(const void* handle, WebStep step) {
   auto link = machine().handles.get<Link>(handle);
   ORSIN_EXPECT(link->step == step, "a web handle is used at step %d and not %d",
                static_cast<int>(link->step), static_cast<int>(step));
   return link;
 }
 
-WebHandle open_link(Step step, const std::shared_ptr<Link>& parent) {
-  const auto link = std::make_shared<Link>();
-  link->step = step;
-  link->parent = parent;
-  if (parent != nullptr) {
-    ++parent->children;
-  }
-  return WebHandle(machine().handles.open(link));
+WebHandle open_link(WebStep step, const std::shared_ptr<WebLink>& parent) {
+  return WebHandle(machine().handles.open(std::make_shared<Link>(step, parent)));
 }
 
 // The answer of a call over a connection that has failed, or fails now.
@@ -54,7 +42,7 @@ std::uint32_t failure_of(Call& call, Link& link) {
   return link.failure;
 }
 
-bool go_on(Call& call, void* request, Step from, Step to) {
+bool go_on(Call& call, void* request, WebStep from, WebStep to) {
   const auto link = at(request, from);
   machine().take_time();
   if (call.is_refused({kErrorNameNotResolved, kErrorCannotConnect, kErrorTimeout,
@@ -95,69 +83,66 @@ void close_web_handle(void* handle) noexcept {
   Call call("close web handle");
   const auto link = machine().handles.get<Link>(handle);
   ORSIN_EXPECT(link->children == 0, "a web handle is closed before those that were made on it");
-  if (link->parent != nullptr) {
-    --link->parent->children;
-  }
   machine().handles.close(handle);
 }
 
 WebHandle open_web_session() noexcept {
   Call call("open web session");
-  return call.is_refused({kErrorNotEnoughMemory}) ? nullptr : open_link(Step::kSession, nullptr);
+  return call.is_refused({kErrorNotEnoughMemory}) ? nullptr : open_link(WebStep::kSession, nullptr);
 }
 
 WebHandle connect_web_server(void* session, const char16_t* /*host*/,
                              std::uint16_t /*port*/) noexcept {
   Call call("connect web server");
-  const auto parent = at(session, Step::kSession);
+  const auto parent = at(session, WebStep::kSession);
   return call.is_refused({kErrorNotEnoughMemory, kErrorInvalidUrl})
              ? nullptr
-             : open_link(Step::kConnection, parent);
+             : open_link(WebStep::kConnection, parent);
 }
 
 WebHandle open_web_request(void* connection, const char16_t* /*path*/) noexcept {
   Call call("open web request");
-  const auto parent = at(connection, Step::kConnection);
-  return call.is_refused({kErrorNotEnoughMemory}) ? nullptr : open_link(Step::kRequest, parent);
+  const auto parent = at(connection, WebStep::kConnection);
+  return call.is_refused({kErrorNotEnoughMemory}) ? nullptr : open_link(WebStep::kRequest, parent);
 }
 
 bool request_websocket(void* request) noexcept {
   Call call("request websocket");
-  const auto link = at(request, Step::kRequest);
+  const auto link = at(request, WebStep::kRequest);
   if (call.is_refused({kErrorInvalidOption})) {
     return false;
   }
-  link->step = Step::kAsking;
+  link->step = WebStep::kAsking;
   return true;
 }
 
 bool send_web_request(void* request) noexcept {
   Call call("send web request");
-  return go_on(call, request, Step::kAsking, Step::kSent);
+  return go_on(call, request, WebStep::kAsking, WebStep::kSent);
 }
 
 bool receive_web_response(void* request) noexcept {
   Call call("receive web response");
-  return go_on(call, request, Step::kSent, Step::kAnswered);
+  return go_on(call, request, WebStep::kSent, WebStep::kAnswered);
 }
 
 WebHandle complete_websocket(void* request) noexcept {
   Call call("complete websocket");
-  const auto link = at(request, Step::kAnswered);
+  const auto link = at(request, WebStep::kAnswered);
   return call.is_refused({kErrorNotEnoughMemory, kErrorInvalidOperation})
              ? nullptr
-             : open_link(Step::kSocket, link->parent);
+             : open_link(WebStep::kSocket, link->parent);
 }
 
 void query_web_data(void* socket) noexcept {
   Call call("query web data");
-  static_cast<void>(at(socket, Step::kSocket));
+  static_cast<void>(at(socket, WebStep::kSocket));
 }
 
 std::uint32_t send_websocket(void* socket, WebSocketContent content, const void* data,
                              std::uint32_t size) noexcept {
   Call call("send websocket", size);
-  const std::uint32_t failure = failure_of(call, *at(socket, Step::kSocket));
+  const std::uint32_t failure = failure_of(call, *at(socket, WebStep::kSocket));
   if (failure == 0) {
     machine().network.received.push_back({content == WebSocketContent::kUtf8Message,
                                           std::string(static_cast<const char*>(data), size)});
@@ -167,7 +152,7 @@ std::uint32_t send_websocket(void* socket, WebSocketContent content, const void*
 
 WebSocketPart receive_websocket(void* socket, void* room, std::uint32_t size) noexcept {
   Call call("receive websocket", size);
-  const auto link = at(socket, Step::kSocket);
+  const auto link = at(socket, WebStep::kSocket);
   if (const std::uint32_t failure = failure_of(call, *link); failure != 0) {
     return {failure, 0, WebSocketContent::kBinaryMessage};
   }
@@ -188,8 +173,8 @@ WebSocketPart receive_websocket(void* socket, void* room, std::uint32_t size) no
 
 std::uint32_t close_websocket(void* socket) noexcept {
   Call call("close websocket");
-  const auto link = at(socket, Step::kSocket);
-  link->step = Step::kClosed;
+  const auto link = at(socket, WebStep::kSocket);
+  link->step = WebStep::kClosed;
   link->has_heard_farewell = failure_of(call, *link) == 0;
   return link->failure;
 }
@@ -198,7 +183,7 @@ std::uint32_t close_websocket(void* socket) noexcept {
 std::uint32_t query_websocket_farewell(void* socket, WebSocketFarewell& farewell) noexcept {
   Call call("query farewell");
   farewell = {1000, {}, 0};
-  return at(socket, Step::kClosed)->has_heard_farewell ? 0 : kErrorInvalidOperation;
+  return at(socket, WebStep::kClosed)->has_heard_farewell ? 0 : kErrorInvalidOperation;
 }
 
 }  // namespace orsin::port
