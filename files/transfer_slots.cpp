@@ -456,7 +456,6 @@ void io_flush64(void* /*file*/) {
         msgerror("IO flush error (2) - %d %llu\n", static_cast<int>(outcome.bytes),
                  static_cast<unsigned long long>(slot.size));
       }
-      leave_result_locked(slot);
     }
     slot.ticket = 0;
     slot.done = 0;

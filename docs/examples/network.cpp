@@ -1,5 +1,7 @@
 #include "orsincore/network.h"
 
+#include <windows.h>
+
 #include "orsincore/log.h"
 
 //! [example]
@@ -9,7 +11,8 @@ bool report_to_service(const char* url, const char* json) {
   const char* answer =
       socket.GetHttpData(url, OV_HTTP_POST, json, -1, "Content-Type: application/json", nullptr);
   if (answer == nullptr) {
-    msgerror("%s: %s", url, socket.LastErrorString());
+    const unsigned long code = GetLastError();  // The network's own, from 12000 on, have no text.
+    msgerror("%s: error %lu %s", url, code, socket.LastErrorString());
     return false;
   }
   return socket.GetStatusCode() == 200;  // The answer is the socket's, until its next call.

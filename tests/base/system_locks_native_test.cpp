@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "base/library_locks.h"
-#include "tests/native/fake_system_locks.h"
+#include "tests/platform/fake_system_locks.h"
 
 namespace orsin {
 namespace {

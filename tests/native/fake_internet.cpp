@@ -65,7 +65,7 @@ void* FakeInternet::open_url(void* session, std::string_view url, std::uint32_t 
 
 bool FakeInternet::split_url(std::string_view url, port::UrlParts& parts) {
   record("split " + std::string(url));
-  return !refuses("split") && test::split_url(url, parts);
+  return !refuses("split") && answer(test::split_url(url, parts) ? 0 : platform::kErrorInvalidUrl);
 }
 
 void* FakeInternet::connect(void* session, std::string_view host, std::uint16_t port,

@@ -1,8 +1,7 @@
-// What start-up finds in native builds: the machine, its registration and its files, with knobs.
+// What start-up finds of folders and files in native builds, with knobs.
 #pragma once
 
 #include <cstdio>
-#include <map>
 #include <string>
 
 #include "startup/startup_port.h"
@@ -10,12 +9,6 @@
 namespace orsin::test {
 
 struct FakeStartup {
-  std::string computer = "STUDIO";  // Empty: the system does not tell.
-  bool tells_product = true;
-  port::Version product = {{10, 0, 19045, 1}};
-  port::SystemVersion system = {6, 1, 7601, "Service Pack 1"};
-  std::map<std::string, std::string> registered;
-
   std::string common_folder;  // For the data of all users; empty: there is none.
   int written_looks = 0;      // So often somebody is found writing to a file.
   int looks = 0;

@@ -8,6 +8,7 @@
 
 #include "orsincore/text.h"
 #include "tests/native/fake_startup.h"
+#include "tests/platform/copied_text.h"
 
 namespace orsin {
 namespace test {
@@ -28,14 +29,10 @@ std::string native_path(const char* path) {
   return native;
 }
 
-bool copy_if_any(const std::string& text, char* out, std::size_t size) {
-  return !text.empty() && std::snprintf(out, size, "%s", text.c_str()) < static_cast<int>(size);
-}
-
 }  // namespace
 
 bool common_application_data(char* path, std::size_t size) noexcept {
-  return copy_if_any(test::fake_startup().common_folder, path, size);
+  return platform::copy_if_any(test::fake_startup().common_folder, path, size);
 }
 
 bool is_file_written(const char* /*path*/) noexcept {
@@ -51,25 +48,6 @@ bool copy_file(const char* from, const char* to) noexcept {
 
 void redirect_standard_error(std::FILE* stream) noexcept {
   test::fake_startup().log = stream;
-}
-
-bool computer_name(char* name, std::size_t size) noexcept {
-  return copy_if_any(test::fake_startup().computer, name, size);
-}
-
-bool system_product_version(Version& version) noexcept {
-  version = test::fake_startup().product;
-  return test::fake_startup().tells_product;
-}
-
-SystemVersion system_version() noexcept {
-  return test::fake_startup().system;
-}
-
-bool registered(const char* value_name, char* text, std::size_t size) noexcept {
-  const auto& values = test::fake_startup().registered;
-  const auto found = values.find(value_name);
-  return found != values.end() && copy_if_any(found->second, text, size);
 }
 
 }  // namespace port

@@ -1,5 +1,6 @@
 # What stands in for the platform in every native program, the machine that replays included.
 set(ORSIN_PLATFORM
+  "${CMAKE_CURRENT_LIST_DIR}/computer_native.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/date_native.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/drives_native.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/fault_guard_native.cpp"
@@ -9,4 +10,6 @@ set(ORSIN_PLATFORM
   "${CMAKE_CURRENT_LIST_DIR}/narrow_paths_native.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/page_ranges.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/programs_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/system_error_native.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/system_locks_native.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/url_split.cpp")

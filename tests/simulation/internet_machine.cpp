@@ -80,6 +80,10 @@ Page& page_at(std::string_view path) {
   return page;
 }
 
+bool split(Call& call, const char* url, UrlParts& parts) {
+  return call.answer(test::split_url(url, parts) ? 0 : kErrorInvalidUrl);
+}
+
 bool is_unreachable(Call& call) {
   machine().take_time();
   return call.is_refused({kErrorNameNotResolved, kErrorCannotConnect, kErrorTimeout,
@@ -131,7 +135,7 @@ void* internet_open_url(void* session, const char* url, std::uint32_t /*flags*/)
   Call call("open url");
   UrlParts parts;
   const auto parent = opened_as(call, InternetKind::kSession, session);
-  if (!parent || !test::split_url(url, parts)) {
+  if (!parent || !split(call, url, parts)) {
     return nullptr;
   }
   Page& page = page_at(parts.path);
@@ -141,7 +145,7 @@ void* internet_open_url(void* session, const char* url, std::uint32_t /*flags*/)
 
 bool internet_split_url(const char* url, UrlParts& parts) noexcept {
   Call call("split url");
-  return !call.is_refused({kErrorInvalidUrl, kErrorNotEnoughMemory}) && test::split_url(url, parts);
+  return !call.is_refused({kErrorInvalidUrl, kErrorNotEnoughMemory}) && split(call, url, parts);
 }
 
 void* internet_connect(void* session, const char* /*host*/, std::uint16_t /*port*/,

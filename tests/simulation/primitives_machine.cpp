@@ -3,7 +3,6 @@
 // Condition blocks stand on the list of waiters that the Windows build uses; only the wait at an
 // address below it is the machine's.
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <ctime>
 #include <new>
@@ -11,7 +10,6 @@
 #include "base/clock_port.h"
 #include "base/log_port.h"
 #include "base/spin_wait.h"
-#include "base/system_locks_port.h"
 #include "base/wait_deadline.h"
 #include "base/wait_list.h"
 #include "base/wait_time.h"
@@ -22,8 +20,6 @@ using namespace orsin;
 using namespace orsin::simulation;
 
 namespace {
-
-constexpr std::uint32_t kErrorNoMoreKeys = 8;
 
 Nanoseconds end_of(std::uint32_t timeout_ms) {
   return timeout_ms == kForeverMs ? kNever : machine().schedule.now() + timeout_ms * kMillisecond;
@@ -180,7 +176,7 @@ void mp_cond_broadcast(__cond_str* condition) {
 __tls_key_str* mp_key_create() {
   {
     Call call("make key");
-    if (call.is_refused({kErrorNoMoreKeys})) {
+    if (call.is_refused({kErrorNotEnoughMemory})) {
       return nullptr;
     }
   }
@@ -239,25 +235,6 @@ bool query_counter_frequency(std::int64_t& frequency) noexcept {
 bool query_counter(std::int64_t& count) noexcept {
   count = machine().schedule.look_at_clock();
   return true;
-}
-
-// No thread is ended by force while it is inside the C library here.
-SystemLocks hold_system_locks(std::FILE* stream) noexcept {
-  return {stream, 0};
-}
-
-void release_system_locks(const SystemLocks& /*locks*/) noexcept {}
-
-unsigned last_system_error() noexcept {
-  return static_cast<unsigned>(errno);
-}
-
-void set_last_system_error(unsigned code) noexcept {
-  errno = static_cast<int>(code);
-}
-
-void system_error_text(unsigned code, char* text, std::size_t size) noexcept {
-  std::snprintf(text, size, "error %u\r\n", code);
 }
 
 double local_time_of_day() noexcept {

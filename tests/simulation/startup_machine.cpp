@@ -1,4 +1,4 @@
-// What start-up and its report find on a simulated machine.
+// What start-up finds of folders and files on a simulated machine.
 #include <cstdio>
 
 #include "files/io_port.h"
@@ -41,24 +41,6 @@ bool copy_file(const char* from, const char* to) noexcept {
 
 void redirect_standard_error(std::FILE* stream) noexcept {
   machine().standard_error = stream;
-}
-
-bool computer_name(char* name, std::size_t size) noexcept {
-  std::snprintf(name, size, "STUDIO");
-  return true;
-}
-
-bool system_product_version(Version& version) noexcept {
-  version = {{10, 0, 19045, 1}};
-  return true;
-}
-
-SystemVersion system_version() noexcept {
-  return {10, 0, 19045, ""};
-}
-
-bool registered(const char* /*value_name*/, char* /*text*/, std::size_t /*size*/) noexcept {
-  return false;
 }
 
 }  // namespace orsin::port

@@ -15,16 +15,16 @@
 #include "tests/native/fake_clock.h"
 #include "tests/native/fake_processors.h"
 #include "tests/native/fake_scheduling.h"
-#include "tests/native/fake_startup.h"
+#include "tests/platform/fake_computer.h"
 #include "tests/support/log_capture.h"
 #include "threads/scheduling.h"
 
 namespace orsin {
 namespace {
 
+using test::fake_computer;
 using test::fake_processors;
 using test::fake_scheduling;
-using test::fake_startup;
 using test::Lines;
 using test::LogCapture;
 
@@ -37,7 +37,7 @@ class SystemReport : public testing::Test {
     msginfo("head");  // Continuations need one.
   }
   ~SystemReport() override {
-    fake_startup() = {};
+    fake_computer() = {};
     fake_processors() = {};
     fake_scheduling() = {};
     test::fake_clock() = {};
@@ -76,7 +76,7 @@ TEST_F(SystemReport, NamesTheMachineInAFixedOrder) {
 }
 
 TEST_F(SystemReport, ShowsAQuestionMarkForAComputerThatIsNotNamed) {
-  fake_startup().computer = "";
+  fake_computer().name = "";
 
   write_system_report(0, 1);
 
@@ -89,12 +89,12 @@ TEST_F(SystemReport, TakesTheVersionRecordWhereTheProductVersionCannotBeRead) {
     const char* line;
   } cases[] = {{"Service Pack 1", "     : WIN64 Version 6.01 (Build: 7601 - Service Pack 1)"},
                {"", "     : WIN64 Version 6.01 (Build: 7601)"}};
-  fake_startup().tells_product = false;
+  fake_computer().tells_product = false;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.line);
     const LogCapture log;
     msginfo("head");
-    std::snprintf(fake_startup().system.service_pack, sizeof(fake_startup().system.service_pack),
+    std::snprintf(fake_computer().system.service_pack, sizeof(fake_computer().system.service_pack),
                   "%s", c.service_pack);
 
     write_system_report(0, 1);
@@ -123,12 +123,12 @@ TEST_F(SystemReport, CallsATimerWithoutAResolutionAnError) {
 }
 
 TEST_F(SystemReport, NamesTheOwnerAsFarAsItIsRegistered) {
-  fake_startup().registered = {{"RegisteredOrganization", "Studio Süd"},
-                               {"RegisteredOwner", "Cutter"}};
+  fake_computer().registered = {{"RegisteredOrganization", "Studio Süd"},
+                                {"RegisteredOwner", "Cutter"}};
   fake_scheduling().is_administrator = true;
 
   write_owner_report();
-  fake_startup().registered.clear();
+  fake_computer().registered.clear();
   forget_admin_test();
   fake_scheduling().is_administrator = false;
   write_owner_report();
@@ -198,14 +198,14 @@ TEST(ComputerName, IsCutQuestionMarksWhereItIsNotTold) {
   EXPECT_STREQ(name, "STUDIO");
   EXPECT_FALSE(ov_computername(cut, sizeof(cut)));
   EXPECT_STREQ(cut, "??");
-  fake_startup().computer = "";
+  fake_computer().name = "";
   EXPECT_FALSE(ov_computername(name, sizeof(name)));
   EXPECT_STREQ(name, "???");
   EXPECT_FALSE(ov_computername(cut, 1));
   EXPECT_STREQ(cut, "");
   EXPECT_FALSE(ov_computername(name, 0));
   EXPECT_FALSE(ov_computername(nullptr, sizeof(name)));
-  fake_startup() = {};
+  fake_computer() = {};
 }
 
 }  // namespace

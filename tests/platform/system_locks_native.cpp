@@ -1,6 +1,6 @@
 // No thread is ended by force here, so none can be ended holding a lock of the system: they are counted.
 #include "base/system_locks_port.h"
-#include "tests/native/fake_system_locks.h"
+#include "tests/platform/fake_system_locks.h"
 
 namespace orsin {
 
