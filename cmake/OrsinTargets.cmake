@@ -5,7 +5,7 @@
 #
 # Plain sources are standard C++ only; primitives also use the log and the mp_ functions; platform
 # sources call Windows. A Windows build takes all three into the DLL; a native build takes the first
-# two, with tests/native standing in for the platform, so a leaked Windows header fails to compile.
+# two, with tests/platform standing in for the platform, so a leaked Windows header fails to compile.
 #
 # Targets: orsin_options (flags for everything), orsin_objects (every source, compiled once, linked by
 # the white-box tests), orsin_native (what stands in for the platform beside them), orsincore (the DLL).
@@ -140,7 +140,7 @@ function(orsin_tests name)
     return()
   endif()
   if(NOT WIN32)
-    list(APPEND sources "${PROJECT_SOURCE_DIR}/tests/native/leftovers_check.cpp")
+    list(APPEND sources "${PROJECT_SOURCE_DIR}/tests/platform/native/leftovers_check.cpp")
   endif()
   add_executable(${name}_tests ${sources})
   target_compile_definitions(${name}_tests PRIVATE ORSIN_STATIC)

@@ -10,7 +10,7 @@
 #include "base/log_port.h"
 #include "orsincore/log.h"
 #include "orsincore/threads.h"
-#include "tests/native/fake_clock.h"
+#include "tests/platform/native/fake_clock.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -4,7 +4,7 @@
 #include "base/fpu_mode.h"
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
-#include "tests/native/fake_processors.h"
+#include "tests/platform/native/fake_processors.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

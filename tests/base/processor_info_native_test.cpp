@@ -7,7 +7,7 @@
 #include "base/processor_table.h"
 #include "orsincore/startup.h"
 #include "orsincore/threads.h"
-#include "tests/native/fake_processors.h"
+#include "tests/platform/native/fake_processors.h"
 #include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 

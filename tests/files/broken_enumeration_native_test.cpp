@@ -7,7 +7,7 @@
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
 #include "tests/files/io_start.h"
-#include "tests/native/fake_enumeration.h"
+#include "tests/platform/native/fake_enumeration.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -13,9 +13,9 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
-#include "tests/native/fake_disk.h"
-#include "tests/native/fake_transfers.h"
-#include "tests/native/pages_native.h"
+#include "tests/platform/native/fake_disk.h"
+#include "tests/platform/native/fake_transfers.h"
+#include "tests/platform/native/pages_native.h"
 #include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 

@@ -8,7 +8,7 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
-#include "tests/native/fake_paths.h"
+#include "tests/platform/native/fake_paths.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -8,7 +8,7 @@
 
 #include "orsincore/memory.h"
 #include "tests/files/io_fixture.h"
-#include "tests/native/fake_transfers.h"
+#include "tests/platform/native/fake_transfers.h"
 
 namespace orsin {
 namespace {

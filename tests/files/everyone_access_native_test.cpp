@@ -6,7 +6,7 @@
 #include "files/file_system_port.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
-#include "tests/native/fake_access.h"
+#include "tests/platform/native/fake_access.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

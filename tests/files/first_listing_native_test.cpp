@@ -9,8 +9,8 @@
 #include "files/directory_list.h"
 #include "orsincore/files.h"
 #include "tests/files/backslash_path.h"
-#include "tests/native/fake_enumeration.h"
 #include "tests/platform/fake_drives.h"
+#include "tests/platform/native/fake_enumeration.h"
 #include "tests/support/environment_variable.h"
 #include "tests/support/temporary_directory.h"
 

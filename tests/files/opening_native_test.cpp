@@ -7,7 +7,7 @@
 #include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "tests/files/io_fixture.h"
-#include "tests/native/fake_transfers.h"
+#include "tests/platform/native/fake_transfers.h"
 
 namespace orsin {
 namespace {

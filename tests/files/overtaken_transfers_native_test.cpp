@@ -11,8 +11,8 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_fixture.h"
-#include "tests/native/fake_disk.h"
-#include "tests/native/fake_transfers.h"
+#include "tests/platform/native/fake_disk.h"
+#include "tests/platform/native/fake_transfers.h"
 #include "threads/thread_table.h"
 
 namespace orsin {

@@ -15,8 +15,8 @@
 #include "tests/files/backslash_path.h"
 #include "tests/files/copy_calls.h"
 #include "tests/files/io_start.h"
-#include "tests/native/fake_disk.h"
-#include "tests/native/fake_transfers.h"
+#include "tests/platform/native/fake_disk.h"
+#include "tests/platform/native/fake_transfers.h"
 #include "tests/support/log_capture.h"
 #include "threads/thread_table.h"
 

@@ -9,8 +9,8 @@
 #include "orsincore/io.h"
 #include "orsincore/memory.h"
 #include "tests/files/io_fixture.h"
-#include "tests/native/fake_transfers.h"
-#include "tests/native/pages_native.h"
+#include "tests/platform/native/fake_transfers.h"
+#include "tests/platform/native/pages_native.h"
 
 namespace orsin {
 namespace {

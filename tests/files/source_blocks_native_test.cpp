@@ -9,8 +9,8 @@
 #include <string>
 
 #include "tests/files/io_fixture.h"
-#include "tests/native/fake_processors.h"
-#include "tests/native/fake_transfers.h"
+#include "tests/platform/native/fake_processors.h"
+#include "tests/platform/native/fake_transfers.h"
 #include "tests/threads/gate.h"
 #include "threads/thread_table.h"
 

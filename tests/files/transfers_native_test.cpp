@@ -11,7 +11,7 @@
 #include "orsincore/io.h"
 #include "tests/files/io_fixture.h"
 #include "tests/files/outstanding_writes.h"
-#include "tests/native/fake_transfers.h"
+#include "tests/platform/native/fake_transfers.h"
 #include "tests/threads/gate.h"
 
 namespace orsin {

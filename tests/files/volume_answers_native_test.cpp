@@ -5,7 +5,7 @@
 
 #include "files/volumes.h"
 #include "orsincore/files.h"
-#include "tests/native/fake_volumes.h"
+#include "tests/platform/native/fake_volumes.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

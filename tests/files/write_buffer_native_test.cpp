@@ -8,8 +8,8 @@
 #include "orsincore/files.h"
 #include "orsincore/io.h"
 #include "tests/files/io_fixture.h"
-#include "tests/native/fake_transfers.h"
-#include "tests/native/pages_native.h"
+#include "tests/platform/native/fake_transfers.h"
+#include "tests/platform/native/pages_native.h"
 #include "tests/support/allocation_refusal.h"
 
 namespace orsin {

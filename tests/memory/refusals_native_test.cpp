@@ -5,9 +5,9 @@
 #include "memory/os_allocation.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
-#include "tests/native/counted_primitives.h"
-#include "tests/native/pages_native.h"
-#include "tests/native/process_heap_native.h"
+#include "tests/platform/native/counted_primitives.h"
+#include "tests/platform/native/pages_native.h"
+#include "tests/platform/native/process_heap_native.h"
 #include "tests/support/allocation_refusal.h"
 #include "tests/support/log_capture.h"
 

@@ -5,7 +5,7 @@
 
 #include "base/log_port.h"
 #include "orsincore/network.h"
-#include "tests/native/fake_internet.h"
+#include "tests/platform/native/fake_internet.h"
 
 namespace orsin::test {
 

@@ -8,8 +8,8 @@
 
 #include "base/log_port.h"
 #include "orsincore/network.h"
-#include "tests/native/fake_internet.h"
-#include "tests/native/fake_new_files.h"
+#include "tests/platform/native/fake_internet.h"
+#include "tests/platform/native/fake_new_files.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -6,7 +6,7 @@
 
 #include "base/win/windows.h"
 #include "orsincore/network.h"
-#include "tests/native/fake_internet.h"
+#include "tests/platform/native/fake_internet.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "tests/native/fake_internet.h"
 #include "tests/net/http_client.h"
+#include "tests/platform/native/fake_internet.h"
 
 namespace orsin {
 namespace {

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "orsincore/network.h"
-#include "tests/native/fake_internet.h"
 #include "tests/net/http_client.h"
+#include "tests/platform/native/fake_internet.h"
 #include "tests/support/new_refusal.h"
 
 namespace orsin {

@@ -7,8 +7,8 @@
 #include "base/log_port.h"
 #include "net/response_body.h"
 #include "orsincore/network.h"
-#include "tests/native/fake_internet.h"
-#include "tests/native/pages_native.h"
+#include "tests/platform/native/fake_internet.h"
+#include "tests/platform/native/pages_native.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

@@ -7,8 +7,8 @@
 
 #include "base/log_port.h"
 #include "orsincore/network.h"
-#include "tests/native/fake_websockets.h"
 #include "tests/net/frame_heap.h"
+#include "tests/platform/native/fake_websockets.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/new_refusal.h"
 

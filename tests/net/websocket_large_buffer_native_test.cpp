@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "orsincore/network.h"
-#include "tests/native/fake_websockets.h"
-#include "tests/native/pages_native.h"
 #include "tests/net/frame_heap.h"
+#include "tests/platform/native/fake_websockets.h"
+#include "tests/platform/native/pages_native.h"
 #include "tests/support/log_capture.h"
 
 namespace orsin {

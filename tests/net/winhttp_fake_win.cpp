@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "base/win/windows.h"
-#include "tests/native/fake_websockets.h"
+#include "tests/platform/native/fake_websockets.h"
 
 #define _WINHTTP_INTERNAL_  // Declares the functions without dllimport.
 #include <winhttp.h>

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "base/win/windows.h"
-#include "tests/native/fake_internet.h"
+#include "tests/platform/native/fake_internet.h"
 
 #include <wininet.h>
 

@@ -1,4 +1,5 @@
-# What stands in for the platform in every native program, the machine that replays included.
+# What is the same in both forms of the platform's double: with real threads and files, and as a machine
+# that replays.
 set(ORSIN_PLATFORM
   "${CMAKE_CURRENT_LIST_DIR}/computer_native.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/date_native.cpp"

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/simulation/machine.h"
+#include "tests/platform/machine/machine.h"
 
 namespace orsin::simulation {
 

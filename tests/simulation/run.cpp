@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "tests/simulation/process_memory.h"
+#include "tests/platform/machine/process_memory.h"
 
 extern "C" void __sanitizer_print_stack_trace();
 

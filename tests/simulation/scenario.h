@@ -9,7 +9,7 @@
 #include <span>
 #include <string>
 
-#include "tests/simulation/machine.h"
+#include "tests/platform/machine/machine.h"
 
 namespace orsin::simulation {
 

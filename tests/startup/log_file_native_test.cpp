@@ -10,8 +10,8 @@
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
 #include "tests/files/backslash_path.h"
-#include "tests/native/fake_access.h"
-#include "tests/native/fake_startup.h"
+#include "tests/platform/native/fake_access.h"
+#include "tests/platform/native/fake_startup.h"
 #include "tests/support/environment_variable.h"
 #include "tests/support/log_capture.h"
 

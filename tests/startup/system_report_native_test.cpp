@@ -12,10 +12,10 @@
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
 #include "orsincore/text.h"
-#include "tests/native/fake_clock.h"
-#include "tests/native/fake_processors.h"
-#include "tests/native/fake_scheduling.h"
 #include "tests/platform/fake_computer.h"
+#include "tests/platform/native/fake_clock.h"
+#include "tests/platform/native/fake_processors.h"
+#include "tests/platform/native/fake_scheduling.h"
 #include "tests/support/log_capture.h"
 #include "threads/scheduling.h"
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "orsincore/text.h"
-#include "tests/native/fake_locale.h"
+#include "tests/platform/native/fake_locale.h"
 #include "tests/text/localisation_fixture.h"
 #include "text/localisation.h"
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "orsincore/text.h"
-#include "tests/native/fake_new_files.h"
+#include "tests/platform/native/fake_new_files.h"
 #include "tests/support/log_capture.h"
 #include "tests/text/localisation_fixture.h"
 

@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "orsincore/threads.h"
-#include "tests/native/fake_processors.h"
+#include "tests/platform/native/fake_processors.h"
 #include "tests/support/log_capture.h"
 #include "tests/threads/gate.h"
 #include "threads/background_worker.h"

@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-#include "tests/native/fake_processors.h"
+#include "tests/platform/native/fake_processors.h"
 #include "tests/support/log_capture.h"
 #include "threads/job_line.h"
 #include "threads/thread_table.h"

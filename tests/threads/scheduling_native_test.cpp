@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "orsincore/threads.h"
-#include "tests/native/fake_scheduling.h"
+#include "tests/platform/native/fake_scheduling.h"
 #include "tests/support/log_capture.h"
 #include "threads/scheduling.h"
 

@@ -10,7 +10,7 @@
 #include "orsincore/processors.h"
 #include "orsincore/startup.h"
 #include "orsincore/threads.h"
-#include "tests/native/fake_processors.h"
+#include "tests/platform/native/fake_processors.h"
 #include "tests/support/log_capture.h"
 #include "tests/threads/gate.h"
 #include "tests/threads/held_thread.h"
