@@ -22,12 +22,16 @@ constexpr std::uint32_t kBrandFirstLeaf = 0x80000002;
 constexpr std::uint32_t kBrandLastLeaf = 0x80000004;
 constexpr std::uint32_t kHighestExtendedLeaf = 0x80000000;
 
-struct Processors {
+struct ProcessorFacts {
   std::uint32_t cores = 0;
   std::uint32_t logical = 0;
   std::uint32_t features = 0;
   std::uint32_t state = kNotQueried;
   char name[kNameBytes] = {};
+};
+
+struct Processors {
+  ProcessorFacts facts;
   ProcessorTable table;
 };
 
@@ -37,8 +41,8 @@ Processors& processors() {
 
 void add_core(const ProcessorEntry& core) {
   Processors& all = processors();
-  ++all.cores;
-  all.logical += static_cast<std::uint32_t>(std::popcount(core.mask));
+  ++all.facts.cores;
+  all.facts.logical += static_cast<std::uint32_t>(std::popcount(core.mask));
   all.table.group_count = std::max(all.table.group_count, core.group + 1);
   // A core that finds no room has written its line and is only left out of the table.
   static_cast<void>(all.table.entries.append(core));
@@ -70,10 +74,10 @@ void count_cores() {
 
 // An old interface knows logical processors only; a capable processor is taken to have two a core.
 void count_without_records(bool capable) {
-  Processors& all = processors();
+  ProcessorFacts& facts = processors().facts;
   msgwarn("Failed to determine number of processors, fall back to old API");
-  all.logical = port::basic_processor_count();
-  all.cores = capable ? all.logical / 2 : all.logical;
+  facts.logical = port::basic_processor_count();
+  facts.cores = capable ? facts.logical / 2 : facts.logical;
 }
 
 }  // namespace
@@ -84,14 +88,14 @@ const ProcessorTable& processor_table() {
 
 std::uint32_t query_processors(bool strict_affinity) {
   Processors& all = processors();
-  if (all.state != kNotQueried) {
-    return all.state;
+  ProcessorFacts& facts = all.facts;
+  if (facts.state != kNotQueried) {
+    return facts.state;
   }
+  facts = {};
   all.table.strict_affinity = strict_affinity;
   all.table.entries.truncate(0);
   all.table.group_count = 0;
-  all.cores = 0;
-  all.logical = 0;
 
   IdentityRegisters leaf0;
   IdentityRegisters leaf1;
@@ -100,28 +104,25 @@ std::uint32_t query_processors(bool strict_affinity) {
   const bool capable = identified && is_hyperthreading_capable(vendor, leaf1);
 
   count_cores();
-  if (all.cores == 0) {
+  if (facts.cores == 0) {
     count_without_records(capable);
   }
   if (identified) {
-    all.features = feature_bits(leaf1);
-    std::strncpy(all.name, processor_name(brand_text(), vendor, leaf1).c_str(), kNameBytes - 1);
-    all.state = hyperthreading_state(all.cores, all.logical, capable);
+    facts.features = feature_bits(leaf1);
+    std::strncpy(facts.name, processor_name(brand_text(), vendor, leaf1).c_str(), kNameBytes - 1);
+    facts.state = hyperthreading_state(facts.cores, facts.logical, capable);
   } else {
-    all.features = 0;
-    std::strncpy(all.name, "Unknown", kNameBytes - 1);
-    all.state = 0;
+    std::strncpy(facts.name, "Unknown", kNameBytes - 1);
+    facts.state = 0;
   }
-  return all.state;
+  return facts.state;
 }
 
 void forget_processors() {
   Processors& all = processors();
   all.table.entries.release();
   all.table.group_count = 0;
-  all.cores = all.logical = all.features = 0;
-  std::memset(all.name, 0, sizeof(all.name));
-  all.state = kNotQueried;
+  all.facts = {};
 }
 
 }  // namespace orsin
@@ -135,25 +136,25 @@ int ov_cpu_info(unsigned int* count, unsigned int* ht_count, char* name, unsigne
       *to = value;
     }
   };
-  const Processors& all = processors();
-  store(count, all.cores);
-  store(ht_count, all.logical);
-  store(features, all.features);
-  store(ht_state, all.state);
+  const ProcessorFacts& facts = processors().facts;
+  store(count, facts.cores);
+  store(ht_count, facts.logical);
+  store(features, facts.features);
+  store(ht_state, facts.state);
   if (name != nullptr) {
-    std::memcpy(name, all.name, kNameBytes);
+    std::memcpy(name, facts.name, kNameBytes);
   }
   return 1;
 }
 
 unsigned int ov_cpu_support_feature(unsigned int mask) {
-  return processors().features & mask;
+  return processors().facts.features & mask;
 }
 
 int mp_get_numcpu(int kind) {
-  return static_cast<int>(kind == 0 ? processors().cores : processors().logical);
+  return static_cast<int>(kind == 0 ? processors().facts.cores : processors().facts.logical);
 }
 
 int mp_cpu_id(int index) {
-  return index >= 0 && index < static_cast<int>(processors().cores) ? index : -1;
+  return index >= 0 && index < static_cast<int>(processors().facts.cores) ? index : -1;
 }

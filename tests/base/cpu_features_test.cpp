@@ -103,5 +103,19 @@ TEST(CpuFeatures, AreWideOnlyWhereTheSystemKeepsTheRegisters) {
   expect(saving(0xE6), true, true, true, true);
 }
 
+#if defined(__GNUC__)
+// The compiler's library asks the processor, too, and knows as little of it as we do.
+TEST(CpuFeatures, AreWhatTheCompilersLibraryFindsOnThisProcessor) {
+  __builtin_cpu_init();
+  const CpuFeatures features = detect_cpu_features();
+  const bool avx512f = __builtin_cpu_supports("avx512f") != 0;
+
+  EXPECT_EQ(features.avx2, __builtin_cpu_supports("avx2") != 0);
+  EXPECT_EQ(features.avx512_vl, avx512f && __builtin_cpu_supports("avx512vl") != 0);
+  EXPECT_EQ(features.avx512_vbmi, avx512f && __builtin_cpu_supports("avx512bw") != 0 &&
+                                      __builtin_cpu_supports("avx512vbmi") != 0);
+}
+#endif
+
 }  // namespace
 }  // namespace orsin

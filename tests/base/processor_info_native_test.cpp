@@ -93,6 +93,25 @@ TEST_F(ProcessorQuery, TellsSwitchedOffFromNotCapable) {
   EXPECT_EQ(query().state, 0U) << "the bit counts for one vendor only";
 }
 
+TEST_F(ProcessorQuery, IsForgottenWhole) {
+  set_cores(8, 0x3);
+  set_identity(kIntel, {0, 0, 0xFFFFFFFF, 0xFFFFFFFF});
+  query();
+  ASSERT_NE(ov_cpu_support_feature(0xFFFFFFFF), 0U);
+
+  forget_processors();
+
+  unsigned int numbers[4] = {1, 1, 1, 1};
+  char name[128] = "name";
+  ov_cpu_info(&numbers[0], &numbers[1], name, &numbers[2], &numbers[3]);
+  EXPECT_EQ(numbers[0], 0U);
+  EXPECT_EQ(numbers[1], 0U);
+  EXPECT_EQ(numbers[2], 0U);
+  EXPECT_EQ(numbers[3], 0xFFFFFFFFU) << "not asked yet";
+  EXPECT_STREQ(name, "");
+  EXPECT_EQ(processor_table().group_count, 0);
+}
+
 TEST_F(ProcessorQuery, AsksOnce) {
   set_cores(4, 0x1);
   EXPECT_EQ(query(true).count, 4U);
