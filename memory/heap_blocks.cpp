@@ -191,7 +191,6 @@ mheap_mblk* HeapBlocks::slide_down(mheap_mblk* gap, mheap_mblk* block) {
   mheap_mblk* freed = next_block(moved);
   if (gap_size > block_size) {
     // The old header stays in the gap; block_around() must never take it for a block.
-    block->state = kBlockFree;
     block->data = nullptr;
   }
   write_free_header(freed, gap_size);

@@ -14,6 +14,10 @@ namespace {
 using test::Lines;
 using test::LogCapture;
 
+TEST(AllocationTable, HasHeldNothingAtFirst) {
+  EXPECT_EQ(AllocationTable().peak_bytes(), 0U);
+}
+
 TEST(AllocationTable, FindsWhatItRemembers) {
   AllocationTable table;
 

@@ -167,5 +167,15 @@ TEST(HeapCreation, AllowsAHeapThatIsAllHeader) {
   EXPECT_EQ(freeable, 0u);
 }
 
+// Alignments that are no power of two are somebody's mistake; the sizes stay right to the last.
+TEST(HeapBlockSize, IsTheLargestThatIsAligned) {
+  constexpr std::uint64_t kMax = ~std::uint64_t{0};
+  _mheap heap = {};
+  heap.alignment = 3;
+  heap.header_size = 66;
+
+  EXPECT_EQ(heap_block_size(heap, kMax - 69), kMax - 3);
+}
+
 }  // namespace
 }  // namespace orsin

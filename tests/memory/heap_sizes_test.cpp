@@ -63,6 +63,7 @@ TEST(HeapSizes, WrapOnAMachineWithHardlyAnyMemory) {
 
   EXPECT_GT(sizes.frame, std::uint64_t{1} << 63);
   EXPECT_EQ(sizes.frame, 250 * kMib - 288 * kMib);
+  EXPECT_EQ(default_heap_sizes(machine(5)).frame, 0 - 288 * kMib);
 }
 
 TEST(HeapSizes, AreRaisedToTheirMinimum) {

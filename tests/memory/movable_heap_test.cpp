@@ -500,6 +500,24 @@ TEST(HeapExLock, TakesAHeaderForPartOfTheBlockBehindIt) {
   EXPECT_EQ(mheap_lock_ex(heap.get(), second_header), owners[1]);
 }
 
+TEST(HeapExLock, FindsTheBlockThatLiesWhereAMovedOneHasBeen) {
+  const Heap heap = make_heap(16384, 16, MHEAP_COMPACT);
+  void* front = nullptr;
+  void* moved = nullptr;
+  void* large = nullptr;
+  mheap_alloc_lock(heap.get(), 7000, &front);
+  mheap_alloc_lock(heap.get(), 64, &moved);
+  const void* const moved_from = moved;
+  mheap_unlock(heap.get(), &moved);
+  mheap_unlock(heap.get(), &front);
+  ASSERT_EQ(mheap_free(heap.get(), &front), 1);
+
+  ASSERT_EQ(mheap_alloc_lock(heap.get(), 15000, &large), 1);
+
+  ASSERT_EQ(moved, heap->base + 80);
+  EXPECT_EQ(mheap_lock_ex(heap.get(), moved_from), large);
+}
+
 TEST(HeapExLock, RejectsAddressesOutside) {
   const Heap heap = make_heap(4096);
 

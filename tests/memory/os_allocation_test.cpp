@@ -103,7 +103,7 @@ TEST(OsAllocation, KeepsPagesThatTheTableCannotRemember) {
   void* pages = nullptr;
   {
     const test::AllocationRefusal refusal(300);
-    pages = os_alloc(1000, 0);
+    pages = os_alloc(1, 0);
   }
   ASSERT_NE(pages, nullptr);
 
@@ -112,7 +112,7 @@ TEST(OsAllocation, KeepsPagesThatTheTableCannotRemember) {
 
   EXPECT_EQ(log.lines(), (Lines{"ERROR: Vector ensure: Not enough memory..(0 + 1 * 24)",
                                 bad_reference_line(pages),
-                                "DEBUG: MEMORY: Closedown: 0 OS allocations left: 1000"}));
+                                "DEBUG: MEMORY: Closedown: 0 OS allocations left: 1"}));
   EXPECT_TRUE(port::release_pages(pages));
 }
 

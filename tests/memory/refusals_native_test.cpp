@@ -95,6 +95,14 @@ TEST(OsAllocation, NamesTheRequestInKib) {
   EXPECT_EQ(log.lines(), Lines{"WARN : MEMORY: OS allocation failed, Requested: 1.465 - error 8"});
 }
 
+TEST(PageSize, IsAskedOfTheSystemOnce) {
+  const PagesScript machine;
+  const int before = mem_pagesize();
+  machine->page_size = 65536;
+
+  EXPECT_EQ(mem_pagesize(), before);
+}
+
 TEST(PageLock, ReportsWhatTheSystemRefuses) {
   const PagesScript machine;
   const LogCapture log;

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <future>
 #include <random>
@@ -63,6 +64,18 @@ TEST_F(StandardHeaps, OnAMachineOf1GibAreSmall) {
   EXPECT_EQ(mem_heapsize(MEM_HEAP_PROXY), 128 * kMib);
   EXPECT_EQ(mem_heapsize(MEM_HEAP_AUDIO), 128 * kMib);
   EXPECT_EQ(mem_heapsize(MEM_HEAP_IMAGE), 32 * kMib);
+}
+
+TEST(StandardHeapsDeathTest, AreMadeAndEndedByTheFirstCallsOfAProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        const bool are_made = mem_alloc_pools() > kMib && mem_getheap(MEM_HEAP_FRAME) != nullptr;
+        mem_free_pools();
+        standard_heaps::reset();
+        std::_Exit(are_made ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST_F(StandardHeaps, AreMadeToMeasure) {

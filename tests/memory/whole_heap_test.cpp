@@ -164,11 +164,14 @@ TEST(HeapRegion, ThatWasGivenBackLeavesAHeapInWhichNothingFitsAndNothingIsFound)
   std::uint64_t free = 1;
   std::uint64_t freeable = 1;
   ASSERT_TRUE(movable_heap::region_holds(heap, base));
+  EXPECT_TRUE(movable_heap::region_holds(heap, base + heap->total_size - 1));
+  EXPECT_FALSE(movable_heap::region_holds(heap, base + heap->total_size));
 
   movable_heap::give_back_region(heap);
 
   EXPECT_EQ(can_take_on_another_thread(heap->mutex), 1);
   EXPECT_FALSE(movable_heap::region_holds(heap, base));
+  EXPECT_FALSE(movable_heap::region_holds(heap, nullptr));
   EXPECT_EQ(mheap_alloc_lock(heap, 1, &owner), -1);
   EXPECT_EQ(mheap_lock(heap, &four.owners[0]), -1);
   EXPECT_EQ(mheap_free(heap, &four.owners[0]), -1);
@@ -263,6 +266,22 @@ bool allocate_once(_mheap* heap, std::uint64_t size, void** handle) {
   return movable_heap::allocate_once_locked(*heap, heap_block_size(*heap, size), handle);
 }
 
+// To the byte, which only a heap without alignment shows.
+TEST(HeapDiscarding, DiscardsNothingWhereAllThatCanMoveIsAByteTooSmall) {
+  const LogCapture log;
+  const Heap heap = make_heap(65 + 208, 1, MHEAP_DISCARD);
+  void* kept = nullptr;
+  void* locked = nullptr;
+  void* wanted = nullptr;
+  ASSERT_EQ(mheap_alloc_lock(heap.get(), 39, &kept), 1);
+  mheap_unlock(heap.get(), &kept);
+  ASSERT_EQ(mheap_alloc_lock(heap.get(), 39, &locked), 1);
+
+  EXPECT_FALSE(allocate_once(heap.get(), 40, &wanted));
+
+  EXPECT_NE(kept, nullptr);
+}
+
 TEST_F(HeapDamage, OfAUsedBlockEndsASearchThatFindsNoRoom) {
   for (const bool is_indexed : {true, false}) {
     SCOPED_TRACE(is_indexed);
@@ -322,6 +341,8 @@ TEST_F(HeapDamage, HidesTheBlocksBehindIt) {
   std::uint64_t freeable = 1;
 
   EXPECT_EQ(mheap_lock_ex(heap.get(), static_cast<char*>(owners[2]) + 10000), nullptr);
+  EXPECT_EQ(mheap_lock_ex(heap.get(), static_cast<char*>(owners[2]) + 127), owners[2]);
+  EXPECT_EQ(mheap_lock_ex(heap.get(), static_cast<char*>(owners[2]) + 128), nullptr);
   EXPECT_EQ(mheap_lock_ex(heap.get(), static_cast<char*>(owners[0]) + 10000), owners[0]);
   EXPECT_EQ(mheap_queryspace(heap.get(), free, freeable), 100000u);
   EXPECT_EQ(free, 0u);

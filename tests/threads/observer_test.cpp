@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "orsincore/threads.h"
+#include "tests/support/allocation_refusal.h"
 #include "tests/support/virtual_table.h"
 
 namespace orsin {
@@ -190,6 +191,17 @@ TEST_F(Registration, TrimmingDropsEmptyPlacesAtTheEnd) {
   EXPECT_EQ(observable_.getNumObservers(), 0);
   observable_.register_observer(&d_);
   EXPECT_EQ(told_by(kChanged), Names{"d"});
+}
+
+TEST_F(Registration, TrimmingGivesTheMemoryOfAnEmptyListBack) {
+  const long before = test::live_blocks();
+  observable_.register_observer(&a_);
+  observable_.deregister_observer(&a_);
+  EXPECT_EQ(test::live_blocks(), before + 1);
+
+  observable_.trim_observer_list();
+
+  EXPECT_EQ(test::live_blocks(), before);
 }
 
 TEST_F(Registration, GrowsPastTheFirstRoom) {

@@ -96,6 +96,40 @@ TEST_F(RefusingPlatform, WaitsForAThreadAlsoWithoutAHandleOfItsOwn) {
   opener.join();
 }
 
+TEST_F(RefusingPlatform, AFailedStartKeepsNothingOfTheThreadWhoseRecordItTook) {
+  const LogCapture log;
+  const unsigned int first = mp_start_thread(
+      "First", [](void*) {}, nullptr);
+  ASSERT_EQ(mp_join_thread(first, kLongMs), 1);
+  fake_processors().refuse_threads = true;
+  errno = 11;
+
+  mp_start_thread(
+      "Refused", [](void*) {}, nullptr);
+
+  EXPECT_EQ(thread_record_count(), 1);
+  EXPECT_EQ(mp_join_thread(first, 0), 0);
+}
+
+// The first join has no handle of its own, so it looks again and again; the second gives up on the thread.
+TEST_F(RefusingPlatform, AJoinWithoutAHandleEndsWithTheRecord) {
+  const LogCapture log;
+  static test::Gate looking;
+  fake_processors().refuse_duplicates = true;
+  fake_processors().on_wait = [] { looking.open(); };
+  HeldThread held;
+  const unsigned int thread = mp_start_thread("Held", HeldThread::run, &held);
+  int first = -1;
+  std::thread joiner([&] { first = mp_join_thread(thread, kLongMs); });
+  looking.wait();
+
+  EXPECT_EQ(mp_join_thread(thread, 0), 0);
+  joiner.join();
+
+  EXPECT_EQ(first, 0);
+  held.release();
+}
+
 TEST_F(RefusingPlatform, GivesUpInTimeWithoutAHandleOfItsOwn) {
   const LogCapture log;
   fake_processors().refuse_duplicates = true;
