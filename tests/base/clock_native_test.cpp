@@ -2,13 +2,17 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <ratio>
 #include <string>
 
 #include "base/clock.h"
 #include "base/log_port.h"
+#include "base/spin_wait.h"
+#include "base/wait_deadline.h"
 #include "orsincore/log.h"
+#include "orsincore/primitives.h"
 #include "orsincore/threads.h"
 #include "tests/platform/native/fake_clock.h"
 #include "tests/support/log_capture.h"
@@ -109,6 +113,39 @@ TEST_F(FailingClock, MovesTheTimeOfTheLogByWhatItHasCounted) {
     EXPECT_LE(first, static_cast<int>(after) * 100 + 1);
   }
   EXPECT_EQ(stamp(), (first + 525) % kDayHundredths);
+}
+
+// Natively the clock of deadlines is the one that we look at here.
+TEST(WaitDeadline, IsNeverOverTooEarly) {
+  for (int i = 0; i < 20; ++i) {
+    const auto begin = std::chrono::steady_clock::now();
+    const WaitDeadline deadline(1);
+    while (deadline.left_ms() != 0) {
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1));
+  }
+}
+
+TEST(TimedWait, IsNeverOverTooEarly) {
+  __mutex_str* mutex = mp_new_mutex(1, 0);
+  __cond_str* condition = mp_new_cond_block();
+  for (int i = 0; i < 20; ++i) {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(mp_cond_timedwait(condition, mutex, 1'000'000), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1));
+  }
+  mp_delete_cond_block(condition);
+  mp_release_mutex(mutex);
+  mp_delete_mutex(mutex);
+}
+
+TEST(Spinning, EndsWhenWhatIsWaitedForHasHappened) {
+  int looks = 0;
+
+  EXPECT_TRUE(spin_until([] { return true; }, std::chrono::microseconds(0)));
+  EXPECT_TRUE(spin_until([&] { return ++looks >= 3; }, std::chrono::microseconds(1'000'000)));
+
+  EXPECT_EQ(looks, 3);
 }
 
 }  // namespace

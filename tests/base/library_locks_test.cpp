@@ -158,5 +158,13 @@ TEST(LibraryMutex, IsCreatedOnceByManyThreads) {
   }
 }
 
+TEST(AllLibraryLocks, SayThatTheyAreHeld) {
+  {
+    const AllLibraryLocks held;
+    EXPECT_TRUE(locks_are_collected.load());
+  }
+  EXPECT_FALSE(locks_are_collected.load());
+}
+
 }  // namespace
 }  // namespace orsin

@@ -28,6 +28,15 @@ TEST(TimeOfDay, SplitsHoursMinutesAndSeconds) {
   EXPECT_DOUBLE_EQ(time.seconds, 5.25);
 }
 
+TEST(TimeOfDay, SplitsEverySecondOfADay) {
+  for (int second = 0; second < 86400; ++second) {
+    const TimeOfDay time = split_time_of_day(second);
+    ASSERT_TRUE(time.hours == second / 3600 && time.minutes == second / 60 % 60 &&
+                time.seconds == second % 60)
+        << second;
+  }
+}
+
 TEST(TimeOfDay, StartsAgainAfterMidnight) {
   EXPECT_EQ(split_time_of_day(86399.5).hours, 23);
   EXPECT_EQ(split_time_of_day(86400.0).hours, 0);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <random>
@@ -365,6 +366,60 @@ TEST_F(MessageLog, ForgetsRepeatsWhenItIsTold) {
   EXPECT_EQ(log.lines(), (Lines{"INFO : same", "INFO : same", "INFO : other"}));
 }
 
+TEST_F(MessageLog, ForgetsTheShortestLineToo) {
+  const LogCapture log;
+  msginfo("x");
+
+  forget_repeats();
+  msginfo("x");
+
+  EXPECT_EQ(log.lines(), (Lines{"INFO : x", "INFO : x"}));
+}
+
+TEST_F(MessageLog, CutsALineAtItsLastCharacterThatFits) {
+  for (const std::size_t length : {8189U, 8190U, 8191U}) {
+    const LogCapture log;
+    msginfo("%s", std::string(length, 'x').c_str());
+    EXPECT_EQ(log.lines(),
+              Lines{"INFO : " + std::string(std::min<std::size_t>(length, 8190), 'x')});
+  }
+}
+
+TEST_F(MessageLog, ComparesTheFirstLineWithNone) {
+  const LogCapture log;
+  std::FILE* const stream = msg_get_file();
+  msg_close();
+  msg_open(stream);
+  msginfo("%s", "");
+
+  msgcont("x");
+  msgcont("x");
+
+  EXPECT_EQ(log.lines(), (Lines{"     : x", "     : x"}));
+}
+
+TEST_F(MessageLog, WritesNothingOnceItCouldNotBeOpenedAgain) {
+  const LogCapture log;
+  {
+    const test::AllocationRefusal refusal(8192);
+    msg_open(stderr);
+  }
+
+  EXPECT_EQ(msgerror("nowhere"), 0);
+}
+
+TEST_F(MessageLog, SharesTheTextOfTheCodeItWasGiven) {
+  const LogCapture log;
+  port::set_last_system_error(2);
+  const char* const shared = os_errormsg();
+  port::set_last_system_error(0);
+
+  msg_os_error("Title", 5);
+
+  EXPECT_EQ(log.lines(), Lines{"ERROR: Title : 'No Error'"});
+  EXPECT_STREQ(shared, SystemErrorText(5).c_str());
+}
+
 TEST_F(MessageLog, ForgetsTheOverrideWhenItIsTold) {
   const LogCapture log;
   msg_repeatdisplayoverride();
@@ -436,6 +491,18 @@ TEST_F(MessageLog, KeepsTheFormattingAreaSharedWithThePreviousLine) {
   msginfo("same");
 
   EXPECT_EQ(log.lines(), (Lines{"INFO : same", "INFO : same"}));
+}
+
+// The remembered line begins 4096 characters behind the one that is formatted.
+TEST_F(MessageLog, SharesItToTheCharacter) {
+  for (const std::size_t length : {4094U, 4095U}) {
+    const LogCapture log;
+    msginfo("same");
+    msginfo("%c%s", '\0', std::string(length, 'x').c_str());
+    msginfo("same");
+
+    EXPECT_EQ(log.lines().size(), length == 4094 ? 1U : 2U);
+  }
 }
 
 TEST_F(MessageLog, GivesTheTextOfTheLastSystemError) {

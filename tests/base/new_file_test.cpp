@@ -8,6 +8,7 @@
 #include <regex>
 #include <string>
 
+#include "tests/files/current_directory.h"
 #include "tests/support/temporary_directory.h"
 
 namespace orsin {
@@ -18,6 +19,22 @@ using test::TemporaryDirectory;
 std::size_t count_files(const TemporaryDirectory& directory) {
   const std::filesystem::directory_iterator entries(test::to_path(directory.path()));
   return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+// Of the numbers that the next files would be called by.
+void take_numbers(const TemporaryDirectory& directory, unsigned count) {
+  unsigned number = 0;
+  {
+    const NewFile file(directory.path("take").c_str(), "wb");
+    const std::filesystem::directory_iterator entries(test::to_path(directory.path()));
+    number =
+        static_cast<unsigned>(std::stoul(test::to_utf8(entries->path().filename()).substr(1, 6)));
+  }
+  for (unsigned i = 1; i <= count; ++i) {
+    char name[16];
+    std::snprintf(name, sizeof(name), "~%06u.new", (number + i) % 1000000);
+    directory.write(name, "another's");
+  }
 }
 
 TEST(NewFile, TakesItsNameOnlyWhenItIsCommitted) {
@@ -103,20 +120,18 @@ TEST(NewFile, HasANameOfItsOwnForEachOne) {
 }
 
 // It looks at no more than a thousand numbers, and every file that has one is somebody's.
+TEST(NewFile, TakesTheThousandthNumber) {
+  const TemporaryDirectory directory;
+  take_numbers(directory, 999);
+
+  const NewFile file(directory.path("take").c_str(), "wb");
+
+  EXPECT_NE(file.stream(), nullptr);
+}
+
 TEST(NewFile, OverwritesNoFileWhereEveryNumberIsTaken) {
   const TemporaryDirectory directory;
-  unsigned number = 0;
-  {
-    const NewFile file(directory.path("take").c_str(), "wb");
-    const std::filesystem::directory_iterator entries(test::to_path(directory.path()));
-    number =
-        static_cast<unsigned>(std::stoul(test::to_utf8(entries->path().filename()).substr(1, 6)));
-  }
-  for (unsigned i = 1; i <= 1000; ++i) {
-    char name[16];
-    std::snprintf(name, sizeof(name), "~%06u.new", (number + i) % 1000000);
-    directory.write(name, "another's");
-  }
+  take_numbers(directory, 1000);
 
   {
     NewFile file(directory.path("take").c_str(), "wb");
@@ -128,6 +143,42 @@ TEST(NewFile, OverwritesNoFileWhereEveryNumberIsTaken) {
   for (const auto& entry : std::filesystem::directory_iterator(test::to_path(directory.path()))) {
     EXPECT_EQ(entry.file_size(), 9U) << entry.path();
   }
+}
+
+TEST(NewFile, TakesAPathOfTheLastLength) {
+  const TemporaryDirectory directory;
+  constexpr std::size_t kDirectoryBytes = 245;  // Windows makes none of more than 247.
+  std::string path = directory.path(std::string(kDirectoryBytes - directory.path("").size(), 'd'));
+  std::filesystem::create_directory(test::to_path(path));
+  path += "/" + std::string(258 - path.size(), 't');
+  ASSERT_EQ(path.size(), 259U);
+
+  NewFile file(path.c_str(), "wb");
+
+  ASSERT_NE(file.stream(), nullptr);
+  EXPECT_TRUE(file.commit());
+  EXPECT_TRUE(std::filesystem::exists(test::to_path(path)));
+}
+
+// Its path is its own until it has been opened, and no longer than until it was committed.
+TEST(NewFile, TouchesNoOtherFile) {
+  const TemporaryDirectory directory;
+  const test::CurrentDirectory here(directory);
+  directory.write("m", "another's");
+  directory.write("~", "another's");
+
+  {
+    const NewFile refused("missing/take", "wb");
+    EXPECT_EQ(refused.stream(), nullptr);
+  }
+  {
+    NewFile taken("take", "wb");
+    ASSERT_NE(taken.stream(), nullptr);
+    EXPECT_TRUE(taken.commit());
+  }
+
+  EXPECT_EQ(TemporaryDirectory::read(directory.path("m")), "another's");
+  EXPECT_EQ(TemporaryDirectory::read(directory.path("~")), "another's");
 }
 
 }  // namespace

@@ -44,6 +44,13 @@ TEST(LogPath, StandsBelowTheDataPath) {
   EXPECT_STREQ(file, "D:\\Data\\Settings\\logs\\Take.log");
 }
 
+TEST(LogPath, HasOneSeparatorBelowARoot) {
+  char directory[kPathBytes];
+  char file[kPathBytes];
+  write_log_path("\\", "Take", directory, file);
+  EXPECT_STREQ(directory, "\\Settings\\logs");
+}
+
 TEST(LogPath, FallsBackToTheNameAloneWhenTooLong) {
   char directory[kPathBytes];
   char file[kPathBytes];
@@ -99,6 +106,16 @@ TEST(ModuleName, IsWrittenNowhereWithoutABufferOrRoom) {
   EXPECT_STREQ(name, "zz");
   EXPECT_TRUE(ov_modulename(name, 1));
   EXPECT_STREQ(name, "");
+  program_paths() = {};
+}
+
+TEST(ModuleName, MayBeOneCharacter) {
+  std::snprintf(program_paths().module, kPathBytes, "a");
+  char name[kPathBytes];
+
+  EXPECT_TRUE(ov_modulename(name, sizeof(name)));
+
+  EXPECT_STREQ(name, "a");
   program_paths() = {};
 }
 

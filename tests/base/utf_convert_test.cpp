@@ -58,6 +58,19 @@ TEST(Utf16Pairs, KeepsCodePointsFrom100000OnUnpaired) {
   EXPECT_EQ(to_utf8(units), naive_encode(0xDC00) + naive_encode(0xDC00));
 }
 
+TEST(Utf16Pairs, OfTheLowestHighUnitsAreReadAsPairs) {
+  for (const unsigned high : {0xD800U, 0xD801U, 0xD83FU}) {
+    for (const unsigned low : {0xDC00U, 0xDC41U, 0xDFFFU}) {
+      SCOPED_TRACE(testing::Message() << std::hex << high << ' ' << low);
+      const unsigned cp = (high - 0xD800) << 10 | (low - 0xDC00);
+      const std::u16string units{u'a', static_cast<char16_t>(high), static_cast<char16_t>(low),
+                                 u'z'};
+
+      EXPECT_EQ(to_utf8(units), cp == 0 ? "a" : "a" + naive_encode(cp) + "z");
+    }
+  }
+}
+
 // Short texts take the way of one character at a time; nothing is allocated, as there are 2^24.
 TEST(Utf8ToUtf16, ReadsEverySequenceOfUpToThreeBytes) {
   char text[4] = {};
@@ -362,6 +375,20 @@ TEST(XmlText, BlanksControlCharactersButLineEnds) {
 TEST(XmlText, UsesAllButTwoBytesOfItsBuffer) {
   char text[5];
   EXPECT_STREQ(validate_ascii_xml_text(text, sizeof(text), "abcdef"), "abc");
+}
+
+// Blocks of letters are converted at once, by code that sanitizers do not see.
+TEST(Utf16ToUtf8, WritesNothingBehindTheRoomOfALongAsciiText) {
+  const std::vector<unsigned short> text = [] {
+    std::vector<unsigned short> units(60, 'a');
+    units.push_back(0);
+    return units;
+  }();
+  for (std::size_t room = 1; room <= text.size(); ++room) {
+    std::string bytes(room + 96, '~');
+    ov_utf16_to_utf8(text.data(), bytes.data(), room);
+    EXPECT_EQ(bytes.substr(room), std::string(96, '~')) << room;
+  }
 }
 
 }  // namespace

@@ -269,6 +269,13 @@ TEST(Utf8Validity, RefusesWhatCannotBeDecoded) {
   EXPECT_EQ(ov_utf8_is_valid("a\xC3"), 0);
 }
 
+TEST(Utf8Validity, RefusesEveryByteThatIsNoCharacterAlone) {
+  for (unsigned byte = 0x80; byte <= 0xFF; ++byte) {
+    const char text[] = {'a', static_cast<char>(byte), 'z', 0};
+    EXPECT_EQ(ov_utf8_is_valid(text), 0) << byte;
+  }
+}
+
 TEST(Utf8Validity, HoldsForEveryCodePoint) {
   for (unsigned cp = 1; cp <= 0x10FFFF; ++cp) {
     ASSERT_EQ(ov_utf8_is_valid(test::naive_encode(cp).c_str()), 1) << std::hex << cp;
