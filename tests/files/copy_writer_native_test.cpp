@@ -90,6 +90,20 @@ TEST_F(CopyWriters, TellAFailureAtOnceAndWriteNoMore) {
   EXPECT_EQ(errors(), Lines{"ERROR: IO write error(1) : 'error 112'"});
 }
 
+// Then its size says nothing more, and is not looked at.
+TEST_F(CopyWriters, CountNoSizeBesideAWriteThatFailed) {
+  transfers_.next({});
+  transfers_.next({.error = kDiskFull});
+  work(0, kUnit);
+  work(kUnit, kUnit);
+  std::filesystem::resize_file(path("out"), 0);
+
+  writer_.close_file(true);
+
+  EXPECT_EQ(writer_.error(), 1);
+  EXPECT_EQ(errors().size(), 1U);
+}
+
 TEST_F(CopyWriters, CountAWriteThatEndsShort) {
   transfers_.next({.pends = true, .bytes = 4096});
 

@@ -128,6 +128,15 @@ TEST_F(DriveList, AsksAgainWhenTheRootsNeedMoreRoom) {
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
+TEST_F(DriveList, AsksAgainForAsMuchAsTheRootsNeed) {
+  add('C', DriveKind::kFixed, "System");
+  test::fake_drives().padding_units = 400;
+  test::fake_drives().after_roots = [] { ++test::fake_drives().padding_units; };
+
+  EXPECT_EQ(drives_of(list()), (NamesAndLabels{{"C:\\", "C:\\ (System)"}}));
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
 TEST_F(DriveList, IsBuiltFromTheMaskWhenTheRootsChangeBetweenTheQuestions) {
   struct Case {
     const char* what;

@@ -8,6 +8,7 @@
 
 #include "files/directory_list.h"
 #include "orsincore/files.h"
+#include "orsincore/io.h"
 #include "tests/files/backslash_path.h"
 #include "tests/platform/fake_drives.h"
 #include "tests/platform/native/fake_enumeration.h"
@@ -57,6 +58,20 @@ TEST_F(FirstListing, KeepsThePlainFormWhenItCouldNotBeStarted) {
 }
 
 // Lists a directory, the drives and the directory once more.
+std::string first_configuration() {
+  int size = 0;
+  bool flags[3] = {true, true, true};
+  rwBufferConfigGet(size, flags[0], flags[1], flags[2]);
+  return std::to_string(size) + ' ' + std::to_string(flags[0]) + std::to_string(flags[1]) +
+         std::to_string(flags[2]);
+}
+
+TEST(FirstStream, HasTheWholeConfiguration) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+
+  EXPECT_EXIT(say_and_exit(first_configuration()), testing::ExitedWithCode(0), "^8192 000\n");
+}
+
 std::string loads_of_listings() {
   const test::TemporaryDirectory directory;
   const std::string path = test::below(directory, "");

@@ -1,6 +1,7 @@
 // Files that somebody has open, or has marked: who asks meanwhile is refused, and nothing is lost.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -86,6 +87,21 @@ TEST_F(HeldFiles, KeepTheDirectoryThatTheyAreIn) {
   EXPECT_EQ(file_delete_directory(below(directory_, "tree").c_str(), true), -1);
 
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("tree/held.bin")), "held");
+}
+
+// In the order of their names, whatever order the system lists them in.
+TEST_F(HeldFiles, EndTheDeletionOfADirectoryWhereTheyStand) {
+  for (int i = 10; i < 40; ++i) {
+    directory_.write("tree/f" + std::to_string(i), "");
+  }
+  const OpenFile held = hold(below(directory_, "tree\\f25"), kReading);
+
+  EXPECT_EQ(file_delete_directory(below(directory_, "tree").c_str(), true), -1);
+
+  for (int i = 10; i < 40; ++i) {
+    const std::string name = "tree/f" + std::to_string(i);
+    EXPECT_EQ(std::filesystem::exists(test::to_path(directory_.path(name))), i >= 25) << name;
+  }
 }
 
 TEST_F(HeldFiles, KeepTheirPlaceAmongTheGenerations) {

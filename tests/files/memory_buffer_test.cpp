@@ -25,6 +25,27 @@ TEST(MemoryBuffer, GrowsAsItIsWritten) {
   EXPECT_EQ(text_of(buffer), bytes);
 }
 
+TEST(MemoryBuffer, GrowsFromHardlyAnything) {
+  for (const int size : {1, 2, 3}) {
+    SCOPED_TRACE(size);
+    fMemBuffer buffer;
+    EXPECT_TRUE(buffer.set_buffer(size, false));
+
+    EXPECT_EQ(buffer.write_file("0123", 1, 4), 4U);
+  }
+}
+
+TEST(MemoryBuffer, MayHaveNoMemoryAtAll) {
+  unsigned char memory = 0;
+  fMemBuffer callers;
+  callers.set_memory_buffer(&memory, 0);
+  EXPECT_TRUE(callers.ensure_minimum_buffer_size(0));
+
+  fMemBuffer own;
+  EXPECT_TRUE(own.set_buffer(0, false));
+  EXPECT_EQ(own.get_current_buffer(), nullptr);
+}
+
 TEST(MemoryBuffer, CutsAWriteShortWhenItsMemoryIsTheCallers) {
   char memory[10];
   fMemBuffer buffer;

@@ -35,6 +35,7 @@ TEST(NameOrder, ComparesNamesInEveryWayThatItKnows) {
       {"different extensions compare plainly", "file10.wav", "file9.mov", -1},
       {"extensions that differ in case only differ", "file10.WAV", "file9.wav", -1},
       {"one name without extension compares by number", "file9", "file10.wav", -1},
+      {"an eighth byte of 1 in an extension", "f10.bcdefg\x01x", "f9.bcdefg\x01y", -1},
       {"both without extension", "file10", "file9", 1},
       {"the prefix goes first", "take", "take1", -1},
       {"the longer goes last", "take1", "take", 1},

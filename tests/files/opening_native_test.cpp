@@ -146,6 +146,18 @@ TEST_F(ScriptedFiles, ASizeThatCannotBeSetIsFalse) {
   EXPECT_TRUE(io_set_filesize64(file.get(), 10));
 }
 
+TEST_F(ScriptedFiles, TheSizeOfAVolumeIsThatOfItsRootAlone) {
+  EXPECT_EQ(io_get_filesize64(io_invalid_handle(), "\\\\.\\D:\\x"), 1LL << 40);
+
+  EXPECT_EQ(transfers_.volume_root(), "D:\\");
+}
+
+TEST_F(ScriptedFiles, TheSizeOfAVolumeThatDoesNotTellIsMinusOne) {
+  transfers_.refuse_size_questions(1);
+
+  EXPECT_EQ(io_get_filesize64(io_invalid_handle(), "\\\\.\\D:"), -1);
+}
+
 TEST_F(ScriptedFiles, ARawVolumesSizeIsItsCapacity) {
   EXPECT_EQ(io_get_filesize64(io_invalid_handle(), "\\\\.\\D:"), 1LL << 40);
 

@@ -630,6 +630,43 @@ TEST_F(ScriptedRawReads, HaveTenPiecesInFlightAtMost) {
   EXPECT_EQ(bytes_.substr(0, 25 * kPiece), std::string(25 * kPiece, 'l'));
 }
 
+TEST_F(ScriptedRawReads, LeaveNothingRunningBehindAPieceWhoseEndIsNotKnown) {
+  fReadBuffer::set_xfer_breakvalue(kPiece);
+  transfers_.next({.pends = true, .error = 996});
+  transfers_.every({.pends = true});
+  fReadBuffer reader;
+  const std::string name = write("long", std::string(25 * kPiece, 'l'));
+  ASSERT_TRUE(reader.open_file(name.c_str(), true, false, false));
+  bytes_.assign(26 * kPiece, 'x');
+
+  reader.read_raw_bytes(bytes_.data(), 0, 25 * kPiece, bytes_.size());
+
+  EXPECT_EQ(transfers_.pending_count(), 0);
+  EXPECT_EQ(transfers_.most_pending(), 10);
+}
+
+TEST_F(ScriptedRawReads, OfAHandleHavePiecesOfTheBreakValue) {
+  fReadBuffer::set_xfer_breakvalue(kPiece);
+  const test::OpenFile file(io_open64(lettered_file(40 * kBlock).c_str(), 0, false, true, false));
+  fReadBuffer reader(file.get());
+  bytes_.assign(41 * kBlock, 'x');
+
+  EXPECT_EQ(reader.read_raw_bytes(bytes_.data(), 0, 40 * kBlock, bytes_.size()), 40 * kBlock);
+
+  ASSERT_FALSE(transfers_.started().empty());
+  EXPECT_EQ(transfers_.started()[0], (StartedTransfer{true, 0, kPiece}));
+}
+
+TEST_F(ScriptedReader, HasOneBufferOfAMebibyteAtFirst) {
+  fReadBuffer reader;
+  ASSERT_TRUE(
+      reader.open_file(write("large", std::string(3 << 20, 'l')).c_str(), true, false, false));
+
+  reader.getNextBlock();
+
+  EXPECT_EQ(transfers_.started(), (Started{{true, 0, 1 << 20}}));
+}
+
 TEST_F(ScriptedRawReads, AreWholeWhenTheFirstTenPiecesEndAtOnce) {
   fReadBuffer::set_xfer_breakvalue(kPiece);
   for (int i = 0; i < 10; ++i) {

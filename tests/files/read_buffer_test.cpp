@@ -467,6 +467,35 @@ TEST_F(ReadBuffer, GoesFromAFileToMemoryAndBack) {
   EXPECT_EQ(reader.skip_file(1, 20000), 20000U);
 }
 
+TEST_F(ReadBuffer, KeepsItsMemoryWhenNoFileIsOpenToBeClosed) {
+  unsigned char memory[] = {77};
+  fReadBuffer reader;
+  ASSERT_TRUE(reader.open_file(counted_file(100).c_str(), true, false, false));
+  reader.set_memory_buffer(memory, sizeof(memory));
+
+  reader.close_file();
+
+  EXPECT_EQ(reader.read_byte(), 77);
+}
+
+TEST_F(ReadBuffer, OfAHandleCanBePositionedAndReadRawBeforeItsFirstBlock) {
+  const std::string name = counted_file(30000);
+  const OpenFile positioned(io_open64(name.c_str(), 0, false, true, false));
+  fReadBuffer reader(positioned.get());
+  reader.set_position(1);
+  EXPECT_EQ(reader.read_byte(), 1);
+
+  const OpenFile raw(io_open64(name.c_str(), 0, false, true, false));
+  fReadBuffer raw_reader(raw.get());
+  std::string bytes(4096, 'x');
+  EXPECT_EQ(raw_reader.read_raw_bytes(bytes.data(), 0, 1, bytes.size()), 4096U);
+  EXPECT_TRUE(bytes == counted(4096));
+}
+
+TEST_F(ReadBuffer, HasNoErrorsBeforeItHasOpenedAnything) {
+  EXPECT_FALSE(fReadBuffer().get_errors());
+}
+
 TEST_F(ReadBuffer, GoesFromALaterBlockOfAHandleToMemory) {
   const OpenFile file(io_open64(counted_file(30000).c_str(), 0, false, true, false));
   ASSERT_TRUE(file.is_open());

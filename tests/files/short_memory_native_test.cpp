@@ -48,6 +48,16 @@ class ShortMemory : public testing::Test {
   md5_state_s md5_ = {};
 };
 
+TEST_F(ShortMemory, OpensAnEmptyFileWithoutMemoryForItsBytes) {
+  directory_.write("empty.txt", "");
+  const NewRefusal refusal(1, 1);
+
+  ov_stream* file = ov_open(directory_.path("empty.txt").c_str(), "rb");
+
+  EXPECT_NE(file, nullptr);
+  ov_close(file);
+}
+
 TEST_F(ShortMemory, FailsACopyWithoutAReader) {
   CopyCall copy{.source = source(), .destinations = {destination()}};
   {

@@ -160,7 +160,7 @@ TEST_F(Transfers, CreatingAFileThatExistsKeepsItsBytes) {
 }
 
 TEST_F(Transfers, AnInitialSizeCutsOrExtendsAndZeroes) {
-  for (const std::size_t size : {5U, 100U}) {
+  for (const std::size_t size : {1U, 5U, 100U}) {
     SCOPED_TRACE(size);
     const std::string name = write("out", "0123456789");
 

@@ -12,6 +12,7 @@ namespace {
 
 constexpr char kSource[] = "C:\\card";
 constexpr char kCopy[] = "D:\\backup\\card";
+constexpr char kNamesake[] = "D:\\card\\copy";  // Below the source, but for the drive.
 
 // A few files in a few directories; most are small.
 class Tree {
@@ -59,17 +60,18 @@ class Tree {
 
 void copy_tree(Pass& pass) {
   const Tree tree(pass, kSource);
+  const char* const copy = pass.choice.one_in(2) ? kCopy : kNamesake;
   LibrarySession session;
   unsigned long long bytes = 0;
   int result = 0;
   {
     const Inside library;
-    result = ov_filecopy(kSource, kCopy, true, bytes);
+    result = ov_filecopy(kSource, copy, true, bytes);
   }
   const bool is_whole = result == tree.file_count() && bytes == tree.bytes();
   pass.expect_success(is_whole, "tree copy", result);
   if (is_whole && !session.has_complained()) {
-    tree.expect_at(kCopy);
+    tree.expect_at(copy);
   } else {
     // By contract 0 is a source that is not there, or cannot be asked: no line.
     ORSIN_EXPECT(is_whole || result == 0 || session.has_warned(),

@@ -65,7 +65,7 @@ class FakeTransfers {
   void next_open(const OpenFate& fate);
   void refuse_sizes(int count, std::uint32_t error);
   void refuse_zeroing(std::uint32_t error);
-  void refuse_size_questions(int count);  ///< The next sizes of files are not told.
+  void refuse_size_questions(int count);  ///< The next sizes of files and volumes are not told.
 
   [[nodiscard]] std::vector<StartedTransfer> started() const;
   [[nodiscard]] std::vector<port::OpenMode> opened() const;

@@ -63,6 +63,13 @@ OpenFate note_open(const OpenMode& mode) {
   return fate;
 }
 
+bool is_size_question_refused_locked() {
+  int& left = transfer_script().size_questions_refused;
+  const bool is_refused = left > 0;
+  left -= is_refused ? 1 : 0;
+  return is_refused;
+}
+
 // Why a file may not be given this size; 0 when it may.
 std::uint32_t note_size(std::uint64_t size) {
   TransferScript& script = transfer_script();
@@ -131,8 +138,7 @@ void close_file(void* file) noexcept {
 bool get_file_size(void* file, std::uint64_t& size) noexcept {
   {
     const std::lock_guard guard(transfer_script().mutex);
-    if (transfer_script().size_questions_refused > 0) {
-      --transfer_script().size_questions_refused;
+    if (is_size_question_refused_locked()) {
       return false;
     }
   }
@@ -163,7 +169,7 @@ bool volume_capacity(const char* root, std::uint64_t& bytes) noexcept {
   const std::lock_guard guard(transfer_script().mutex);
   transfer_script().volume_root = root;
   bytes = std::uint64_t{1} << 40;
-  return true;
+  return !is_size_question_refused_locked();
 }
 
 }  // namespace port
