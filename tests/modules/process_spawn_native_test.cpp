@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -37,6 +38,19 @@ class ProcessSpawn : public testing::Test {
   ProcessResultStruct result_ = {true, 77, true, 88};
   int idle_calls_ = 0;
 };
+
+// Nobody looks sooner than that: the pause is the least that must have gone by.
+TEST_F(ProcessSpawn, PausesBetweenTwoLooks) {
+  for (const int poll_ms : {1, 20}) {
+    SCOPED_TRACE(poll_ms);
+    fake_programs().states.assign(10, ProgramState::kRunning);
+    const auto begin = std::chrono::steady_clock::now();
+
+    EXPECT_TRUE(spawn(true, nullptr, poll_ms));
+
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(10 * poll_ms));
+  }
+}
 
 TEST_F(ProcessSpawn, AProgramThatIsNotFoundIsAnError) {
   const LogCapture log;

@@ -66,6 +66,16 @@ TEST(ShortMemory, EndsABodyThatCannotMove) {
   }
 }
 
+TEST(ShortMemory, LeavesABodyThatFillsItsReservationWhereItIs) {
+  const PagesScript machine;
+  machine->commits_granted = 2;
+  ResponseBody body(nullptr, 128 << 10);
+
+  ASSERT_EQ(chunks_added(body, 14), 14);
+
+  EXPECT_EQ(machine->reservations, (std::vector<std::uint64_t>{128 << 10}));
+}
+
 TEST(ShortMemory, CommitsLittleMoreThanWasRead) {
   const PagesScript machine;
   ResponseBody body(nullptr);
@@ -74,6 +84,7 @@ TEST(ShortMemory, CommitsLittleMoreThanWasRead) {
     ASSERT_TRUE(body.add(ResponseBody::kChunkBytes));
     ASSERT_LE(sum(machine->commits), body.size() + (1 << 20) + ResponseBody::kChunkBytes);
   }
+  EXPECT_EQ(machine->reservations, (std::vector<std::uint64_t>{1 << 30}));
 }
 
 TEST(ShortMemory, InUseIsLittleMoreThanWasReadWhileABodyMoves) {

@@ -57,6 +57,17 @@ TEST_F(Instance, IsTheSecondWhereTheMutexExists) {
   EXPECT_EQ(update(), "");
 }
 
+// To the same length in every version, or two of them would not find each other.
+TEST_F(Instance, CutsNamesThatAreTooLong) {
+  fake_instance().exists = true;
+  const std::string name(500, 'n');
+
+  EXPECT_FALSE(become_single_instance(name.c_str()));
+
+  EXPECT_EQ(fake_instance().calls[0], "mutex " + std::string(399, 'n'));
+  EXPECT_EQ(fake_instance().calls[1], "find " + std::string(299, 'n'));
+}
+
 // As a service: the box would wait for ever for somebody who presses its button.
 TEST_F(Instance, AsksNobodyWhereNobodyCouldSeeTheQuestion) {
   fake_instance().exists = true;

@@ -138,10 +138,12 @@ TEST_F(LogFile, IsContinuedWhereTheOneBeforeCanNeitherBeMovedNorCopied) {
 
 TEST_F(LogFile, WaitsUntilTheOneBeforeIsReleased) {
   fake_startup().written_looks = 3;
+  const auto begin = std::chrono::steady_clock::now();
 
   open();
 
   EXPECT_EQ(fake_startup().looks, 4);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(30));
   EXPECT_EQ(msg_getlevel(), 2);
 }
 

@@ -83,6 +83,22 @@ TEST_F(SystemReport, ShowsAQuestionMarkForAComputerThatIsNotNamed) {
   EXPECT_EQ(report().front(), "     : \\\\?\\'C:\\App\\'");
 }
 
+TEST_F(SystemReport, ShowsTheLongestNameThatItHasRoomFor) {
+  fake_computer().name = std::string(63, 'n');
+
+  write_system_report(0, 1);
+
+  EXPECT_EQ(report().front(), "     : \\\\" + fake_computer().name + "\\'C:\\App\\'");
+}
+
+TEST_F(SystemReport, ShowsAQuestionMarkForANameThatItHasNoRoomFor) {
+  fake_computer().name = std::string(64, 'n');
+
+  write_system_report(0, 1);
+
+  EXPECT_EQ(report().front(), "     : \\\\?\\'C:\\App\\'");
+}
+
 TEST_F(SystemReport, TakesTheVersionRecordWhereTheProductVersionCannotBeRead) {
   const struct {
     const char* service_pack;

@@ -75,6 +75,36 @@ TEST(BidiMemory, LosesItsArraysWhenALongerTextFindsNone) {
   EXPECT_TRUE(bidi.HasRightToLeft());
 }
 
+TEST(BidiMemory, IsGivenBackWholeWhereALongerTextFindsNone) {
+  constexpr long kArrays = 9;
+  OvBidiImpl bidi;
+  bidi.SetText(kMixed);
+  ASSERT_TRUE(bidi.HasRightToLeft());
+  const std::string longer(1000, '\xD7');
+  bidi.SetRightToLeft(1);
+  bidi.SetText(longer.c_str());
+  const long before = test::live_blocks();
+  {
+    const test::AllocationRefusal refusal(1000);
+    EXPECT_FALSE(bidi.HasRightToLeft());
+  }
+
+  EXPECT_EQ(test::live_blocks(), before - kArrays);
+}
+
+TEST(BidiMemory, IsKeptForATextThatFillsIt) {
+  const std::string full(1000, '\xD7');
+  OvBidiImpl bidi;
+  bidi.SetRightToLeft(1);
+  bidi.SetText(full.c_str());
+  ASSERT_TRUE(bidi.HasRightToLeft());
+
+  const test::AllocationRefusal refusal(1000);
+  bidi.SetText(full.c_str());
+
+  EXPECT_TRUE(bidi.HasRightToLeft());
+}
+
 TEST(BidiMemory, IsNotNeededForPlainText) {
   OvBidiImpl bidi;
   const test::AllocationRefusal refusal(1);

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
+#include <utility>
 
 #include "tests/text/catalogue_builder.h"
 
@@ -28,6 +30,30 @@ TEST(CatalogueCheck, AcceptsBothByteOrders) {
   EXPECT_TRUE(is_sound_catalogue(builder.bytes()));
   builder.messages[0].second += std::string(0x12345, '#');  // So the offsets have three bytes.
   EXPECT_TRUE(is_sound_catalogue(builder.bytes()));
+}
+
+TEST(CatalogueCheck, RefusesFarPlacesInTheOtherByteOrderToo) {
+  CatalogueBuilder builder;
+  builder.is_big_endian = true;
+  for (const std::size_t word :
+       {kKeys, kTranslations, kFirstKey, kFirstKey + 4, kSecondTranslation + 4}) {
+    SCOPED_TRACE(word);
+    std::string file = builder.bytes();
+    file[word] = '\x80';  // The most significant byte.
+    EXPECT_FALSE(is_sound_catalogue(file));
+  }
+}
+
+// One empty message, whose key and translation lie in the header's own zeros.
+TEST(CatalogueCheck, AcceptsAFileThatIsItsHeader) {
+  std::string file(28, '\0');
+  const std::pair<std::size_t, std::uint32_t> words[] = {
+      {0, 0x950412DE}, {kCount, 1}, {kKeys, 20}, {kTranslations, 20}, {kHash, 4}};
+  for (const auto& [at, value] : words) {
+    file = CatalogueBuilder::with_word(file, at, value);
+  }
+
+  EXPECT_TRUE(is_sound_catalogue(file));
 }
 
 TEST(CatalogueCheck, AcceptsACatalogueWithoutAHashTable) {
