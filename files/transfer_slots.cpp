@@ -39,7 +39,7 @@ struct Slot {
   void* file;                             // Invalid when idle.
   std::atomic<std::uint32_t> ticket = 0;  // 0: none.
   std::uint64_t size;                     // Bytes requested.
-  std::atomic<std::uint8_t> done = 0;     // 1: completed at once, or collected.
+  std::atomic<bool> done = false;         // Completed at once, and not collected yet.
   void* event;                            // For the life of the process; null: could not be had.
   port::TransferRecord record;
   std::atomic<bool> starting = false;
@@ -64,11 +64,10 @@ bool is_valid(const void* file) {
 void make_idle(Slot& slot) {
   slot.file = io_invalid_handle();
   slot.ticket = 0;
-  slot.done = 0;
 }
 
 bool is_in_flight(const Slot& slot) {
-  return is_valid(slot.file) && slot.ticket != 0 && slot.done == 0;
+  return is_valid(slot.file) && slot.ticket != 0 && !slot.done;
 }
 
 // A transfer may have ended before its start has returned. Only then is there something to poll
@@ -179,7 +178,7 @@ Slot& begin_transfer(const TransferOrder& order, void* file, OwnTransfer* own,
   ticket = next_ticket_locked();
   slot.starting = true;
   slot.file = file;
-  slot.done = 0;
+  slot.done = false;
   slot.size = order.size;
   slot.ticket = ticket;
   slot.own = own;
@@ -213,7 +212,7 @@ bool start_transfer(const TransferOrder& order, void* file, OwnTransfer* own, in
     slot.own = nullptr;
     slot.ticket = 0;
   } else if (start.is_complete) {
-    slot.done = 1;
+    slot.done = true;
   }
   slot.starting = false;
   if (accepted && ticket_result != nullptr) {
@@ -268,7 +267,7 @@ int complete(void* file, std::uint32_t ticket, bool wait) {
     if (slot == nullptr) {
       return 1;  // Collected already, or overtaken.
     }
-    if (slot->done == 1) {
+    if (slot->done) {
       make_idle(*slot);
       return 1;
     }
@@ -289,7 +288,6 @@ int complete(void* file, std::uint32_t ticket, bool wait) {
   leave_result_locked(*slot);  // Nobody but the library knows the tickets of its own.
   const TransferOutcome outcome = outcome_of(file, *slot);
   make_idle(*slot);
-  slot->done = 1;
   return judge_outcome(outcome, slot->size);
 }
 
@@ -458,7 +456,6 @@ void io_flush64(void* /*file*/) {
       }
     }
     slot.ticket = 0;
-    slot.done = 0;
   }
 }
 

@@ -261,8 +261,7 @@ bool WriteSteps::open(fWriteBuffer& writer, const char* name, long long initial_
   writer.is_unbuffered_ = bypass;
   writer.alignment_ =
       static_cast<unsigned long long>(bypass ? drive_sector_size(name) : mem_pagesize());
-  std::memset(writer.name_, 0, sizeof(writer.name_));
-  std::strncpy(writer.name_, name, sizeof(writer.name_) - 1);
+  std::strncpy(writer.name_, name, sizeof(writer.name_) - 1);  // And zeroes over a longer one.
   writer.opened_ = true;
   writer.buffer_file_position_ = writer.data_end_ = 0;
   writer.buffer_ticket_ = writer.direct_ticket_ = -1;

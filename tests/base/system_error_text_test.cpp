@@ -34,7 +34,8 @@ TEST(SystemErrorText, LeavesTheLastErrorAsItWas) {
   port::set_last_system_error(2);
 
   const SystemErrorText another(5);
-
+  EXPECT_EQ(port::last_system_error(), 2U);
+  const SystemErrorText unknown(12345);
   EXPECT_EQ(port::last_system_error(), 2U);
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "files/copy_streams.h"
 #include "orsincore/memory.h"
 #include "tests/files/io_fixture.h"
 #include "tests/platform/native/fake_transfers.h"
@@ -41,6 +42,23 @@ class CopyWriters : public test::IoTest {
   test::FakeTransfers transfers_;
   CopyWriter writer_;
 };
+
+TEST_F(CopyWriters, HaveTheirFilesPastTheCacheAndTheSourceReadableForOthers) {
+  const BorrowedReader reader = reader_for_copy(nullptr);
+  const BorrowedWriter writer = writer_for_copy(nullptr);
+
+  ASSERT_TRUE(open_source(*reader.get(), write("source", "bytes").c_str()));
+  ASSERT_TRUE(create_destination(writer, path("copy").c_str()));
+
+  const std::vector<port::OpenMode> opened = transfers_.opened();
+  ASSERT_EQ(opened.size(), 3U);  // The test's own one is the first.
+  EXPECT_TRUE(opened[1].unbuffered && opened[1].overlapped && opened[1].share_read);
+  EXPECT_TRUE(opened[2].unbuffered && opened[2].overlapped && opened[2].create);
+  EXPECT_EQ(transfers_.started(), Started{});                   // Nothing ahead of its time.
+  EXPECT_EQ(transfers_.sizes(), std::vector<std::uint64_t>{});  // Nothing reserved.
+  reader.get()->close_file();
+  writer.get()->close_file(true);
+}
 
 TEST_F(CopyWriters, WriteBlocksWhereTheyLieAndCutTheLast) {
   work(0, 2 * kUnit);

@@ -16,6 +16,7 @@ namespace orsin {
 namespace {
 
 using test::Lines;
+using test::OpenFile;
 using test::StartedTransfer;
 
 using Started = std::vector<StartedTransfer>;
@@ -422,6 +423,43 @@ TEST_F(ScriptedReader, ReadsAFileOfUnknownSizeToItsEnd) {
   }
 }
 
+// A pipe has no positions: what it has given cannot be asked for again, and its end is asked for once.
+TEST_F(ScriptedReader, AsksAFileOfUnknownSizeForEachByteOnce) {
+  const std::string name = write("unknown", std::string(kBlock + 100, 'u'));
+  transfers_.refuse_size_questions(1);
+  transfers_.next({.bytes = 10});
+  fReadBuffer reader;
+  reader.cfg_buffers(1, kBlock, kBlock);
+  ASSERT_TRUE(reader.open_file(name.c_str(), true, false, false));
+
+  EXPECT_EQ(reader.skip_file(2 * kBlock, 1), kBlock + 100);
+  EXPECT_EQ(reader.getNextBlock(), 0U);
+
+  EXPECT_EQ(transfers_.started(), (Started{{true, 0, kBlock},
+                                           {true, 10, kBlock},
+                                           {true, kBlock + 10, kBlock},
+                                           {true, kBlock + 100, kBlock}}));
+}
+
+TEST_F(ScriptedReader, GoesBackInsideABlockOfAFileOfUnknownSize) {
+  const std::string name = write("unknown", "0123456789");
+  for (const std::uint32_t given : {1U, 10U}) {
+    SCOPED_TRACE(given);
+    transfers_.refuse_size_questions(1);
+    transfers_.next({.bytes = given});
+    fReadBuffer reader;
+    reader.cfg_buffers(1, kBlock, kBlock);
+    ASSERT_TRUE(reader.open_file(name.c_str(), true, false, false));
+    ASSERT_EQ(reader.read_byte(), '0');
+    const Started before = transfers_.started();
+
+    reader.set_position(0);
+
+    EXPECT_EQ(reader.read_byte(), '0');
+    EXPECT_EQ(transfers_.started(), before);
+  }
+}
+
 // ---- Shapes
 
 TEST_F(ScriptedReader, GivesTheFirstBlockTheSizeThatWasAskedForIt) {
@@ -473,6 +511,30 @@ TEST_F(ScriptedReader, LargerBuffersWaitForTheReadsOfTheSmallerOnes) {
 
   EXPECT_EQ(transfers_.pending_count(), 0);
   EXPECT_EQ(rest_of(reader), "CEGI");
+}
+
+TEST_F(ScriptedReader, GoesOnBehindABlockWhoseBufferWasReplaced) {
+  fReadBuffer reader;
+  ASSERT_TRUE(open(reader, 2, 9 * kBlock));
+  ASSERT_EQ(reader.read_byte(), 'A');
+
+  reader.cfg_buffers(2, 2 * kBlock, 2 * kBlock);
+  EXPECT_TRUE(reader.ensure_buffers());
+
+  EXPECT_EQ(reader.read_byte(), 'B');
+}
+
+TEST_F(ScriptedReader, KeepsItsOwnersFileAndItsPlaceInAnAssignment) {
+  const OpenFile file(io_open64(lettered_file(9 * kBlock).c_str(), 0, false, true, false));
+  fReadBuffer other;
+  other.cfg_buffers(2, 2 * kBlock, 2 * kBlock);
+  fReadBuffer reader(file.get());
+  reader.cfg_buffers(4, kBlock, kBlock);
+  ASSERT_EQ(reader.read_byte(), 'A');
+
+  reader = other;
+
+  EXPECT_EQ(reader.read_byte(), 'B');
 }
 
 TEST_F(ScriptedReader, SaysWhichBufferCouldNotBeAllocated) {
@@ -647,7 +709,7 @@ TEST_F(ScriptedRawReads, LeaveNothingRunningBehindAPieceWhoseEndIsNotKnown) {
 
 TEST_F(ScriptedRawReads, OfAHandleHavePiecesOfTheBreakValue) {
   fReadBuffer::set_xfer_breakvalue(kPiece);
-  const test::OpenFile file(io_open64(lettered_file(40 * kBlock).c_str(), 0, false, true, false));
+  const OpenFile file(io_open64(lettered_file(40 * kBlock).c_str(), 0, false, true, false));
   fReadBuffer reader(file.get());
   bytes_.assign(41 * kBlock, 'x');
 

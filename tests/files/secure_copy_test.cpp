@@ -23,6 +23,7 @@ using test::random_content;
 using test::TemporaryDirectory;
 
 constexpr unsigned kMd5 = 1;
+constexpr unsigned kVerify = 2;
 constexpr unsigned kMd5AndVerify = 3;
 
 md5_state_s digest_of(const std::string& content) {
@@ -82,6 +83,24 @@ TEST_F(SecureCopy, DoesNotTouchTheHashWithoutItsFlag) {
 
   EXPECT_EQ(std::memcmp(&md5_, &before, sizeof(md5_)), 0);
   EXPECT_EQ(TemporaryDirectory::read(directory_.path("copy.bin")), "content");
+}
+
+TEST_F(SecureCopy, ReadsTheCopyBackOnlyWhereItIsToVerify) {
+  constexpr std::size_t kSize = 1 << 20;
+  directory_.write("source.bin", random_content(kSize));
+  for (const unsigned flags : {0U, kMd5, kVerify, kMd5AndVerify}) {
+    SCOPED_TRACE(flags);
+    const md5_state_s expected = digest_of(TemporaryDirectory::read(directory_.path("source.bin")));
+    md5_ = expected;  // What a copy is verified by that is not hashed.
+    unsigned long long read = 0;
+    unsigned long long written = 0;
+    io_get_counters(read, written);
+
+    EXPECT_EQ(copy(below(directory_, "source.bin"), below(directory_, "copy.bin"), flags), 0);
+
+    io_get_counters(read, written);
+    EXPECT_EQ(read, (flags & kVerify) != 0 ? 2 * kSize : kSize);
+  }
 }
 
 TEST_F(SecureCopy, ReplacesAnExistingDestinationInAnyCase) {

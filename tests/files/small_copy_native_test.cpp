@@ -13,6 +13,7 @@
 #include "tests/platform/native/fake_access.h"
 #include "tests/platform/native/fake_disk.h"
 #include "tests/platform/native/fake_paths.h"
+#include "tests/platform/native/fake_processors.h"
 #include "tests/platform/native/fake_transfers.h"
 #include "tests/support/log_capture.h"
 #include "threads/thread_table.h"
@@ -200,6 +201,52 @@ TEST_F(SmallCopies, CountTheBytesThatTheyMove) {
   io_get_counters(bytes_read, bytes_written);
   EXPECT_EQ(bytes_read, 7U);
   EXPECT_EQ(bytes_written, 7U);
+}
+
+// Times and attributes go by names in the system's code page, whichever of the two is in ASCII only.
+TEST_F(SmallCopies, KeepWarningAboutNamesOutsideAscii) {
+  const std::string ascii = "take.wav";
+  const std::string other =
+      "\xC3\x9C"
+      "ber.wav";
+  directory_.write(ascii, "content");
+  directory_.write(other, "content");
+  const std::string from_ascii = "'" + below(directory_, "copy \xC3\x9C.wav") + "'";
+  const std::string from_other = "'" + below(directory_, other) + "'";
+
+  EXPECT_EQ(copy(ascii, "copy \xC3\x9C.wav"), 0);
+  EXPECT_EQ(copy(other, "copy.wav"), 0);
+
+  EXPECT_EQ(read("copy \xC3\x9C.wav"), "content");
+  EXPECT_EQ(read("copy.wav"), "content");
+  EXPECT_EQ(
+      log_.lines(),
+      (Lines{"WARN : Failed to update the file times: " + from_ascii, "     : Error: 'error 2'",
+             "WARN : Failed to update the file attributes: " + from_ascii,
+             "     : Error: 'error 2'", "WARN : Failed to retrieve the file times: " + from_other,
+             "WARN : Failed to retrieve the file attributes: " + from_other}));
+}
+
+TEST_F(SmallCopies, AreWholeWhereNoThreadCanBeHadAndOneIsAskedForOnce) {
+  write_tree("tree", 40, "content");
+  test::fake_processors().refuse_threads = true;
+
+  EXPECT_EQ(copy("tree", "copy"), 40);
+
+  test::fake_processors() = {};
+  EXPECT_EQ(bytes_, 40 * 7U);
+  EXPECT_EQ(read("copy/take39"), "content");
+  EXPECT_EQ(log_.lines().size(), 1U) << log_.text();
+}
+
+TEST_F(SmallCopies, NeedNoThreadForOneFile) {
+  write_tree("tree", 1, "content");
+  test::fake_processors().refuse_threads = true;
+
+  EXPECT_EQ(copy("tree", "copy"), 1);
+
+  test::fake_processors() = {};
+  EXPECT_EQ(log_.lines(), Lines{});
 }
 
 // Empty files are refused in their turn: the count of bytes and the failure are those of one file

@@ -324,6 +324,46 @@ TEST_F(ScriptedTransfers, ASlotWhoseWaitFailsIsTakenAllTheSame) {
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
+TEST_F(ScriptedTransfers, ASlotWhoseTransferWasDoneAtOnceServesOneThatRuns) {
+  for (int i = 0; i < kSlots; ++i) {
+    ASSERT_TRUE(read());
+  }
+  int ticket = 0;
+  transfers_.next({.pends = true});
+  ASSERT_TRUE(read(100, &ticket));
+
+  EXPECT_EQ(complete(ticket, false), 0);
+  EXPECT_EQ(complete(ticket), 1);
+}
+
+TEST_F(ScriptedTransfers, NoTicketIsNobodys) {
+  transfers_.next({.pends = true});
+  int ticket = 0;
+  ASSERT_TRUE(read(100, &ticket));
+  ASSERT_EQ(ticket, 1);
+
+  EXPECT_EQ(io_complete64(file_.get(), nullptr, false), 1);
+
+  EXPECT_EQ(complete(ticket, false), 0);
+}
+
+TEST_F(ScriptedTransfers, WithoutEventsAreLookedAtAgainAndAgain) {
+  stop_transfers();
+  transfers_.refuse_events();
+  start_transfers(0);
+  transfers_.next({.pends = true});
+  int ticket = 0;
+  ASSERT_TRUE(read(100, &ticket));
+  EXPECT_EQ(complete(ticket, false), 0);
+  std::thread disk([&] { transfers_.release_oldest(); });
+
+  EXPECT_EQ(complete(ticket), 1);
+
+  disk.join();
+  EXPECT_EQ(bytes_[0], 't');
+  EXPECT_EQ(log_.lines(), Lines{});
+}
+
 TEST_F(ScriptedTransfers, CollectedSlotsAreFreeAtOnce) {
   transfers_.every({.pends = true});
   for (int i = 0; i < 3 * kSlots; ++i) {

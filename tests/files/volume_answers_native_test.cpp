@@ -112,6 +112,13 @@ TEST_F(VolumeAnswers, FallBackToTheFileSystemsSectorsWhenTheDeviceKnowsNoPhysica
                                  "INFO : IO: Sector size for drive D:\\ = 512 bytes"}));
 }
 
+TEST_F(VolumeAnswers, AreTakenAsTheyAreHoweverSmall) {
+  drive('D').sectors = {1, 1};
+
+  EXPECT_EQ(drive_sector_size("D:\\take.mov"), 1);
+  EXPECT_EQ(drive_sector_size("D:\\take.mov"), 1);
+}
+
 TEST_F(VolumeAnswers, LeaveTheDefaultForADriveThatTellsNothingAndAskItOnlyOnce) {
   drive('E').has_device = false;
   drive('E').tells_clusters = false;

@@ -405,12 +405,14 @@ TEST_F(ScriptedWriter, AFileThatAnotherLooksAtIsCutWhenHeIsDone) {
 TEST_F(ScriptedWriter, AFileThatAnotherDoesNotLeaveKeepsItsSurplus) {
   add("0123");
   transfers_.refuse_sizes(1, 87);
-  for (int i = 0; i < 20; ++i) {
+  for (int i = 0; i < 30; ++i) {
     transfers_.next_open({.is_refused = true, .error = 32});
   }
+  const std::size_t opened = transfers_.opened().size();
 
   EXPECT_EQ(writer_.close_file(true), 1);
 
+  EXPECT_EQ(transfers_.opened().size(), opened + 20);
   EXPECT_EQ(log_.lines(), Lines{"ERROR: Writebuffer set FileSize : 'error 32'"});
   EXPECT_EQ(writer_.error(), 0);
 }
@@ -558,6 +560,7 @@ TEST_F(ScriptedWriter, MemoryThatCannotGrowTakesWhatItHasRoomFor) {
   const test::AllocationRefusal refusal(kBuffer);
 
   EXPECT_EQ(collecting.write_file(bytes.data(), 1, bytes.size()), kBuffer + 0U);
+  EXPECT_EQ(collecting.error(), 1);
   EXPECT_EQ(memory.write_file(bytes.data(), 1, bytes.size()), kBuffer + 0U);
   EXPECT_FALSE(collecting.ensure_minimum_buffer_size(kMebibyte));
   EXPECT_FALSE(memory.ensure_minimum_buffer_size(kMebibyte));
@@ -626,6 +629,20 @@ TEST_F(ScriptedWriter, ALargerBufferWaitsForTheWriteOfTheSmallerOne) {
   add("after");
   writer_.close_file(true);
   EXPECT_EQ(content("out"), std::string(kBuffer, 'f') + "after");
+}
+
+TEST_F(ScriptedWriter, LargerBuffersAreAsManyAsTheSmallerOnes) {
+  for (const bool double_buffer : {true, false}) {
+    SCOPED_TRACE(double_buffer);
+    writer_.close_file(true);
+    open(double_buffer);
+
+    EXPECT_TRUE(writer_.ensure_minimum_buffer_size(4 * kBuffer));
+
+    transfers_.next({.pends = true});
+    add(std::string(4 * kBuffer, 'l'));
+    EXPECT_EQ(transfers_.pending_count(), double_buffer ? 1 : 0);
+  }
 }
 
 TEST_F(ScriptedWriter, ALargerBufferThatCannotBeHadLeavesTheSmallerOne) {

@@ -79,6 +79,16 @@ TEST_F(WriteBuffer, AnAlmostFullBufferIsNot) {
   EXPECT_EQ(writer_.get_buffer_used(), 8191U);
 }
 
+TEST_F(WriteBuffer, TakesTheByteBehindAFullBuffer) {
+  open(writer_);
+  const std::string bytes = std::string(kBuffer, 'f') + "g";
+
+  add(writer_, bytes);
+
+  writer_.close_file(true);
+  EXPECT_EQ(content("out"), bytes);
+}
+
 TEST_F(WriteBuffer, TakesMoreThanManyBuffersInOneCall) {
   std::mt19937 random(3);
   const std::string bytes = test::random_bytes(random, 10 * kBuffer + 77);
@@ -645,6 +655,34 @@ TEST_F(WriteBuffer, ABufferIsAtLeastOneUnit) {
   EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(8191));  // The default alignment.
 }
 
+TEST_F(WriteBuffer, HasNoBufferBeforeOneIsAskedFor) {
+  const OpenFile file(io_create64(path("out").c_str(), true, 0));
+  fWriteBuffer single(file.get(), false);
+  fWriteBuffer without_file(io_invalid_handle(), true);
+
+  EXPECT_EQ(single.get_current_buffer(), nullptr);
+  EXPECT_EQ(without_file.get_current_buffer(), nullptr);
+}
+
+TEST_F(WriteBuffer, ABufferThatIsLargeEnoughStaysWhereItIs) {
+  open(writer_);
+  const unsigned char* const before = writer_.get_current_buffer();
+
+  EXPECT_TRUE(writer_.ensure_minimum_buffer_size(kBuffer));
+
+  EXPECT_EQ(writer_.get_current_buffer(), before);
+}
+
+TEST_F(WriteBuffer, APositionInsideIsOneThatALaterBufferHasRoomFor) {
+  open(writer_);
+  add(writer_, std::string(2 * kBuffer + 1, 'x'));
+
+  EXPECT_FALSE(writer_.is_file_position_inside_current_buffer(2 * kBuffer - 1));
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(2 * kBuffer));
+  EXPECT_TRUE(writer_.is_file_position_inside_current_buffer(3 * kBuffer - 1));
+  EXPECT_FALSE(writer_.is_file_position_inside_current_buffer(3 * kBuffer));
+}
+
 TEST_F(WriteBuffer, OpeningAllocatesAMebibyteWhereThereIsNoBuffer) {
   ASSERT_TRUE(writer_.open_file(path("out").c_str(), 0, false));
 
@@ -742,6 +780,7 @@ TEST_F(WriteBuffer, CollectsInMemoryWithoutAFile) {
 
   add(writer_, bytes);
 
+  EXPECT_EQ(writer_.error(), 0);
   EXPECT_EQ(writer_.get_buffer_used(), bytes.size());
   EXPECT_EQ(writer_.get_file_position(), bytes.size());
   EXPECT_EQ(as_text(writer_), bytes);
@@ -801,6 +840,17 @@ TEST_F(WriteBuffer, TheCallersMemoryMovesWithAllThatItHolds) {
     EXPECT_EQ(writer_.get_file_position(), 0U);
     EXPECT_EQ(as_text(writer_), held);
   }
+}
+
+TEST_F(WriteBuffer, TheCallersMemoryMovesWithWhatWasSteppedOver) {
+  char memory[] = "0123456789abcde";
+  writer_.set_memory_buffer(memory, sizeof(memory));
+  ASSERT_TRUE(writer_.set_file_position(10));
+
+  EXPECT_TRUE(writer_.ensure_minimum_buffer_size(1 << 20));
+  add(writer_, "end");
+
+  EXPECT_EQ(as_text(writer_), "0123456789end");
 }
 
 TEST_F(WriteBuffer, AskedForAMinimumMemoryGrows) {

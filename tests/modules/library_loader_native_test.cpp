@@ -37,6 +37,16 @@ using test::LogCapture;
 
 int modules[300];  // Only their addresses count.
 
+// The first test: nothing was silenced in this process.
+TEST(ErrorBoxes, KeepTheHostsModeWhereNothingWasSilenced) {
+  fake_libraries().error_mode = 4;
+
+  restore_error_boxes();
+
+  EXPECT_EQ(fake_libraries().error_mode, 4U);
+  fake_libraries() = {};
+}
+
 class LibraryLoader : public testing::Test {
  protected:
   void SetUp() override {

@@ -17,6 +17,7 @@ constexpr std::uint32_t kErrorDiskFull = 112;
 constexpr std::uint32_t kErrorInsufficientBuffer = 122;
 constexpr std::uint32_t kErrorDirectoryNotEmpty = 145;
 constexpr std::uint32_t kErrorNotLocked = 158;
+constexpr std::uint32_t kErrorNoSuchMessage = 317;
 constexpr std::uint32_t kErrorInvalidAddress = 487;
 constexpr std::uint32_t kErrorAborted = 995;
 constexpr std::uint32_t kErrorDevice = 1117;

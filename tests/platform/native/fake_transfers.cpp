@@ -11,7 +11,7 @@ void forget_script() {
   TransferScript& script = transfer_script();
   script.next.clear();
   script.every = {};
-  script.ends_by_release_only = false;
+  script.ends_by_release_only = script.refuses_events = false;
   script.time_outs = script.interruptions = script.wait_failures = script.size_refusals = 0;
   script.size_questions_refused = 0;
   script.wait_error = script.size_error = script.zeroing_error = 0;
@@ -51,6 +51,11 @@ void FakeTransfers::every(const TransferFate& fate) {
 void FakeTransfers::release_all() {
   while (release_oldest()) {
   }
+}
+
+void FakeTransfers::refuse_events() {
+  const Guard guard(transfer_script().mutex);
+  transfer_script().refuses_events = true;
 }
 
 void FakeTransfers::ends_by_release_only() {

@@ -58,6 +58,7 @@ class FakeTransfers {
   [[nodiscard]] int pending_count() const;
   [[nodiscard]] int most_pending() const;  ///< At any time since the beginning.
 
+  void refuse_events();             ///< None can be had as long as this object is there.
   void time_out_waits(int count);   ///< The next waits that last end without result.
   void interrupt_waits(int count);  ///< The next waits are ended by a completion routine.
   void fail_waits(int count, std::uint32_t error);

@@ -24,7 +24,7 @@ struct PendingTransfer {
   std::uint64_t offset;
   std::uint32_t size;
   port::TransferRecord* record;
-  NativeEvent* event;
+  NativeEvent* event;  // Null: could not be had.
   TransferFate fate;
   platform::TransferMemory memory = {};
 };
@@ -39,6 +39,7 @@ struct TransferScript {
   std::size_t most_pending = 0;
   bool ends_by_release_only = false;
 
+  bool refuses_events = false;
   int time_outs = 0;
   int interruptions = 0;
   int wait_failures = 0;

@@ -100,11 +100,16 @@ void end_transfer(port::TransferRecord& record, const Outcome& outcome) {
   status_of(record).store(0, std::memory_order_release);
 }
 
+void set_event(NativeEvent* event, bool is_signalled) {
+  if (event != nullptr) {
+    event->is_signalled = is_signalled;
+  }
+}
+
 void end_pending_locked(const PendingTransfer& transfer, const Outcome& outcome) {
   TransferScript& script = transfer_script();
-  NativeEvent* event = transfer.event;
   end_transfer(*transfer.record, outcome);
-  event->is_signalled = true;
+  set_event(transfer.event, true);
   script.changed.notify_all();
 }
 
@@ -140,7 +145,7 @@ port::TransferStart start(PendingTransfer transfer) {
   }
   {
     const std::lock_guard guard(script.mutex);
-    transfer.event->is_signalled = false;
+    set_event(transfer.event, false);
     transfer.fate = next_fate_locked();
     if (script.is_watched) {
       script.started.push_back({transfer.is_read, transfer.offset, transfer.size});
@@ -148,7 +153,7 @@ port::TransferStart start(PendingTransfer transfer) {
     if (transfer.fate.pends) {
       transfer.memory = {transfer.is_read, transfer.buffer, transfer.size};
       script.pending.push_back(transfer);
-      transfer.event->is_signalled = transfer.fate.signals_early;
+      set_event(transfer.event, transfer.fate.signals_early);
       script.most_pending = std::max(script.most_pending, script.pending.size());
       script.changed.notify_all();
       return {false, 0, port::kErrorPending};
@@ -201,7 +206,8 @@ namespace orsin::port {
 using namespace orsin::test;
 
 void* create_event() noexcept {
-  return new NativeEvent;
+  const std::lock_guard guard(transfer_script().mutex);
+  return transfer_script().refuses_events ? nullptr : new NativeEvent;
 }
 
 void close_event(void* event) noexcept {
