@@ -258,8 +258,9 @@ bool is_complete(const TransferRecord& record) noexcept {
   return status_of(const_cast<TransferRecord&>(record)).is_running == 0;
 }
 
-bool transfer_result(void* /*file*/, TransferRecord& record, std::uint32_t& bytes) noexcept {
+bool transfer_result(void* file, TransferRecord& record, std::uint32_t& bytes) noexcept {
   Call call("transfer result");
+  static_cast<void>(machine().handles.get<OpenedFile>(file));  // Open, or the run ends here.
   const Status& status = status_of(record);
   bytes = status.is_running != 0 ? 0 : status.bytes;
   return call.answer(status.is_running != 0 ? kErrorIncomplete : status.error);

@@ -286,7 +286,11 @@ bool is_complete(const TransferRecord& record) noexcept {
   return status_of(record).load(std::memory_order_acquire) == 0;
 }
 
-bool transfer_result(void* /*file*/, TransferRecord& record, std::uint32_t& bytes) noexcept {
+bool transfer_result(void* file, TransferRecord& record, std::uint32_t& bytes) noexcept {
+  if (descriptor_of(file) < 0) {
+    errno = static_cast<int>(platform::kErrorInvalidHandle);
+    return false;
+  }
   const Record& result = record_of(record);
   bytes = result.bytes;
   const std::uint32_t error = is_complete(record) ? result.error : kErrorIncomplete;
