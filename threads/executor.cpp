@@ -12,7 +12,9 @@
 // caller raises it before it looks at its counter for the last time, and a worker reads it after
 // counting, both in one total order, so one of the two sees the other.
 //
-// Started and stopped by start-up and closedown while one thread runs.
+// Started and stopped by start-up and closedown while one thread runs. What the workers share belongs to
+// all who use it: the process until the stop, each worker until it ends, and each call while it lasts.
+// The last one deletes it, so a worker that does not end in time never meets a queue that is gone.
 #include "threads/executor.h"
 
 #include <algorithm>
@@ -34,7 +36,6 @@ namespace {
 
 constexpr int kWorkersMax = 128;
 constexpr int kJobsPerWorker = 3;  // So that several callers can queue without blocking.
-constexpr int kQueueCapacityInitial = 64;
 constexpr unsigned int kJoinTimeoutMs = 60000;
 constexpr int kBetweenJobs = -1;
 constexpr std::chrono::microseconds kSpinTime(50);
@@ -62,76 +63,111 @@ struct Worker {
   unsigned int thread;
 };
 
+struct Pool {
+  ov_queue<smp_entry_t> ring;
+  Mutex queue_mutex;
+  __cond_str* work;
+  __cond_str* space;
+  Mutex done_mutex;
+  __cond_str* done;
+  __tls_key_str* part_key;
+  Worker workers[kWorkersMax] = {};
+  int started = 0;  // Workers that run: all of them, or the idle ones of a start that failed.
+  std::atomic<int> queued = 0;
+  std::atomic<int> sleepers = 0;
+  std::atomic<int> owners = 1;
+
+  explicit Pool(int count)
+      : ring(kJobsPerWorker * count),
+        work(mp_new_cond_block()),
+        space(mp_new_cond_block()),
+        done(mp_new_cond_block()),
+        part_key(mp_key_create()) {
+    queue_mutex.create();
+    done_mutex.create();
+  }
+  ~Pool() {
+    done_mutex.destroy();
+    queue_mutex.destroy();
+    mp_key_delete(part_key);
+    mp_delete_cond_block(done);
+    mp_delete_cond_block(space);
+    mp_delete_cond_block(work);
+  }
+  Pool(const Pool&) = delete;
+  Pool& operator=(const Pool&) = delete;
+
+  [[nodiscard]] bool is_complete() const {
+    return ring.capacity() > 0 && queue_mutex.exists() && work != nullptr && space != nullptr &&
+           done_mutex.exists() && done != nullptr && part_key != nullptr;
+  }
+};
+
 struct Executor {
   int configured = 1;
   std::atomic<int> active = 1;
-  int started = 0;  // Workers that run: all of them, or the idle ones of a start that failed.
-  int capacity = kQueueCapacityInitial;
-  ov_queue<smp_entry_t>* ring = nullptr;
-  Mutex queue_mutex;
-  __cond_str* work = nullptr;
-  __cond_str* space = nullptr;
-  Mutex done_mutex;
-  __cond_str* done = nullptr;
-  __tls_key_str* part_key = nullptr;
-  Worker* workers = nullptr;
-  std::atomic<int> queued = 0;
-  std::atomic<int> sleepers = 0;
+  std::atomic<Pool*> pool = nullptr;
 };
 
 constinit Executor executor;
 
+void let_go(Pool* pool) {
+  if (pool->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    delete pool;
+  }
+}
+
 // Pushes parts 0 ... count-1 of a job in one go, and wakes once: all sleeping workers have something
 // to do. Only a ring that is full meanwhile makes it let go of the lock.
-void push_parts(smp_entry_t job, int count) {
+void push_parts(Pool& pool, smp_entry_t job, int count) {
   const auto next_part = [&job] {
     const smp_entry_t part = job;
     ++job.part;
     return part;
   };
-  const ScopedLock guard(executor.queue_mutex);
+  const ScopedLock guard(pool.queue_mutex);
   for (;;) {
-    const int pushed = executor.ring->push_each(count - job.part, next_part);
-    executor.queued.fetch_add(pushed, std::memory_order_relaxed);
-    mp_cond_broadcast(executor.work);
+    const int pushed = pool.ring.push_each(count - job.part, next_part);
+    pool.queued.fetch_add(pushed, std::memory_order_relaxed);
+    mp_cond_broadcast(pool.work);
     if (job.part == count) {
       return;
     }
-    mp_cond_wait(executor.space, executor.queue_mutex.handle());
+    mp_cond_wait(pool.space, pool.queue_mutex.handle());
   }
 }
 
-smp_entry_t take() {
+smp_entry_t take(Pool& pool) {
   static_cast<void>(
-      spin_until([] { return executor.queued.load(std::memory_order_relaxed) > 0; }, kSpinTime));
-  const ScopedLock guard(executor.queue_mutex);
+      spin_until([&pool] { return pool.queued.load(std::memory_order_relaxed) > 0; }, kSpinTime));
+  const ScopedLock guard(pool.queue_mutex);
   smp_entry_t job = {};
-  while (!executor.ring->take(job)) {
-    mp_cond_wait(executor.work, executor.queue_mutex.handle());
+  while (!pool.ring.take(job)) {
+    mp_cond_wait(pool.work, pool.queue_mutex.handle());
   }
-  executor.queued.fetch_sub(1, std::memory_order_relaxed);
-  mp_cond_signal(executor.space);
+  pool.queued.fetch_sub(1, std::memory_order_relaxed);
+  mp_cond_signal(pool.space);
   return job;
 }
 
 // After the last count the caller may be gone, and its counter with it.
-void count_done(const smp_entry_t& job) {
-  if (job.done->fetch_add(1) + 1 == job.part_count && executor.sleepers.load() > 0) {
-    const ScopedLock guard(executor.done_mutex);
-    mp_cond_broadcast(executor.done);
+void count_done(Pool& pool, const smp_entry_t& job) {
+  if (job.done->fetch_add(1) + 1 == job.part_count && pool.sleepers.load() > 0) {
+    const ScopedLock guard(pool.done_mutex);
+    mp_cond_broadcast(pool.done);
   }
 }
 
-void wait_for_all(const std::atomic<int>& done, int part_count) {
+void wait_for_all(Pool& pool, const std::atomic<int>& done, int part_count) {
   if (spin_until([&] { return done.load(std::memory_order_acquire) >= part_count; }, kSpinTime)) {
     return;
   }
-  const ScopedLock guard(executor.done_mutex);
-  executor.sleepers.fetch_add(1);
+  const ScopedLock guard(pool.done_mutex);
+  pool.sleepers.fetch_add(1);
   while (done.load() < part_count) {
-    mp_cond_wait(executor.done, executor.done_mutex.handle());
+    mp_cond_wait(pool.done, pool.done_mutex.handle());
   }
-  executor.sleepers.fetch_sub(1);
+  pool.sleepers.fetch_sub(1);
 }
 
 void call(const smp_entry_t& job) {
@@ -139,69 +175,53 @@ void call(const smp_entry_t& job) {
   reinterpret_cast<JobFunction>(job.function)(a[0], a[1], a[2], a[3], a[4], a[5]);
 }
 
-void run_worker(void* /*argument*/) {
+// The calling worker's part; null on any other thread.
+const int* own_part() {
+  const Pool* pool = executor.pool.load(std::memory_order_acquire);
+  return pool != nullptr ? static_cast<const int*>(mp_getspecific(pool->part_key)) : nullptr;
+}
+
+void run_worker(void* argument) {
+  auto* pool = static_cast<Pool*>(argument);
   // On the stack, not the heap: a worker that could not have its cell would take every part for 0.
   int part = kBetweenJobs;
-  mp_setspecific(executor.part_key, &part);
-  for (;;) {
-    const smp_entry_t job = take();
-    if (job.quit != 0) {
-      mp_setspecific(executor.part_key, nullptr);  // The cell goes before the thread does.
-      return;
-    }
+  mp_setspecific(pool->part_key, &part);
+  for (smp_entry_t job = take(*pool); job.quit == 0; job = take(*pool)) {
     if (job.function != nullptr) {
       part = job.part;
       call(job);
       part = kBetweenJobs;
     }
-    count_done(job);
+    count_done(*pool, job);
   }
+  mp_setspecific(pool->part_key, nullptr);  // The cell goes before the thread does.
+  let_go(pool);
 }
 
-// Everything but the threads. False when a piece could not be had.
-bool create_queue(int workers) {
-  executor.capacity = kJobsPerWorker * workers;
-  executor.ring = new (std::nothrow) ov_queue<smp_entry_t>(executor.capacity);
-  executor.queue_mutex.create();
-  executor.work = mp_new_cond_block();
-  executor.space = mp_new_cond_block();
-  executor.done_mutex.create();
-  executor.done = mp_new_cond_block();
-  executor.workers = new (std::nothrow) Worker[static_cast<std::size_t>(workers)];
-  executor.part_key = mp_key_create();
-  if (executor.part_key == nullptr) {
+// Everything but the threads. Null when a piece could not be had.
+Pool* make_pool(int workers) {
+  auto* pool = new (std::nothrow) Pool(workers);
+  if (pool != nullptr && pool->part_key == nullptr) {
     msgerror("SMP: Can't allocate thread local storage..");
-    return false;
   }
-  return executor.ring != nullptr && executor.ring->capacity() > 0 &&
-         executor.queue_mutex.exists() && executor.work != nullptr && executor.space != nullptr &&
-         executor.done_mutex.exists() && executor.done != nullptr && executor.workers != nullptr;
+  if (pool == nullptr || pool->is_complete()) {
+    return pool;
+  }
+  delete pool;
+  return nullptr;
 }
 
-void delete_queue() {
-  delete[] executor.workers;
-  executor.workers = nullptr;
-  mp_key_delete(executor.part_key);
-  executor.part_key = nullptr;
-  executor.done_mutex.destroy();
-  executor.queue_mutex.destroy();
-  mp_delete_cond_block(executor.done);
-  mp_delete_cond_block(executor.space);
-  mp_delete_cond_block(executor.work);
-  executor.done = executor.space = executor.work = nullptr;
-  delete executor.ring;
-  executor.ring = nullptr;
-}
-
-bool start_worker(int index) {
+bool start_worker(Pool& pool, int index) {
   char name[32];
   std::snprintf(name, sizeof(name), "SMP-%d", index);
-  const unsigned int thread = mp_start_thread(name, run_worker, nullptr);
+  pool.owners.fetch_add(1, std::memory_order_relaxed);
+  const unsigned int thread = mp_start_thread(name, run_worker, &pool);
   if (thread == kNoThread) {
+    pool.owners.fetch_sub(1, std::memory_order_relaxed);
     return false;
   }
-  executor.workers[index] = {index, thread};
-  ++executor.started;
+  pool.workers[index] = {index, thread};
+  ++pool.started;
   return true;
 }
 
@@ -218,12 +238,13 @@ int start_executor(int requested) {
   if (workers < 2) {
     return workers;
   }
-  if (!create_queue(workers)) {
-    delete_queue();
+  Pool* pool = make_pool(workers);
+  if (pool == nullptr) {
     return 1;
   }
+  executor.pool.store(pool, std::memory_order_release);
   for (int i = 0; i < workers; ++i) {
-    if (!start_worker(i)) {
+    if (!start_worker(*pool, i)) {
       // The workers that run already stay idle, and their queue with them, until the stop.
       msgerror("SMP: Can't create MP thread: %d\n", i);
       return 1;
@@ -235,18 +256,19 @@ int start_executor(int requested) {
 }
 
 void stop_executor() {
-  if (executor.ring == nullptr) {
+  Pool* pool = executor.pool.load(std::memory_order_relaxed);
+  if (pool == nullptr) {
     return;
   }
   smp_entry_t quit = {};
   quit.quit = 1;
-  push_parts(quit, executor.started);
-  for (int i = 0; i < executor.started; ++i) {
-    mp_join_thread(executor.workers[i].thread, kJoinTimeoutMs);
+  push_parts(*pool, quit, pool->started);
+  for (int i = 0; i < pool->started; ++i) {
+    mp_join_thread(pool->workers[i].thread, kJoinTimeoutMs);
   }
-  delete_queue();
-  executor.started = 0;
+  executor.pool.store(nullptr, std::memory_order_relaxed);
   executor.configured = 1;
+  let_go(pool);
 }
 
 }  // namespace orsin
@@ -264,15 +286,15 @@ void smp_exec(void (*function)(), void* a1, void* a2, void* a3, void* a4, void* 
     call(job);
     return;
   }
-  push_parts(job, parts);
-  wait_for_all(done, parts);
+  Pool* pool = executor.pool.load(std::memory_order_acquire);
+  pool->owners.fetch_add(1, std::memory_order_relaxed);
+  push_parts(*pool, job, parts);
+  wait_for_all(*pool, done, parts);
+  let_go(pool);
 }
 
 int smp_id() {
-  if (executor.part_key == nullptr) {
-    return 0;
-  }
-  const auto* part = static_cast<const int*>(mp_getspecific(executor.part_key));
+  const int* part = own_part();
   return part != nullptr ? *part : 0;
 }
 
@@ -281,9 +303,6 @@ int smp_numprocs() {
 }
 
 int smp_is_spawned() {
-  if (executor.part_key == nullptr) {
-    return 0;
-  }
-  const auto* part = static_cast<const int*>(mp_getspecific(executor.part_key));
+  const int* part = own_part();
   return part != nullptr && *part != kBetweenJobs ? 1 : 0;
 }

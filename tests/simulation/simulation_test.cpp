@@ -168,12 +168,12 @@ TEST(Simulation, EndsTransfersWithTheThreadThatStartedThem) {
     pass.it.transfers.pend_one_in = 1;
     pass.it.transfers.latency = 1'000'000 * kSecond;
     pass.it.disk.put("C:\\a", Content::made_of(1, 16));
+    constexpr unsigned short kName[] = {'C', ':', '\\', 'a', 0};
+    void* file = port::open_file(kName, {.read = true, .share_read = true});
     static port::TransferRecord records[32];
     static char bytes[32];
     pass.it.schedule.start(
-        [] {
-          constexpr unsigned short kName[] = {'C', ':', '\\', 'a', 0};
-          void* file = port::open_file(kName, {.read = true, .share_read = true});
+        [file] {
           for (port::TransferRecord& record : records) {
             static_cast<void>(port::start_read(file, bytes, 0, 16, record, nullptr));
           }
@@ -184,7 +184,7 @@ TEST(Simulation, EndsTransfersWithTheThreadThatStartedThem) {
     for (port::TransferRecord& record : records) {
       ORSIN_EXPECT(port::is_complete(record), "a transfer goes on");
       std::uint32_t count = 0;
-      aborted += port::transfer_result(nullptr, record, count) ? 0 : 1;
+      aborted += port::transfer_result(file, record, count) ? 0 : 1;
     }
     ORSIN_EXPECT(aborted > 0 && aborted < 32, "%d were aborted", aborted);
   });
