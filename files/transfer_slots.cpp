@@ -66,8 +66,9 @@ void make_idle(Slot& slot) {
   slot.ticket = 0;
 }
 
+// Until its start has ended, too: its starter still has to write to the slot.
 bool is_in_flight(const Slot& slot) {
-  return is_valid(slot.file) && slot.ticket != 0 && !slot.done;
+  return slot.starting || (is_valid(slot.file) && slot.ticket != 0 && !slot.done);
 }
 
 // A transfer may have ended before its start has returned. Only then is there something to poll
@@ -146,7 +147,6 @@ Slot& take_slot_locked() {
   if (is_in_flight(slot)) {
     static_cast<void>(wait_until_ended(slot, kSlotWaitMs));
   }
-  wait_until_started(slot);
   leave_result_locked(slot);
   slot.ticket = 0;
   transfers.next_slot = (transfers.next_slot + 1) % kSlotCount;
