@@ -24,7 +24,6 @@ bool LogLines::open(std::FILE* stream) {
   stream_ = stream;
   buffer_ = static_cast<char*>(std::calloc(1, kBufferBytes));
   base_reading_ = 0.0;
-  base_seconds_ = 0.0;
   previous_length_ = 0;
   repeat_count_ = 0;
   return is_open();

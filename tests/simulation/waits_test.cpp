@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/library_locks.h"
 #include "base/program_paths.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
@@ -74,6 +75,27 @@ TEST(Waits, ForEachWorkerOfTheExecutorEndAfterAMinute) {
     mp_timedwait(kSecond);
     expect_wait_of(pass, 120 * kSecond, [] { stop_executor(); });
     mp_timedwait(60 * kSecond);
+  });
+
+  EXPECT_EQ(failure, "");
+}
+
+// Closedown goes on without a lock whose owner waits for something that does not come.
+TEST(Waits, ForALockOfTheLibraryEndAfterTwoSeconds) {
+  const std::string failure = failure_of([](Pass& pass) {
+    static LibraryMutex lock(LockRank::kDirectReads);
+    const LibrarySession session;
+    const Inside library;
+    ORSIN_EXPECT(lock.create(), "no lock");
+    const Beside owner(pass, [] {
+      __mutex_str* const mutex = lock.handle();
+      mp_get_mutex(mutex);
+      mp_timedwait(10 * kSecond);
+      mp_release_mutex(mutex);
+    });
+    mp_timedwait(kSecond);
+    expect_wait_of(pass, 2 * kSecond, [] { const AllLibraryLocks all; });
+    ORSIN_EXPECT(!lock.exists(), "asked for again");
   });
 
   EXPECT_EQ(failure, "");

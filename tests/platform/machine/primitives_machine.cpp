@@ -223,8 +223,9 @@ void pause_processor() noexcept {
 }
 
 void yield_processor() noexcept {
+  constexpr Nanoseconds kSwitch = 5 * kMicrosecond;
   const Outside outside;
-  machine().schedule.sleep(0);
+  machine().schedule.sleep(kSwitch);
 }
 
 bool query_counter_frequency(std::int64_t& frequency) noexcept {
