@@ -57,7 +57,6 @@ TEST_F(FirstListing, KeepsThePlainFormWhenItCouldNotBeStarted) {
               "forms: fast plain plain plain \n");
 }
 
-// Lists a directory, the drives and the directory once more.
 std::string first_configuration() {
   int size = 0;
   bool flags[3] = {true, true, true};
@@ -72,6 +71,7 @@ TEST(FirstStream, HasTheWholeConfiguration) {
   EXPECT_EXIT(say_and_exit(first_configuration()), testing::ExitedWithCode(0), "^8192 000\n");
 }
 
+// Lists a directory, the drives and the directory once more.
 std::string loads_of_listings() {
   const test::TemporaryDirectory directory;
   const std::string path = test::below(directory, "");
