@@ -8,6 +8,7 @@
 
 #include "base/library_locks.h"
 #include "base/program_paths.h"
+#include "orsincore/io.h"
 #include "orsincore/log.h"
 #include "orsincore/memory.h"
 #include "orsincore/threads.h"
@@ -75,6 +76,34 @@ TEST(Waits, ForEachWorkerOfTheExecutorEndAfterAMinute) {
     mp_timedwait(kSecond);
     expect_wait_of(pass, 120 * kSecond, [] { stop_executor(); });
     mp_timedwait(60 * kSecond);
+  });
+
+  EXPECT_EQ(failure, "");
+}
+
+// All slots are taken by transfers that take long: who wants one waits for the oldest, and says so.
+TEST(Waits, ForASlotAreToldAfterASecond) {
+  const std::string failure = failure_of([](Pass& pass) {
+    constexpr int kSlots = 96;
+    constexpr Nanoseconds kMoment = kMillisecond / 2;
+    static char bytes[kSlots + 1];
+    LibrarySession session;
+    const Inside library;
+    pass.it.transfers.pend_one_in = 1;
+    pass.it.transfers.latency = 1000 * kSecond;
+    pass.it.disk.put("C:\\a", Content::made_of(1, 16));
+    void* file = io_open64("C:\\a", 0, false, true, true);
+    for (int i = 0; i < kSlots; ++i) {
+      ORSIN_EXPECT(io_read_async64(file, &bytes[i], 0, 1, nullptr), "refused");
+    }
+    const Beside observer(pass, [&pass, &session] {
+      pass.it.schedule.sleep(kSecond - kMoment);
+      ORSIN_EXPECT(!session.has_warned(), "said too early");
+      pass.it.schedule.sleep(2 * kMoment);
+      ORSIN_EXPECT(session.has_warned(), "not said");
+    });
+    ORSIN_EXPECT(io_read_async64(file, &bytes[kSlots], 0, 1, nullptr), "refused");
+    io_close64(file);
   });
 
   EXPECT_EQ(failure, "");
