@@ -288,6 +288,14 @@ HeapBlocks::Check HeapBlocks::check() {
   return Check::kSound;
 }
 
+bool HeapBlocks::is_sound() const {
+  const mheap_mblk* block = heap_.first_block;
+  while (block != heap_.end_block && block->size != 0) {
+    block = next_block(block);
+  }
+  return block == heap_.end_block;
+}
+
 void HeapBlocks::move_to(std::uint8_t* region, std::uint64_t total_size) {
   const std::uint64_t old_total = heap_.total_size;
   const std::uint64_t end_offset = address_of(heap_.end_block) - address_of(heap_.base);

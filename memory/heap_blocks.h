@@ -110,8 +110,11 @@ class HeapBlocks {
   /// Joins free blocks and checks their sizes.
   [[nodiscard]] Check check();
 
-  /// Copies the blocks into a larger region and tells the owners. The old region is the caller's;
-  /// so is a new index, which rebuild_index() fills afterwards.
+  /// Whether no block has size 0. Joins nothing.
+  [[nodiscard]] bool is_sound() const;
+
+  /// Copies the blocks of a sound heap into a larger region and tells the owners. The old region is
+  /// the caller's; so is a new index, which rebuild_index() fills afterwards.
   void move_to(std::uint8_t* region, std::uint64_t total_size);
 
   /// Fills the index from the headers.

@@ -11,6 +11,7 @@
 
 using namespace orsin;
 using movable_heap::blocks_of;
+using movable_heap::report_corrupted;
 
 namespace {
 
@@ -97,8 +98,13 @@ std::uint64_t mheap_resize(_mheap* heap, std::uint64_t size, int os_flags) {
     os_free(region);
     return ~std::uint64_t{0};
   }
-  std::uint8_t* old_region = heap->base;
   HeapBlocks blocks = blocks_of(heap);
+  if (!blocks.is_sound()) {  // A walk from block to block would not end.
+    os_free(region);
+    report_corrupted(*heap);
+    return ~std::uint64_t{0};
+  }
+  std::uint8_t* old_region = heap->base;
   RegionBounds& bounds = record_of(heap).bounds;
   bounds.changes.fetch_add(1, std::memory_order_relaxed);
   blocks.move_to(region, total_size);

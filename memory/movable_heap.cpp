@@ -13,14 +13,9 @@
 
 using namespace orsin;
 using movable_heap::blocks_of;
-using movable_heap::raise_corrupted;
+using movable_heap::report_corrupted;
 
 namespace {
-
-void report_corrupted(const _mheap& heap) {
-  msgerror("HEAP '%s' CORRUPTED: Illegal (0 size) block detected...", HeapName(heap).text);
-  raise_corrupted();
-}
 
 void release_locked(_mheap* heap, mheap_mblk* block) {
   if (!blocks_of(heap).release(block)) {
@@ -38,6 +33,11 @@ HeapBlocks blocks_of(_mheap* heap) {
 
 void raise_corrupted() {
   std::raise(SIGSEGV);
+}
+
+void report_corrupted(const _mheap& heap) {
+  msgerror("HEAP '%s' CORRUPTED: Illegal (0 size) block detected...", HeapName(heap).text);
+  raise_corrupted();
 }
 
 namespace {

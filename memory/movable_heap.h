@@ -49,6 +49,9 @@ namespace movable_heap {
 /// After the line about damage: the process's fatal-error handling takes over.
 void raise_corrupted();
 
+/// The line about damage in this heap, and the signal.
+void report_corrupted(const _mheap& heap);
+
 /// Whether the heap's region holds that address. Takes no lock, but waits for a resize that is under
 /// way. Any thread.
 [[nodiscard]] bool region_holds(_mheap* heap, const void* address);

@@ -258,7 +258,7 @@ ORSIN_API void* mheap_heapbase(_mheap* heap);           ///< The region. Any thr
 ///
 /// @return The new size; -1 (all bits set) when it is not larger than the old one. When the region
 ///         cannot be had the new size is returned all the same and nothing has changed: ask
-///         mheap_totalsize().
+///         mheap_totalsize(). A damaged heap stays as it is: an error line, signal 11, and -1.
 /// Any thread; owners must not be using their blocks.
 ORSIN_API std::uint64_t mheap_resize(_mheap* heap, std::uint64_t size, int os_flags);
 

@@ -96,6 +96,16 @@ TEST_F(FreeRunsTest, UsesEveryLeafAgainAfterAllHaveGone) {
   EXPECT_EQ(runs_.first_fit(1), kNone);
 }
 
+// Slots are as large as the distance between runs allows, so that few leaves serve many runs.
+TEST_F(FreeRunsTest, KeepsRunsThatLieCloseTogetherInOneLeaf) {
+  constexpr std::uint32_t kDistanceMin = 12;
+  for (std::uint32_t begin = 0; begin < 128; begin += kDistanceMin) {
+    runs_.insert(begin, begin + 6);
+  }
+
+  EXPECT_EQ(runs_.leaves_touched(), 1u);
+}
+
 TEST_F(FreeRunsTest, KnowsARunOfOneGranuleByItsEnd) {
   for (std::uint32_t begin = 100; begin < 400; ++begin) {
     SCOPED_TRACE(begin);

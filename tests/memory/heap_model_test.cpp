@@ -15,6 +15,7 @@
 #include "memory/heap_record.h"
 #include "memory/movable_heap.h"
 #include "orsincore/memory.h"
+#include "tests/memory/heap_fixture.h"
 #include "tests/memory/heap_model.h"
 
 namespace orsin {
@@ -334,6 +335,32 @@ class SideBySide {
   int discards_ = 0;  // And blocks that were freed.
   int moves_ = 0;
 };
+
+// By this the comparison knows that the index is right.
+TEST(HeapIndexCheck, SeesWhatTheIndexSaysAndTheHeadersDoNot) {
+  test::FourBlocks four;  // Of six granules each, all used.
+  FreeRuns& runs = record_of(four.heap.get()).runs;
+  const HeapBlocks blocks = movable_heap::blocks_of(four.heap.get());
+  EXPECT_TRUE(blocks.index_agrees());
+
+  runs.insert(2, 3);  // Where no block begins.
+  EXPECT_FALSE(blocks.index_agrees());
+  runs.remove(2);
+  runs.insert(6, 12);  // As long as the used block there.
+  EXPECT_FALSE(blocks.index_agrees());
+  runs.remove(6);
+
+  mheap_free(four.heap.get(), &four.owners[1]);
+  EXPECT_TRUE(blocks.index_agrees());
+  runs.mark_unjoined(6);
+  EXPECT_FALSE(blocks.index_agrees());
+  runs.mark_joined(6);
+  runs.insert(9, 12);  // Another that ends where the free block does.
+  EXPECT_FALSE(blocks.index_agrees());
+  runs.remove(9);
+  runs.remove(6);
+  EXPECT_FALSE(blocks.index_agrees());
+}
 
 class MovableHeapModel : public testing::TestWithParam<std::tuple<Shape, mheap_mode, Search>> {};
 

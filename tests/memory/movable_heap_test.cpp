@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -176,6 +177,45 @@ TEST(HeapAllocation, MovesOnlyWhereMoreThanEnoughWouldComeTogether) {
   EXPECT_EQ(mheap_alloc_lock(four.heap.get(), 192 - 80, &owner), 1);
 
   EXPECT_EQ(four.owners[1], nullptr);
+}
+
+// What stands behind the byte that makes it enough does not count; of equal runs it is the first.
+TEST(HeapAllocation, MovesBlocksWhereTheLeastBytesStandInTheWay) {
+  constexpr std::size_t kFirst = 1;
+  constexpr std::size_t kBehind = 3;
+  constexpr std::size_t kLocked = 5;
+  constexpr std::size_t kRival = 7;
+  struct Case {
+    std::uint64_t first_bytes;
+    std::uint64_t rival_bytes;
+    bool is_first_moved;
+  };
+  constexpr Case kCases[] = {{16, 16, true}, {16, 32, true}, {48, 32, false}};
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(testing::Message() << c.first_bytes << " and " << c.rival_bytes);
+    const Heap heap = make_heap(80 + 9 * 80 + 6 * 16 + c.first_bytes + c.rival_bytes + 96);
+    void* owners[9] = {};
+    const std::uint64_t bytes[9] = {16, c.first_bytes, 16, 16, 16, 16, 16, c.rival_bytes, 96};
+    for (std::size_t i = 0; i < 9; ++i) {
+      ASSERT_EQ(mheap_alloc_lock(heap.get(), bytes[i], &owners[i]), 1);
+    }
+    for (std::size_t i = 0; i < 9; ++i) {
+      if (i != kLocked) {
+        mheap_unlock(heap.get(), &owners[i]);
+      }
+      if (i % 2 == 0) {
+        ASSERT_EQ(mheap_free(heap.get(), &owners[i]), 1);
+      }
+    }
+    const std::vector<void*> before(std::begin(owners), std::end(owners));
+    void* wanted = nullptr;
+
+    EXPECT_EQ(mheap_alloc_lock(heap.get(), 2 * 96 - 80, &wanted), 1);
+
+    EXPECT_EQ(owners[kFirst] != before[kFirst], c.is_first_moved);
+    EXPECT_EQ(owners[kRival] != before[kRival], !c.is_first_moved);
+    EXPECT_EQ(owners[kBehind], before[kBehind]);
+  }
 }
 
 TEST(HeapAllocation, MovesNothingInAHeapOfModeZeroWhileDiscardingHelps) {

@@ -1,6 +1,8 @@
 // What the memory layer does when the system refuses, played by the native port.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "memory/memory_lifecycle.h"
 #include "memory/os_allocation.h"
 #include "orsincore/log.h"
@@ -207,6 +209,20 @@ TEST(MemoryLifecycle, GuardsTheTableOfAllocationsWithAMutex) {
   EXPECT_EQ(test::primitive_calls().locks, before + 1);
   os_free(pages);
   stop_memory();
+}
+
+// In a process of its own: that mutex stays, whoever has made it first.
+TEST(MemoryLifecycleDeathTest, MakesTheMutexOfTheTable) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        mem_info_str info = {};
+        start_memory(info);
+        const int before = test::primitive_calls().locks;
+        static_cast<void>(os_alloc(1, 0));
+        std::_Exit(test::primitive_calls().locks == before + 1 ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST(MemoryLifecycle, GivesBackEverySmallBlock) {

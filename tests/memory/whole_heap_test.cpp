@@ -371,6 +371,23 @@ TEST_F(HeapDamage, RaisesSignal11WhenAllIsCleared) {
   EXPECT_EQ(log.lines(), Lines{"ERROR: HEAP CORRUPTED: Illegal (0 size) block detected..."});
 }
 
+// A walk from block to block would never end, with the heap's mutex held.
+TEST_F(HeapDamage, RaisesSignal11InsteadOfAMoveIntoALargerRegion) {
+  const LogCapture log;
+  FourBlocks four;
+  const auto* base = four.heap->base;
+  const auto size = four.heap->total_size;
+  next_block(four.heap->first_block)->size = 0;
+
+  EXPECT_EQ(mheap_resize(four.heap.get(), 2000, 0), ~std::uint64_t{0});
+
+  EXPECT_EQ(last_signal, SIGSEGV);
+  EXPECT_EQ(log.lines(), Lines{kLine});
+  EXPECT_EQ(four.heap->base, base);
+  EXPECT_EQ(four.heap->total_size, size);
+  EXPECT_EQ(four.owners[0], base + four.heap->header_size);
+}
+
 TEST_F(HeapDamage, OfAFreeBlockIsNoticedWhenTheOneBeforeItIsFreed) {
   const LogCapture log;
   FourBlocks four;
