@@ -32,6 +32,7 @@ std::uint32_t& register_of(CpuAnswers& cpu, const Bit& bit) {
 
 CpuAnswers with_all() {
   CpuAnswers cpu;
+  cpu.largest_leaf = 7;
   for (const Bit& bit : kAll) {
     register_of(cpu, bit) |= 1U << bit.bit;
   }
@@ -77,8 +78,18 @@ TEST(CpuFeatures, NeedEachOfTheirBits) {
   expect(without(kAvx512Vl), true, true, true, false);
 }
 
+// Such a processor answers with what its last leaf says.
+TEST(CpuFeatures, AreNotLookedForInALeafThatThereIsNot) {
+  CpuAnswers cpu = with_all();
+  cpu.largest_leaf = 6;
+  expect(features_of(cpu), false, false, false, false);
+  cpu.largest_leaf = 8;
+  expect(features_of(cpu), true, true, true, true);
+}
+
 TEST(CpuFeatures, LookAtNoOtherBits) {
   CpuAnswers cpu;
+  cpu.largest_leaf = ~0U;
   for (int i = 0; i < 4; ++i) {
     cpu.leaf1[i] = cpu.leaf7[i] = ~0U;
   }
@@ -101,6 +112,14 @@ TEST(CpuFeatures, AreWideOnlyWhereTheSystemKeepsTheRegisters) {
     expect(saving(kEverySavedRegister & ~lost), true, false, false, false);
   }
   expect(saving(0xE6), true, true, true, true);
+}
+
+// And not its family, or half of its maker's name: those are large numbers.
+TEST(CpuFeatures, AreAskedForWithTheNumberOfLeaves) {
+  const CpuAnswers cpu = ask_cpu();
+
+  EXPECT_GE(cpu.largest_leaf, 1u);
+  EXPECT_LT(cpu.largest_leaf, 0x100u);
 }
 
 #if defined(__GNUC__)
