@@ -216,7 +216,6 @@ void ReadSteps::free_buffers(fReadBuffer& reader) {
 }
 
 bool ReadSteps::allocate_in_one_piece(fReadBuffer& reader, int count, unsigned long long size) {
-  free_buffers(reader);
   auto* piece =
       static_cast<unsigned char*>(os_alloc(static_cast<unsigned long long>(count) * size, 0));
   if (piece == nullptr) {

@@ -36,8 +36,8 @@ struct ReadSteps {
   static bool reads_memory(const fReadBuffer& reader);
   static void free_buffers(fReadBuffer& reader);
 
-  /// Gives a reader a ring whose buffers lie behind each other, so that neighbouring blocks are one
-  /// run of bytes. False when memory is short: there is no ring then.
+  /// Gives a reader without buffers a ring of such that lie behind each other, so that neighbouring
+  /// blocks are one run of bytes. False when memory is short: there is no ring then.
   static bool allocate_in_one_piece(fReadBuffer& reader, int count, unsigned long long size);
 
   /// How many blocks, the current one included, are not read over. For a copy, whose threads work on
