@@ -443,6 +443,21 @@ TEST_F(ScriptedTransfers, ClosingCancelsWhatRuns) {
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
+// Nothing of ours runs there any more; what the host has started on the handle itself is the host's.
+TEST_F(ScriptedTransfers, ClosingCancelsNothingOfAFileWhoseTransfersAreCollected) {
+  int at_once = 0;
+  int later = 0;
+  ASSERT_TRUE(read(100, &at_once));
+  transfers_.next({.pends = true});
+  ASSERT_TRUE(read(100, &later));
+  ASSERT_EQ(complete(at_once), 1);
+  ASSERT_EQ(complete(later), 1);
+
+  file_.close();
+
+  EXPECT_EQ(transfers_.cancellations(), 0);
+}
+
 TEST_F(ScriptedTransfers, ASlotOfAClosedFileServesTheNext) {
   OpenFile other(io_create64(path("other").c_str(), true, 0));
   transfers_.every({.pends = true});

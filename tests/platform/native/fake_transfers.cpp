@@ -18,6 +18,7 @@ void forget_script() {
   script.opens.clear();
   script.is_watched = false;
   script.most_pending = 0;
+  script.cancellations = 0;
   script.started.clear();
   script.opened.clear();
   script.sizes.clear();
@@ -71,6 +72,11 @@ int FakeTransfers::pending_count() const {
 int FakeTransfers::most_pending() const {
   const Guard guard(transfer_script().mutex);
   return static_cast<int>(transfer_script().most_pending);
+}
+
+int FakeTransfers::cancellations() const {
+  const Guard guard(transfer_script().mutex);
+  return transfer_script().cancellations;
 }
 
 void FakeTransfers::time_out_waits(int count) {

@@ -56,7 +56,8 @@ class FakeTransfers {
   void release_all();
   void ends_by_release_only();
   [[nodiscard]] int pending_count() const;
-  [[nodiscard]] int most_pending() const;  ///< At any time since the beginning.
+  [[nodiscard]] int most_pending() const;   ///< At any time since the beginning.
+  [[nodiscard]] int cancellations() const;  ///< How often a file's transfers were cancelled.
 
   void refuse_events();             ///< None can be had as long as this object is there.
   void time_out_waits(int count);   ///< The next waits that last end without result.

@@ -37,6 +37,7 @@ struct TransferScript {
   TransferFate every;
   std::deque<PendingTransfer> pending;
   std::size_t most_pending = 0;
+  int cancellations = 0;
   bool ends_by_release_only = false;
 
   bool refuses_events = false;

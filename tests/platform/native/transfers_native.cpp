@@ -302,6 +302,7 @@ bool transfer_result(void* file, TransferRecord& record, std::uint32_t& bytes) n
 
 void cancel_transfers(void* file) noexcept {
   const std::lock_guard guard(transfer_script().mutex);
+  ++transfer_script().cancellations;
   const auto is_of_file = [file](const PendingTransfer& pending) { return pending.file == file; };
   while (const auto transfer = take_pending_locked(is_of_file)) {
     end_pending_locked(*transfer, {platform::kErrorAborted, 0});
