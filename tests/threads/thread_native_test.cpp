@@ -55,6 +55,14 @@ TEST_F(RefusingPlatform, KeepsTheRecordOfAThreadThatCouldNotBeCreatedInUse) {
   EXPECT_EQ(thread_record_count(), 2);
 }
 
+TEST_F(RefusingPlatform, AsksForAStackOfOneMebibyte) {
+  const unsigned int thread = mp_start_thread(
+      "Deep", [](void*) {}, nullptr);
+  EXPECT_EQ(mp_join_thread(thread, kLongMs), 1);
+
+  EXPECT_EQ(fake_processors().stack_bytes, 1'048'576u);
+}
+
 // A thread begins with what its system gives it, which need not be the library's floating-point mode.
 TEST_F(RefusingPlatform, StartsEveryThreadInTheModeThatWasRecorded) {
   constexpr std::uint32_t kRounding = 0x300;

@@ -20,6 +20,7 @@ struct FakeProcessors {
 
   bool refuse_threads = false;
   int threads_granted = -1;        // So many more, then none; below 0 there is no limit.
+  std::size_t stack_bytes = 0;     // Asked for by the last thread that was started.
   bool refuse_duplicates = false;  // Further handles to a thread.
   bool refuse_waits = false;
   bool ends_threads = false;  // Or refuses to. Those it has ended run on, but are not waited for.

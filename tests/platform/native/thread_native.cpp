@@ -94,8 +94,9 @@ thread_local unsigned int own_identifier = 1;
 
 }  // namespace
 
-StartedThread start_thread(const ThreadStart& start, std::size_t /*stack_bytes*/) noexcept {
+StartedThread start_thread(const ThreadStart& start, std::size_t stack_bytes) noexcept {
   test::FakeProcessors& fake = test::fake_processors();
+  fake.stack_bytes = stack_bytes;
   if (fake.refuse_threads || fake.threads_granted == 0) {
     return {};
   }
