@@ -33,6 +33,16 @@ class FailingClock : public testing::Test {
     start_clock();
   }
 
+  static constexpr std::int64_t kSecond = std::nano::den;
+
+  // Of the last head: hundredths of a second since midnight.
+  [[nodiscard]] int last_stamp() const {
+    const std::string text = log_.text();
+    const std::string line = text.substr(text.rfind('\n', text.size() - 2) + 1);
+    const auto number = [&line](std::size_t at) { return std::stoi(line.substr(at, 2)); };
+    return ((number(0) * 60 + number(3)) * 60 + number(6)) * 100 + number(9);
+  }
+
   LogCapture log_;
 };
 
@@ -89,21 +99,14 @@ TEST_F(FailingClock, TakesOneCountASecond) {
 
 // The log reads the wall clock once; from then on the counter tells its time.
 TEST_F(FailingClock, MovesTheTimeOfTheLogByWhatItHasCounted) {
-  constexpr std::int64_t kSecond = std::nano::den;
   constexpr int kDayHundredths = 24 * 3600 * 100;
-  const auto stamp = [this] {
-    const std::string text = log_.text();
-    const std::string line = text.substr(text.rfind('\n', text.size() - 2) + 1);
-    const auto number = [&line](std::size_t at) { return std::stoi(line.substr(at, 2)); };
-    return ((number(0) * 60 + number(3)) * 60 + number(6)) * 100 + number(9);
-  };
   fake_clock().stands_still = true;
   fake_clock().still_count = 1000 * kSecond;
   start_clock();
   fake_clock().still_count = 2000 * kSecond;
   const double before = port::local_time_of_day();
   msginfo("first");
-  const int first = stamp();
+  const int first = last_stamp();
   const double after = port::local_time_of_day();
   fake_clock().still_count += 5 * kSecond + kSecond / 4;
   msginfo("second");
@@ -112,7 +115,28 @@ TEST_F(FailingClock, MovesTheTimeOfTheLogByWhatItHasCounted) {
     EXPECT_GE(first, static_cast<int>(before) * 100);
     EXPECT_LE(first, static_cast<int>(after) * 100 + 1);
   }
-  EXPECT_EQ(stamp(), (first + 525) % kDayHundredths);
+  EXPECT_EQ(last_stamp(), (first + 525) % kDayHundredths);
+}
+
+TEST_F(FailingClock, LetsALogThatIsOpenedAgainAskForTheTimeOfDay) {
+  fake_clock().stands_still = true;
+  fake_clock().still_count = kSecond;
+  start_clock();
+  fake_clock().still_count = 2 * kSecond;
+  msginfo("first");
+  std::FILE* const stream = msg_get_file();
+  msg_close();
+  fake_clock().still_count += 3600 * kSecond;  // Of which the log's next time knows nothing.
+
+  msg_open(stream);
+  const double before = port::local_time_of_day();
+  msginfo("second");
+  const double after = port::local_time_of_day();
+
+  if (after >= before) {  // Not at midnight.
+    EXPECT_GE(last_stamp(), static_cast<int>(before) * 100);
+    EXPECT_LE(last_stamp(), static_cast<int>(after) * 100 + 1);
+  }
 }
 
 // Natively the clock of deadlines is the one that we look at here.
@@ -146,6 +170,13 @@ TEST(Spinning, EndsWhenWhatIsWaitedForHasHappened) {
   EXPECT_TRUE(spin_until([&] { return ++looks >= 3; }, std::chrono::microseconds(1'000'000)));
 
   EXPECT_EQ(looks, 3);
+}
+
+// After the few looks that it makes between two at the clock.
+TEST(Spinning, EndsWithItsTime) {
+  int looks = 0;
+
+  EXPECT_FALSE(spin_until([&] { return ++looks > 1000; }, std::chrono::microseconds(0)));
 }
 
 }  // namespace

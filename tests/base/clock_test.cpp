@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "base/wait_time.h"
+#include "orsincore/log.h"
 #include "orsincore/threads.h"
 #include "tests/support/log_capture.h"
 
@@ -41,6 +44,18 @@ TEST(Clock, WarnsOnceWhenReadBeforeItsStart) {
   EXPECT_EQ(lines[0], "WARN : HIGH-Res. timer failed(2)...");
   EXPECT_TRUE(lines[1].starts_with("     : ")) << lines[1];
   start_clock();
+}
+
+// In a process of its own: nothing has been counted there.
+TEST(ClockDeathTest, WarnsWhenAProcessReadsItBeforeItsStart) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        msg_open(nullptr);
+        mp_getclock();
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), "WARN : HIGH-Res. timer failed");
 }
 
 TEST(WaitTime, TruncatesTowardZero) {

@@ -1,6 +1,8 @@
 // What the floating-point set-up says about control words that this platform never has.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "base/fpu_mode.h"
 #include "orsincore/log.h"
 #include "orsincore/startup.h"
@@ -109,6 +111,18 @@ TEST_F(FpuMode, IsLeftAloneUntilItIsRecorded) {
   fpu_default_mode();
 
   EXPECT_EQ(fake_processors().fpu_control, 0x9001FU);
+}
+
+// In a process of its own: in this one, it may have been recorded and forgotten.
+TEST(FpuModeDeathTest, IsNotRecordedInANewProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        const std::uint32_t control = fake_processors().fpu_control;
+        fpu_default_mode();
+        std::_Exit(fake_processors().fpu_control == control ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <memory>
 #include <thread>
+#include <vector>
 
 namespace orsin {
 namespace {
@@ -156,6 +159,42 @@ TEST(LibraryMutex, IsCreatedOnceByManyThreads) {
   for (const auto& handle : seen) {
     EXPECT_EQ(handle, mutex.handle());
   }
+}
+
+// What the slower one made is given back: sanitizers look for it when the program ends.
+TEST(LibraryMutex, IsTheQuickersOfTwoThatAreMadeAtOnce) {
+  constexpr std::size_t kMutexes = 200;
+  // The process remembers them, and what they have made.
+  static auto& mutexes = *new std::vector<std::unique_ptr<LibraryMutex>>;
+  for (std::size_t i = 0; i < kMutexes; ++i) {
+    mutexes.push_back(std::make_unique<LibraryMutex>(LockRank::kTransfers));
+  }
+  std::atomic<std::size_t> arrived = 0;
+  const auto create_all = [&] {
+    std::vector<__mutex_str*> handles;
+    for (std::size_t i = 0; i < kMutexes; ++i) {
+      ++arrived;
+      while (arrived < 2 * (i + 1)) {
+        std::this_thread::yield();
+      }
+      mutexes[i]->create();
+      handles.push_back(mutexes[i]->handle());
+    }
+    return handles;
+  };
+
+  std::vector<__mutex_str*> theirs;
+  std::thread another([&] { theirs = create_all(); });
+  const std::vector<__mutex_str*> ours = create_all();
+  another.join();
+
+  EXPECT_EQ(ours, theirs);
+}
+
+// In a process of its own: in this one, they may have been held and let go.
+TEST(AllLibraryLocksDeathTest, AreNotHeldInANewProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(std::_Exit(locks_are_collected.load() ? 1 : 0), testing::ExitedWithCode(0), "");
 }
 
 TEST(AllLibraryLocks, SayThatTheyAreHeld) {

@@ -1,6 +1,7 @@
 // The time of a log line as a string.
 #pragma once
 
+#include <cstring>
 #include <string>
 
 #include "base/log_time.h"
@@ -9,6 +10,7 @@ namespace orsin::test {
 
 inline std::string written(const TimeOfDay& time) {
   char text[kLogTimeBytes];
+  std::memset(text, '?', sizeof(text));  // What is not written shows.
   write_log_time(time, text);
   return {text, kLogTimeBytes};
 }

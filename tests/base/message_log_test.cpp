@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <thread>
@@ -398,6 +399,33 @@ TEST_F(MessageLog, ComparesTheFirstLineWithNone) {
   EXPECT_EQ(log.lines(), (Lines{"     : x", "     : x"}));
 }
 
+// Of a line that was written before, not even the length counts.
+TEST_F(MessageLog, ComparesTheFirstLineWithNoneOfAnEarlierLog) {
+  const LogCapture log;
+  msginfo("y");
+  std::FILE* const stream = msg_get_file();
+  msg_close();
+  msg_open(stream);
+  msginfo("%s", "");
+
+  msgcont("x");
+  msgcont("x");
+
+  EXPECT_EQ(log.lines(), (Lines{"INFO : y", "     : x", "     : x"}));
+}
+
+TEST_F(MessageLog, ContinuesNoHeadOfAnEarlierLog) {
+  {
+    const LogCapture before;
+    msgerror("head");
+  }
+  const LogCapture log;
+
+  EXPECT_EQ(msgcont("no"), 0);
+
+  EXPECT_EQ(log.lines(), Lines{});
+}
+
 TEST_F(MessageLog, WritesNothingOnceItCouldNotBeOpenedAgain) {
   const LogCapture log;
   {
@@ -444,6 +472,40 @@ TEST_F(MessageLog, BeginsWithoutRepeatsWhenItIsOpenedAgain) {
   msginfo("other");
 
   EXPECT_EQ(log.lines(), (Lines{"INFO : same", "INFO : same", "INFO : other"}));
+}
+
+TEST_F(MessageLog, HasNoRepeatToFlushWhenItIsOpenedAgain) {
+  const LogCapture log;
+  std::FILE* const stream = msg_get_file();
+  msg_close();
+  msg_open(stream);
+  msg_repeatdisplayoverride();
+
+  msginfo("same");
+  msginfo("same");
+
+  EXPECT_EQ(log.lines(), (Lines{"INFO : same", "INFO : same"}));
+}
+
+// Each in a process of its own: what a log begins with, tests before it have changed.
+TEST(FirstLogDeathTest, IsClosedUntilItIsOpened) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(std::_Exit(msg_getlevel() == -1 ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST(FirstLogDeathTest, FoldsIdenticalLines) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        start_clock();
+        msg_open(nullptr);
+        for (int i = 0; i < 3; ++i) {
+          msgwarn("same");
+        }
+        msgwarn("other");
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), "# : Repeated 2 times");
 }
 
 TEST_F(MessageLog, OverrideWritesIdenticalLinesUntilACountIsFlushed) {

@@ -103,6 +103,21 @@ TEST(NewFile, IsNotMadeWhereThereIsNoPlace) {
   }
 }
 
+TEST(NewFile, LeavesAFileThatHasItsNumberAfterTheCommit) {
+  const TemporaryDirectory directory;
+  std::string name;
+  {
+    NewFile file(directory.path("take").c_str(), "wb");
+    ASSERT_NE(file.stream(), nullptr);
+    name = test::to_utf8(
+        std::filesystem::directory_iterator(test::to_path(directory.path()))->path().filename());
+    ASSERT_TRUE(file.commit());
+    directory.write(name, "another's");
+  }
+
+  EXPECT_EQ(TemporaryDirectory::read(directory.path(name)), "another's");
+}
+
 TEST(NewFile, HasANameOfItsOwnForEachOne) {
   const TemporaryDirectory directory;
   NewFile first(directory.path("first").c_str(), "wb");

@@ -49,6 +49,15 @@ TEST(PathBuffer, OfNothingEndsInNoSeparator) {
   EXPECT_STREQ(path.c_str(), "\\");
 }
 
+TEST(PathBuffer, EndsInASeparatorOfEitherKind) {
+  for (const char* path : {"\\", "/", "C:\\takes\\", "C:/takes/"}) {
+    EXPECT_TRUE(PathBuffer(path).ends_in_separator()) << path;
+  }
+  for (const char* path : {"a", "\\a", "/a", "C:\\takes", "C:/takes"}) {
+    EXPECT_FALSE(PathBuffer(path).ends_in_separator()) << path;
+  }
+}
+
 TEST(JoinedPath, IsRefusedWhereItDoesNotFit) {
   PathBuffer path;
 

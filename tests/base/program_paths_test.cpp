@@ -36,6 +36,18 @@ TEST(SearchList, NamesSettingsAndTheModulesDirectory) {
   EXPECT_STREQ(paths.search_list, "D:\\Data\\Settings;C:\\App\\Settings;C:\\App\\bin64;");
 }
 
+TEST(SearchList, IsCutWhereItDoesNotFit) {
+  ProgramPaths paths = {};
+  std::snprintf(paths.module, sizeof(paths.module), "C:\\App\\bin64\\app.exe");
+  std::snprintf(paths.data, sizeof(paths.data), "D:\\Data");
+  std::snprintf(paths.default_settings, sizeof(paths.default_settings), "C:\\App\\Settings");
+  char list[24];
+
+  write_search_list(paths, list, sizeof(list));
+
+  EXPECT_STREQ(list, "D:\\Data\\Settings;C:\\App");
+}
+
 TEST(LogPath, StandsBelowTheDataPath) {
   char directory[kPathBytes];
   char file[kPathBytes];

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -72,6 +73,11 @@ TEST(StreamBytes, EndWithAPieceThatFails) {
   ASSERT_NE(file, nullptr);
 
   EXPECT_EQ(write_bytes(file.get(), "0123456789", 10, 3), 0u);
+}
+
+// As a C library may do on the way.
+TEST(StreamBytes, GoInPiecesThatAnIntCounts) {
+  EXPECT_LE(kStreamPieceBytes, std::size_t{std::numeric_limits<int>::max()});
 }
 
 TEST(StreamBytes, MayBeMoreThanAnIntCounts) {

@@ -97,6 +97,19 @@ TEST(Utf8ToUtf16, ReadsEverySequenceOfUpToThreeBytes) {
   }
 }
 
+// Characters that lack one of their bytes, and others that follow where it should have been.
+TEST(Utf8ToUtf16, ReadsEverySequenceOfFourBytesThatMatter) {
+  constexpr unsigned char kBytes[] = {'a',  0x7F, 0x80, 0x9F, 0xA0, 0xBF, 0xC1, 0xC2,
+                                      0xDF, 0xE0, 0xE1, 0xED, 0xF0, 0xF1, 0xF4, 0xF8};
+  std::string text(4, '\0');
+  for (unsigned choice = 0; choice < 0x10000; ++choice) {
+    for (unsigned i = 0; i < 4; ++i) {
+      text[i] = static_cast<char>(kBytes[choice >> 4 * i & 0xF]);
+    }
+    ASSERT_EQ(to_utf16(text), naive_utf16(naive_code_points(text))) << testing::PrintToString(text);
+  }
+}
+
 // Runs of ASCII are converted in blocks: every alignment, length and place of a stranger.
 TEST(Utf8ToUtf16, AgreesWithTheNaiveConversionOverMixedTexts) {
   const unsigned seed = 4711;
@@ -287,6 +300,16 @@ TEST(Utf32, StoresAtMostAsManyElementsAsThereAre) {
   EXPECT_EQ(two[0], 'a');
   EXPECT_EQ(two[1], 0U);
   EXPECT_EQ(two[2], 9U);
+}
+
+TEST(Utf32, IsEmptyWhereThereIsRoomForNoMore) {
+  unsigned int elements[] = {9, 9};
+
+  EXPECT_EQ(ov_utf8_to_utf32("ab", elements, 0), elements);
+  EXPECT_EQ(elements[0], 9U);
+  EXPECT_EQ(ov_utf8_to_utf32("ab", elements, 1), elements);
+  EXPECT_EQ(elements[0], 0U);
+  EXPECT_EQ(elements[1], 9U);
 }
 
 TEST(Latin1, ConvertsBothWays) {
